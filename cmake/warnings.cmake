@@ -1,0 +1,11 @@
+# Warnings, and the sanitizers of SONX_SANITIZE, for every target of ours.
+add_library(sonx_build_flags INTERFACE)
+target_compile_options(sonx_build_flags INTERFACE -Wall -Wextra -Wpedantic -Wshadow)
+if(SONX_WARNINGS_AS_ERRORS)
+  target_compile_options(sonx_build_flags INTERFACE -Werror)
+endif()
+if(SONX_SANITIZE)
+  target_compile_options(sonx_build_flags INTERFACE
+    -fsanitize=${SONX_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
+  target_link_options(sonx_build_flags INTERFACE -fsanitize=${SONX_SANITIZE})
+endif()

@@ -1,0 +1,54 @@
+#include "dsp/allpass.h"
+
+#include <algorithm>
+
+#include "dsp/allpass_block.h"
+#include "dsp/fixed.h"
+#include "dsp/loop.h"
+#include "dsp/memory.h"
+
+namespace {
+
+//   x ──┬──► × g ──► + ──┬──────► y
+//       │            ▲   └─► × g ─┐
+//       │    cell ───┘            │
+//       └──────────────► − ◄──────┘
+//                        └──► cell
+inline int allpass_step(int x, int& cell, int feedback) {
+  const int y = saturate_add(cell, scale_down<13>(int64_t{feedback} * x));
+  cell = saturate_sub(x, scale_down<13>(int64_t{feedback} * y));
+  return y;
+}
+
+}  // namespace
+
+void allpass_init(allpass* section, int n) {
+  section->buffer = allocate<int>(n);
+  section->length = n;
+  section->index = 0;
+  section->feedback = 4096;
+}
+
+void allpass_reset(allpass* section) {
+  section->index = 0;
+  std::fill_n(section->buffer, std::max(section->length, 1), 0);
+}
+
+void allpass_end(allpass* section) { release(section->buffer); }
+
+void allpass_setfeedback(allpass* section, int feedback) { section->feedback = feedback; }
+void allpass_getfeedback(allpass* section, int* feedback) { *feedback = section->feedback; }
+
+int allpass_process(int x, allpass* section) {
+  allpass_block(section, &x, 1);
+  return x;
+}
+
+void allpass_block(allpass* section, int* samples, int n) {
+  const int feedback = section->feedback;
+  section->index = walk_loop(
+      section->buffer, section->index, section->length, n, [=](int* cells, int start, int count) {
+        for (int i = 0; i < count; ++i)
+          samples[start + i] = allpass_step(samples[start + i], cells[i], feedback);
+      });
+}

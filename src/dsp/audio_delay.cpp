@@ -1,0 +1,44 @@
+#include "dsp/audio_delay.h"
+
+#include <algorithm>
+
+#include "dsp/audio_delay_block.h"
+#include "dsp/loop.h"
+#include "dsp/memory.h"
+
+void audio_delay_init(audio_delay* line, int n) {
+  line->buffer = allocate<int>(n);
+  line->capacity = line->delay = n;
+  line->index = 0;
+}
+
+void audio_delay_reinit(audio_delay* line, int n) {
+  audio_delay_set_delay(line, n);
+  std::fill_n(line->buffer, std::max(line->delay, 0), 0);
+}
+
+void audio_delay_reset(audio_delay* line) {
+  line->index = 0;
+  std::fill_n(line->buffer, std::max(line->capacity, 1), 0);
+}
+
+void audio_delay_end(audio_delay* line) {
+  release(line->buffer);
+  line->capacity = line->delay = line->index = 0;
+}
+
+void audio_delay_set_delay(audio_delay* line, int n) { line->delay = std::min(line->capacity, n); }
+void audio_delay_get_delay(audio_delay* line, int* n) { *n = line->delay; }
+
+int audio_delay_process(audio_delay* line, int x) {
+  audio_delay_block(line, &x, 1);
+  return x;
+}
+
+void audio_delay_block(audio_delay* line, int* samples, int n) {
+  if (line->delay == 0) return;
+  line->index =
+      walk_loop(line->buffer, line->index, line->delay, n, [=](int* cells, int start, int count) {
+        std::swap_ranges(cells, cells + count, samples + start);
+      });
+}

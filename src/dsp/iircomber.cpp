@@ -1,0 +1,57 @@
+#include "dsp/iircomber.h"
+
+#include <algorithm>
+
+#include "dsp/fixed.h"
+#include "dsp/iircomber_block.h"
+#include "dsp/loop.h"
+#include "dsp/memory.h"
+
+void iircomber_init(iircomber* comb, int n) {
+  comb->buffer = allocate<int>(n);
+  comb->capacity = n;
+  comb->index = 0;
+  comb->feedback = 4096;
+  comb->b0 = 4096;
+  comb->b1 = 4096;
+  comb->a1 = 5734;
+  comb->delay = 0;
+  comb->x1 = comb->y1 = 0;
+}
+
+void iircomber_reset(iircomber* comb) {
+  comb->index = 0;
+  comb->x1 = comb->y1 = 0;
+  std::fill_n(comb->buffer, std::max(comb->capacity, 1), 0);
+}
+
+void iircomber_end(iircomber* comb) { release(comb->buffer); }
+
+void iircomber_setdelay(iircomber* comb, int n) { comb->delay = std::min(comb->capacity, n); }
+void iircomber_getdelay(iircomber* comb, int* n) { *n = comb->delay; }
+
+void iircomber_setfeedback(iircomber* comb, int feedback) { comb->feedback = feedback; }
+void iircomber_getfeedback(iircomber* comb, int* feedback) { *feedback = comb->feedback; }
+
+int iircomber_process(int x, iircomber* comb) {
+  iircomber_block(comb, &x, 1);
+  return x;
+}
+
+void iircomber_block(iircomber* comb, int* samples, int n) {
+  const int b0 = comb->b0, b1 = comb->b1, a1 = comb->a1, feedback = comb->feedback;
+  int x1 = comb->x1, y1 = comb->y1;
+  comb->index =
+      walk_loop(comb->buffer, comb->index, comb->delay, n, [&](int* cells, int start, int count) {
+        for (int i = 0; i < count; ++i) {
+          const int delayed = cells[i];
+          const int64_t sum = mac(int64_t{b0} * delayed, b1, x1);
+          y1 = scale_down_wrapping<13>(wrap_sub64(sum, int64_t{a1} * y1));
+          x1 = delayed;
+          const int repeat = scale_down_wrapping<13>(int64_t{feedback} * y1);
+          samples[start + i] = cells[i] = wrap_add(repeat, samples[start + i]);
+        }
+      });
+  comb->x1 = x1;
+  comb->y1 = y1;
+}

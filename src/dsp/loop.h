@@ -1,0 +1,23 @@
+// How every delay line walks its circular buffer.
+#pragma once
+
+#include <algorithm>
+
+// The position after index: back to 0 at the wrap bound. A bound of 0 or less stays at 0, which
+// makes a one-sample loop.
+constexpr int advance(int index, int bound) { return index + 1 < bound ? index + 1 : 0; }
+
+// Cuts n samples into the stretches that lie in a row in the buffer and calls
+// process(cells, start, count) for each, cells being the stretch's first word; returns the position
+// after the last one. A position at or beyond the bound (left over from a longer delay) is good for
+// one sample and then wraps.
+template <typename Process>
+inline int walk_loop(int* buffer, int index, int bound, int n, Process process) {
+  for (int start = 0; start < n;) {
+    const int count = std::clamp(std::max(bound, 0) - index, 1, n - start);
+    process(buffer + index, start, count);
+    start += count;
+    index = advance(index + count - 1, bound);
+  }
+  return index;
+}

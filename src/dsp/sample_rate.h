@@ -1,0 +1,23 @@
+// The sample rates that the modules know, as an index into their per-rate tables.
+#pragma once
+
+enum SampleRateType {
+  SAMPLE_RATE_44100 = 0,
+  SAMPLE_RATE_48000 = 1,
+  SAMPLE_RATE_96000 = 2,
+  SAMPLE_RATE_192000 = 3,
+};
+
+// Index of a rate in Hz: 44100 -> 0, 96000 -> 2, 192000 -> 3, any other rate -> 1 (48000).
+static inline enum SampleRateType sample_rate_type(unsigned int hertz) {
+  switch (hertz) {
+    case 44100:
+      return SAMPLE_RATE_44100;
+    case 96000:
+      return SAMPLE_RATE_96000;
+    case 192000:
+      return SAMPLE_RATE_192000;
+    default:
+      return SAMPLE_RATE_48000;
+  }
+}

@@ -1,0 +1,62 @@
+// The headphone effect as an audio HAL uses it: a handle, a parameter record, and a buffer of
+// interleaved stereo that is processed in place, one period at a time. Compiles as C11 and as C++.
+//
+//   void* effect = sonx_hp_effect_init(48000, 1);
+//   struct audio_effect_control_acdb_t record = {SONX_EFFECT_GRAPHIC_EQUALIZER, 0, {6, 3, 0, -3}};
+//   sonx_hp_effect_set_parameters(effect, &record);
+//   sonx_hp_effect_process(effect, buffer, bytes);      // once per period
+//   sonx_hp_effect_deinit(effect);
+//
+// A change of parameters fades: two blocks out, the new settings, and back in, within about 25 ms,
+// so that nothing clicks. The effect starts the same way. Blocks are 240 or 256 frames, chosen from
+// the period.
+//
+// Rates: 44050..48050 Hz are processed (44.1 and 48 kHz with a tolerance). At any other rate the
+// handle bypasses: init logs a warning, process returns at once and leaves the buffer as it came.
+//
+// Latency: the compressor's look-ahead, 440 samples at 44100 Hz and 480 at the other rates.
+// Memory: about 300 KB per handle, taken by init; process takes none, no lock, and makes no system
+// call but the log line for a changed period. One handle is used from one thread at a time; handles
+// share nothing.
+//
+// A null handle is ignored everywhere, and a null record or buffer too.
+#pragma once
+
+#include "../export.h"
+#include "audio_effect_control.h"
+
+// Sample formats: the HAL's PCM sub-format codes. Always signed, interleaved, left first.
+enum {
+  SONX_FORMAT_16_BIT = 1,    // 16-bit words, Q15
+  SONX_FORMAT_24_IN_32 = 2,  // 32-bit words holding 24-bit samples (full scale 2^23)
+  SONX_FORMAT_32_BIT = 3,    // 32-bit words, Q31
+  SONX_FORMAT_8_24 = 4,      // 32-bit words, 8.24: as SONX_FORMAT_24_IN_32
+};
+
+SONX_C_BEGIN
+
+// A new handle for a rate in Hz and a format code; any other code is taken as 32-bit words without
+// conversion. Null if memory is short. Logs the arguments (debug) and a rate that makes the handle
+// a bypass (warning).
+SONX_EXPORT void* sonx_hp_effect_init(unsigned int sample_rate, int format_type);
+
+// Ends the handle and frees all its memory; the handle is invalid afterwards.
+SONX_EXPORT void sonx_hp_effect_deinit(void* handle);
+
+// Clears the filter histories and tails; parameters stay. For a stream that starts anew.
+SONX_EXPORT void sonx_hp_effect_reset(void* handle);
+
+// Copies an audio_effect_control_acdb_t and starts the fade to it; a record equal to the last one
+// changes nothing. May be called between any two process calls. Logs effect and adapter (debug).
+SONX_EXPORT void sonx_hp_effect_set_parameters(void* handle, void* record);
+
+// Copies the last record set (zeros before the first) to an audio_effect_control_acdb_t.
+SONX_EXPORT void sonx_hp_effect_get_parameters(void* handle, void* record);
+
+// Processes bytes / frame size whole frames in place; a frame is 4 bytes in format 1 and 8 in the
+// others, and a trailing part of a frame is ignored (format 3 converts every whole sample to 24
+// bits and back). Outputs saturate at the format's limits. Logs once when the period changes
+// (debug).
+SONX_EXPORT void sonx_hp_effect_process(void* handle, void* buffer, unsigned long bytes);
+
+SONX_C_END
