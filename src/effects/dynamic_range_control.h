@@ -9,6 +9,10 @@
 // with much shorter blocks a peak can outlive its target. Cutting a stream differently gives a
 // different, equally valid result.
 //
+// While limiting, the gain falls by at least 3/4096 of itself per sample: 3 dB within 480 samples.
+// A burst out of silence that needs more than that exceeds the threshold at its onset; at a volume
+// of 1.0 nothing up to full scale does.
+//
 // As a user thinks of it:
 //   volume             how much louder (or softer) everything gets, before the limit
 //   threshold          the level above which nothing shall come out; what exceeds it is set to
