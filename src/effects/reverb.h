@@ -23,7 +23,8 @@
 //              by (1 - d) / (1 + d), d from 0 to 0.403.
 //   wet, dry   level of the room (times 3 inside) and of the plain sound (times 2: 4096 passes it
 //              unchanged).
-//   width      8192: a channel's own tail at full level, the other's at half; 0: the other way round,
+//   width      8192: a channel's own tail at full level, the other's at half; 0: the other way
+//   round,
 //              own at half and the other's full. The other's reaches 0 at 16384.
 //   gain       level into the combs: eight of them add up, so it is small, 127 to begin with.
 //
