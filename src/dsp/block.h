@@ -3,14 +3,16 @@
 #pragma once
 
 #include <algorithm>
+#include <cstdint>
 
 constexpr int kBlockFrames = 256;
 
-// Calls process(start, count) for the consecutive stretches of n frames; n < 1 calls nothing.
-template <typename Process>
-inline void for_each_block(int n, Process process) {
-  for (int start = 0; start < n; start += kBlockFrames)
-    process(start, std::min(kBlockFrames, n - start));
+// Calls process(start, count) for the consecutive stretches of n frames, n being of any integer
+// type up to 32 bits; n < 1 calls nothing. Positions are 64-bit, so that no n overruns them.
+template <typename Count, typename Process>
+inline void for_each_block(Count n, Process process) {
+  for (int64_t start = 0; start < n; start += kBlockFrames)
+    process(start, static_cast<int>(std::min<int64_t>(kBlockFrames, n - start)));
 }
 
 // The same for chains whose dynamics measure once per call: n < 1 is a block of its own, process(0,

@@ -1,0 +1,121 @@
+#include "effects/crossfeed_network.h"
+
+#include <algorithm>
+
+#include "dsp/audio_delay_block.h"
+#include "dsp/block.h"
+#include "effects/room_internal.h"
+#include "effects/stereo_widening_internal.h"
+
+namespace {
+
+constexpr int kDelay[] = {23, 23, 47, 95};  // samples, by rate
+constexpr int kCapacity = 95;
+
+}  // namespace
+
+void crossfeed_network_init(crossfeed_network* network) {
+  network->allpass_left = make_section(kCrossfeedAllpass[SAMPLE_RATE_48000]);
+  network->allpass_right = make_section(kCrossfeedAllpass[SAMPLE_RATE_48000]);
+  network->lowpass_left = make_section(kCrossfeedLowpass[SAMPLE_RATE_48000]);
+  network->lowpass_right = make_section(kCrossfeedLowpass[SAMPLE_RATE_48000]);
+  network->highpass_left = make_section(kCrossfeedHighpass[SAMPLE_RATE_48000]);
+  network->highpass_right = make_section(kCrossfeedHighpass[SAMPLE_RATE_48000]);
+  network->delay_left = make_delay(kCapacity);
+  network->delay_right = make_delay(kCapacity);
+  network->gain = 4096;
+}
+
+void crossfeed_network_reset(crossfeed_network* network) {
+  IIR_reset(network->allpass_left);
+  IIR_reset(network->allpass_right);
+  IIR_reset(network->lowpass_left);
+  IIR_reset(network->lowpass_right);
+  IIR_reset(network->highpass_left);
+  IIR_reset(network->highpass_right);
+  audio_delay_reset(network->delay_left);
+  audio_delay_reset(network->delay_right);
+}
+
+void crossfeed_network_end(crossfeed_network* network) {
+  discard(network->allpass_left);
+  discard(network->allpass_right);
+  discard(network->lowpass_left);
+  discard(network->lowpass_right);
+  discard(network->highpass_left);
+  discard(network->highpass_right);
+  discard(network->delay_left);
+  discard(network->delay_right);
+  network->gain = 0;
+}
+
+void crossfeed_network_set_sample_rate(crossfeed_network* network, SampleRateType rate) {
+  const int row = rate_row(rate);
+  IIR_reinit(network->allpass_left, kCrossfeedAllpass[row]);
+  IIR_reinit(network->allpass_right, kCrossfeedAllpass[row]);
+  IIR_reinit(network->lowpass_left, kCrossfeedLowpass[row]);
+  IIR_reinit(network->lowpass_right, kCrossfeedLowpass[row]);
+  IIR_reinit(network->highpass_left, kCrossfeedHighpass[row]);
+  IIR_reinit(network->highpass_right, kCrossfeedHighpass[row]);
+  audio_delay_reinit(network->delay_left, kDelay[row]);
+  audio_delay_reinit(network->delay_right, kDelay[row]);
+}
+
+void crossfeed_network_set_gain(crossfeed_network* network, int gain) { network->gain = gain; }
+void crossfeed_network_get_gain(crossfeed_network* network, int* gain) { *gain = network->gain; }
+
+namespace {
+
+// What a channel gives to the other one: its delayed lows, without the gain.
+inline void crossfeed(audio_delay* delay, IIR* lowpass, const int* in, int* out, int n) {
+  std::copy_n(in, n, out);
+  audio_delay_block(delay, out, n);
+  iir_block_32(lowpass, out, out, n);
+}
+
+// direct + other x gain + own highs x gain / 4, summed and saturated left to right, into direct.
+inline void mix(int* direct, const int* other, const int* high, int gain, int n) {
+  for (int i = 0; i < n; ++i) {
+    const int lows = saturate32(int64_t{gain} * other[i] >> 13);
+    const int highs = saturate32(int64_t{gain} * high[i] >> 15);
+    direct[i] = saturate_add(saturate_add(direct[i], lows), highs);
+  }
+}
+
+// One block of at most kBlockFrames frames, 24-bit samples throughout. The inputs are read before
+// the outputs are written.
+//
+//   x ─┬─► all-pass ───────────────────────────► + ─► + ─► out      y: the other channel
+//      └─► high-pass ─► × gain / 4 ──────────────│────┘
+//   y ───► delay ─► low-pass ─► × gain ──────────┘         gain Q13
+inline void process(crossfeed_network* network, const int* in_left, const int* in_right,
+                    int* out_left, int* out_right, int n) {
+  int direct_left[kBlockFrames], high_left[kBlockFrames], from_left[kBlockFrames];
+  int direct_right[kBlockFrames], high_right[kBlockFrames], from_right[kBlockFrames];
+
+  iir_block_32(network->allpass_left, in_left, direct_left, n);
+  iir_block_32(network->allpass_right, in_right, direct_right, n);
+  iir_block_32(network->highpass_left, in_left, high_left, n);
+  iir_block_32(network->highpass_right, in_right, high_right, n);
+  crossfeed(network->delay_left, network->lowpass_left, in_left, from_left, n);
+  crossfeed(network->delay_right, network->lowpass_right, in_right, from_right, n);
+
+  mix(direct_left, from_right, high_left, network->gain, n);
+  mix(direct_right, from_left, high_right, network->gain, n);
+  std::copy_n(direct_left, n, out_left);
+  std::copy_n(direct_right, n, out_right);
+}
+
+}  // namespace
+
+void crossfeed_network_process_32(crossfeed_network* network, int* in_left, int* in_right,
+                                  int* out_left, int* out_right) {
+  process(network, in_left, in_right, out_left, out_right, 1);
+}
+
+void crossfeed_network_process_block(crossfeed_network* network, int* in_left, int* in_right,
+                                     int* out_left, int* out_right, int n) {
+  for_each_block(n, [=](int64_t start, int count) {
+    process(network, in_left + start, in_right + start, out_left + start, out_right + start, count);
+  });
+}

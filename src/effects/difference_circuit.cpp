@@ -1,0 +1,104 @@
+#include "effects/difference_circuit.h"
+
+#include <iterator>
+
+#include "dsp/block.h"
+#include "effects/room_internal.h"
+#include "effects/stereo_widening_internal.h"
+
+namespace {
+
+constexpr int kSections = static_cast<int>(std::size(kDifferenceCircuit));
+
+// Places in the record.
+enum { kAllpassLeft = 0, kAllpassRight = 3, kSideLow = 7, kSideHigh, kMidBand, kMidLow };
+
+}  // namespace
+
+void difference_circuit_init(difference_circuit* circuit) {
+  for (int k = 0; k < kSections; ++k)
+    circuit->section[k] = make_section(kDifferenceCircuit[k][SAMPLE_RATE_48000]);
+  circuit->side_gain = 4096;
+}
+
+void difference_circuit_reset(difference_circuit* circuit) {
+  for (IIR* section : circuit->section) IIR_reset(section);
+}
+
+void difference_circuit_end(difference_circuit* circuit) {
+  for (IIR*& section : circuit->section) discard(section);
+  circuit->side_gain = 0;
+}
+
+void difference_circuit_set_sample_rate(difference_circuit* circuit, SampleRateType rate) {
+  for (int k = 0; k < kSections; ++k)
+    IIR_reinit(circuit->section[k], kDifferenceCircuit[k][rate_row(rate)]);
+}
+
+void difference_circuit_set_side_gain(difference_circuit* circuit, int gain) {
+  circuit->side_gain = gain;
+}
+void difference_circuit_get_side_gain(difference_circuit* circuit, int* gain) {
+  *gain = circuit->side_gain;
+}
+
+namespace {
+
+// (s + band / 4 + low) / 2; every sum wraps.
+inline int middle(int s, int band, int low) { return wrap_add(wrap_add(s, band >> 2), low) >> 1; }
+
+// (high + 2 low + d / 2 - low / 2) x gain in Q13; the sums wrap, the result saturates.
+inline int widened(int d, int high, int low, int gain) {
+  const int bass = wrap_sub(wrap_add(wrap_shl(low, 1), d >> 1), low >> 1);
+  return saturate32(int64_t{wrap_add(high, bass)} * gain >> 13);
+}
+
+// One block of at most kBlockFrames frames, 24-bit samples throughout. The inputs are read before
+// the outputs are written.
+//
+//   left  ──► all-passes ──► a ──┬─ + ─► s ──┬─► band-pass / 4 ─► + ─► / 2 ─► mid
+//                                │  ▲        ├─► low-pass ──────► +
+//                                │  │        └──────────────────► +
+//                                │  │  ┌─► high-pass ───────► +
+//                                ▼  │  ├─► low-pass x 1.5 ──► + ─► × side gain ─► side
+//   right ──► all-passes ──► b ─ − ─┴──┴─► d / 2 ───────────► +       Q13
+inline void process(difference_circuit* circuit, const int* in_left, const int* in_right,
+                    int* out_left, int* out_right, int n) {
+  int a[kBlockFrames], b[kBlockFrames], s[kBlockFrames], d[kBlockFrames];
+  int mid_band[kBlockFrames], mid_low[kBlockFrames];
+  int side_high[kBlockFrames], side_low[kBlockFrames];
+  IIR* const* section = circuit->section;
+
+  iir_cascade_32(section + kAllpassLeft, 3, in_left, a, n);
+  iir_cascade_32(section + kAllpassRight, 3, in_right, b, n);
+  for (int i = 0; i < n; ++i) {
+    s[i] = wrap_add(a[i], b[i]);
+    d[i] = wrap_sub(a[i], b[i]);
+  }
+  iir_block_32(section[kMidBand], s, mid_band, n);
+  iir_block_32(section[kMidLow], s, mid_low, n);
+  iir_block_32(section[kSideLow], d, side_low, n);
+  iir_block_32(section[kSideHigh], d, side_high, n);
+
+  const int gain = circuit->side_gain;
+  for (int i = 0; i < n; ++i) {
+    const int mid = middle(s[i], mid_band[i], mid_low[i]);
+    const int side = widened(d[i], side_high[i], side_low[i], gain);
+    out_left[i] = wrap_add(wrap_add(mid, a[i] >> 2), side);
+    out_right[i] = wrap_sub(wrap_add(mid, b[i] >> 2), side);
+  }
+}
+
+}  // namespace
+
+void difference_circuit_process_32(difference_circuit* circuit, int* in_left, int* in_right,
+                                   int* out_left, int* out_right) {
+  process(circuit, in_left, in_right, out_left, out_right, 1);
+}
+
+void difference_circuit_process_block(difference_circuit* circuit, int* in_left, int* in_right,
+                                      int* out_left, int* out_right, int n) {
+  for_each_block(n, [=](int64_t start, int count) {
+    process(circuit, in_left + start, in_right + start, out_left + start, out_right + start, count);
+  });
+}

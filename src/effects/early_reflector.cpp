@@ -1,0 +1,154 @@
+#include "effects/early_reflector.h"
+
+#include <algorithm>
+#include <iterator>
+
+#include "dsp/block.h"
+#include "effects/room_internal.h"
+#include "effects/stereo_widening_internal.h"
+
+namespace {
+
+// Loop lengths in samples, {left, right}; all are primes, and among those of the reverb.
+constexpr int kCombs[][2] = {{1109, 1151}, {1399, 1423}, {1489, 1523}, {1777, 1801}};
+constexpr int kAllpasses[][2] = {{241, 269}, {337, 367}};
+
+}  // namespace
+
+void early_reflector_init(early_reflector* reflector) {
+  for (size_t k = 0; k < std::size(kCombs); ++k) {
+    reflector->comb_left[k] = make_comb(kCombs[k][0]);
+    reflector->comb_right[k] = make_comb(kCombs[k][1]);
+  }
+  for (size_t k = 0; k < std::size(kAllpasses); ++k) {
+    reflector->allpass_left[k] = make_allpass(kAllpasses[k][0]);
+    reflector->allpass_right[k] = make_allpass(kAllpasses[k][1]);
+  }
+  reflector->dc_left = make_dc_remove();
+  reflector->dc_right = make_dc_remove();
+  reflector->highpass_left = make_section(kReflectorHighpass[SAMPLE_RATE_48000]);
+  reflector->highpass_right = make_section(kReflectorHighpass[SAMPLE_RATE_48000]);
+  reflector->wet_gain = 6144;
+  reflector->dry_gain = 6144;
+  reflector->roomsize = 4096;
+  reflector->damp = 4096;
+  early_reflector_update(reflector);
+}
+
+void early_reflector_reset(early_reflector* reflector) {
+  for (comber* comb : reflector->comb_left) comb_reset(comb);
+  for (comber* comb : reflector->comb_right) comb_reset(comb);
+  for (allpass* section : reflector->allpass_left) allpass_reset(section);
+  for (allpass* section : reflector->allpass_right) allpass_reset(section);
+  dc_remove_reset(reflector->dc_left);
+  dc_remove_reset(reflector->dc_right);
+  IIR_reset(reflector->highpass_left);
+  IIR_reset(reflector->highpass_right);
+}
+
+void early_reflector_end(early_reflector* reflector) {
+  for (comber*& comb : reflector->comb_left) discard(comb);
+  for (comber*& comb : reflector->comb_right) discard(comb);
+  for (allpass*& section : reflector->allpass_left) discard(section);
+  for (allpass*& section : reflector->allpass_right) discard(section);
+  discard(reflector->dc_left);
+  discard(reflector->dc_right);
+  discard(reflector->highpass_left);
+  discard(reflector->highpass_right);
+}
+
+void early_reflector_set_sample_rate(early_reflector* reflector, SampleRateType rate) {
+  IIR_reinit(reflector->highpass_left, kReflectorHighpass[rate_row(rate)]);
+  IIR_reinit(reflector->highpass_right, kReflectorHighpass[rate_row(rate)]);
+}
+
+void early_reflector_set_wet_gain(early_reflector* reflector, int gain) {
+  reflector->wet_gain = gain;
+}
+void early_reflector_get_wet_gain(early_reflector* reflector, int* gain) {
+  *gain = reflector->wet_gain;
+}
+
+void early_reflector_set_dry_gain(early_reflector* reflector, int gain) {
+  reflector->dry_gain = gain;
+}
+void early_reflector_get_dry_gain(early_reflector* reflector, int* gain) {
+  *gain = reflector->dry_gain;
+}
+
+void early_reflector_set_roomsize(early_reflector* reflector, int roomsize) {
+  reflector->roomsize = roomsize;
+  early_reflector_update(reflector);
+}
+void early_reflector_get_roomsize(early_reflector* reflector, int* roomsize) {
+  *roomsize = reflector->roomsize;
+}
+
+void early_reflector_set_damp(early_reflector* reflector, int damp) {
+  reflector->damp = damp;
+  early_reflector_update(reflector);
+}
+void early_reflector_get_damp(early_reflector* reflector, int* damp) { *damp = reflector->damp; }
+
+void early_reflector_update(early_reflector* reflector) {
+  const auto set = [=](comber* comb) {
+    comb_setsetdamp(comb, room_damping(reflector->damp));
+    comb_setfeedback(comb, room_feedback(reflector->roomsize));
+  };
+  std::for_each_n(reflector->comb_left, std::size(kCombs), set);
+  std::for_each_n(reflector->comb_right, std::size(kCombs), set);
+}
+
+namespace {
+
+// One channel's room, n of 1 or more: a quarter of the input, so that four combs do not overflow (-1
+// becomes 0), through the high-pass into the bank.
+inline void reflect(IIR* highpass, comber* const (&comb)[4], allpass* const (&section)[2],
+                    const int* in, int* wet, int n) {
+  int fed[kBlockFrames];
+  if (n < 1) return;
+  for (int i = 0; i < n; ++i) fed[i] = silence_minus_one(in[i] >> 2);
+  iir_block_32(highpass, fed, fed, n);
+  run_bank<24>(comb, section, fed, wet, n);
+}
+
+// wet x wet gain + in x dry gain, both Q13, each saturated and their sum too, into wet.
+inline void mix(const early_reflector* reflector, const int* in, int* wet, int n) {
+  const int wet_gain = reflector->wet_gain, dry_gain = reflector->dry_gain;
+  for (int i = 0; i < n; ++i)
+    wet[i] = saturate_add(saturate32(int64_t{wet_gain} * wet[i] >> 13),
+                          saturate32(int64_t{dry_gain} * in[i] >> 13));
+}
+
+// One block of at most kBlockFrames frames, 24-bit samples outside the combs' loops. The inputs are
+// read before the outputs are written.
+//
+//   in ─┬─► / 4 ─► high-pass ─► combs ─► all-passes ─► × wet ─► + ─► DC remover ─► out
+//       └────────────────────────────────────────────► × dry ───┘    gains Q13
+inline void process(early_reflector* reflector, const int* in_left, const int* in_right,
+                    int* out_left, int* out_right, int n) {
+  int left[kBlockFrames], right[kBlockFrames];
+  reflect(reflector->highpass_left, reflector->comb_left, reflector->allpass_left, in_left, left,
+          n);
+  reflect(reflector->highpass_right, reflector->comb_right, reflector->allpass_right, in_right,
+          right, n);
+  mix(reflector, in_left, left, n);
+  mix(reflector, in_right, right, n);
+  dc_remove_block_24(reflector->dc_left, left, out_left, n);
+  dc_remove_block_24(reflector->dc_right, right, out_right, n);
+}
+
+}  // namespace
+
+void early_reflector_process_32(early_reflector* reflector, int* in_left, int* in_right,
+                                int* out_left, int* out_right) {
+  process(reflector, in_left, in_right, out_left, out_right, 1);
+}
+
+void early_reflector_process_block(early_reflector* reflector, int* in_left, int* in_right,
+                                   int* out_left, int* out_right, int n) {
+  for_each_block(n, [=](int64_t start, int count) {
+    process(reflector, in_left + start, in_right + start, out_left + start, out_right + start,
+            count);
+  });
+}

@@ -1,0 +1,183 @@
+#include "effects/reverb.h"
+
+#include <iterator>
+
+#include "dsp/block.h"
+#include "effects/room_internal.h"
+
+namespace {
+
+// Loop lengths in samples, {left, right}; all are primes.
+constexpr int kCombs[][2] = {{1109, 1151}, {1399, 1423}, {1489, 1523}, {1777, 1801},
+                             {1973, 1997}, {2069, 2099}, {2267, 2293}, {2549, 2579}};
+constexpr int kAllpasses[][2] = {{619, 643}, {523, 547}, {337, 367}, {241, 269}};
+
+}  // namespace
+
+void reverb_init(reverb_t* reverb) {
+  for (size_t k = 0; k < std::size(kCombs); ++k) {
+    reverb->comb_left[k] = make_comb(kCombs[k][0]);
+    reverb->comb_right[k] = make_comb(kCombs[k][1]);
+  }
+  for (size_t k = 0; k < std::size(kAllpasses); ++k) {
+    reverb->allpass_left[k] = make_allpass(kAllpasses[k][0]);
+    reverb->allpass_right[k] = make_allpass(kAllpasses[k][1]);
+  }
+  reverb->dc_left = make_dc_remove();
+  reverb->dc_right = make_dc_remove();
+  reverb_setwet(reverb, 2730);
+  reverb_setdry(reverb, 0);
+  reverb_setroomsize(reverb, 4096);
+  reverb_setdamp(reverb, 4096);
+  reverb_setwidth(reverb, 8192);
+  reverb_setgain(reverb, 127);
+  reverb_setstatus(reverb, 0);
+  reverb_update(reverb);
+}
+
+void reverb_reset(reverb_t* reverb) {
+  for (auto& bank : {reverb->comb_left, reverb->comb_right})
+    for (size_t k = 0; k < std::size(kCombs); ++k) comb_reset(bank[k]);
+  for (auto& bank : {reverb->allpass_left, reverb->allpass_right})
+    for (size_t k = 0; k < std::size(kAllpasses); ++k) allpass_reset(bank[k]);
+  dc_remove_reset(reverb->dc_left);
+  dc_remove_reset(reverb->dc_right);
+}
+
+void reverb_end(reverb_t* reverb) {
+  for (size_t k = 0; k < std::size(kCombs); ++k) {
+    discard(reverb->comb_left[k]);
+    discard(reverb->comb_right[k]);
+  }
+  for (size_t k = 0; k < std::size(kAllpasses); ++k) {
+    discard(reverb->allpass_left[k]);
+    discard(reverb->allpass_right[k]);
+  }
+  discard(reverb->dc_left);
+  discard(reverb->dc_right);
+}
+
+void reverb_setroomsize(reverb_t* reverb, int v) {
+  reverb->roomsize = v;
+  reverb->room_scaled = room_feedback(v);
+}
+
+void reverb_setdamp(reverb_t* reverb, int v) {
+  reverb->damp = v;
+  reverb->damp_scaled = room_damping(v);
+}
+
+void reverb_setwet(reverb_t* reverb, int v) {
+  reverb->wet = v;
+  reverb->wet_scaled = saturate32(int64_t{v} * 3);
+}
+
+void reverb_setdry(reverb_t* reverb, int v) {
+  reverb->dry = v;
+  reverb->dry_scaled = saturate32(int64_t{v} * 2);
+}
+
+void reverb_setwidth(reverb_t* reverb, int v) { reverb->width = v; }
+void reverb_setgain(reverb_t* reverb, int v) { reverb->gain = v; }
+void reverb_setstatus(reverb_t* reverb, int v) { reverb->status = v; }
+
+void reverb_getroomsize(reverb_t* reverb, int* v) { *v = reverb->roomsize; }
+void reverb_getdamp(reverb_t* reverb, int* v) { *v = reverb->damp; }
+void reverb_getwet(reverb_t* reverb, int* v) { *v = reverb->wet; }
+void reverb_getdry(reverb_t* reverb, int* v) { *v = reverb->dry; }
+void reverb_getwidth(reverb_t* reverb, int* v) { *v = reverb->width; }
+void reverb_getgain(reverb_t* reverb, int* v) { *v = reverb->gain; }
+void reverb_getstatus(reverb_t* reverb, int* v) { *v = reverb->status; }
+
+void reverb_update(reverb_t* reverb) {
+  const int half = reverb->width / 2;  // at most 2^30 in magnitude: the sums below stay in 32 bits
+  reverb->wet1 = saturate32(int64_t{reverb->wet_scaled} * (half + 4096) >> 13);
+  reverb->wet2 = saturate32(int64_t{reverb->wet_scaled} * (8192 - half) >> 13);
+  for (auto& bank : {reverb->comb_left, reverb->comb_right})
+    for (size_t k = 0; k < std::size(kCombs); ++k) {
+      comb_setsetdamp(bank[k], reverb->damp_scaled);
+      comb_setfeedback(bank[k], reverb->room_scaled);
+    }
+}
+
+namespace {
+
+// Q13 gain into the combs, saturated, -1 becomes 0.
+template <typename Sample>
+inline void apply_gain(int gain, const Sample* in, int* out, int n) {
+  for (int i = 0; i < n; ++i) out[i] = scale_down<13>(int64_t{gain} * in[i]);
+}
+
+// in x dry + own tail x wet1 + other tail x wet2, Q13 gains, one 64-bit sum that wraps on wild
+// gains, saturated to 32 bits.
+template <typename Sample>
+inline void mix(const reverb_t* reverb, const Sample* in, const int* own, const int* other,
+                int* out, int n) {
+  const int dry = reverb->dry_scaled, wet1 = reverb->wet1, wet2 = reverb->wet2;
+  for (int i = 0; i < n; ++i)
+    out[i] = saturate32(mac(mac(int64_t{in[i]} * dry, own[i], wet1), other[i], wet2) >> 13);
+}
+
+// One block of at most kBlockFrames frames. The inputs are read before the outputs are written, so
+// any two of the four buffers may be one.
+//
+//   in ─┬─► × gain ──► combs ──► all-passes ──► tail_left, tail_right ──► mix ──► DC ──► out
+//       │    Q13       loops at 2^13 (16-bit) or 2^5 (24-bit) of the       ▲ Q13
+//       └────────────── sample scale ──────────────────────────────────────┘
+template <int width, typename Sample>
+inline void process_block(reverb_t* reverb, const Sample* in_left, const Sample* in_right,
+                          Sample* out_left, Sample* out_right, int n) {
+  int left[kBlockFrames], right[kBlockFrames];  // into the combs, later the mix
+  int tail_left[kBlockFrames], tail_right[kBlockFrames];
+
+  apply_gain(reverb->gain, in_left, left, n);
+  apply_gain(reverb->gain, in_right, right, n);
+  run_bank<width>(reverb->comb_left, reverb->allpass_left, left, tail_left, n);
+  run_bank<width>(reverb->comb_right, reverb->allpass_right, right, tail_right, n);
+
+  mix(reverb, in_left, tail_left, tail_right, left, n);
+  mix(reverb, in_right, tail_right, tail_left, right, n);
+  const auto remove_dc = width == 16 ? dc_remove_block_16 : dc_remove_block_24;
+  remove_dc(reverb->dc_left, left, left, n);
+  remove_dc(reverb->dc_right, right, right, n);
+
+  const auto store = [](int x) -> Sample {
+    if constexpr (width == 16)
+      return saturate16(x);
+    else
+      return x;
+  };
+  std::transform(left, left + n, out_left, store);
+  std::transform(right, right + n, out_right, store);
+}
+
+}  // namespace
+
+void reverb_process_stereo_16(reverb_t* reverb, short* in_left, short* in_right, short* out_left,
+                              short* out_right, unsigned int n) {
+  for_each_block(n, [=](int64_t start, int count) {
+    process_block<16>(reverb, in_left + start, in_right + start, out_left + start,
+                      out_right + start, count);
+  });
+}
+
+void reverb_process_stereo_24(reverb_t* reverb, int* in_left, int* in_right, int* out_left,
+                              int* out_right, unsigned int n) {
+  for_each_block(n, [=](int64_t start, int count) {
+    process_block<24>(reverb, in_left + start, in_right + start, out_left + start,
+                      out_right + start, count);
+  });
+}
+
+// The left bank alone; gain and mix in 32-bit words that wrap.
+void reverb_processMono(reverb_t* reverb, short* in, short* out, int n) {
+  const int gain = reverb->gain, dry = reverb->dry_scaled, wet = reverb->wet1;
+  for_each_block(n, [=](int64_t start, int count) {
+    const short* x = in + start;
+    int fed[kBlockFrames], tail[kBlockFrames];
+    for (int i = 0; i < count; ++i) fed[i] = wrap_mul(gain, x[i]) >> 14;
+    run_bank<16>(reverb->comb_left, reverb->allpass_left, fed, tail, count);
+    for (int i = 0; i < count; ++i)
+      out[start + i] = saturate16(wrap_add(wrap_mul(dry, x[i]), wrap_mul(wet, tail[i])) >> 13);
+  });
+}

@@ -1,0 +1,80 @@
+// What the reverb and the early reflector of the stereo widening share: the scaling of a room's two
+// knobs, the bank of combs and all-passes, and the making and ending of their parts.
+#pragma once
+
+#include <algorithm>
+
+#include "dsp/allpass_block.h"
+#include "dsp/audio_delay.h"
+#include "dsp/comber_block.h"
+#include "dsp/dc_remove_block.h"
+#include "dsp/fixed.h"
+#include "dsp/iir_block.h"
+#include "dsp/memory.h"
+
+// Both knobs run over 0..8192 and take any value: the product is exact, its low 32 bits count.
+//   feedback  5779 + 0.2848 v: 0.705 to 0.990, Q13
+//   damping   0.4030 v:        0 to 0.403, Q13
+constexpr int room_feedback(int roomsize) {
+  return wrap_add(wrap32(int64_t{roomsize} * 2333 >> 13), 5779);
+}
+constexpr int room_damping(int damp) { return wrap32(int64_t{damp} * 3301 >> 13); }
+
+inline comber* make_comb(int length) {
+  comber* comb = allocate<comber>();
+  comb_init(comb, length);
+  return comb;
+}
+
+inline allpass* make_allpass(int length) {
+  allpass* section = allocate<allpass>();
+  allpass_init(section, length);
+  return section;
+}
+
+inline audio_delay* make_delay(int capacity) {
+  audio_delay* line = allocate<audio_delay>();
+  audio_delay_init(line, capacity);
+  return line;
+}
+
+inline dc_remove* make_dc_remove() {
+  dc_remove* filter = allocate<dc_remove>();
+  dc_remove_init(filter);
+  return filter;
+}
+
+inline IIR* make_section(const int* coefficients) {
+  IIR* section = allocate<IIR>();
+  IIR_init(section, coefficients);
+  return section;
+}
+
+// Ends a part, frees it and nulls the pointer; a null pointer stays one.
+template <typename Part, typename End>
+inline void discard(Part*& part, End end) {
+  if (part) end(part);
+  release(part);
+}
+inline void discard(comber*& comb) { discard(comb, comb_end); }
+inline void discard(allpass*& section) { discard(section, allpass_end); }
+inline void discard(audio_delay*& line) { discard(line, audio_delay_end); }
+inline void discard(dc_remove*& filter) { discard(filter, dc_remove_end); }
+inline void discard(IIR*& section) { discard(section, IIR_end); }
+
+// One channel's bank over a block: n samples of in through the combs side by side, their wrapping
+// sum through the all-passes in a row, into out. in and out must not overlap. 16 or 24 names the
+// samples' width.
+//
+//         ┌──► comb 1 ──►┐
+//   in ───┼──►  ...   ──►+──► all-pass 1 ──► ... ──► out
+//         └──► comb N ──►┘
+template <int width, int combs, int allpasses>
+inline void run_bank(comber* const (&comb)[combs], allpass* const (&section)[allpasses],
+                     const int* in, int* out, int n) {
+  static_assert(width == 16 || width == 24);
+  std::fill_n(out, n, 0);
+  for (comber* c : comb)
+    width == 16 ? comb_block_add_16(c, in, out, n) : comb_block_add_24(c, in, out, n);
+  for (allpass* s : section) allpass_block(s, out, n);
+}
