@@ -31,7 +31,7 @@ constexpr band_rows kTables[3][kBands] = {
 // The level law looks at all bands but the high shelf.
 constexpr int kWeightedBands = 9;
 constexpr float kWeights[kWeightedBands] = {4, 18, 20, 22, 22, 20, 18, 12, 4};
-constexpr float kLargestOffset = 1680.0F;  // the weighted sum of all bands at about +8 dB
+constexpr float kLargestOffset = 1680.0F;  // all bands at 7.6 dB
 
 void set_band(equalizer_t* equalizer, int band, const int* row) {
   IIR_set_param(equalizer->left_section[band], row);
