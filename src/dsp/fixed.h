@@ -6,6 +6,8 @@
 //   scale_down arithmetic shift right of a 64-bit product, then saturate or wrap, then the rule
 //              that a result of exactly -1 becomes 0
 //
+//   shift_right masks its count as the machines do: a count of 32 on a 32-bit word is one of 0
+//
 // About that rule: an arithmetic shift rounds toward minus infinity, so a decaying negative signal
 // would stay at -1 for ever. Replacing -1 by 0 lets it end in silence.
 //
@@ -46,6 +48,17 @@ constexpr int64_t wrap_sub64(int64_t a, int64_t b) {
 constexpr int64_t wrap_mul64(int64_t a, int64_t b) {
   return static_cast<int64_t>(static_cast<uint64_t>(a) * static_cast<uint64_t>(b));
 }
+
+// Truncates toward zero; the one quotient that doesn't fit (the lowest value by -1) wraps, and a
+// divisor of 0 gives 0.
+constexpr int wrap_div(int a, int b) { return b == 0 ? 0 : wrap32(int64_t{a} / b); }
+constexpr int64_t wrap_div64(int64_t a, int64_t b) {
+  return b == 0 ? 0 : b == -1 ? wrap_sub64(0, a) : a / b;
+}
+
+// Arithmetic shifts by a count that a caller may have set to anything.
+constexpr int shift_right(int a, int bits) { return a >> (bits & 31); }
+constexpr int64_t shift_right64(int64_t a, int bits) { return a >> (bits & 63); }
 
 // acc + a * b: the product of two 32-bit values is exact, the 64-bit sum wraps.
 constexpr int64_t mac(int64_t acc, int a, int b) { return wrap_add64(acc, int64_t{a} * b); }

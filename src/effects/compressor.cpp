@@ -1,0 +1,69 @@
+#include "effects/compressor.h"
+
+#include "dsp/memory.h"
+
+namespace {
+
+constexpr int kLongestFrame = 960;  // samples; what the delays are taken for
+
+// Samples per block by rate type: about 5 ms.
+constexpr int kFrameLength[] = {220, 240, 480, kLongestFrame};
+
+dynamic_range_control_t* make_channel(int volume, int history_len) {
+  dynamic_range_control_t* drc = allocate<dynamic_range_control_t>();
+  dynamic_range_control_init(drc, history_len, kLongestFrame);
+  dynamic_range_control_set_threshold(drc, 30720);
+  dynamic_range_control_set_denoise_threshold(drc, 1);
+  dynamic_range_control_set_volume(drc, volume);
+  dynamic_range_control_set_attact_order(drc, 0);
+  dynamic_range_control_set_release_order(drc, 7);
+  return drc;
+}
+
+void end_channel(dynamic_range_control_t*& drc) {
+  if (drc != nullptr) dynamic_range_control_end(drc);
+  release(drc);
+}
+
+}  // namespace
+
+void compressor_init(compressor_t* compressor, int volume, int history_len) {
+  compressor->status = 0;
+  compressor->volume = volume;
+  compressor->history_len = history_len;
+  compressor->left = make_channel(volume, history_len);
+  compressor->right = make_channel(volume, history_len);
+}
+
+void compressor_set_sample_rate(compressor_t* compressor, SampleRateType rate) {
+  const bool known = rate >= SAMPLE_RATE_44100 && rate <= SAMPLE_RATE_192000;
+  const int frame_len = kFrameLength[known ? rate : SAMPLE_RATE_48000];
+  dynamic_range_control_reinit(compressor->left, frame_len);
+  dynamic_range_control_reinit(compressor->right, frame_len);
+}
+
+void compressor_reset(compressor_t* compressor) {
+  dynamic_range_control_reset(compressor->left);
+  dynamic_range_control_reset(compressor->right);
+}
+
+void compressor_end(compressor_t* compressor) {
+  end_channel(compressor->left);
+  end_channel(compressor->right);
+}
+
+void compressor_setstatus(compressor_t* compressor, int status) { compressor->status = status; }
+void compressor_getstatus(compressor_t* compressor, int* status) { *status = compressor->status; }
+
+void compressor_set_volume(compressor_t* compressor, int volume) {
+  compressor->volume = volume;
+  dynamic_range_control_set_volume(compressor->left, volume);
+  dynamic_range_control_set_volume(compressor->right, volume);
+}
+void compressor_get_volume(compressor_t* compressor, int* volume) { *volume = compressor->volume; }
+
+void compressor_process(compressor_t* compressor, int* in_left, int* in_right, int* out_left,
+                        int* out_right, int n) {
+  dynamic_range_control_process(compressor->left, in_left, out_left, n);
+  dynamic_range_control_process(compressor->right, in_right, out_right, n);
+}

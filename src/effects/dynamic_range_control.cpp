@@ -1,0 +1,229 @@
+#include "effects/dynamic_range_control.h"
+
+#include <algorithm>
+#include <cstdint>
+
+#include "dsp/audio_delay_block.h"
+#include "dsp/block.h"
+#include "dsp/fixed.h"
+#include "dsp/memory.h"
+
+namespace {
+
+constexpr int kUnity = 8192;       // 1.0 in Q13
+constexpr int kHeadroom = 7936;    // 0.96875 in Q13
+constexpr int kGateFloor = 1536;   // 0.1875 in Q13
+constexpr int kGateStart = 8192;   // Q17: far down, opens through the slew
+constexpr int kMeanStart = 32767;  // sample units: the gate starts on the open side
+constexpr int kMinDenoiseThreshold = 2;
+
+void clear_followers(dynamic_range_control_t* drc) {
+  drc->peak_env = 0;
+  drc->denoise_gain = kGateStart;
+  drc->mean_env = kMeanStart;
+  std::fill_n(drc->recent_targets, 3, 0);
+}
+
+}  // namespace
+
+void dynamic_range_control_init(dynamic_range_control_t* drc, int history_len, int frame_len) {
+  drc->threshold = 32767;
+  drc->attact_order = 0;
+  drc->release_order = 5;
+  drc->volume = kUnity;
+  drc->gain = kUnity * 16;
+  drc->denoise_threshold = 256;
+  clear_followers(drc);
+  drc->history_len = history_len;
+  drc->frame_len = frame_len;
+  drc->history = allocate<int>(wrap_add(history_len, 1));
+  drc->delay = allocate<audio_delay>();
+  audio_delay_init(drc->delay, wrap_mul(frame_len, history_len));
+}
+
+void dynamic_range_control_reinit(dynamic_range_control_t* drc, int frame_len) {
+  drc->frame_len = frame_len;
+  audio_delay_reinit(drc->delay, wrap_mul(drc->history_len, frame_len));
+}
+
+void dynamic_range_control_reset(dynamic_range_control_t* drc) {
+  clear_followers(drc);
+  std::fill_n(drc->history, std::max(wrap_add(drc->history_len, 1), 0), 0);
+  audio_delay_reset(drc->delay);
+}
+
+void dynamic_range_control_end(dynamic_range_control_t* drc) {
+  clear_followers(drc);
+  release(drc->history);
+  if (drc->delay != nullptr) audio_delay_end(drc->delay);
+  release(drc->delay);
+}
+
+void dynamic_range_control_set_threshold(dynamic_range_control_t* drc, int threshold) {
+  drc->threshold = threshold;
+}
+void dynamic_range_control_get_threshold(dynamic_range_control_t* drc, int* threshold) {
+  *threshold = drc->threshold;
+}
+
+void dynamic_range_control_set_denoise_threshold(dynamic_range_control_t* drc, int threshold) {
+  drc->denoise_threshold = std::max(threshold, kMinDenoiseThreshold);
+  drc->mean_env = 0;
+}
+void dynamic_range_control_get_denoise_threshold(dynamic_range_control_t* drc, int* threshold) {
+  *threshold = drc->denoise_threshold;
+}
+
+void dynamic_range_control_set_volume(dynamic_range_control_t* drc, int volume) {
+  drc->volume = volume;
+  drc->gain = saturate32(int64_t{volume} * 8);
+}
+void dynamic_range_control_get_volume(dynamic_range_control_t* drc, int* volume) {
+  *volume = drc->volume;
+}
+
+void dynamic_range_control_set_attact_order(dynamic_range_control_t* drc, int order) {
+  drc->attact_order = order;
+}
+void dynamic_range_control_get_attact_order(dynamic_range_control_t* drc, int* order) {
+  *order = drc->attact_order;
+}
+
+void dynamic_range_control_set_release_order(dynamic_range_control_t* drc, int order) {
+  drc->release_order = order;
+}
+void dynamic_range_control_get_release_order(dynamic_range_control_t* drc, int* order) {
+  *order = drc->release_order;
+}
+
+// Once per block:
+//
+//   block ──┬─► mean |x| ─► follower ─► gate gain, Q13 ───────────────► << 4 ──► gate target, Q17
+//           └─► peak >> 8 ─► × volume ─► follower ─► block target, Q13 ─► << 4 ─► history, Q17
+//                                                                                   │ smallest
+// and per sample:                                                                   ▼
+//   x ─► delay, history_len × frame_len ──► × ◄── (gain × gate gain, Q17) ◄── slews, Q17
+//                                           └─► >> 17, saturated, -1 becomes 0 ─► out
+
+namespace {
+
+struct block_level {
+  int peak;  // largest |x| >> 8
+  int mean;  // mean |x|
+};
+
+block_level measure(const int* x, int n) {
+  uint32_t largest = 0;
+  int64_t sum = 0;
+  for (int i = 0; i < n; ++i) {
+    const uint32_t magnitude = x[i] < 0 ? 0u - static_cast<uint32_t>(x[i]) : uint32_t(x[i]);
+    largest = std::max(largest, magnitude);
+    sum += magnitude;
+  }
+  return {static_cast<int>(largest >> 8), n > 0 ? wrap32(sum / n) : 0};
+}
+
+void follow(int& follower, int level, int rise_order, int fall_order) {
+  const int distance = wrap_sub(level, follower);
+  follower = wrap_add(follower, shift_right(distance, distance > 0 ? rise_order : fall_order));
+}
+
+// The gate's gain, Q13: proportional to the mean below the threshold, not below the floor. The
+// product keeps its low 32 bits.
+int gate_gain(const dynamic_range_control_t* drc) {
+  if (drc->mean_env >= drc->denoise_threshold) return kUnity;
+  return std::max(wrap_div(wrap_mul(drc->mean_env, kUnity), drc->denoise_threshold), kGateFloor);
+}
+
+// The block's target gain, Q13.
+int block_target(dynamic_range_control_t* drc) {
+  if (drc->peak_env > drc->threshold) {
+    const int64_t limit =  // Q13: brings the followed peak to the threshold
+        wrap_div64(int64_t{drc->threshold} * drc->volume, drc->peak_env);
+    drc->peak_env = drc->threshold;
+    return wrap32(wrap_mul64(limit, kHeadroom) >> 13);
+  }
+  const int present = drc->gain >> 4;  // Q17 to Q13
+  if (drc->volume <= present) return drc->volume;
+  return present + (wrap_sub(drc->volume, present) >> 1);  // upwards by halves
+}
+
+int q13_to_q17(int gain) { return saturate32(int64_t{gain} * 16); }
+
+// Stores the newest target and returns the smallest of those that the look-ahead covers.
+int look_ahead_target(dynamic_range_control_t* drc, int newest) {
+  int* recent = drc->recent_targets;
+  recent[2] = newest;
+  std::copy_n(recent + 1, 2, recent);
+
+  if (drc->history_len < 0) return INT32_MAX;
+  int* const last = drc->history + drc->history_len;
+  *last = newest;
+  const int smallest = *std::min_element(drc->history, last + 1);
+  std::copy(drc->history + 1, last + 1, drc->history);
+  return smallest;
+}
+
+// One sample's step of the gain towards its target, both Q17. Far away it moves by a part of the
+// distance that shrinks with the distance, and by no less than a part of the gain itself: about
+// 2^-12 upwards, 3 / 2^12 downwards. Exact in 64 bits: nothing wraps.
+inline int slew_gain(int gain, int target) {
+  const int64_t rise = int64_t{target} - gain, fall = -rise;
+  if (rise > 64) {
+    const int order = rise > 16384  ? 11
+                      : rise > 8192 ? 10
+                      : rise > 4096 ? 9
+                      : rise > 2048 ? 8
+                      : rise > 1024 ? 7
+                                    : 6;
+    const int64_t step = std::max<int64_t>(gain >> 12, rise >> order);
+    return static_cast<int>(std::min<int64_t>(gain + step, target));
+  }
+  if (fall > 32) {
+    const int order = fall > 8192 ? 10 : fall > 4096 ? 9 : fall > 2048 ? 8 : fall > 1024 ? 6 : 5;
+    const int64_t step = std::max<int64_t>((int64_t{gain} + (gain >> 1)) >> 11, fall >> order);
+    return static_cast<int>(std::max<int64_t>(gain - step, target));
+  }
+  if (rise >= 8) return gain + static_cast<int>(rise >> 3);
+  if (fall >= 8) return gain - static_cast<int>(fall >> 3);
+  return target;
+}
+
+// The same for the gate, both Q17: opens by 1/8 of the distance, closes by 1/32.
+inline int slew_gate(int gain, int target) {
+  const int64_t rise = int64_t{target} - gain;
+  if (rise <= 0) return static_cast<int>(gain + (rise >> 5));
+  return rise < 8 ? target : static_cast<int>(gain + (rise >> 3));
+}
+
+}  // namespace
+
+void dynamic_range_control_process(dynamic_range_control_t* drc, int* in, int* out, int n) {
+  const block_level level = measure(in, n);
+  follow(drc->mean_env, level.mean, 4, 5);
+  const int gate_target = q13_to_q17(gate_gain(drc));
+  follow(drc->peak_env, saturate32((int64_t{level.peak} * drc->volume) >> 13), drc->attact_order,
+         drc->release_order);
+  const int target = look_ahead_target(drc, q13_to_q17(block_target(drc)));
+
+  int gain = drc->gain, gate = drc->denoise_gain;
+  for_each_block(n, [&](int start, int count) {
+    int gains[kBlockFrames], delayed[kBlockFrames];
+    for (int i = 0; i < count; ++i) {
+      gain = slew_gain(gain, target);
+      gate = slew_gate(gate, gate_target);
+      gains[i] = saturate32((int64_t{gate} * gain) >> 17);  // an open gate leaves the gain as it is
+    }
+    std::copy_n(in + start, count, delayed);
+    audio_delay_block(drc->delay, delayed, count);
+    for (int i = 0; i < count; ++i) out[start + i] = scale_down<17>(int64_t{delayed[i]} * gains[i]);
+  });
+  drc->gain = gain;
+  drc->denoise_gain = gate;
+}
+
+int find_current_max_drc(int* x, int* mean, int n) {
+  const block_level level = measure(x, n);
+  *mean = level.mean;
+  return level.peak;
+}

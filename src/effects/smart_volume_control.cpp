@@ -1,0 +1,235 @@
+#include "effects/smart_volume_control.h"
+
+#include <algorithm>
+
+#include "dsp/block.h"
+#include "dsp/fixed.h"
+#include "dsp/fixed_math.h"
+#include "dsp/iir_block.h"
+#include "dsp/memory.h"
+
+namespace {
+
+constexpr int kSplits = 3;
+constexpr int kBands = kSplits + 1;
+
+// Second-order low-passes, Q28: b0, b1, b2, -a1, -a2. The 44100 Hz row has the second filter of
+// 48000 Hz, which so lies at 590 instead of 645 Hz.
+constexpr int kLowPass[][kSplits][5] = {
+    {{82205, 164410, 82205, 518080780, -249974146},          // 44100 Hz: 160 Hz,
+     {1015678, 2031357, 1015678, 470823151, -206450411},     // 590 Hz,
+     {29766420, 59532841, 29766420, 179315595, -29945823}},  // 4.4 kHz
+    {{69585, 139170, 69585, 519583177, -251426062},          // 48000 Hz: 160 Hz,
+     {1015678, 2031357, 1015678, 470823151, -206450411},     // 645 Hz,
+     {26099321, 52198643, 26099321, 202063902, -38025733}},  // 4.4 kHz
+    {{17677, 35354, 17677, 528157472, -259792727},           // 96000 Hz: 160 Hz,
+     {269729, 539458, 269729, 502834479, -235477941},        // 645 Hz,
+     {8468602, 16937205, 8468602, 346155487, -111594444}},   // 4.2 kHz
+};
+
+constexpr int kBandShift[kBands] = {3, 1, 0, 2};
+
+constexpr int kUnity = 8192;                    // 1.0 in Q13
+constexpr int kLowestGain = kUnity / 4;         // -12 dB
+constexpr int kHighestGain = kUnity * 4;        // +12 dB
+constexpr int64_t kReferenceEnergy = 67277003;  // the target at level 8192
+constexpr int kFullPeak = 32768;                // full scale of 24 bits as |sample| >> 8
+
+}  // namespace
+
+void smart_volume_control_init(smart_volume_control_t* control) {
+  control->status = 0;
+  control->gain = 0;
+  control->gain_init = kUnity * 16;
+  control->attack_order = 3;
+  control->release_order = 7;
+  control->peak_env = 0;
+  std::copy_n(kBandShift, kBands, control->band_shift);
+  smart_volume_control_set_level(control, kUnity);
+  for (int k = 0; k < kSplits; ++k) {
+    for (IIR** section : {&control->low_pass_left[k], &control->low_pass_right[k]}) {
+      *section = allocate<IIR>();
+      IIR_init(*section, kLowPass[SAMPLE_RATE_48000][k]);
+    }
+  }
+}
+
+void smart_volume_control_reset(smart_volume_control_t* control) {
+  control->gain = control->peak_env = control->hold_count = 0;
+  control->energy_est = 0;
+  for (IIR* section : control->low_pass_left) IIR_reset(section);
+  for (IIR* section : control->low_pass_right) IIR_reset(section);
+}
+
+void smart_volume_control_end(smart_volume_control_t* control) {
+  for (IIR** channel : {control->low_pass_left, control->low_pass_right}) {
+    for (int k = 0; k < kSplits; ++k) {
+      if (channel[k] != nullptr) IIR_end(channel[k]);
+      release(channel[k]);
+    }
+  }
+}
+
+void smart_volume_control_set_sample_rate(smart_volume_control_t* control, SampleRateType rate) {
+  const bool known = rate >= SAMPLE_RATE_44100 && rate <= SAMPLE_RATE_96000;
+  const auto& sets = kLowPass[known ? rate : SAMPLE_RATE_48000];
+  for (int k = 0; k < kSplits; ++k) {
+    IIR_reinit(control->low_pass_left[k], sets[k]);
+    IIR_reinit(control->low_pass_right[k], sets[k]);
+  }
+}
+
+void smart_volume_control_setstatus(smart_volume_control_t* control, int status) {
+  control->status = status;
+}
+void smart_volume_control_getstatus(smart_volume_control_t* control, int* status) {
+  *status = control->status;
+}
+
+void smart_volume_control_set_level(smart_volume_control_t* control, int level) {
+  const int64_t energy = wrap_mul64(int64_t{level} * level, kReferenceEnergy);
+  control->level = level;
+  control->hold_count = 0;
+  control->energy_floor = energy >> 34;   // 24 dB below the target
+  control->energy_target = energy >> 26;  // level squared from Q26
+  control->energy_est = energy >> 28;     // 6 dB below the target
+}
+void smart_volume_control_get_level(smart_volume_control_t* control, int* level) {
+  *level = control->level;
+}
+
+void smart_volume_control_set_attact_order(smart_volume_control_t* control, int order) {
+  control->attack_order = order;
+}
+void smart_volume_control_get_attact_order(smart_volume_control_t* control, int* order) {
+  *order = control->attack_order;
+}
+
+void smart_volume_control_set_release_order(smart_volume_control_t* control, int order) {
+  control->release_order = order;
+}
+void smart_volume_control_get_release_order(smart_volume_control_t* control, int* order) {
+  *order = control->release_order;
+}
+
+// Once per block, for each channel:
+//
+//   x ─┬─► low-pass 1 ─┬─► band 1     each band: squared, summed over the block, >> band_shift;
+//      └─► − ◄─────────┘              the four summed, the larger channel >> 24: loudness
+//          ├─► low-pass 2 ─┬─► band 2
+//          └─► − ◄─────────┘          loudness ─► follower ─► √(target / estimate), Q13 ─► clamp
+//              ├─► low-pass 3 ─┬─► 3                                                         │
+//              └─► − ◄─────────┘      peak >> 8 ─► follower ───────────────────► limit ◄─────┘
+//                  └─► band 4                                                      │
+//                                                                                  ▼ << 4
+// and per sample, both channels alike:   in ─► × ◄──────────── gain, Q17 ◄─────── ramp
+//                                              └─► >> 17, saturated, -1 becomes 0 ─► out
+
+namespace {
+
+// Largest |x| >> 8; the lowest 32-bit value, which has no magnitude, is passed over.
+int block_peak(const int* x, int n) {
+  int largest = 0;
+  for (int i = 0; i < n; ++i) largest = std::max(largest, x[i] < 0 ? wrap_neg(x[i]) : x[i]);
+  return largest >> 8;
+}
+
+void follow_peak(smart_volume_control_t* control, int level) {
+  int& peak = control->peak_env;
+  peak = level > peak ? level : wrap_add(peak, wrap_sub(level, peak) >> 9);
+}
+
+int64_t energy(const int* x, int n) {
+  int64_t sum = 0;
+  for (int i = 0; i < n; ++i) sum = mac(sum, x[i], x[i]);
+  return sum;
+}
+
+// Right by the low 16 bits of bits, read as signed; negative shifts left. Modulo 64.
+int64_t weighted(int64_t sum, int bits) {
+  const int16_t right = static_cast<int16_t>(bits);
+  if (right >= 0) return shift_right64(sum, right);
+  return static_cast<int64_t>(static_cast<uint64_t>(sum) << (-right & 63));
+}
+
+// The weighted energy of one channel's block.
+int64_t band_energy(IIR* const* low_pass, const int* band_shift, const int* in, int n) {
+  int64_t sums[kBands] = {};
+  for_each_block(n, [&](int start, int count) {
+    int rest[kBlockFrames], band[kBlockFrames];
+    std::copy_n(in + start, count, rest);
+    for (int k = 0; k < kSplits; ++k) {
+      iir_block_32(low_pass[k], rest, band, count);
+      for (int i = 0; i < count; ++i) rest[i] = saturate_sub(rest[i], band[i]);
+      sums[k] = wrap_add64(sums[k], energy(band, count));
+    }
+    sums[kSplits] = wrap_add64(sums[kSplits], energy(rest, count));
+  });
+  int64_t total = 0;
+  for (int k = 0; k < kBands; ++k) total = wrap_add64(total, weighted(sums[k], band_shift[k]));
+  return total;
+}
+
+void follow_energy(smart_volume_control_t* control, int64_t loudness) {
+  const int64_t distance = wrap_sub64(loudness, control->energy_est);
+  const int order = distance > 0 ? control->attack_order : control->release_order;
+  control->energy_est = wrap_add64(control->energy_est, shift_right64(distance, order));
+}
+
+// The gain that brings the estimate to the target, Q13: 1.0 within 3 dB of it, otherwise
+// sqrt(0.875 target / estimate) from below and sqrt(1.25 target / estimate) from above.
+// 448 and 640 are these factors in Q9; doubled and rooted, a ratio in Q10 is a gain in Q5. Beyond
+// the root's domain, below a 73rd of the target, it gives 256, far above the highest gain, but the
+// low 32 bits that it sees of a quotient above 2^32 may be anything.
+int wanted_gain(const smart_volume_control_t* control) {
+  const int64_t target = control->energy_target, estimate = control->energy_est;
+  const bool quiet = estimate < (target >> 1);
+  const bool loud = estimate > wrap_mul64(target, 2);
+  if (!quiet && !loud) return kUnity;
+  const int64_t ratio = wrap_div64(wrap_mul64(target, quiet ? 448 : 640), estimate);
+  return (sqrt_fixed(static_cast<uint32_t>(ratio) * 2) & 0xFFFF) << 8;
+}
+
+// Holds a boost back so far that the followed peak, where it would exceed full scale, comes to
+// 0.875 of it, or to 0.75 where it would exceed it by half; never below 1.0.
+int limited_gain(int gain, int peak) {
+  const int boosted = saturate32((int64_t{gain} * peak) >> 13);
+  if (boosted <= kFullPeak) return gain;  // so peak is positive below
+  const int highest = boosted > kFullPeak * 3 / 2 ? kFullPeak / 4 * 3 : kFullPeak / 8 * 7;
+  return std::max(highest * kUnity / peak, kUnity);
+}
+
+// The block's gain, Q13: the present one when there is next to nothing to measure.
+int block_gain(smart_volume_control_t* control, int64_t loudness) {
+  if (loudness <= control->energy_floor) return control->gain >> 4;
+  control->hold_count = 0;
+  follow_energy(control, loudness);
+  return limited_gain(std::clamp(wanted_gain(control), kLowestGain, kHighestGain),
+                      control->peak_env);
+}
+
+// One sample's step of the gain, both Q17: down by 1/32 of the distance, up by 1/128.
+inline int ramp(int gain, int target) {
+  gain = target < gain ? wrap_sub(gain, wrap_sub(gain, target) >> 5)
+                       : wrap_add(gain, wrap_sub(target, gain) >> 7);
+  return gain < 32 ? 0 : gain;
+}
+
+}  // namespace
+
+void smart_volume_control_process(smart_volume_control_t* control, int* in_left, int* in_right,
+                                  int* out_left, int* out_right, int n) {
+  follow_peak(control, std::max(block_peak(in_left, n), block_peak(in_right, n)));
+  const int64_t left = band_energy(control->low_pass_left, control->band_shift, in_left, n);
+  const int64_t right = band_energy(control->low_pass_right, control->band_shift, in_right, n);
+  const int target = saturate32(int64_t{block_gain(control, std::max(left, right) >> 24)} * 16);
+
+  int gain = control->gain;
+  for (int i = 0; i < n; ++i) {
+    gain = ramp(gain, target);
+    const int left_sample = in_left[i], right_sample = in_right[i];  // before either is written
+    out_left[i] = scale_down<17>(int64_t{left_sample} * gain);
+    out_right[i] = scale_down<17>(int64_t{right_sample} * gain);
+  }
+  control->gain = gain;
+}
