@@ -16,6 +16,7 @@ install(DIRECTORY src/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/sonx_proc_hal
   PATTERN "fixed.h" EXCLUDE
   PATTERN "loop.h" EXCLUDE
   PATTERN "memory.h" EXCLUDE
+  PATTERN "sample_formats.h" EXCLUDE
   PATTERN "log.h" EXCLUDE)
 
 set(config_dir ${CMAKE_INSTALL_LIBDIR}/cmake/sonx_proc_hal)

@@ -12,3 +12,13 @@ inline void for_each_block(int n, Process process) {
   for (int start = 0; start < n; start += kBlockFrames)
     process(start, std::min(kBlockFrames, n - start));
 }
+
+// The same for chains whose dynamics measure once per call: n < 1 is a block of its own, process(0,
+// n).
+template <typename Process>
+inline void for_each_block_or_empty(int n, Process process) {
+  if (n < 1)
+    process(0, n);
+  else
+    for_each_block(n, process);
+}

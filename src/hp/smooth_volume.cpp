@@ -1,0 +1,64 @@
+#include "hp/smooth_volume.h"
+
+#include <cstdlib>
+
+#include "dsp/fixed.h"
+
+namespace {
+
+constexpr int kUnity = 8192;  // Q13
+
+// The next frame's gain on the way to target.
+inline int ramp(int gain, int target, int shift) {
+  const int slow = shift & 31, fast = (shift - 2) & 31;
+  const auto closer_than_2_to = [&](int exponent) {
+    return std::abs(int64_t{wrap_sub(target, gain)}) < int64_t{1} << exponent;
+  };
+  gain = wrap_add(gain, wrap_sub(target, gain) >> slow);
+  if (closer_than_2_to(slow)) gain = wrap_add(gain, wrap_sub(target, gain) >> fast);
+  return closer_than_2_to(fast) ? target : gain;
+}
+
+}  // namespace
+
+void smooth_volume_init(smooth_volume_t* stage) {
+  stage->soft_volume = 0;
+  stage->volume = kUnity;
+  smooth_volume_set_smooth_buffer_num(stage, 2);
+}
+
+void smooth_volume_reset(smooth_volume_t* stage) {
+  stage->soft_volume = wrap_sub(kUnity, stage->volume);
+}
+
+void smooth_volume_end(smooth_volume_t*) {}
+
+void smooth_volume_set_volume(smooth_volume_t* stage, int volume) { stage->volume = volume; }
+void smooth_volume_get_volume(smooth_volume_t* stage, int* volume) { *volume = stage->volume; }
+
+void smooth_volume_set_soft_volume(smooth_volume_t* stage, int volume) {
+  stage->soft_volume = volume;
+}
+
+void smooth_volume_set_smooth_buffer_num(smooth_volume_t* stage, int number) {
+  stage->smooth_buffer_num = number;
+  stage->shift = wrap_add(number, 5);
+}
+void smooth_volume_get_smooth_buffer_num(smooth_volume_t* stage, int* number) {
+  *number = stage->smooth_buffer_num;
+}
+
+//   left, right ──► × gain (Q13) ──► saturate ──► left, right;   gain ──► ramp ──► next frame's
+//   gain
+void smooth_volume_process(smooth_volume_t* stage, int* in_left, int* in_right, int* out_left,
+                           int* out_right, int n) {
+  const int target = stage->volume, shift = stage->shift;
+  int gain = stage->soft_volume;
+  for (int i = 0; i < n; ++i) {
+    const int left = in_left[i], right = in_right[i];
+    out_left[i] = saturate32(int64_t{left} * gain >> 13);
+    out_right[i] = saturate32(int64_t{right} * gain >> 13);
+    if (gain != target) gain = ramp(gain, target, shift);
+  }
+  stage->soft_volume = gain;
+}
