@@ -31,6 +31,9 @@ install(FILES
   ${PROJECT_BINARY_DIR}/sonx_proc_hal-config-version.cmake
   DESTINATION ${config_dir})
 
+# The pkg-config file finds the tree from where it stands, so that the tree can be moved.
+file(RELATIVE_PATH sonx_prefix_from_pc
+  /prefix/${CMAKE_INSTALL_LIBDIR}/pkgconfig /prefix)
 configure_file(cmake/sonx_proc_hal.pc.in ${PROJECT_BINARY_DIR}/sonx_proc_hal.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/sonx_proc_hal.pc
   DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
