@@ -273,11 +273,16 @@ TEST(Reverb, EndsItsTailInSilence) {
 
 TEST(Reverb, SaturatesSixteenBitOutputAndWrapsOnlyMonosWildGains) {
   room r;
-  r.set({8192, 0, 8192, 8192});
-  std::vector<short> left(9000, 32767), right(9000, -32768);
-  reverb_process_stereo_16(&r, left.data(), right.data(), left.data(), right.data(), 1);
-  EXPECT_EQ(left[0], 32767);
-  EXPECT_EQ(right[0], -32768);
+  r.set({8192, 0, 0, 8192});  // dry sound at 2.0: every sample of both channels is over the limit
+  std::vector<short> left, right;
+  for (int i = 0; i < 300; ++i) {
+    left.push_back(i % 2 ? -32768 : 32767);
+    right.push_back(i % 2 ? 32767 : -32768);
+  }
+  const std::vector<short> expected_left = left, expected_right = right;
+  reverb_process_stereo_16(&r, left.data(), right.data(), left.data(), right.data(), 300);
+  EXPECT_EQ(left, expected_left);
+  EXPECT_EQ(right, expected_right);
   r.set({0, 0, 0, 1 << 29});  // dry_scaled 2^30: x = 2 makes -2^31, x = 4 makes 0
   short x[] = {1, 2, 4, -2}, y[4];
   reverb_processMono(&r, x, y, 4);

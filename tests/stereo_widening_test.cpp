@@ -12,7 +12,6 @@ namespace {
 using complex = std::complex<double>;
 
 constexpr int kRates[] = {44100, 48000, 96000};
-constexpr double kQ28 = 268435456.0;
 
 struct stereo {
   samples left, right;
@@ -90,21 +89,16 @@ constexpr design kDifference[] = {{'a', 250, 13},
 constexpr design kCrossfeed[] = {{'a', 500, 2.5}, {'l', 1500}, {'h', 1500}};
 constexpr design kReflector = {'h', 300};
 
-std::array<int, 5> coefficients(IIR* section) {
-  std::array<int, 5> c;
-  IIR_get_param(section, c.data());
-  return c;
-}
-
 // The design truncated to Q28, 1.0 being one unit short of 2^28.
 void expect_section(IIR* section, const design& wanted, int type) {
   std::array<int, 5> expected = {};
   if (type < 3) {
     const std::array<double, 5> real = wanted.section(kRates[type]);
-    for (size_t k = 0; k < 5; ++k) expected[k] = static_cast<int>(real[k] * (kQ28 - 1.0));
+    for (size_t k = 0; k < 5; ++k) expected[k] = static_cast<int>(real[k] * 268435455.0);
   }
-  EXPECT_EQ(coefficients(section), expected)
-      << wanted.kind << " " << wanted.frequency << " Hz, rate " << type;
+  std::array<int, 5> got;
+  IIR_get_param(section, got.data());
+  EXPECT_EQ(got, expected) << wanted.kind << " " << wanted.frequency << " Hz, rate " << type;
 }
 
 void expect_all_sections(widening& w, int type) {
@@ -294,9 +288,6 @@ TEST(StereoWidening, DifferenceCircuitWrapsItsSumsAndCrossfeedSaturatesOneByOne)
     set_section(s, 1 << 28);
   for (IIR* s : {c.highpass_left, c.highpass_right}) set_section(s, -(1 << 28));
   crossfeed_network_set_gain(&c, INT32_MAX);
-  out = c.run({{1000}, {1000}});
-  // 1000 + 1000 x 2^18 - 1000 x 2^16: the first sum stays inside, nothing clips.
-  EXPECT_NEAR(out.left[0], 1000 + 1000 * 262144 - 1000 * 65536, 2);
   out = c.run({{20000}, {20000}});
   // The crossfed part and its sum clip at 2^31 - 1; 20000 x 2^16 is taken from what is left.
   EXPECT_NEAR(out.right[0], INT32_MAX - 20000 * 65536, 2);
@@ -431,19 +422,18 @@ TEST(StereoWidening, GivesTheSameBitsHoweverTheStreamIsCutAndWhateverBuffersCoin
 }
 
 TEST(StereoWidening, EndsTwiceAndStartsAgain) {
-  stereo_widening_system w;
-  stereo_widening_system_init(&w);
-  for (int k = 0; k < 2; ++k) stereo_widening_system_end(&w);
-  EXPECT_EQ(w.difference, nullptr);
+  widening w;
   circuit c;
-  difference_circuit_end(&c);
-  EXPECT_EQ(c.side_gain, 0);
-  EXPECT_EQ(c.section[10], nullptr);
   network f;
-  crossfeed_network_end(&f);
+  for (int k = 0; k < 2; ++k) {
+    stereo_widening_system_end(&w);
+    difference_circuit_end(&c);
+    crossfeed_network_end(&f);
+  }
+  EXPECT_EQ(w.difference, nullptr);
+  EXPECT_EQ(c.section[10], nullptr);
+  EXPECT_EQ(c.side_gain, 0);
   EXPECT_EQ(f.gain, 0);
-  reflector r;
-  early_reflector_end(&r);
-  early_reflector_init(&r);
-  EXPECT_EQ(peak(r.run({samples(300), samples(300)}).left), 0);
+  stereo_widening_system_init(&w);
+  EXPECT_GT(peak(w.run({impulse(9, kFullScale), samples(9)}).left), 0);
 }
