@@ -4,6 +4,7 @@
 
 #include "dsp/block.h"
 #include "dsp/fixed.h"
+#include "dsp/gain_block.h"
 
 namespace {
 
@@ -81,10 +82,6 @@ void parameter_equalizer_get_gain_right(parameter_equalizer_t* equalizer, int* g
 //   in ──► × gain ──► saturate, ──► band 0 ──► ... ──► band count - 1 ──► out
 //            Q13      -1 to 0        each: Q28, whole steps, wraps
 namespace {
-
-void gain_block(const int* in, int gain, int* out, int n) {
-  for (int i = 0; i < n; ++i) out[i] = scale_down<13>(int64_t{in[i]} * gain);
-}
 
 // A band in registers: construct from the record, step over a block, store.
 // y[n] = b0 x[n] + b1 x[n-1] + b2 x[n-2] + (-a1) y[n-1] + (-a2) y[n-2]
