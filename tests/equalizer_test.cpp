@@ -159,6 +159,15 @@ TEST_F(Equalizer, SetsTheInputGainFromTheCurve) {
   EXPECT_EQ(set(high), 7110) << "band 9 has no say";
 }
 
+// Curves whose result changes by one when a product and a sum are rounded together (as a fused
+// multiply-add does) instead of one after the other; worked out with each step rounded on its own.
+TEST_F(Equalizer, RoundsEachStepOfTheLawToSinglePrecision) {
+  EXPECT_EQ(set({-12, -3, 3, -10, 11, 6, -7, -12, -9}), 6382);
+  EXPECT_EQ(set({1, 8, -5, 8, 7, 6, -8, 9, -7}), 2426);
+  EXPECT_EQ(set({9, 11, -10, -12, -3, 6, 4, -6, 3}), 3047)
+      << "3048 for the sum without rounding, 687";
+}
+
 TEST_F(Equalizer, LogsTheLevelLaw) {
   take_log();
   curve indices = {15, 0, -15};

@@ -78,7 +78,7 @@ def report():
                  " 18.06 dB above 24-bit full scale:")
     cases = {"all bands +15": [15] * 10, "band 5 alone +15": [0] * 5 + [15] + [0] * 4,
              "band 9 alone +15": [0] * 9 + [15], "bands 8 and 9 +15": [0] * 8 + [15] * 2,
-             "band 9 +15, all others -15": [-15] * 9 + [15]}
+             "lows cut, top boosted": [-12, -10, -11, -13, -12, -11, 3, 8, 15, 15]}
     for rate in RATES:
         for name, indices in cases.items():
             gain = bq.decibels(input_gain(indices))

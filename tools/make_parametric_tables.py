@@ -190,6 +190,7 @@ def body(entry, heads):
         lines.append(f"| dB at {rate} Hz |" + "".join(f" {value:+.1f} |" for value in levels))
     worst = max(impulse_sum(running(entry, rate)[:k])
                 for rate in RATES for k in range(1, len(running(entry, rate)) + 1))
+    assert worst < 2 ** 8, "24-bit samples in 32-bit words"
     boost = max(0, *(largest_boost(running(entry, rate), rate) for rate in RATES))
     steps = max(offset(running(entry, rate)) for rate in RATES)
     return lines + ["", f"Largest boost {boost:+.2f} dB. Worst case inside: {bq.decibels(worst):+.1f} dB."

@@ -5,7 +5,7 @@
 #include <cmath>
 
 #include "dsp/block.h"
-#include "dsp/fixed.h"
+#include "dsp/gain_block.h"
 #include "dsp/iir_block.h"
 #include "dsp/memory.h"
 #include "log.h"
@@ -162,13 +162,6 @@ float weighting_offset(int band, float value) {
 //
 //   in ──► × gain ──► saturate, ──► band 0 ──► ... ──► band 9 ──► out
 //            Q13      -1 to 0        each: 5 bits up, Q28, saturate, -1 to 0, 5 bits down
-namespace {
-
-void gain_block(const int* in, int gain, int* out, int n) {
-  for (int i = 0; i < n; ++i) out[i] = scale_down<13>(int64_t{in[i]} * gain);
-}
-
-}  // namespace
 
 void equalizer_process_stereo(equalizer_t* equalizer, int* in_left, int* in_right, int* out_left,
                               int* out_right, int n) {

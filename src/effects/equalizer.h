@@ -22,10 +22,13 @@
 // silent.
 //
 // Coefficient rows are b0, b1, b2, -a1, -a2 in Q28 (268435456 = 1.0). All bands at 0 dB are flat
-// within 0.001 dB, but not exact, for the tables' 1.0 is 268435455; only the rows that
-// equalizer_init sets pass every bit. Gains are Q13 (8192 = 1.0). Samples are 24-bit in 32-bit
-// words, planar. Inside a section they have 18 dB of room above 24-bit full scale and saturate
-// beyond it.
+// within 0.01 dB, but not exact, for the tables' 1.0 is 268435455; only the rows that
+// equalizer_init sets pass every bit. Gains are Q13 (8192 = 1.0).
+//
+// Samples are 24-bit in 32-bit words, planar. Inside a section they have 18 dB of room above 24-bit
+// full scale and saturate beyond it. The input gain keeps most curves below that; one that cuts the
+// lows and boosts the top two bands by 15 dB is beyond it for tones above 8 kHz near full scale
+// (24 dB at 44100 and 48000 Hz, 26 dB at 96000 Hz have been found).
 //
 // Latency: none. Memory: 20 sections of two five-word arrays, taken by equalizer_init; the rest is
 // the record. Settings may change between two process calls; they act from the next sample on, at

@@ -4,6 +4,7 @@
 
 #include "dsp/block.h"
 #include "dsp/fixed.h"
+#include "dsp/gain_block.h"
 
 namespace {
 
@@ -82,35 +83,57 @@ void parameter_equalizer_get_gain_right(parameter_equalizer_t* equalizer, int* g
 //            Q13      -1 to 0        each: Q28, whole steps, wraps
 namespace {
 
-void gain_block(const int* in, int gain, int* out, int n) {
-  for (int i = 0; i < n; ++i) out[i] = scale_down<13>(int64_t{in[i]} * gain);
-}
-
-// One section over a block, in place:
+// A band in registers: construct from the record, step over a block, store.
 // y[n] = b0 x[n] + b1 x[n-1] + b2 x[n-2] + (-a1) y[n-1] + (-a2) y[n-2]
-void section_block(const int* coef, int* state, int* samples, int n) {
-  const int b0 = coef[0], b1 = coef[1], b2 = coef[2], a1 = coef[3], a2 = coef[4];
-  int x1 = state[1], x2 = state[2], y1 = state[3], y2 = state[4];
-  for (int i = 0; i < n; ++i) {
-    const int x = samples[i];
-    const int y = wrap32(mac(mac(mac(mac(int64_t{b0} * x, b1, x1), b2, x2), a1, y1), a2, y2) >> 28);
+struct band_registers {
+  int b0, b1, b2, a1, a2;  // a1 and a2 negated, as stored
+  int x1, x2, y1, y2;
+
+  band_registers(const int* coef, const int* state)
+      : b0(coef[0]),
+        b1(coef[1]),
+        b2(coef[2]),
+        a1(coef[3]),
+        a2(coef[4]),
+        x1(state[1]),
+        x2(state[2]),
+        y1(state[3]),
+        y2(state[4]) {}
+
+  int step(int x) {
+    const int64_t sum = mac(mac(mac(mac(mac(0, b0, x), b1, x1), b2, x2), a1, y1), a2, y2);
+    const int y = wrap32(sum >> 28);
     x2 = x1;
     x1 = x;
     y2 = y1;
     y1 = y;
-    samples[i] = y;
+    return y;
   }
-  state[0] = x1;  // the current input: the same word as x[n-1] once the sample is done
-  state[1] = x1;
-  state[2] = x2;
-  state[3] = y1;
-  state[4] = y2;
-}
 
-void channel_block(const int* in, int gain, const band_words* coef, band_words* state, int bands,
-                   int* out, int n) {
-  gain_block(in, gain, out, n);
-  for (int k = 0; k < bands; ++k) section_block(coef[k], state[k], out, n);
+  void store(int* state) const {
+    state[0] = x1;  // the current input: once its sample is done, the same word as x[n-1]
+    state[1] = x1;
+    state[2] = x2;
+    state[3] = y1;
+    state[4] = y2;
+  }
+};
+
+// n > 0 samples in place. Two bands run in one pass: while the first waits for its own last result,
+// the second has work.
+void channel_block(const band_words* coef, band_words* state, int bands, int* samples, int n) {
+  int k = 0;
+  for (; k + 1 < bands; k += 2) {
+    band_registers first(coef[k], state[k]), second(coef[k + 1], state[k + 1]);
+    for (int i = 0; i < n; ++i) samples[i] = second.step(first.step(samples[i]));
+    first.store(state[k]);
+    second.store(state[k + 1]);
+  }
+  if (k < bands) {
+    band_registers last(coef[k], state[k]);
+    for (int i = 0; i < n; ++i) samples[i] = last.step(samples[i]);
+    last.store(state[k]);
+  }
 }
 
 }  // namespace
@@ -120,10 +143,10 @@ void parameter_equalizer_process_stereo(parameter_equalizer_t* equalizer, int* i
   parameter_equalizer_t& e = *equalizer;
   int left[kBlockFrames], right[kBlockFrames];
   for_each_block(n, [&](int start, int count) {
-    channel_block(in_left + start, e.gain_left, e.coef_left, e.state_left, e.band_count_left, left,
-                  count);
-    channel_block(in_right + start, e.gain_right, e.coef_left, e.state_right, e.band_count_right,
-                  right, count);
+    gain_block(in_left + start, e.gain_left, left, count);
+    gain_block(in_right + start, e.gain_right, right, count);
+    channel_block(e.coef_left, e.state_left, e.band_count_left, left, count);
+    channel_block(e.coef_left, e.state_right, e.band_count_right, right, count);
     std::copy_n(left, count, out_left + start);
     std::copy_n(right, count, out_right + start);
   });
@@ -132,7 +155,7 @@ void parameter_equalizer_process_stereo(parameter_equalizer_t* equalizer, int* i
 void parameter_equalizer_process_mono(parameter_equalizer_t* equalizer, int* in, int* out, int n) {
   parameter_equalizer_t& e = *equalizer;
   for_each_block(n, [&](int start, int count) {
-    channel_block(in + start, e.gain_left, e.coef_left, e.state_left, e.band_count_left,
-                  out + start, count);
+    gain_block(in + start, e.gain_left, out + start, count);
+    channel_block(e.coef_left, e.state_left, e.band_count_left, out + start, count);
   });
 }
