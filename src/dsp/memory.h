@@ -17,3 +17,18 @@ void release(T*& pointer) {
   std::free(pointer);
   pointer = nullptr;
 }
+
+// A part of a record on the heap: taken and initialised.
+template <typename Part, typename Init, typename... Arguments>
+Part* make(Init init, Arguments... arguments) {
+  Part* part = allocate<Part>();
+  init(part, arguments...);
+  return part;
+}
+
+// Ends a part, frees and nulls it; a null pointer stays one, so that ending twice is harmless.
+template <typename Part, typename End>
+void end_and_release(Part*& part, End end) {
+  if (part != nullptr) end(part);
+  release(part);
+}

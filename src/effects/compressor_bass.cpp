@@ -1,0 +1,95 @@
+#include "effects/compressor_bass.h"
+
+#include <algorithm>
+#include <cstdint>
+
+#include "dsp/fixed.h"
+#include "dsp/sqrt_step.h"
+
+namespace {
+
+constexpr int kUnity = 131072;   // 1.0 in Q17
+constexpr int kQuiet = 24576;    // block peak up to which nothing is done: 0.75 of full scale
+constexpr int kLowestGain = 32;  // Q17: below, the gain is 0
+
+// Fixed gains beyond full scale, the highest level first.
+constexpr struct {
+  int above;  // level
+  int gain;   // Q17
+} kOverload[] = {{90112, 18432}, {65536, 47104}, {32768, 71680}};
+
+}  // namespace
+
+void compressor_bass_init(compressor_bass* compressor) {
+  compressor->status = 1;
+  compressor->default_gain = kUnity;
+  compressor_bass_reset(compressor);
+}
+
+void compressor_bass_reset(compressor_bass* compressor) {
+  compressor->gain = compressor->level = compressor->reserved = 0;
+}
+
+void compressor_bass_end(compressor_bass* compressor) {
+  compressor_bass_init(compressor);
+  compressor->status = 0;
+}
+
+void compressor_bass_setstatus(compressor_bass* compressor, int status) {
+  compressor->status = status;
+}
+void compresso_bassr_getstatus(compressor_bass* compressor, int* status) {
+  *status = compressor->status;
+}
+
+int find_current_max_bass(int* x, int n) {
+  int largest = 0;
+  for (int i = 0; i < n; ++i) largest = std::max(largest, x[i] < 0 ? wrap_neg(x[i]) : x[i]);
+  return largest >> 8;
+}
+
+// Once per block, and per sample the gain:
+//
+//   block ──► peak |x| >> 8 ──► level ──► target gain, Q17 ──► slew ──► gain, Q17
+//                                                                        │
+//   x ─────────────────────────────────────────────────────────────────► × ──► >> 17 ──► out
+
+namespace {
+
+// 12288 / p x 15 x 65536 sqrt(2 sqrt(p / 3)) / 2^17 with p = peak / 32768: 0.756 p^-3/4 in Q17.
+// peak is at least 1 and in use between 24577 and 32768, where nothing overflows.
+int levelling_gain(int peak) {
+  const unsigned int third = static_cast<unsigned int>(int64_t{peak} * 2 / 3);  // Q16
+  const unsigned int root = sqrtFxQ16(2 * sqrtFxQ16(third));
+  const unsigned int inverse = 402653184u / static_cast<unsigned int>(peak);
+  return wrap32(int64_t{inverse} * 15 * root >> 17);
+}
+
+int target_gain(const compressor_bass* compressor, int peak) {
+  for (const auto& overload : kOverload)
+    if (compressor->level > overload.above) return overload.gain;
+  return peak <= kQuiet ? compressor->default_gain : levelling_gain(peak);
+}
+
+// Nothing wraps as long as gain and target are of one sign; the record's owner may break that.
+inline int slew(int gain, int target) {
+  gain = target < gain ? wrap_sub(gain, wrap_sub(gain, target) >> 7)
+                       : wrap_add(gain, wrap_sub(target, gain) >> 9);
+  return gain < kLowestGain ? 0 : gain;
+}
+
+}  // namespace
+
+void compressor_bass_process(compressor_bass* compressor, int* in, int* out, int n) {
+  const int peak = find_current_max_bass(in, n);
+  int& level = compressor->level;
+  level = level < peak ? peak : wrap_sub(level, wrap_sub(level, peak) >> 5);
+
+  const int target = target_gain(compressor, peak);
+  int gain = compressor->gain;
+  for (int i = 0; i < n; ++i) {
+    gain = slew(gain, target);
+    out[i] = scale_down<17>(int64_t{in[i]} * gain);
+  }
+  compressor->gain = gain;
+}

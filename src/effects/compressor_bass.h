@@ -1,0 +1,52 @@
+// Bass compressor: levels out a bass signal before it is added to the rest, so that strong bass
+// neither overdrives what follows nor pumps.
+//
+// Each process call is one block: its peak sets a target gain, which the samples approach, 1/128 of
+// the distance per sample downwards, 1/512 upwards. Cutting a stream differently gives a different,
+// equally valid result. Peaks are in 16-bit units (|sample| >> 8), so 32768 is full scale of 24
+// bits:
+//
+//   block peak up to 24576       default_gain, 1.0: nothing is done
+//   above, level up to 32768     0.756 (peak / 32768)^-3/4: the output rises by 1 dB for 4 dB
+//   level above 32768            0.547
+//   level above 65536            0.359
+//   level above 90112            0.141
+//
+// level follows the peak, at once upwards, by 1/32 of the distance per block downwards; so after
+// bass beyond full scale the gain stays low for some blocks. The gain starts at 0: after init or
+// reset the bass fades in over some thousand samples.
+//
+// Latency: none. Memory: the record itself. Samples: 24-bit values in 32-bit words; gains Q17
+// (131072 = 1.0).
+#pragma once
+
+#include "../export.h"
+
+struct compressor_bass {
+  int status;        // the owner's enable word; processing doesn't look at it
+  int default_gain;  // Q17 gain of quiet bass
+  int gain;          // Q17 running gain
+  int level;         // followed peak, 16-bit units
+  int reserved;      // always 0
+};
+
+// Status 1, default gain 1.0, gain and level 0.
+SONX_EXPORT void compressor_bass_init(compressor_bass* compressor);
+
+// Gain and level back to 0; status and default gain stay.
+SONX_EXPORT void compressor_bass_reset(compressor_bass* compressor);
+
+// As init, but status 0. There is nothing to free.
+SONX_EXPORT void compressor_bass_end(compressor_bass* compressor);
+
+SONX_EXPORT void compressor_bass_setstatus(compressor_bass* compressor, int status);
+SONX_EXPORT void compresso_bassr_getstatus(compressor_bass* compressor, int* status);
+
+// The largest |x| >> 8 over n samples, 0 to 8388607; n < 1 gives 0. -2147483648 has no positive
+// counterpart, stays negative and so is never the largest.
+SONX_EXPORT int find_current_max_bass(int* x, int n);
+
+// One block of any length, measured as a whole; in and out may be the same buffer. Outputs saturate
+// at the 32-bit limits; a result of exactly -1 becomes 0; a gain below 32 becomes 0. With n < 1 no
+// samples are touched and the level falls by one step.
+SONX_EXPORT void compressor_bass_process(compressor_bass* compressor, int* in, int* out, int n);

@@ -1,0 +1,179 @@
+#include "effects/virtual_bass_system.h"
+
+#include <algorithm>
+
+#include "dsp/block.h"
+#include "dsp/fixed.h"
+#include "dsp/iir_block.h"
+#include "dsp/memory.h"
+#include "effects/crossover_tables_internal.h"
+#include "effects/nld_block.h"
+#include "effects/spectral_band_split_block.h"
+
+namespace {
+
+// All sets are Q28: b0, b1, b2, -a1, -a2; given data.
+
+// Butterworth low-pass, 500 Hz.
+constexpr int kHarmonicBand[][5] = {
+    {324110, 648220, 324110, 509848430, -242709417},  // 44100 Hz
+    {274667, 549335, 274667, 512041066, -244704283},  // 48000 Hz
+    {70236, 140473, 70236, 524449850, -256295343},    // 96000 Hz
+    {},                                               // 192000 Hz: silence
+};
+
+// All-pass with a double real pole, phase -180 degrees at 820 Hz.
+constexpr int kAlignment[][5] = {
+    {212388409, -477546141, 268435455, 477546141, -212388409},  // 44100 Hz
+    {216485068, -482129724, 268435455, 482129724, -216485068},  // 48000 Hz
+    {241102264, -508804073, 268435455, 508804073, -241102264},  // 96000 Hz
+    {},                                                         // 192000 Hz: silence
+};
+
+}  // namespace
+
+void virtual_bass_system_init(virtual_bass_system* bass) {
+  const crossover_set& crossover = kCrossover250[SAMPLE_RATE_48000];
+  bass->status = 0;
+  bass->origin_gain = 4096;
+  bass->nld_gain = 4096;
+  bass->high_band_gain = 8192;
+  bass->bass_buffer = allocate<int>(kBlockFrames);
+  bass->nld = make<NLD>(NLD_init);
+  for (spectral_band_split** split : {&bass->split_left, &bass->split_right})
+    *split = make<spectral_band_split>(spectral_band_split_init, crossover.low, crossover.high);
+  bass->nld_band = make<IIR>(IIR_init, kHarmonicBand[SAMPLE_RATE_48000]);
+  for (IIR** section : {&bass->align_left, &bass->align_right, &bass->align_bass})
+    *section = make<IIR>(IIR_init, kAlignment[SAMPLE_RATE_48000]);
+  bass->bass_compressor = make<compressor_bass>(compressor_bass_init);
+}
+
+void virtual_bass_system_set_sample_rate(virtual_bass_system* bass, SampleRateType rate) {
+  const bool known = rate >= SAMPLE_RATE_44100 && rate <= SAMPLE_RATE_192000;
+  const int row = known ? rate : SAMPLE_RATE_48000;
+  for (spectral_band_split* split : {bass->split_left, bass->split_right})
+    spectral_band_split_reinit(split, kCrossover250[row].low, kCrossover250[row].high);
+  IIR_reinit(bass->nld_band, kHarmonicBand[row]);
+  for (IIR* section : {bass->align_left, bass->align_right, bass->align_bass})
+    IIR_reinit(section, kAlignment[row]);
+}
+
+void virtual_bass_system_reset(virtual_bass_system* bass) {
+  spectral_band_split_reset(bass->split_left);
+  spectral_band_split_reset(bass->split_right);
+  NLD_reset(bass->nld);
+  for (IIR* section : {bass->nld_band, bass->align_left, bass->align_right, bass->align_bass})
+    IIR_reset(section);
+  compressor_bass_reset(bass->bass_compressor);
+  std::fill_n(bass->bass_buffer, kBlockFrames, 0);
+}
+
+void virtual_bass_system_end(virtual_bass_system* bass) {
+  for (spectral_band_split** split : {&bass->split_left, &bass->split_right})
+    end_and_release(*split, spectral_band_split_end);
+  end_and_release(bass->nld, NLD_end);
+  for (IIR** section : {&bass->nld_band, &bass->align_left, &bass->align_right, &bass->align_bass})
+    end_and_release(*section, IIR_end);
+  end_and_release(bass->bass_compressor, compressor_bass_end);
+  release(bass->bass_buffer);
+}
+
+void virtual_bass_system_setstatus(virtual_bass_system* bass, int status) { bass->status = status; }
+void virtual_bass_system_getstatus(virtual_bass_system* bass, int* status) {
+  *status = bass->status;
+}
+
+void virtual_bass_system_set_nld_gain(virtual_bass_system* bass, int gain) {
+  bass->nld_gain = gain;
+}
+void virtual_bass_system_get_nld_gain(virtual_bass_system* bass, int* gain) {
+  *gain = bass->nld_gain;
+}
+
+void virtual_bass_system_set_origin_gain(virtual_bass_system* bass, int gain) {
+  bass->origin_gain = gain;
+}
+void virtual_bass_system_get_origin_gain(virtual_bass_system* bass, int* gain) {
+  *gain = bass->origin_gain;
+}
+
+void virtual_bass_system_set_high_band_gain(virtual_bass_system* bass, int gain) {
+  bass->high_band_gain = gain;
+}
+void virtual_bass_system_get_high_band_gain(virtual_bass_system* bass, int* gain) {
+  *gain = bass->high_band_gain;
+}
+
+void virtual_bass_system_set_nld_band_param(virtual_bass_system* bass, const int* coefficients) {
+  IIR_set_param(bass->nld_band, coefficients);
+}
+void virtual_bass_system_get_nld_band_param(virtual_bass_system* bass, int* coefficients) {
+  IIR_get_param(bass->nld_band, coefficients);
+}
+
+void virtual_bass_system_set_nld_clip_level(virtual_bass_system* bass, int level) {
+  NLD_set_clip_level(bass->nld, level);
+}
+void virtual_bass_system_get_nld_clip_level(virtual_bass_system* bass, int* level) {
+  NLD_get_clip_level(bass->nld, level);
+}
+
+// Samples at input scale on all wires, gains Q13:
+//
+//   left ──► split ── high ──► all-pass ──► × high_band_gain ───────────────────────► + ──► left
+//              └─ low ──► + >> 1 ─┬─► non-linear device ──► low-pass ──► × nld_gain   ▲
+//              ┌─ low ────┘       │                                      + ◄──┘       │
+//              │                  └─► all-pass ──► × origin_gain ────────┘│           │
+//              │                                                    compressor ───────┤
+//   right ──► split ── high ──► all-pass ──► × high_band_gain ──────────────────────► + ──► right
+
+namespace {
+
+void scale_block(int gain, const int* in, int* out, int n) {
+  for (int i = 0; i < n; ++i) out[i] = scale_down<13>(int64_t{gain} * in[i]);
+}
+
+void add_block(const int* in, int* sum, int n) {
+  for (int i = 0; i < n; ++i) sum[i] = saturate_add(sum[i], in[i]);
+}
+
+// The low bands become the mixed bass in bass_buffer, before the compressor.
+void mix_bass(virtual_bass_system* bass, const int* low_left, const int* low_right, int n) {
+  int plain[kBlockFrames], harmonics[kBlockFrames];
+  for (int i = 0; i < n; ++i) plain[i] = wrap_add(low_left[i], low_right[i]) >> 1;
+  nld_block(bass->nld, plain, harmonics, n);
+  iir_block_32(bass->nld_band, harmonics, harmonics, n);
+  iir_block_32(bass->align_bass, plain, plain, n);
+  const int origin_gain = bass->origin_gain, nld_gain = bass->nld_gain;
+  for (int i = 0; i < n; ++i)
+    bass->bass_buffer[i] =
+        silence_minus_one(saturate_add(saturate32(int64_t{origin_gain} * plain[i] >> 13),
+                                       saturate32(int64_t{nld_gain} * harmonics[i] >> 13)));
+}
+
+// All input is read before any output is written, and the outputs are written left first.
+void process_block(virtual_bass_system* bass, const int* in_left, const int* in_right,
+                   int* out_left, int* out_right, int n) {
+  int low_left[kBlockFrames], low_right[kBlockFrames];
+  int high_left[kBlockFrames], high_right[kBlockFrames];
+  spectral_band_split_block(bass->split_left, in_left, low_left, high_left, n);
+  spectral_band_split_block(bass->split_right, in_right, low_right, high_right, n);
+  mix_bass(bass, low_left, low_right, n);
+  iir_block_32(bass->align_left, high_left, high_left, n);
+  iir_block_32(bass->align_right, high_right, high_right, n);
+  scale_block(bass->high_band_gain, high_left, out_left, n);
+  scale_block(bass->high_band_gain, high_right, out_right, n);
+  compressor_bass_process(bass->bass_compressor, bass->bass_buffer, bass->bass_buffer, n);
+  add_block(bass->bass_buffer, out_left, n);
+  add_block(bass->bass_buffer, out_right, n);
+}
+
+}  // namespace
+
+void virtual_bass_system_process(virtual_bass_system* bass, int* in_left, int* in_right,
+                                 int* out_left, int* out_right, int n) {
+  for_each_block_or_empty(n, [=](auto start, int count) {
+    process_block(bass, in_left + start, in_right + start, out_left + start, out_right + start,
+                  count);
+  });
+}
