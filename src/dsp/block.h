@@ -9,6 +9,9 @@ constexpr int kBlockFrames = 256;
 // Calls process(start, count) for the consecutive stretches of n frames; n < 1 calls nothing.
 template <typename Process>
 inline void for_each_block(int n, Process process) {
-  for (int start = 0; start < n; start += kBlockFrames)
-    process(start, std::min(kBlockFrames, n - start));
+  for (int start = 0; start < n;) {
+    const int count = std::min(kBlockFrames, n - start);
+    process(start, count);
+    start += count;
+  }
 }
