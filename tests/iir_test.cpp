@@ -130,10 +130,10 @@ TEST(Iir32, SaturatesTheScaledInput) {
 }
 
 TEST(Iir32, SaturatesTheResult) {
-  section s({4 * kOneQ28 - 1 + 4 * kOneQ28, 0, 0, 0, 0});  // just below 8.0
-  EXPECT_EQ(s.step_32(kFullScale), 0x03FFFFFF);
+  section s({INT32_MAX, 0, 0, 0, 0});  // just below 8.0
+  EXPECT_EQ(s.step_32(2 * kFullScale), 0x03FFFFFF);
   EXPECT_EQ(s.state[3], INT32_MAX);
-  EXPECT_EQ(s.step_32(-kFullScale - 2), -0x04000000);
+  EXPECT_EQ(s.step_32(-2 * kFullScale), -0x04000000);
   EXPECT_EQ(s.state[3], INT32_MIN);
 }
 
