@@ -19,7 +19,7 @@ void audio_delay_reinit(audio_delay* line, int n) {
 
 void audio_delay_reset(audio_delay* line) {
   line->index = 0;
-  std::fill_n(line->buffer, std::max(line->capacity, 1), 0);
+  if (line->buffer) std::fill_n(line->buffer, std::max(line->capacity, 1), 0);
 }
 
 void audio_delay_end(audio_delay* line) {

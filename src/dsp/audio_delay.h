@@ -18,7 +18,7 @@ SONX_EXPORT void audio_delay_init(audio_delay* line, int n);
 // none; the position stays.
 SONX_EXPORT void audio_delay_reinit(audio_delay* line, int n);
 
-// Clears the whole line and the position; the delay stays.
+// Clears the whole line and the position; the delay stays. Harmless on an ended line.
 SONX_EXPORT void audio_delay_reset(audio_delay* line);
 
 // Frees the line, everything 0; calling it again does nothing.
