@@ -10,19 +10,13 @@ constexpr int kLongestFrame = 960;  // samples; what the delays are taken for
 constexpr int kFrameLength[] = {220, 240, 480, kLongestFrame};
 
 dynamic_range_control_t* make_channel(int volume, int history_len) {
-  dynamic_range_control_t* drc = allocate<dynamic_range_control_t>();
-  dynamic_range_control_init(drc, history_len, kLongestFrame);
+  auto* drc = make<dynamic_range_control_t>(dynamic_range_control_init, history_len, kLongestFrame);
   dynamic_range_control_set_threshold(drc, 30720);
   dynamic_range_control_set_denoise_threshold(drc, 1);
   dynamic_range_control_set_volume(drc, volume);
   dynamic_range_control_set_attact_order(drc, 0);
   dynamic_range_control_set_release_order(drc, 7);
   return drc;
-}
-
-void end_channel(dynamic_range_control_t*& drc) {
-  if (drc != nullptr) dynamic_range_control_end(drc);
-  release(drc);
 }
 
 }  // namespace
@@ -48,8 +42,8 @@ void compressor_reset(compressor_t* compressor) {
 }
 
 void compressor_end(compressor_t* compressor) {
-  end_channel(compressor->left);
-  end_channel(compressor->right);
+  end_and_release(compressor->left, dynamic_range_control_end);
+  end_and_release(compressor->right, dynamic_range_control_end);
 }
 
 void compressor_setstatus(compressor_t* compressor, int status) { compressor->status = status; }

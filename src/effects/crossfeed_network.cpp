@@ -15,14 +15,14 @@ constexpr int kCapacity = 95;
 }  // namespace
 
 void crossfeed_network_init(crossfeed_network* network) {
-  network->allpass_left = make_section(kCrossfeedAllpass[SAMPLE_RATE_48000]);
-  network->allpass_right = make_section(kCrossfeedAllpass[SAMPLE_RATE_48000]);
-  network->lowpass_left = make_section(kCrossfeedLowpass[SAMPLE_RATE_48000]);
-  network->lowpass_right = make_section(kCrossfeedLowpass[SAMPLE_RATE_48000]);
-  network->highpass_left = make_section(kCrossfeedHighpass[SAMPLE_RATE_48000]);
-  network->highpass_right = make_section(kCrossfeedHighpass[SAMPLE_RATE_48000]);
-  network->delay_left = make_delay(kCapacity);
-  network->delay_right = make_delay(kCapacity);
+  network->allpass_left = make<IIR>(IIR_init, kCrossfeedAllpass[SAMPLE_RATE_48000]);
+  network->allpass_right = make<IIR>(IIR_init, kCrossfeedAllpass[SAMPLE_RATE_48000]);
+  network->lowpass_left = make<IIR>(IIR_init, kCrossfeedLowpass[SAMPLE_RATE_48000]);
+  network->lowpass_right = make<IIR>(IIR_init, kCrossfeedLowpass[SAMPLE_RATE_48000]);
+  network->highpass_left = make<IIR>(IIR_init, kCrossfeedHighpass[SAMPLE_RATE_48000]);
+  network->highpass_right = make<IIR>(IIR_init, kCrossfeedHighpass[SAMPLE_RATE_48000]);
+  network->delay_left = make<audio_delay>(audio_delay_init, kCapacity);
+  network->delay_right = make<audio_delay>(audio_delay_init, kCapacity);
   network->gain = 4096;
 }
 
@@ -38,14 +38,14 @@ void crossfeed_network_reset(crossfeed_network* network) {
 }
 
 void crossfeed_network_end(crossfeed_network* network) {
-  discard(network->allpass_left);
-  discard(network->allpass_right);
-  discard(network->lowpass_left);
-  discard(network->lowpass_right);
-  discard(network->highpass_left);
-  discard(network->highpass_right);
-  discard(network->delay_left);
-  discard(network->delay_right);
+  end_and_release(network->allpass_left, IIR_end);
+  end_and_release(network->allpass_right, IIR_end);
+  end_and_release(network->lowpass_left, IIR_end);
+  end_and_release(network->lowpass_right, IIR_end);
+  end_and_release(network->highpass_left, IIR_end);
+  end_and_release(network->highpass_right, IIR_end);
+  end_and_release(network->delay_left, audio_delay_end);
+  end_and_release(network->delay_right, audio_delay_end);
   network->gain = 0;
 }
 

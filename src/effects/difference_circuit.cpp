@@ -17,7 +17,7 @@ enum { kAllpassLeft = 0, kAllpassRight = 3, kSideLow = 7, kSideHigh, kMidBand, k
 
 void difference_circuit_init(difference_circuit* circuit) {
   for (int k = 0; k < kSections; ++k)
-    circuit->section[k] = make_section(kDifferenceCircuit[k][SAMPLE_RATE_48000]);
+    circuit->section[k] = make<IIR>(IIR_init, kDifferenceCircuit[k][SAMPLE_RATE_48000]);
   circuit->side_gain = 4096;
 }
 
@@ -26,7 +26,7 @@ void difference_circuit_reset(difference_circuit* circuit) {
 }
 
 void difference_circuit_end(difference_circuit* circuit) {
-  for (IIR*& section : circuit->section) discard(section);
+  for (IIR*& section : circuit->section) end_and_release(section, IIR_end);
   circuit->side_gain = 0;
 }
 

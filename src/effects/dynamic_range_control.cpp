@@ -37,8 +37,7 @@ void dynamic_range_control_init(dynamic_range_control_t* drc, int history_len, i
   drc->history_len = history_len;
   drc->frame_len = frame_len;
   drc->history = allocate<int>(wrap_add(history_len, 1));
-  drc->delay = allocate<audio_delay>();
-  audio_delay_init(drc->delay, wrap_mul(frame_len, history_len));
+  drc->delay = make<audio_delay>(audio_delay_init, wrap_mul(frame_len, history_len));
 }
 
 void dynamic_range_control_reinit(dynamic_range_control_t* drc, int frame_len) {
@@ -55,8 +54,7 @@ void dynamic_range_control_reset(dynamic_range_control_t* drc) {
 void dynamic_range_control_end(dynamic_range_control_t* drc) {
   clear_followers(drc);
   release(drc->history);
-  if (drc->delay != nullptr) audio_delay_end(drc->delay);
-  release(drc->delay);
+  end_and_release(drc->delay, audio_delay_end);
 }
 
 void dynamic_range_control_set_threshold(dynamic_range_control_t* drc, int threshold) {

@@ -17,17 +17,17 @@ constexpr int kAllpasses[][2] = {{241, 269}, {337, 367}};
 
 void early_reflector_init(early_reflector* reflector) {
   for (size_t k = 0; k < std::size(kCombs); ++k) {
-    reflector->comb_left[k] = make_comb(kCombs[k][0]);
-    reflector->comb_right[k] = make_comb(kCombs[k][1]);
+    reflector->comb_left[k] = make<comber>(comb_init, kCombs[k][0]);
+    reflector->comb_right[k] = make<comber>(comb_init, kCombs[k][1]);
   }
   for (size_t k = 0; k < std::size(kAllpasses); ++k) {
-    reflector->allpass_left[k] = make_allpass(kAllpasses[k][0]);
-    reflector->allpass_right[k] = make_allpass(kAllpasses[k][1]);
+    reflector->allpass_left[k] = make<allpass>(allpass_init, kAllpasses[k][0]);
+    reflector->allpass_right[k] = make<allpass>(allpass_init, kAllpasses[k][1]);
   }
-  reflector->dc_left = make_dc_remove();
-  reflector->dc_right = make_dc_remove();
-  reflector->highpass_left = make_section(kReflectorHighpass[SAMPLE_RATE_48000]);
-  reflector->highpass_right = make_section(kReflectorHighpass[SAMPLE_RATE_48000]);
+  reflector->dc_left = make<dc_remove>(dc_remove_init);
+  reflector->dc_right = make<dc_remove>(dc_remove_init);
+  reflector->highpass_left = make<IIR>(IIR_init, kReflectorHighpass[SAMPLE_RATE_48000]);
+  reflector->highpass_right = make<IIR>(IIR_init, kReflectorHighpass[SAMPLE_RATE_48000]);
   reflector->wet_gain = 6144;
   reflector->dry_gain = 6144;
   reflector->roomsize = 4096;
@@ -47,14 +47,14 @@ void early_reflector_reset(early_reflector* reflector) {
 }
 
 void early_reflector_end(early_reflector* reflector) {
-  for (comber*& comb : reflector->comb_left) discard(comb);
-  for (comber*& comb : reflector->comb_right) discard(comb);
-  for (allpass*& section : reflector->allpass_left) discard(section);
-  for (allpass*& section : reflector->allpass_right) discard(section);
-  discard(reflector->dc_left);
-  discard(reflector->dc_right);
-  discard(reflector->highpass_left);
-  discard(reflector->highpass_right);
+  for (comber*& comb : reflector->comb_left) end_and_release(comb, comb_end);
+  for (comber*& comb : reflector->comb_right) end_and_release(comb, comb_end);
+  for (allpass*& section : reflector->allpass_left) end_and_release(section, allpass_end);
+  for (allpass*& section : reflector->allpass_right) end_and_release(section, allpass_end);
+  end_and_release(reflector->dc_left, dc_remove_end);
+  end_and_release(reflector->dc_right, dc_remove_end);
+  end_and_release(reflector->highpass_left, IIR_end);
+  end_and_release(reflector->highpass_right, IIR_end);
 }
 
 void early_reflector_set_sample_rate(early_reflector* reflector, SampleRateType rate) {
@@ -101,8 +101,8 @@ void early_reflector_update(early_reflector* reflector) {
 
 namespace {
 
-// One channel's room, n of 1 or more: a quarter of the input, so that four combs do not overflow (-1
-// becomes 0), through the high-pass into the bank.
+// One channel's room, n of 1 or more: a quarter of the input, so that four combs do not overflow
+// (-1 becomes 0), through the high-pass into the bank.
 inline void reflect(IIR* highpass, comber* const (&comb)[4], allpass* const (&section)[2],
                     const int* in, int* wet, int n) {
   int fed[kBlockFrames];

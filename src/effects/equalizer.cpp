@@ -38,11 +38,6 @@ void set_band(equalizer_t* equalizer, int band, const int* row) {
   IIR_set_param(equalizer->right_section[band], row);
 }
 
-void end_section(IIR*& section) {
-  if (section != nullptr) IIR_end(section);
-  release(section);
-}
-
 int set_from_table(equalizer_t* equalizer, const int* indices, const band_rows* table) {
   equalizer->gain = kUnityGain;
   for (int k = 0; k < kBands; ++k) {
@@ -68,10 +63,8 @@ void equalizer_init(equalizer_t* equalizer) {
   equalizer->gain = kUnityGain;
   std::fill_n(equalizer->gain_index, kBands, 0);
   for (int k = 0; k < kBands; ++k)
-    for (IIR** section : {&equalizer->left_section[k], &equalizer->right_section[k]}) {
-      *section = allocate<IIR>();
-      IIR_init(*section, kPassThrough);
-    }
+    for (IIR** section : {&equalizer->left_section[k], &equalizer->right_section[k]})
+      *section = make<IIR>(IIR_init, kPassThrough);
 }
 
 void equalizer_reset(equalizer_t* equalizer) {
@@ -84,8 +77,8 @@ void equalizer_reset(equalizer_t* equalizer) {
 void equalizer_end(equalizer_t* equalizer) {
   for (int k = 0; k < kBands; ++k) {
     equalizer->gain_index[k] = 0;
-    end_section(equalizer->left_section[k]);
-    end_section(equalizer->right_section[k]);
+    end_and_release(equalizer->left_section[k], IIR_end);
+    end_and_release(equalizer->right_section[k], IIR_end);
   }
 }
 

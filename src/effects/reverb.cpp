@@ -16,15 +16,15 @@ constexpr int kAllpasses[][2] = {{619, 643}, {523, 547}, {337, 367}, {241, 269}}
 
 void reverb_init(reverb_t* reverb) {
   for (size_t k = 0; k < std::size(kCombs); ++k) {
-    reverb->comb_left[k] = make_comb(kCombs[k][0]);
-    reverb->comb_right[k] = make_comb(kCombs[k][1]);
+    reverb->comb_left[k] = make<comber>(comb_init, kCombs[k][0]);
+    reverb->comb_right[k] = make<comber>(comb_init, kCombs[k][1]);
   }
   for (size_t k = 0; k < std::size(kAllpasses); ++k) {
-    reverb->allpass_left[k] = make_allpass(kAllpasses[k][0]);
-    reverb->allpass_right[k] = make_allpass(kAllpasses[k][1]);
+    reverb->allpass_left[k] = make<allpass>(allpass_init, kAllpasses[k][0]);
+    reverb->allpass_right[k] = make<allpass>(allpass_init, kAllpasses[k][1]);
   }
-  reverb->dc_left = make_dc_remove();
-  reverb->dc_right = make_dc_remove();
+  reverb->dc_left = make<dc_remove>(dc_remove_init);
+  reverb->dc_right = make<dc_remove>(dc_remove_init);
   reverb_setwet(reverb, 2730);
   reverb_setdry(reverb, 0);
   reverb_setroomsize(reverb, 4096);
@@ -46,15 +46,15 @@ void reverb_reset(reverb_t* reverb) {
 
 void reverb_end(reverb_t* reverb) {
   for (size_t k = 0; k < std::size(kCombs); ++k) {
-    discard(reverb->comb_left[k]);
-    discard(reverb->comb_right[k]);
+    end_and_release(reverb->comb_left[k], comb_end);
+    end_and_release(reverb->comb_right[k], comb_end);
   }
   for (size_t k = 0; k < std::size(kAllpasses); ++k) {
-    discard(reverb->allpass_left[k]);
-    discard(reverb->allpass_right[k]);
+    end_and_release(reverb->allpass_left[k], allpass_end);
+    end_and_release(reverb->allpass_right[k], allpass_end);
   }
-  discard(reverb->dc_left);
-  discard(reverb->dc_right);
+  end_and_release(reverb->dc_left, dc_remove_end);
+  end_and_release(reverb->dc_right, dc_remove_end);
 }
 
 void reverb_setroomsize(reverb_t* reverb, int v) {

@@ -1,5 +1,5 @@
 // What the reverb and the early reflector of the stereo widening share: the scaling of a room's two
-// knobs, the bank of combs and all-passes, and the making and ending of their parts.
+// knobs, and the bank of combs and all-passes.
 #pragma once
 
 #include <algorithm>
@@ -19,48 +19,6 @@ constexpr int room_feedback(int roomsize) {
   return wrap_add(wrap32(int64_t{roomsize} * 2333 >> 13), 5779);
 }
 constexpr int room_damping(int damp) { return wrap32(int64_t{damp} * 3301 >> 13); }
-
-inline comber* make_comb(int length) {
-  comber* comb = allocate<comber>();
-  comb_init(comb, length);
-  return comb;
-}
-
-inline allpass* make_allpass(int length) {
-  allpass* section = allocate<allpass>();
-  allpass_init(section, length);
-  return section;
-}
-
-inline audio_delay* make_delay(int capacity) {
-  audio_delay* line = allocate<audio_delay>();
-  audio_delay_init(line, capacity);
-  return line;
-}
-
-inline dc_remove* make_dc_remove() {
-  dc_remove* filter = allocate<dc_remove>();
-  dc_remove_init(filter);
-  return filter;
-}
-
-inline IIR* make_section(const int* coefficients) {
-  IIR* section = allocate<IIR>();
-  IIR_init(section, coefficients);
-  return section;
-}
-
-// Ends a part, frees it and nulls the pointer; a null pointer stays one.
-template <typename Part, typename End>
-inline void discard(Part*& part, End end) {
-  if (part) end(part);
-  release(part);
-}
-inline void discard(comber*& comb) { discard(comb, comb_end); }
-inline void discard(allpass*& section) { discard(section, allpass_end); }
-inline void discard(audio_delay*& line) { discard(line, audio_delay_end); }
-inline void discard(dc_remove*& filter) { discard(filter, dc_remove_end); }
-inline void discard(IIR*& section) { discard(section, IIR_end); }
 
 // One channel's bank over a block: n samples of in through the combs side by side, their wrapping
 // sum through the all-passes in a row, into out. in and out must not overlap. 16 or 24 names the

@@ -48,8 +48,7 @@ void smart_volume_control_init(smart_volume_control_t* control) {
   smart_volume_control_set_level(control, kUnity);
   for (int k = 0; k < kSplits; ++k) {
     for (IIR** section : {&control->low_pass_left[k], &control->low_pass_right[k]}) {
-      *section = allocate<IIR>();
-      IIR_init(*section, kLowPass[SAMPLE_RATE_48000][k]);
+      *section = make<IIR>(IIR_init, kLowPass[SAMPLE_RATE_48000][k]);
     }
   }
 }
@@ -64,8 +63,7 @@ void smart_volume_control_reset(smart_volume_control_t* control) {
 void smart_volume_control_end(smart_volume_control_t* control) {
   for (IIR** channel : {control->low_pass_left, control->low_pass_right}) {
     for (int k = 0; k < kSplits; ++k) {
-      if (channel[k] != nullptr) IIR_end(channel[k]);
-      release(channel[k]);
+      end_and_release(channel[k], IIR_end);
     }
   }
 }

@@ -5,12 +5,9 @@
 
 void stereo_widening_system_init(stereo_widening_system* system) {
   system->status = 0;
-  system->difference = allocate<difference_circuit>();
-  difference_circuit_init(system->difference);
-  system->crossfeed = allocate<crossfeed_network>();
-  crossfeed_network_init(system->crossfeed);
-  system->reflector = allocate<early_reflector>();
-  early_reflector_init(system->reflector);
+  system->difference = make<difference_circuit>(difference_circuit_init);
+  system->crossfeed = make<crossfeed_network>(crossfeed_network_init);
+  system->reflector = make<early_reflector>(early_reflector_init);
 }
 
 void stereo_widening_system_reset(stereo_widening_system* system) {
@@ -20,12 +17,9 @@ void stereo_widening_system_reset(stereo_widening_system* system) {
 }
 
 void stereo_widening_system_end(stereo_widening_system* system) {
-  if (system->difference) difference_circuit_end(system->difference);
-  if (system->crossfeed) crossfeed_network_end(system->crossfeed);
-  if (system->reflector) early_reflector_end(system->reflector);
-  release(system->difference);
-  release(system->crossfeed);
-  release(system->reflector);
+  end_and_release(system->difference, difference_circuit_end);
+  end_and_release(system->crossfeed, crossfeed_network_end);
+  end_and_release(system->reflector, early_reflector_end);
 }
 
 void stereo_widening_system_set_sample_rate(stereo_widening_system* system, SampleRateType rate) {

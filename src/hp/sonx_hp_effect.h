@@ -7,9 +7,9 @@
 //   sonx_hp_effect_process(effect, buffer, bytes);      // once per period
 //   sonx_hp_effect_deinit(effect);
 //
-// A change of parameters fades: two blocks out, the new settings, and back in, within about 25 ms,
-// so that nothing clicks. The effect starts the same way. Blocks are 240 or 256 frames, chosen from
-// the period.
+// A change of parameters fades: out, the new settings while silent, and back in, within about 35
+// ms, so that nothing clicks. The effect starts the same way. Inside, a period is cut into blocks
+// of 240 or 256 frames, chosen from its length.
 //
 // Rates: 44050..48050 Hz are processed (44.1 and 48 kHz with a tolerance). At any other rate the
 // handle bypasses: init logs a warning, process returns at once and leaves the buffer as it came.

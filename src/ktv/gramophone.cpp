@@ -45,14 +45,10 @@ inline int bit_shift(int y) {
 
 void gramophone_init(gramophone* effect) {
   effect->status = 0;
-  effect->filter = allocate<elliptic>();
-  elliptic_init(effect->filter, kBandPass);
+  effect->filter = make<elliptic>(elliptic_init, kBandPass);
 }
 
-void gramophone_end(gramophone* effect) {
-  if (effect->filter) elliptic_end(effect->filter);
-  release(effect->filter);
-}
+void gramophone_end(gramophone* effect) { end_and_release(effect->filter, elliptic_end); }
 
 void gramophone_setstatus(gramophone* effect, int status) { effect->status = status; }
 void gramophone_getstatus(gramophone* effect, int* status) { *status = effect->status; }

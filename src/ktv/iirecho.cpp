@@ -13,23 +13,12 @@ constexpr int kLongest = 350;        // milliseconds
 constexpr int kPerMillisecond = 48;  // samples
 constexpr int kSpread = 24;          // samples by which the right loop is longer
 
-iircomber* make_comb(int capacity) {
-  auto* comb = allocate<iircomber>();
-  iircomber_init(comb, capacity);
-  return comb;
-}
-
-void end_comb(iircomber*& comb) {
-  if (comb) iircomber_end(comb);
-  release(comb);
-}
-
 }  // namespace
 
 void iirecho_init(iirecho* echo) {
   echo->status = 1;
-  echo->comb_left = make_comb(kLongest * kPerMillisecond);
-  echo->comb_right = make_comb(kLongest * kPerMillisecond + kSpread);
+  echo->comb_left = make<iircomber>(iircomber_init, kLongest * kPerMillisecond);
+  echo->comb_right = make<iircomber>(iircomber_init, kLongest * kPerMillisecond + kSpread);
   echo->feedback = 4096;
   echo->delay = 1;
   iirecho_update(echo);
@@ -38,8 +27,8 @@ void iirecho_init(iirecho* echo) {
 }
 
 void iirecho_end(iirecho* echo) {
-  end_comb(echo->comb_left);
-  end_comb(echo->comb_right);
+  end_and_release(echo->comb_left, iircomber_end);
+  end_and_release(echo->comb_right, iircomber_end);
 }
 
 void iirecho_update(iirecho* echo) {

@@ -1,0 +1,154 @@
+#include "hp/sonx_hp_effect.h"
+
+#include <algorithm>
+#include <cstddef>
+
+#include "dsp/block.h"
+#include "dsp/fixed.h"
+#include "dsp/memory.h"
+#include "hp/sonx_hp_handle_internal.h"
+#include "log.h"
+
+namespace {
+
+constexpr char kLogTag[] = "_T_sonx_hp_wrapper";
+
+constexpr uint32_t kLowestRate = 44050, kHighestRate = 48050;  // Hz
+constexpr uint32_t kShortBlock = 240, kLongBlock = kBlockFrames;
+constexpr uint32_t kBits[] = {16, 32, 32, 32};  // by format code - 1
+
+sonx_hp_handle_t* effect_of(void* handle) { return static_cast<sonx_hp_handle_t*>(handle); }
+
+void set_format(sonx_hp_handle_t* effect, int format_type) {
+  const bool known = format_type >= SONX_FORMAT_16_BIT && format_type <= SONX_FORMAT_8_24;
+  effect->format_type = known ? static_cast<uint32_t>(format_type) : 0;
+  effect->bits_per_sample = known ? kBits[format_type - 1] : 32;
+  effect->bytes_per_sample = effect->bits_per_sample / 8;
+}
+
+// The block that divides the period, or else the one that leaves the shorter last block.
+uint32_t choose_block(uint32_t frames) {
+  const uint32_t short_rest = frames % kShortBlock, long_rest = frames % kLongBlock;
+  if (short_rest == 0) return kShortBlock;
+  return long_rest == 0 || short_rest <= long_rest ? kLongBlock : kShortBlock;
+}
+
+void follow_period(sonx_hp_handle_t* effect, uint32_t frames) {
+  if (frames == effect->last_frame_count) return;
+  effect->last_frame_count = frames;
+  effect->block_frames = choose_block(frames);
+  __android_log_print(kLogDebug, kLogTag, "%s: frame size change to %zu", "sonx_hp_effect_process",
+                      static_cast<size_t>(effect->block_frames));
+}
+
+// Sample formats: read to a 24-bit sample, write from one.
+
+int read_16(int16_t word) { return word * 256; }
+int16_t write_16(int sample) {
+  return static_cast<int16_t>(
+      std::clamp<int64_t>((int64_t{sample} + 128) >> 8, INT16_MIN, INT16_MAX));
+}
+
+int keep(int word) { return word; }
+
+int read_q31(int word) {
+  const int64_t rounded = int64_t{word} + 128;
+  return static_cast<int>((rounded > INT32_MAX ? 0x7FFFFF00 : rounded) >> 8);
+}
+int write_q31(int sample) { return saturate32(int64_t{sample} * 256); }
+
+// The buffer in place, block by block; the handle drives the chain's switch counter.
+template <typename Word, typename Read, typename Write>
+void process_interleaved(sonx_hp_handle_t* effect, Word* buffer, size_t frames, Read read,
+                         Write write) {
+  int *left = effect->work_left, *right = effect->work_right;
+  while (frames > 0) {
+    const size_t n = std::min<size_t>(frames, effect->block_frames);
+    for (size_t i = 0; i < n; ++i) {
+      left[i] = read(buffer[2 * i]);
+      right[i] = read(buffer[2 * i + 1]);
+    }
+    teka_hp_effect_core_process(&effect->chain, left, right, static_cast<int>(n));
+    if (effect->chain.switch_counter >= 0) --effect->chain.switch_counter;
+    for (size_t i = 0; i < n; ++i) {
+      buffer[2 * i] = write(left[i]);
+      buffer[2 * i + 1] = write(right[i]);
+    }
+    buffer += 2 * n;
+    frames -= n;
+  }
+}
+
+}  // namespace
+
+void* sonx_hp_effect_init(unsigned int sample_rate, int format_type) {
+  constexpr char kName[] = "sonx_hp_effect_init";
+  __android_log_print(kLogDebug, kLogTag, "%s: sample_rate %u, format_type %d", kName, sample_rate,
+                      format_type);
+  auto* effect = allocate<sonx_hp_handle_t>();
+  if (effect == nullptr) return nullptr;
+  effect->enabled = 1;
+  effect->sample_rate = sample_rate;
+  if (sample_rate < kLowestRate || sample_rate > kHighestRate) {
+    __android_log_print(kLogWarning, kLogTag, "%s: sample_rate %zu unmatch, need bypass", kName,
+                        static_cast<size_t>(sample_rate));
+    effect->enabled = 0;
+  }
+  set_format(effect, format_type);
+  teka_hp_effect_init(&effect->chain);
+  teka_hp_effect_set_sample_rate(&effect->chain, sample_rate);
+  teka_hp_effect_setstatus(&effect->chain, static_cast<int>(effect->enabled));
+  teka_hp_effect_reset(&effect->chain);
+  effect->last_frame_count = kLongBlock;
+  effect->block_frames = kLongBlock;
+  effect->work_left = allocate<int>(kBlockFrames);
+  effect->work_right = allocate<int>(kBlockFrames);
+  return effect;
+}
+
+void sonx_hp_effect_deinit(void* handle) {
+  if (handle == nullptr) return;
+  sonx_hp_handle_t* effect = effect_of(handle);
+  teka_hp_effect_end(&effect->chain);
+  release(effect->work_left);
+  release(effect->work_right);
+  release(effect);
+}
+
+void sonx_hp_effect_reset(void* handle) {
+  if (handle != nullptr) teka_hp_effect_reset(&effect_of(handle)->chain);
+}
+
+void sonx_hp_effect_set_parameters(void* handle, void* record) {
+  if (handle == nullptr || record == nullptr) return;
+  sonx_hp_handle_t* effect = effect_of(handle);
+  effect->params = *static_cast<const audio_effect_control_acdb_t*>(record);
+  __android_log_print(kLogDebug, kLogTag, "%s: effect %d hpadapter %d",
+                      "sonx_hp_effect_set_parameters", effect->params.effect_type,
+                      effect->params.hpadapter_type);
+  teka_hp_effect_setparameter(&effect->chain, &effect->params);
+}
+
+void sonx_hp_effect_get_parameters(void* handle, void* record) {
+  if (handle == nullptr || record == nullptr) return;
+  *static_cast<audio_effect_control_acdb_t*>(record) = effect_of(handle)->params;
+}
+
+void sonx_hp_effect_process(void* handle, void* buffer, unsigned long bytes) {
+  if (handle == nullptr || buffer == nullptr) return;
+  sonx_hp_handle_t* effect = effect_of(handle);
+  if (effect->enabled == 0) return;
+  const size_t frames = bytes / (effect->bytes_per_sample * 2);
+  follow_period(effect, static_cast<uint32_t>(frames));
+
+  if (effect->bits_per_sample == 16) {
+    process_interleaved(effect, static_cast<int16_t*>(buffer), frames, read_16, write_16);
+    return;
+  }
+  auto* words = static_cast<int32_t*>(buffer);
+  const size_t samples = bytes / effect->bytes_per_sample;
+  const bool q31 = effect->format_type == SONX_FORMAT_32_BIT;
+  if (q31) std::transform(words, words + samples, words, read_q31);
+  process_interleaved(effect, words, frames, keep, keep);
+  if (q31) std::transform(words, words + samples, words, write_q31);
+}

@@ -1,0 +1,20 @@
+// What is behind the headphone effect's handle.
+#pragma once
+
+#include <cstdint>
+
+#include "hp/teka_hp_effect.h"
+
+struct sonx_hp_handle_t {
+  uint32_t enabled;           // 0 = bypass: the rate isn't one the chain is made for
+  uint32_t sample_rate;       // Hz, as given to init
+  uint32_t format_type;       // 1..4, 0 for an unknown code
+  uint32_t bits_per_sample;   // container width
+  uint32_t bytes_per_sample;  // container size
+  uint32_t last_frame_count;  // frames of the last process call
+  uint32_t block_frames;      // frames per chain call: 240 or 256
+  int32_t* work_left;         // 256 samples each
+  int32_t* work_right;
+  teka_hp_effect_t chain;
+  audio_effect_control_acdb_t params;  // the last record received
+};

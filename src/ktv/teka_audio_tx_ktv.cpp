@@ -1,0 +1,111 @@
+#include "ktv/teka_audio_tx_ktv.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include "dsp/block.h"
+#include "dsp/memory.h"
+#include "dsp/sample_formats.h"
+#include "ktv/pending_stages_internal.h"
+
+namespace {
+
+constexpr int kUnity = 8192;         // Q13
+constexpr int kNoHistoryBlocks = 0;  // the compressor runs without look-ahead
+
+}  // namespace
+
+void teka_audio_tx_ktv_init(teka_audio_tx_ktv_t* chain) {
+  chain->volume = kUnity;
+  chain->sample_rate = SAMPLE_RATE_48000;
+  chain->eq = make<equalizer_t>(equalizer_init);
+  chain->reverb = make<reverb_t>(reverb_init);
+  chain->howling = allocate<howlingCancel>();
+  chain->howling->status = 1;
+  chain->compressor = make<compressor_t>(compressor_init, kUnity, kNoHistoryBlocks);
+  compressor_set_sample_rate(chain->compressor, chain->sample_rate);
+  chain->iirecho = make<iirecho>(iirecho_init);
+  chain->gramophone = make<gramophone>(gramophone_init);
+  chain->ns = allocate<NsxInst_t_>();
+  chain->hpf = make<IIR>(IIR_init, kFilterCoefficients);
+  chain->resampler_down = allocate<Resampler_t>();
+  chain->resampler_up = allocate<Resampler_t>();
+  chain->buf_left = allocate<int>(kBlockFrames);
+  chain->buf_right = allocate<int>(kBlockFrames);
+}
+
+void teka_audio_tx_ktv_end(teka_audio_tx_ktv_t* chain) {
+  end_and_release(chain->eq, equalizer_end);
+  end_and_release(chain->reverb, reverb_end);
+  release(chain->howling);
+  end_and_release(chain->compressor, compressor_end);
+  end_and_release(chain->iirecho, iirecho_end);
+  end_and_release(chain->gramophone, gramophone_end);
+  release(chain->ns);
+  end_and_release(chain->hpf, IIR_end);
+  release(chain->resampler_down);
+  release(chain->resampler_up);
+  release(chain->buf_left);
+  release(chain->buf_right);
+}
+
+void teka_audio_tx_ktv_set_sample_rate(teka_audio_tx_ktv_t* chain, unsigned int rate) {
+  chain->sample_rate = sample_rate_type(rate);
+  compressor_set_sample_rate(chain->compressor, chain->sample_rate);
+  IIR_reinit(chain->hpf, kFilterCoefficients);
+}
+
+void teka_audio_tx_ktv_copy_left_to_right(int* left, int* right, int n) {
+  if (n > 0) std::memmove(right, left, static_cast<size_t>(n) * sizeof *left);
+}
+
+void teka_audio_tx_ktv_core_process(teka_audio_tx_ktv_t* chain, int* left, int* right, int n) {
+  chain->ns->status = 0;  // the noise path stays off, whatever was asked for
+  if (chain->gramophone->status) gramophone_process(chain->gramophone, left, left, n);
+  if (chain->eq->status) equalizer_process_mono(chain->eq, left, left, n);
+  teka_audio_tx_ktv_copy_left_to_right(left, right, n);
+  if (chain->reverb->status)
+    reverb_process_stereo_24(chain->reverb, left, right, left, right,
+                             static_cast<unsigned int>(std::max(n, 0)));
+  if (chain->iirecho->status) iirecho_processStereo(chain->iirecho, left, right, left, right, n);
+  if (chain->compressor->status) compressor_process(chain->compressor, left, right, left, right, n);
+}
+
+namespace {
+
+// Any sample format through the work buffers. read(word) gives a 24-bit sample, write(sample) the
+// output's word; it may change the sample in the work buffer.
+template <typename Word, typename Read, typename Write>
+void process_words(teka_audio_tx_ktv_t* chain, const Word* in, Word* out_left, Word* out_right,
+                   int n, Read read, Write write) {
+  int *left = chain->buf_left, *right = chain->buf_right;
+  for_each_block_or_empty(n, [=](int start, int count) {
+    for (int i = 0; i < count; ++i) left[i] = read(in[start + i]);
+    teka_audio_tx_ktv_core_process(chain, left, right, count);
+    for (int i = 0; i < count; ++i) out_left[start + i] = write(left[i]);
+    for (int i = 0; i < count; ++i) out_right[start + i] = write(right[i]);
+  });
+}
+
+}  // namespace
+
+void teka_audio_tx_ktv_process_16(teka_audio_tx_ktv_t* chain, void* in, void* out_left,
+                                  void* out_right, int n) {
+  process_words(chain, static_cast<const short*>(in), static_cast<short*>(out_left),
+                static_cast<short*>(out_right), n, from_16_bit,
+                [](int& sample) { return to_16_bit(sample); });
+}
+
+void teka_audio_tx_ktv_process_24(teka_audio_tx_ktv_t* chain, void* in, void* out_left,
+                                  void* out_right, int n) {
+  process_words(chain, static_cast<const int*>(in), static_cast<int*>(out_left),
+                static_cast<int*>(out_right), n, from_28_bit, to_28_bit);
+}
+
+void teka_audio_tx_ktv_process(teka_audio_tx_ktv_t* chain, int bit_width, void* in, void* out_left,
+                               void* out_right, int n) {
+  if (bit_width == 16)
+    teka_audio_tx_ktv_process_16(chain, in, out_left, out_right, n);
+  else
+    teka_audio_tx_ktv_process_24(chain, in, out_left, out_right, n);
+}
