@@ -16,7 +16,8 @@ inline std::vector<int> bench_noise(int n = kBenchFrames, unsigned seed = 1) {
   return x;
 }
 
-// Call once after the timing loop: frames is what one iteration processed.
+// Call once after the timing loop: frames is what one iteration processed. Prints the time of one
+// frame and how many times faster than real time that is at the rate (processor time, both).
 inline void report_frames(benchmark::State& state, int frames = kBenchFrames,
                           double rate = 48000.0) {
   const double total = static_cast<double>(state.iterations()) * frames;
