@@ -1,0 +1,15 @@
+// The subcommands of the tool; each adds itself to the command line and does its work in a
+// callback.
+#pragma once
+
+namespace CLI {
+class App;
+}
+
+namespace sonx {
+
+void add_hp_command(CLI::App& app);
+void add_response_command(CLI::App& app);
+void add_demo_command(CLI::App& app);
+
+}  // namespace sonx

@@ -1,0 +1,192 @@
+// sonx demo: one recording through every headphone effect, and a table of what came out.
+#include <CLI/CLI.hpp>
+
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+#include <filesystem>
+#include <memory>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include "commands.h"
+#include "render.h"
+#include "settings.h"
+
+namespace sonx {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+const char* const kFooter =
+    R"(Writes OUTDIR/NAME-EFFECT.wav for each effect, and OUTDIR/NAME-switch-over.wav,
+which walks through all of them in one go. A file at a rate that the effect does
+not process is converted to 44100 or 48000 Hz first. The steps at a switch are
+those of the switch-over rendering (for which a short file is repeated), over
+0.1 s from the change into the effect of that row, beside the largest step that
+the input has there.)";
+
+constexpr int kFormat = 4;  // 24 bits in 32
+constexpr size_t kPeriod = 480;
+constexpr double kShortestStretch = 2;  // seconds per effect in the switch-over rendering
+
+struct demo_options {
+  std::string in;
+  std::string folder;
+};
+
+struct demo_effect {
+  const char* name;  // in the table and in file names
+  std::vector<std::pair<const char*, const char*>> settings;
+  double tail;  // seconds
+};
+
+const std::vector<demo_effect>& demo_effects() {
+  static const std::vector<demo_effect> effects = {
+      {"none", {}, 0},
+      {"widening", {{"effect", "widening"}}, 0},
+      {"bass", {{"effect", "bass"}}, 0},
+      {"preset", {{"effect", "preset"}}, 0},
+      {"reverb-room", {{"effect", "reverb"}, {"room", "35%"}, {"damp", "60%"}, {"wet", "70%"}}, 1},
+      {"reverb-hall", {{"effect", "reverb"}, {"room", "88%"}, {"damp", "25%"}, {"wet", "85%"}}, 4},
+      {"eq", {{"effect", "eq"}, {"eq", "6/4/2/0/-1/-1/0/2/4/5"}}, 0},
+      {"adapter-1", {{"adapter", "1"}}, 0},
+  };
+  return effects;
+}
+
+audio_effect_control_acdb_t record_of(const demo_effect& effect) {
+  effect_settings settings;
+  for (const auto& [name, value] : effect.settings) settings.set(name, value);
+  return settings.record();
+}
+
+// The rate to render at: the file's own, or the nearest of its family that the effect processes.
+int render_rate(int file_rate) {
+  if (hp_effect::processes(file_rate)) return file_rate;
+  return file_rate % 11025 == 0 ? 44100 : 48000;
+}
+
+class demo {
+ public:
+  explicit demo(const demo_options& options) : options_(options) {
+    fs::create_directories(options.folder);
+    stem_ = fs::path(options.in).stem().string();
+  }
+
+  void run() {
+    announce();
+    const render_report walk = render_switch_over();
+    print_head();
+    // The walk begins and ends with no effect: the row of "none" shows the switch back to it.
+    for (size_t i = 0; i < demo_effects().size(); ++i) {
+      const demo_effect& effect = demo_effects()[i];
+      const render_report report = render_one(effect);
+      print_row(effect.name, report, i == 0 ? walk.stretches.back() : walk.stretches[i]);
+    }
+    float step_in = 0;
+    float step_out = 0;
+    for (size_t i = 1; i < walk.stretches.size(); ++i) {
+      step_in = std::max(step_in, walk.stretches[i].step_in);
+      step_out = std::max(step_out, walk.stretches[i].step_out);
+    }
+    stretch_report all = walk.stretches.front();
+    all.step_in = step_in;
+    all.step_out = step_out;
+    print_row("switch-over", walk, all);
+    print_times(walk);
+  }
+
+ private:
+  fs::path output(const std::string& name) const {
+    return fs::path(options_.folder) / (stem_ + "-" + name + ".wav");
+  }
+
+  render_report render_to(const std::string& name, const render_options& how, int times = 1) {
+    audio_reader reader(options_.in);
+    reader.convert_to(rate_);
+    reader.repeat(times);
+    audio_writer writer(output(name), rate_, 24, reader.frames());
+    render_report report = render(reader, writer, how, stem_ + "-" + name);
+    writer.commit();
+    return report;
+  }
+
+  void announce() {
+    const audio_reader reader(options_.in);
+    rate_ = render_rate(reader.file_rate());
+    seconds_ = static_cast<double>(reader.frames()) / reader.file_rate();
+    std::printf("%s: %d Hz, %d channel%s, %.1f s", options_.in.c_str(), reader.file_rate(),
+                reader.file_channels(), reader.file_channels() == 1 ? "" : "s", seconds_);
+    if (rate_ != reader.file_rate()) std::printf(", converted to %d Hz", rate_);
+    std::printf("\nwritten to %s\n\n", output("*").c_str());
+  }
+
+  render_report render_switch_over() {
+    const auto& effects = demo_effects();
+    render_options how{kFormat, kPeriod, 0, {}};
+    const auto stretches = static_cast<double>(effects.size() + 1);
+    const int times = static_cast<int>(
+        std::max(1.0, std::ceil(kShortestStretch * stretches / std::max(seconds_, 1e-3))));
+    const double part = seconds_ * times / stretches;
+    for (size_t i = 0; i <= effects.size(); ++i) {
+      how.changes.push_back(
+          {part * static_cast<double>(i), record_of(effects[i % effects.size()])});
+    }
+    const render_report report = render_to("switch-over", how, times);
+    if (report.stretches.size() != how.changes.size()) {
+      throw std::runtime_error("'" + options_.in + "' ended before its stated length");
+    }
+    return report;
+  }
+
+  render_report render_one(const demo_effect& effect) {
+    return render_to(effect.name, {kFormat, kPeriod, effect.tail, {{0, record_of(effect)}}});
+  }
+
+  static void print_head() {
+    std::printf("%-12s %13s  %13s  %15s  %8s\n", "", "peak dBFS", "loudness LUFS", "step at switch",
+                "times");
+    std::printf("%-12s %6s %6s  %6s %6s  %7s %7s  %8s\n", "effect", "in", "out", "in", "out", "in",
+                "out", "realtime");
+  }
+
+  static void print_row(const char* name, const render_report& report,
+                        const stretch_report& change) {
+    std::printf("%-12s %6s %6s  %6s %6s  %7.4f %7.4f  %8.0f\n", name,
+                decibels(report.in.peak_dbfs).c_str(), decibels(report.out.peak_dbfs).c_str(),
+                decibels(report.in.lufs).c_str(), decibels(report.out.lufs).c_str(), change.step_in,
+                change.step_out, report.speed);
+    std::fflush(stdout);
+  }
+
+  void print_times(const render_report& walk) const {
+    std::printf("\nswitch-over:");
+    for (size_t i = 0; i < walk.stretches.size(); ++i) {
+      std::printf(" %.1f s %s%s", static_cast<double>(walk.stretches[i].begin) / rate_,
+                  demo_effects()[i % demo_effects().size()].name,
+                  i + 1 < walk.stretches.size() ? "," : "\n");
+    }
+  }
+
+  const demo_options& options_;
+  std::string stem_;
+  int rate_ = 0;
+  double seconds_ = 0;
+};
+
+}  // namespace
+
+void add_demo_command(CLI::App& app) {
+  CLI::App* command = app.add_subcommand(
+      "demo", "render a file through every headphone effect and print a table of levels");
+  auto options = std::make_shared<demo_options>();
+  command->footer(kFooter);
+  command->add_option("IN", options->in, "audio file that libsndfile reads")->required();
+  command->add_option("OUTDIR", options->folder, "folder to write to, made if missing")->required();
+  command->callback([options] { demo(*options).run(); });
+}
+
+}  // namespace sonx

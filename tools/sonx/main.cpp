@@ -1,0 +1,50 @@
+// sonx: the effects library on a desk. Drives it as a phone's audio HAL would.
+#include <CLI/CLI.hpp>
+
+#include <cstdio>
+#include <exception>
+
+#include "commands.h"
+#include "log.h"
+#include "progress.h"
+
+namespace {
+
+const char* const kExamples = R"(Examples:
+  sonx hp in.flac out.wav --effect widening
+  sonx hp in.wav out.wav --effect eq --eq 6,4,2,0,0,0,0,1,2,3
+  sonx hp in.wav out.wav --at 5:effect=bass --at 10:effect=reverb,room=90%
+  sonx response --effect preset --svg preset.svg
+  sonx demo in.mp3 out
+'sonx COMMAND --help' tells more about each.)";
+
+int run(int argc, char** argv) {
+  CLI::App app("Runs audio files through the effects library, measures it, and shows it off.",
+               "sonx");
+  app.require_subcommand(1);
+  app.footer(kExamples);
+  app.add_flag_callback(
+      "--log", [] { sonx::show_debug_log(); },
+      "show the library's debug log lines on standard error");
+  sonx::add_hp_command(app);
+  sonx::add_response_command(app);
+  sonx::add_demo_command(app);
+  try {
+    app.parse(argc, argv);
+  } catch (const CLI::ParseError& error) {
+    return app.exit(error) == 0 ? 0 : 1;
+  }
+  return 0;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  sonx::catch_interrupts();
+  try {
+    return run(argc, argv);
+  } catch (const std::exception& error) {
+    std::fprintf(stderr, "sonx: %s\n", error.what());
+    return 1;
+  }
+}

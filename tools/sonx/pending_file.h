@@ -1,0 +1,33 @@
+// An output file that appears whole or not at all: written under a temporary name beside the target
+// and renamed at the end; removed again on any error before that.
+#pragma once
+
+#include <filesystem>
+#include <string>
+
+namespace sonx {
+
+class pending_file {
+ public:
+  // Refuses, by std::runtime_error, a target that exists and is no regular file, and a missing
+  // folder.
+  explicit pending_file(std::filesystem::path target);
+  ~pending_file();
+  pending_file(const pending_file&) = delete;
+  pending_file& operator=(const pending_file&) = delete;
+
+  const std::filesystem::path& target() const { return target_; }
+  const std::filesystem::path& temporary() const { return temporary_; }
+
+  // Gives the file its name; to be called when everything is written and closed.
+  void commit();
+
+ private:
+  std::filesystem::path target_;
+  std::filesystem::path temporary_;
+};
+
+// Writes a text file in this manner.
+void write_text_file(const std::filesystem::path& target, const std::string& text);
+
+}  // namespace sonx

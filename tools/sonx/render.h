@@ -1,0 +1,74 @@
+// Runs audio through the headphone effect as an audio HAL does: one handle, period by period in
+// place, parameters set between two periods.
+#pragma once
+
+#include <hp/audio_effect_control.h>
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "audio_file.h"
+#include "measure.h"
+
+namespace sonx {
+
+// A handle of the headphone effect, ended with its owner.
+class hp_effect {
+ public:
+  hp_effect(int rate, int format);
+  ~hp_effect();
+  hp_effect(const hp_effect&) = delete;
+  hp_effect& operator=(const hp_effect&) = delete;
+
+  void set(audio_effect_control_acdb_t record);
+  void process(void* period, size_t bytes);
+
+  // Whether a handle at this rate processes at all, and what to tell a user whose file it doesn't.
+  static bool processes(int rate);
+
+ private:
+  void* handle_;
+};
+
+// Samples by which the chain delays the sound.
+int chain_delay(int rate);
+
+struct timed_change {
+  double seconds;  // takes effect before the first period that begins at or after this
+  audio_effect_control_acdb_t record;
+};
+
+struct render_options {
+  int format = 1;
+  size_t period = 480;                // frames
+  double tail = 0;                    // seconds of silence after the input
+  std::vector<timed_change> changes;  // in order of time; the first at 0
+};
+
+struct stretch_report {
+  int64_t begin;  // frames of the output
+  int64_t end;
+  audio_effect_control_acdb_t record;
+  levels in;
+  levels out;
+  // Largest step between two samples in the first 0.1 s, the switch-over; full scale 1.0. That of
+  // the input is taken where the output has it, the chain's delay later.
+  float step_in;
+  float step_out;
+};
+
+struct render_report {
+  std::vector<stretch_report> stretches;
+  levels in;
+  levels out;
+  int64_t frames;
+  double speed;  // multiple of real time spent in the library
+};
+
+// Renders all of the reader's file into the writer. The last period is filled up with silence, and
+// what comes of that is not written.
+render_report render(audio_reader& reader, audio_writer& writer, const render_options& options,
+                     const std::string& label);
+
+}  // namespace sonx
