@@ -68,7 +68,7 @@ SONX_EXPORT void smart_volume_control_set_sample_rate(smart_volume_control_t* co
 SONX_EXPORT void smart_volume_control_setstatus(smart_volume_control_t* control, int status);
 SONX_EXPORT void smart_volume_control_getstatus(smart_volume_control_t* control, int* status);
 
-// Target level, Q13, stored as given and meant for 0..8388608 (beyond, the energies wrap). Floor,
+// Target level, Q13, stored as given and meant for 0..370000 (beyond, the energies wrap). Floor,
 // target and estimate (restarted 6 dB below the target) follow from its square; the gain then moves
 // through the ramp. May be called between two process calls.
 SONX_EXPORT void smart_volume_control_set_level(smart_volume_control_t* control, int level);
