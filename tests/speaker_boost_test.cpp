@@ -433,8 +433,10 @@ TEST(SpeakerBoost, StartsWithItsDefaultsResetsToSilenceAndEndsTwice) {
   EXPECT_EQ((std::array{status, left, right, channels}), (std::array{0, 8192, 8192, 2}));
   EXPECT_EQ((std::array{boost.history_len, boost.frame_len}), (std::array{2, 60}));
   const samples in = wild(1000, 3), silence(1000);
+  NLD_set_clip_level(boost.nld, 1);
   run(boost, in, in);
   speaker_boost_system_reset(&boost);
+  EXPECT_EQ(boost.nld->clip_envelope, 2097152);
   for (int* buffer : boost.left_buffers()) EXPECT_EQ(samples(buffer, buffer + 256), samples(256));
   EXPECT_EQ(run(boost, silence, silence).out_left, silence);
   speaker_boost_system_end(&boost);

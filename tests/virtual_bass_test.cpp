@@ -242,6 +242,35 @@ TEST(CompressorBass, GivesTheTargetAndTheLevelWorkedOutByHand) {
   EXPECT_EQ(out, 0) << "-1 becomes 0";
 }
 
+// 32768: 402653184 / 32768 = 12288, a = 21845, roots 148 and 275, so 12288 x 15 x (275 x 256)
+// >> 17. 32635: 12338 and, a being cut to 21756, roots 147 and 274.
+TEST(CompressorBass, TruncatesAndRoundsOnTheWayToTheTargetAsWorkedOutByHand) {
+  compressor_bass compressor;
+  compressor_bass_init(&compressor);
+  for (const auto& [peak, target] : {std::pair{32768, 99000}, {32635, 99041}}) {
+    compressor.level = 0;
+    compressor.gain = target + 128;
+    int x = -peak * 256;
+    compressor_bass_process(&compressor, &x, &x, 1);
+    EXPECT_EQ(compressor.gain, target + 127) << peak;
+    compressor.gain = target - 512;
+    x = -peak * 256;
+    compressor_bass_process(&compressor, &x, &x, 1);
+    EXPECT_EQ(compressor.gain, target - 511) << peak;
+  }
+}
+
+TEST(CompressorBass, TakesAGainBelow32AsZero) {
+  compressor_bass compressor;
+  for (const auto& [target, gain] : {std::pair{16383, 0}, {16384, 32}}) {
+    compressor_bass_init(&compressor);
+    compressor.default_gain = target;  // 1/512 of it is the first step: 31 or 32
+    int x = 0;
+    compressor_bass_process(&compressor, &x, &x, 1);
+    EXPECT_EQ(compressor.gain, gain);
+  }
+}
+
 // The amplitudes of the harmonics 0..8 that the polynomial makes of a tone of amplitude a, through
 // cos^k = 2^(1-k) sum C(k, j) cos((k - 2j) t).
 std::array<double, 9> ideal_harmonics(double a) {
@@ -316,7 +345,11 @@ TEST(VirtualBass, FadesTheBassInAfterInitAndReset) {
     EXPECT_LT(peak({first.begin() + part * 960, first.begin() + (part + 1) * 960}),
               4000000 * (1.0 - std::pow(511.0 / 512.0, 960 * (part + 1))));
   EXPECT_GT(peak({first.end() - 960, first.end()}), 3900000);
+  virtual_bass_system_set_nld_clip_level(&bass, 100);
+  bass.run_mono(in);
+  virtual_bass_system_set_nld_clip_level(&bass, 8192);
   virtual_bass_system_reset(&bass);
+  EXPECT_EQ(bass.nld->clip_envelope, 2097152) << "restarts, doesn't glide";
   EXPECT_EQ(bass.run_mono(in), first);
 }
 
