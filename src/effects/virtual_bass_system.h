@@ -24,6 +24,10 @@
 //
 // There are no coefficients for 192000 Hz: all filters put out 0 there, and so does the module.
 //
+// After a signal the output comes to rest at a constant between 0 and some -150 (-95 dB of full
+// scale), -400 at 96000 Hz, because the filters round toward minus infinity; silence from init or
+// reset on gives exact silence.
+//
 // Latency: none but the filters' own (0.8 ms at low frequencies from the all-passes). Memory: 1 KB
 // for the bass buffer and twelve filter sections, taken by init. Samples: 24-bit values in 32-bit
 // words.

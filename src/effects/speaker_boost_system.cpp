@@ -1,0 +1,266 @@
+#include "effects/speaker_boost_system.h"
+
+#include <algorithm>
+
+#include "dsp/audio_delay_block.h"
+#include "dsp/block.h"
+#include "dsp/fixed.h"
+#include "dsp/iir_block.h"
+#include "dsp/memory.h"
+#include "effects/crossover_tables_internal.h"
+#include "effects/nld_block.h"
+#include "effects/spectral_band_split_block.h"
+
+namespace {
+
+constexpr int kSplits = 3;
+constexpr const crossover_set* kCrossovers[kSplits] = {kCrossover250, kCrossover950,
+                                                       kCrossover2800};
+
+// All sets are Q28: b0, b1, b2, -a1, -a2; given data.
+
+// Band-pass of the harmonics, 0 dB at 400 Hz, -5 dB at 200 and 800 Hz.
+constexpr int kHarmonicBand[][5] = {
+    {7433276, 0, -7433276, 521156877, -253568901},  // 44100 Hz
+    {6845285, 0, -6845285, 522463337, -254744883},  // 48000 Hz
+    {3468019, 0, -3468019, 529753275, -261499416},  // 96000 Hz
+    {},                                             // 192000 Hz: silence
+};
+
+// Treble roll-off: -2.5 dB at 10 kHz, -6 dB at 20 kHz.
+constexpr int kPreFilter[][5] = {
+    {188765458, 30745136, 33272995, 64448379, -48796514},      // 44100 Hz
+    {183560140, 0, 31493941, 107017611, -53636238},            // 48000 Hz
+    {157546209, -148535990, 52515403, 326985330, -120075497},  // 96000 Hz
+    {},                                                        // 192000 Hz: silence
+};
+
+constexpr int kFrameLength[] = {220, 240, 480, 960};  // samples, about 5 ms
+
+// What left and right have each of their own.
+struct channel {
+  spectral_band_split* const* split;
+  IIR* pre;
+  audio_delay* delay;
+  dynamic_range_control_t *drc_low, *drc_mid, *drc_high, *drc_full;
+  int *sub, *low, *mid, *high, *sum;
+  int nld_gain;
+};
+
+channel left_of(const speaker_boost_system_t* b) {
+  return {b->split_left,    b->pre_left,      b->delay_left,   b->drc_low_left, b->drc_mid_left,
+          b->drc_high_left, b->drc_full_left, b->sub_left,     b->low_left,     b->mid_left,
+          b->high_left,     b->sum_left,      b->nld_gain_left};
+}
+
+channel right_of(const speaker_boost_system_t* b) {
+  return {b->split_right,   b->pre_right,      b->delay_right,    b->drc_low_right,
+          b->drc_mid_right, b->drc_high_right, b->drc_full_right, b->sub_right,
+          b->low_right,     b->mid_right,      b->high_right,     b->sum_right,
+          b->nld_gain_right};
+}
+
+// Calls use(pointer) with each of the pointers to the controllers, and to the work buffers.
+template <typename Use>
+void for_each_controller(speaker_boost_system_t* b, Use use) {
+  for (auto* drc : {&b->drc_low_left, &b->drc_mid_left, &b->drc_high_left, &b->drc_low_right,
+                    &b->drc_mid_right, &b->drc_high_right, &b->drc_full_left, &b->drc_full_right})
+    use(*drc);
+}
+
+template <typename Use>
+void for_each_buffer(speaker_boost_system_t* b, Use use) {
+  for (int** buffer : {&b->sub_left, &b->low_left, &b->mid_left, &b->high_left, &b->sum_left,
+                       &b->sub_right, &b->low_right, &b->mid_right, &b->high_right, &b->sum_right})
+    use(*buffer);
+}
+
+int look_ahead(const speaker_boost_system_t* boost) {
+  return wrap_mul(boost->history_len, boost->frame_len);
+}
+
+}  // namespace
+
+void speaker_boost_system_init(speaker_boost_system_t* boost) {
+  boost->status = 0;
+  boost->nld_gain_left = boost->nld_gain_right = 8192;
+  boost->channel_num = 2;
+  boost->history_len = 2;
+  boost->frame_len = 60;
+  for (int k = 0; k < kSplits; ++k) {
+    const crossover_set& set = kCrossovers[k][SAMPLE_RATE_48000];
+    for (auto* split : {&boost->split_left[k], &boost->split_right[k]})
+      *split = make<spectral_band_split>(spectral_band_split_init, set.low, set.high);
+  }
+  boost->nld = make<NLD>(NLD_init);
+  boost->nld_band = make<IIR>(IIR_init, kHarmonicBand[SAMPLE_RATE_48000]);
+  boost->pre_left = make<IIR>(IIR_init, kPreFilter[SAMPLE_RATE_48000]);
+  boost->pre_right = make<IIR>(IIR_init, kPreFilter[SAMPLE_RATE_48000]);
+  boost->delay_left = make<audio_delay>(audio_delay_init, look_ahead(boost));
+  boost->delay_right = make<audio_delay>(audio_delay_init, look_ahead(boost));
+  for_each_controller(boost, [=](dynamic_range_control_t*& drc) {
+    drc = make<dynamic_range_control_t>(dynamic_range_control_init, boost->history_len,
+                                        boost->frame_len);
+  });
+  for_each_buffer(boost, [](int*& buffer) { buffer = allocate<int>(kBlockFrames); });
+}
+
+void speaker_boost_system_set_sample_rate(speaker_boost_system_t* boost, SampleRateType rate) {
+  const bool known = rate >= SAMPLE_RATE_44100 && rate <= SAMPLE_RATE_192000;
+  const int row = known ? rate : SAMPLE_RATE_48000;
+  const int crossover_row = row == SAMPLE_RATE_192000 ? SAMPLE_RATE_48000 : row;
+  boost->frame_len = kFrameLength[row];
+  for (int k = 0; k < kSplits; ++k) {
+    const crossover_set& set = kCrossovers[k][crossover_row];
+    spectral_band_split_reinit(boost->split_left[k], set.low, set.high);
+    spectral_band_split_reinit(boost->split_right[k], set.low, set.high);
+  }
+  IIR_reinit(boost->nld_band, kHarmonicBand[row]);
+  IIR_reinit(boost->pre_left, kPreFilter[row]);
+  IIR_reinit(boost->pre_right, kPreFilter[row]);
+  for_each_controller(boost, [=](dynamic_range_control_t* drc) {
+    dynamic_range_control_reinit(drc, boost->frame_len);
+  });
+  audio_delay_reinit(boost->delay_left, look_ahead(boost));
+  audio_delay_reinit(boost->delay_right, look_ahead(boost));
+}
+
+void speaker_boost_system_reset(speaker_boost_system_t* boost) {
+  for (int k = 0; k < kSplits; ++k) {
+    spectral_band_split_reset(boost->split_left[k]);
+    spectral_band_split_reset(boost->split_right[k]);
+  }
+  NLD_reset(boost->nld);
+  for (IIR* section : {boost->nld_band, boost->pre_left, boost->pre_right}) IIR_reset(section);
+  for_each_controller(boost, dynamic_range_control_reset);
+  audio_delay_reset(boost->delay_left);
+  audio_delay_reset(boost->delay_right);
+  for_each_buffer(boost, [](int* buffer) { std::fill_n(buffer, kBlockFrames, 0); });
+}
+
+void speaker_boost_system_end(speaker_boost_system_t* boost) {
+  for (int k = 0; k < kSplits; ++k) {
+    end_and_release(boost->split_left[k], spectral_band_split_end);
+    end_and_release(boost->split_right[k], spectral_band_split_end);
+  }
+  end_and_release(boost->nld, NLD_end);
+  for (IIR** section : {&boost->nld_band, &boost->pre_left, &boost->pre_right})
+    end_and_release(*section, IIR_end);
+  for_each_controller(boost, [](dynamic_range_control_t*& drc) {
+    end_and_release(drc, dynamic_range_control_end);
+  });
+  end_and_release(boost->delay_left, audio_delay_end);
+  end_and_release(boost->delay_right, audio_delay_end);
+  for_each_buffer(boost, [](int*& buffer) { release(buffer); });
+}
+
+void speaker_boost_system_setstatus(speaker_boost_system_t* boost, int status) {
+  boost->status = status;
+}
+void speaker_boost_system_getstatus(speaker_boost_system_t* boost, int* status) {
+  *status = boost->status;
+}
+
+void speaker_boost_system_set_nld_gain_left(speaker_boost_system_t* boost, int gain) {
+  boost->nld_gain_left = gain;
+}
+void speaker_boost_system_get_nld_gain_left(speaker_boost_system_t* boost, int* gain) {
+  *gain = boost->nld_gain_left;
+}
+
+void speaker_boost_system_set_nld_gain_right(speaker_boost_system_t* boost, int gain) {
+  boost->nld_gain_right = gain;
+}
+void speaker_boost_system_get_nld_gain_right(speaker_boost_system_t* boost, int* gain) {
+  *gain = boost->nld_gain_right;
+}
+
+void speaker_boost_system_set_channel_num(speaker_boost_system_t* boost, int number) {
+  boost->channel_num = number;
+}
+void speaker_boost_system_get_channel_num(speaker_boost_system_t* boost, int* number) {
+  *number = boost->channel_num;
+}
+
+void speaker_boost_system_set_nld_param(speaker_boost_system_t* boost, int* coefficients) {
+  IIR_set_param(boost->nld_band, coefficients);
+}
+void speaker_boost_system_get_nld_param(speaker_boost_system_t* boost, int* coefficients) {
+  IIR_get_param(boost->nld_band, coefficients);
+}
+
+// The eighty accessors of the controllers.
+#define SPEAKER_BOOST_DEFINE(controller, parameter)                                           \
+  void speaker_boost_system_drc_##controller##_set_##parameter(speaker_boost_system_t* boost, \
+                                                               int value) {                   \
+    dynamic_range_control_set_##parameter(boost->drc_##controller, value);                    \
+  }                                                                                           \
+  void speaker_boost_system_drc_##controller##_get_##parameter(speaker_boost_system_t* boost, \
+                                                               int* value) {                  \
+    dynamic_range_control_get_##parameter(boost->drc_##controller, value);                    \
+  }
+SPEAKER_BOOST_FOR_EACH_ACCESSOR(SPEAKER_BOOST_DEFINE)
+#undef SPEAKER_BOOST_DEFINE
+
+// One channel; samples at input scale on all wires. N is shared: the mean of both channels' sub
+// bands (in mono the one sub band) through the non-linear device and the band-pass.
+//
+//   in ─► roll-off ─► 250 Hz ─┬─ sub ─► N ─► × nld_gain, Q13 ─► delay ─► + ─► full ─► out
+//                             └─► 950 Hz ─┬─ low ─────► low controller ─► +   controller
+//                                         └─► 2.8 kHz ─┬─ mid ─► mid controller ─► +
+//                                                      └─ high ─► high controller ─► +
+
+namespace {
+
+void split_block(const channel& c, const int* in, int n) {
+  int* const rest = c.high;  // what is above the crossovers so far
+  iir_block_32(c.pre, in, rest, n);
+  spectral_band_split_block(c.split[0], rest, c.sub, rest, n);
+  spectral_band_split_block(c.split[1], rest, c.low, rest, n);
+  spectral_band_split_block(c.split[2], rest, c.mid, rest, n);
+}
+
+// N of the sketch: in place.
+void make_harmonics(const speaker_boost_system_t* boost, int* x, int n) {
+  nld_block(boost->nld, x, x, n);
+  iir_block_32(boost->nld_band, x, x, n);
+}
+
+// The harmonics take the place of the sub band, and the bands become their sum.
+void mix_bands(const channel& c, const int* harmonics, int n) {
+  for (int i = 0; i < n; ++i) c.sub[i] = saturate32(int64_t{c.nld_gain} * harmonics[i] >> 13);
+  audio_delay_block(c.delay, c.sub, n);
+  dynamic_range_control_process(c.drc_low, c.low, c.low, n);
+  dynamic_range_control_process(c.drc_mid, c.mid, c.mid, n);
+  dynamic_range_control_process(c.drc_high, c.high, c.high, n);
+  for (int i = 0; i < n; ++i)
+    c.sum[i] = wrap32(int64_t{c.sub[i]} + c.low[i] + c.mid[i] + c.high[i]);
+}
+
+}  // namespace
+
+void speaker_boost_system_process_stereo(speaker_boost_system_t* boost, int* in_left, int* in_right,
+                                         int* out_left, int* out_right, int n) {
+  const channel left = left_of(boost), right = right_of(boost);
+  for_each_block_or_empty(n, [&](auto start, int count) {
+    int harmonics[kBlockFrames];
+    split_block(left, in_left + start, count);
+    split_block(right, in_right + start, count);
+    for (int i = 0; i < count; ++i) harmonics[i] = wrap_add(left.sub[i], right.sub[i]) >> 1;
+    make_harmonics(boost, harmonics, count);
+    mix_bands(left, harmonics, count);
+    mix_bands(right, harmonics, count);
+    dynamic_range_control_process(left.drc_full, left.sum, out_left + start, count);
+    dynamic_range_control_process(right.drc_full, right.sum, out_right + start, count);
+  });
+}
+
+void speaker_boost_system_process_mono(speaker_boost_system_t* boost, int* in, int* out, int n) {
+  const channel left = left_of(boost);
+  for_each_block_or_empty(n, [&](auto start, int count) {
+    split_block(left, in + start, count);
+    make_harmonics(boost, left.sub, count);
+    mix_bands(left, left.sub, count);
+    dynamic_range_control_process(left.drc_full, left.sum, out + start, count);
+  });
+}

@@ -1,0 +1,474 @@
+#include "effects/virtual_bass_system.h"
+
+#include <gtest/gtest.h>
+
+#include "dsp/fixed.h"
+#include "support/filter_theory.h"
+#include "support/signals.h"
+#include "support/splits.h"
+
+namespace {
+
+constexpr int kRates[] = {44100, 48000, 96000, 192000};
+
+SampleRateType rate_type(int number) { return static_cast<SampleRateType>(number); }
+
+struct virtual_bass : virtual_bass_system {
+  explicit virtual_bass(int rate = 1) {
+    virtual_bass_system_init(this);
+    virtual_bass_system_set_sample_rate(this, rate_type(rate));
+  }
+  ~virtual_bass() { virtual_bass_system_end(this); }
+
+  virtual_bass& gains(int origin, int harmonics, int high) {
+    virtual_bass_system_set_origin_gain(this, origin);
+    virtual_bass_system_set_nld_gain(this, harmonics);
+    virtual_bass_system_set_high_band_gain(this, high);
+    return *this;
+  }
+
+  // The left output for a mono input, in blocks of 240.
+  samples run_mono(const samples& in) {
+    samples left = in, right = in;
+    const int n = static_cast<int>(in.size());
+    for (int i = 0; i < n; i += 240)
+      virtual_bass_system_process(this, &left[i], &right[i], &left[i], &right[i],
+                                  std::min(240, n - i));
+    EXPECT_EQ(left, right);
+    return left;
+  }
+};
+
+struct harmonics : NLD {
+  harmonics() { NLD_init(this); }
+  ~harmonics() { NLD_end(this); }
+
+  int clip(int x) {
+    clip_process(this, &x, &x);
+    return x;
+  }
+  int polynomial(int x) {
+    multiplier_process(this, &x, &x);
+    return x;
+  }
+};
+
+// The default polynomial in real numbers, full scale being 1: its coefficients of x, x^2, ... x^8.
+std::array<double, 8> ideal_polynomial() {
+  std::array<double, 8> a{123008, -511, 699050, -345, 310689, -288, 116508, -256};
+  for (size_t k = 0; k < 8; ++k) a[k] *= (k == 0 ? 1.0 : a[k - 1]) / 32768.0;
+  return a;
+}
+
+TEST(VirtualBass, LoadsTheFiltersThatTheoryExpectsAtEachRate) {
+  virtual_bass bass;
+  for (int rate = 0; rate < 3; ++rate) {
+    SCOPED_TRACE(kRates[rate]);
+    virtual_bass_system_set_sample_rate(&bass, rate_type(rate));
+    for (spectral_band_split* split : {bass.split_left, bass.split_right})
+      expect_crossover(split, 250.0, kRates[rate]);
+    expect_low_pass(bass.nld_band->coef, 500.0, kRates[rate]);
+    for (IIR* section : {bass.align_left, bass.align_right, bass.align_bass})
+      expect_allpass(section->coef);
+  }
+  for (int unknown : {-1, 4, INT32_MAX}) {
+    virtual_bass_system_set_sample_rate(&bass, rate_type(unknown));
+    expect_crossover(bass.split_left, 250.0, 48000.0);
+  }
+  virtual_bass_system_set_sample_rate(&bass, SAMPLE_RATE_192000);
+  for (IIR* section : {bass.split_left->low[0], bass.split_left->high[1], bass.split_right->low[1],
+                       bass.split_right->high[0], bass.nld_band, bass.align_left, bass.align_right,
+                       bass.align_bass})
+    for (int k = 0; k < 5; ++k) EXPECT_EQ(section->coef[k], 0);
+}
+
+TEST(VirtualBass, IsSilentAt192000Hz) {
+  virtual_bass bass(SAMPLE_RATE_192000);
+  EXPECT_EQ(bass.run_mono(wild(2000, 1)), samples(2000));
+}
+
+TEST(SpectralBandSplit, SumsFlatAndCrossesAtMinusSixDecibels) {
+  for (int rate = 0; rate < 3; ++rate) {
+    virtual_bass bass(rate);
+    const int n = kRates[rate] / 5;  // 200 ms
+    samples low = impulse(n, 1 << 25), high = low, sum = low;
+    for (int i = 0; i < n; ++i) {
+      spectral_band_split_process(bass.split_left, &sum[i], &low[i], &high[i]);
+      sum[i] = low[i] + high[i];
+    }
+    const auto level = [&](const samples& x, double f) {
+      return decibels(std::abs(spectrum_at(x, f, kRates[rate])) / (1 << 25));
+    };
+    for (double f : {30.0, 100.0, 200.0, 250.0, 315.0, 1000.0, 5000.0, 18000.0})
+      EXPECT_NEAR(level(sum, f), 0.0, 0.05) << f << " Hz at " << kRates[rate];
+    EXPECT_NEAR(level(low, 250.0), -6.02, 0.05);
+    EXPECT_NEAR(level(high, 250.0), -6.02, 0.05);
+    EXPECT_NEAR(level(low, 500.0), -24.6, 0.1) << "1 / (1 + 2^4)";
+    EXPECT_NEAR(level(high, 125.0), -24.6, 0.1);
+  }
+}
+
+TEST(SpectralBandSplit, ReadsTheInputBeforeItWritesABandOverIt) {
+  virtual_bass apart, over_low, over_high;
+  for (int x : wild(500, 2)) {
+    int low, high, low2 = x, high2, low3, high3 = x;
+    spectral_band_split_process(apart.split_left, &x, &low, &high);
+    spectral_band_split_process(over_low.split_left, &low2, &low2, &high2);
+    spectral_band_split_process(over_high.split_left, &high3, &low3, &high3);
+    ASSERT_EQ((std::array{low2, high2, low3, high3}), (std::array{low, high, low, high}));
+  }
+}
+
+// The third coefficient, 21, amplifies the rounding of the second power: some tens of units.
+TEST(NonLinearDevice, FollowsThePolynomialInRealNumbers) {
+  harmonics nld;
+  for (double x : {-1.0, -0.5, -0.25, -0.01, 0.0, 0.003, 0.125, 0.25, 0.7, 1.0}) {
+    double y = 0.0, power = 1.0;
+    for (double a : ideal_polynomial()) y += a * (power *= x);
+    EXPECT_NEAR(nld.polynomial(static_cast<int>(x * 8388608)), y * 8388608, 64.0) << x;
+  }
+}
+
+// At the largest input c0 x is cut to 2^31 - 1, and the terms that follow are at the rails:
+// max + min + min + max + max + min + min + max, each sum saturated.
+TEST(NonLinearDevice, SaturatesEveryTermAndEverySum) {
+  harmonics nld;
+  EXPECT_EQ(nld.polynomial(INT32_MAX), -1);
+  nld.coefficients[1] = 0;  // breaks the chain after the first term
+  EXPECT_EQ(nld.polynomial(INT32_MAX), INT32_MAX);
+  EXPECT_EQ(nld.polynomial(INT32_MIN), INT32_MIN);
+}
+
+TEST(NonLinearDevice, GlidesToANewClipLevel) {
+  harmonics nld;
+  EXPECT_EQ(nld.clip(8388607), 2097152) << "a quarter of full scale";
+  NLD_set_clip_level(&nld, 0);
+  EXPECT_EQ(nld.clip(8388607), 2097152 - 16384);
+  EXPECT_EQ(nld.clip(-8388608), -(2080768 - 16256));
+  NLD_set_clip_level(&nld, 4096);
+  for (int i = 0; i < 3000; ++i) nld.clip(0);
+  EXPECT_EQ(nld.clip_envelope, 1048576) << "exact from above";
+  NLD_set_clip_level(&nld, 8192);
+  for (int i = 0; i < 3000; ++i) nld.clip(0);
+  EXPECT_EQ(nld.clip_envelope, 2097152 - 127) << "stops short from below";
+  NLD_set_clip_flag(&nld, 0);
+  NLD_set_clip_level(&nld, 1);
+  EXPECT_EQ(nld.clip(8388607), 8388607);
+  EXPECT_EQ(nld.clip_envelope, 2097152 - 127) << "no glide while off";
+  NLD_reset(&nld);
+  EXPECT_EQ(nld.clip_envelope, 2097152);
+  EXPECT_EQ(nld.clip_level_scaled, 256);
+}
+
+TEST(NonLinearDevice, ClipsByTheStatedRuleWhenTheThresholdIsNegativeOrAtTheRails) {
+  harmonics nld;
+  NLD_set_clip_level(&nld, -1);
+  for (int i = 0; i < 5000; ++i) nld.clip(0);
+  EXPECT_EQ(nld.clip(0), -256);
+  EXPECT_EQ(nld.clip(-256), 256);
+  NLD_set_clip_level(&nld, 8388607);
+  EXPECT_EQ(nld.clip_level_scaled, 2147483392);
+  NLD_set_clip_level(&nld, 8388608);
+  EXPECT_EQ(nld.clip_level_scaled, INT32_MAX);
+  NLD_set_clip_level(&nld, INT32_MIN);
+  EXPECT_EQ(nld.clip_level_scaled, INT32_MIN);
+  nld.clip_envelope = INT32_MIN;
+  EXPECT_EQ(nld.clip(5), INT32_MIN);
+  EXPECT_EQ(nld.clip(INT32_MIN), INT32_MIN) << "-(-2^31) wraps to itself";
+  nld.clip_envelope = INT32_MAX;  // the distance to -2^31 wraps to 1, and 1 >> 7 is 0
+  EXPECT_EQ(nld.clip(INT32_MAX), INT32_MAX);
+}
+
+TEST(CompressorBass, MeasuresThePeakIn16BitUnits) {
+  int x[] = {-512, 255, INT32_MIN, 600, INT32_MAX};
+  EXPECT_EQ(find_current_max_bass(x, 0), 0);
+  EXPECT_EQ(find_current_max_bass(x, 1), 2);
+  EXPECT_EQ(find_current_max_bass(x, 3), 2) << "-2^31 is never the largest";
+  EXPECT_EQ(find_current_max_bass(x + 2, 1), 0);
+  EXPECT_EQ(find_current_max_bass(x, 5), 8388607);
+}
+
+TEST(CompressorBass, RisesFromZeroExponentially) {
+  compressor_bass compressor;
+  compressor_bass_init(&compressor);
+  samples x(2048, 1 << 17);  // quiet: the output is the gain
+  compressor_bass_process(&compressor, x.data(), x.data(), 2048);
+  EXPECT_EQ(x[0], 256);
+  for (int n : {100, 512, 1024, 2048})
+    EXPECT_NEAR(x[n - 1], 131072 * (1.0 - std::pow(511.0 / 512.0, n)), 512) << n;
+}
+
+// The gain that a steady peak ends at, approached from above: at most 127 over the target.
+TEST(CompressorBass, LevelsLoudBassAtAQuarterSlopeAndCutsOverloads) {
+  const auto settled_gain = [](int peak) {
+    compressor_bass compressor;
+    compressor_bass_init(&compressor);
+    compressor.gain = 200000;
+    samples x(6000, peak * 256), out(6000);
+    compressor_bass_process(&compressor, x.data(), out.data(), 6000);
+    EXPECT_EQ(out.back(), static_cast<int>(int64_t{x[0]} * compressor.gain >> 17));
+    return compressor.gain;
+  };
+  EXPECT_EQ(settled_gain(24576), 131072 + 127);
+  for (int peak : {24577, 26000, 29000, 32768}) {
+    const double law = 131072 * 0.75557 * std::pow(peak / 32768.0, -0.75);
+    EXPECT_NEAR(settled_gain(peak) - 127, law, 0.005 * law) << peak;
+  }
+  EXPECT_EQ(settled_gain(32769), 71680 + 127);
+  EXPECT_EQ(settled_gain(65536), 71680 + 127);
+  EXPECT_EQ(settled_gain(65537), 47104 + 127);
+  EXPECT_EQ(settled_gain(90112), 47104 + 127);
+  EXPECT_EQ(settled_gain(90113), 18432 + 127);
+}
+
+// 24577: 402653184 / 24577 = 16383, a = 16384, both roots are 1.0: 16383 x 15 x 65536 >> 17. The
+// level reaches 24577 at once and an empty block lets it fall by 1/32.
+TEST(CompressorBass, GivesTheTargetAndTheLevelWorkedOutByHand) {
+  compressor_bass compressor;
+  compressor_bass_init(&compressor);
+  compressor.gain = 122872;
+  int x = 24577 * 256, out = 7;
+  compressor_bass_process(&compressor, &x, &out, 1);
+  EXPECT_EQ(compressor.gain, 122872);
+  EXPECT_EQ(compressor.level, 24577);
+  compressor_bass_process(&compressor, &x, &out, 0);
+  EXPECT_EQ(compressor.level, 24577 - 768);
+  compressor.level = 65536 + 1;
+  x = -1;
+  compressor.gain = 31;
+  compressor_bass_process(&compressor, &x, &out, 1);  // quiet now, but the level is remembered
+  EXPECT_EQ(compressor.level, 65537 - 2048);
+  EXPECT_EQ(compressor.gain, 31 + ((71680 - 31) >> 9));
+  EXPECT_EQ(out, 0) << "-1 becomes 0";
+}
+
+// 32768: 402653184 / 32768 = 12288, a = 21845, roots 148 and 275, so 12288 x 15 x (275 x 256)
+// >> 17. 32635: 12338 and, a being cut to 21756, roots 147 and 274.
+TEST(CompressorBass, TruncatesAndRoundsOnTheWayToTheTargetAsWorkedOutByHand) {
+  compressor_bass compressor;
+  compressor_bass_init(&compressor);
+  for (const auto& [peak, target] : {std::pair{32768, 99000}, {32635, 99041}}) {
+    compressor.level = 0;
+    compressor.gain = target + 128;
+    int x = -peak * 256;
+    compressor_bass_process(&compressor, &x, &x, 1);
+    EXPECT_EQ(compressor.gain, target + 127) << peak;
+    compressor.gain = target - 512;
+    x = -peak * 256;
+    compressor_bass_process(&compressor, &x, &x, 1);
+    EXPECT_EQ(compressor.gain, target - 511) << peak;
+  }
+}
+
+TEST(CompressorBass, TakesAGainBelow32AsZero) {
+  compressor_bass compressor;
+  for (const auto& [target, gain] : {std::pair{16383, 0}, {16384, 32}}) {
+    compressor_bass_init(&compressor);
+    compressor.default_gain = target;  // 1/512 of it is the first step: 31 or 32
+    int x = 0;
+    compressor_bass_process(&compressor, &x, &x, 1);
+    EXPECT_EQ(compressor.gain, gain);
+  }
+}
+
+// The amplitudes of the harmonics 0..8 that the polynomial makes of a tone of amplitude a, through
+// cos^k = 2^(1-k) sum C(k, j) cos((k - 2j) t).
+std::array<double, 9> ideal_harmonics(double a) {
+  std::array<double, 9> level{};
+  const auto polynomial = ideal_polynomial();
+  for (size_t k = 1; k <= 8; ++k) {
+    double binomial = 1.0;  // C(k, j)
+    for (size_t j = 0; 2 * j < k; binomial *= double(k - j) / double(j + 1), ++j)
+      level[k - 2 * j] +=
+          polynomial[k - 1] * binomial * std::pow(a, k) * std::pow(2.0, 1.0 - double(k));
+  }
+  return level;
+}
+
+TEST(VirtualBass, MakesTheHarmonicsOfALowToneThatThePolynomialImplies) {
+  for (int rate = 0; rate < 3; ++rate) {
+    const double hertz = kRates[rate], full = kFullScale + 1.0, gain = 0.125;
+    virtual_bass bass(rate);
+    bass.gains(0, 1024, 8192);
+    virtual_bass_system_set_nld_clip_level(&bass, 32767);  // out of the way
+    const samples out = bass.run_mono(sine(kRates[rate], 60.0, hertz, 0.7 * full));
+    const size_t first = out.size() / 2;  // half a second: whole periods
+    const auto level =
+        ideal_harmonics(0.7 * std::norm(response(bass.split_left->low[0]->coef, 60.0, hertz)));
+    for (int h : {2, 3, 4, 5}) {
+      const double expected =
+          std::abs(level[size_t(h)]) * gain * magnitude(bass.nld_band->coef, h * 60.0, hertz);
+      const double measured =
+          std::abs(spectrum_at(out, h * 60.0, hertz, first)) / (double(first) / 2.0) / full;
+      EXPECT_NEAR(decibels(measured / expected), 0.0, 0.1) << h << " x 60 Hz at " << hertz;
+    }
+  }
+}
+
+// Not the expansion but what a user knows of clipping: a square wave has the odd harmonics 1 / h.
+TEST(VirtualBass, TurnsAClippedToneIntoTheHarmonicsOfASquareWave) {
+  virtual_bass bass;
+  bass.gains(0, 8192, 0);
+  virtual_bass_system_set_nld_clip_level(&bass, 64);  // -54 dB: the polynomial is linear there
+  const samples out = bass.run_mono(sine(48000, 50.0, 48000.0, 8000000.0));
+  const double square = 4.0 / std::numbers::pi * 64 * 256 * 123008 / 32768.0;
+  for (int h : {1, 3, 5, 7})
+    EXPECT_NEAR(std::abs(spectrum_at(out, h * 50.0, 48000.0, 24000)) / 12000.0,
+                square / h * magnitude(bass.nld_band->coef, h * 50.0, 48000.0), 0.01 * square / h)
+        << h;
+}
+
+TEST(VirtualBass, PassesAMonoSignalFlatWithTheHarmonicsOff) {
+  for (int rate = 0; rate < 3; ++rate)
+    for (double f : {40.0, 100.0, 180.0, 250.0, 340.0, 600.0, 2000.0, 10000.0}) {
+      const samples in = sine(kRates[rate] / 2, f, kRates[rate], 2000000.0);
+      const samples out = virtual_bass(rate).gains(8192, 0, 8192).run_mono(in);
+      EXPECT_NEAR(gain_db(in, out, f, kRates[rate], in.size() / 5 * 2), 0.0, 0.1)
+          << f << " Hz at " << kRates[rate];
+    }
+}
+
+TEST(VirtualBass, PassesTheHighBandFlatAndScalesItAsSet) {
+  const samples in = sine(24000, 2000.0, 48000.0, 4000000.0);
+  EXPECT_NEAR(gain_db(in, virtual_bass().run_mono(in), 2000.0, 48000.0, 12000), 0.0, 0.02);
+  EXPECT_NEAR(
+      gain_db(in, virtual_bass().gains(4096, 4096, 2048).run_mono(in), 2000.0, 48000.0, 12000),
+      -12.04, 0.02);
+}
+
+TEST(VirtualBass, FadesTheBassInAfterInitAndReset) {
+  virtual_bass bass;
+  bass.gains(8192, 0, 0);
+  const samples in = sine(9600, 50.0, 48000.0, 4000000.0);
+  const samples first = bass.run_mono(in);
+  for (int part : {0, 1, 2})  // 20 ms each: a period of the tone
+    EXPECT_LT(peak({first.begin() + part * 960, first.begin() + (part + 1) * 960}),
+              4000000 * (1.0 - std::pow(511.0 / 512.0, 960 * (part + 1))));
+  EXPECT_GT(peak({first.end() - 960, first.end()}), 3900000);
+  virtual_bass_system_set_nld_clip_level(&bass, 100);
+  bass.run_mono(in);
+  virtual_bass_system_set_nld_clip_level(&bass, 8192);
+  virtual_bass_system_reset(&bass);
+  EXPECT_EQ(bass.nld->clip_envelope, 2097152) << "restarts, doesn't glide";
+  EXPECT_EQ(bass.run_mono(in), first);
+}
+
+// The filters round toward minus infinity, so rest is a constant a little below 0.
+TEST(VirtualBass, ComesToRestAfterTheSignal) {
+  virtual_bass bass;
+  samples in = noise(4800, 8000000, 3);
+  in.resize(96000);
+  const samples out = bass.run_mono(in);
+  EXPECT_EQ(samples(out.end() - 4800, out.end()), samples(4800, out.back()));
+  EXPECT_LE(out.back(), 0);
+  EXPECT_GT(out.back(), -200);
+}
+
+// Every setting at random, within reason or far beyond it, and the parts' own words too.
+void set_at_random(virtual_bass* bass, std::mt19937& generator) {
+  const auto any = [&] {
+    const int word = static_cast<int>(generator());
+    return generator() % 3 == 0 ? word : word >> 17;
+  };
+  bass->gains(any(), any(), any());
+  virtual_bass_system_set_nld_clip_level(bass, any());
+  NLD_set_clip_flag(bass->nld, generator() % 4 != 0);
+  if (generator() % 4 == 0) bass->nld->coefficients[generator() % 8] = any();
+  if (generator() % 4 == 0) bass->bass_compressor->default_gain = any();
+  if (generator() % 4 == 0) bass->bass_compressor->gain = any();
+  int coefficients[5];
+  virtual_bass_system_get_nld_band_param(bass, coefficients);
+  coefficients[generator() % 5] = any();
+  if (generator() % 4 == 0) virtual_bass_system_set_nld_band_param(bass, coefficients);
+}
+
+// The module from its one-sample parts, a sample at a time.
+void sample_by_sample(virtual_bass_system* b, int* in_left, int* in_right, int* out_left,
+                      int* out_right, int n) {
+  for (int i = 0; i < n; ++i) {
+    int low_left, low_right, high_left, high_right, harmonic;
+    spectral_band_split_process(b->split_left, &in_left[i], &low_left, &high_left);
+    spectral_band_split_process(b->split_right, &in_right[i], &low_right, &high_right);
+    int plain = wrap_add(low_left, low_right) >> 1;
+    NLD_process(b->nld, &plain, &harmonic);
+    IIR_process_32(b->nld_band, &harmonic, &harmonic);
+    IIR_process_32(b->align_bass, &plain, &plain);
+    IIR_process_32(b->align_left, &high_left, &high_left);
+    IIR_process_32(b->align_right, &high_right, &high_right);
+    b->bass_buffer[i] =
+        silence_minus_one(saturate_add(saturate32(int64_t{b->origin_gain} * plain >> 13),
+                                       saturate32(int64_t{b->nld_gain} * harmonic >> 13)));
+    out_left[i] = scale_down<13>(int64_t{b->high_band_gain} * high_left);
+    out_right[i] = scale_down<13>(int64_t{b->high_band_gain} * high_right);
+  }
+  compressor_bass_process(b->bass_compressor, b->bass_buffer, b->bass_buffer, n);
+  for (int i = 0; i < n; ++i) {
+    out_left[i] = saturate_add(out_left[i], b->bass_buffer[i]);
+    out_right[i] = saturate_add(out_right[i], b->bass_buffer[i]);
+  }
+}
+
+// Wild input and settings, random blocks, and each way in which whole buffers may coincide.
+TEST(VirtualBass, GivesTheBitsOfItsPartsWhicheverBuffersCoincide) {
+  constexpr int kPatterns[][4] = {{0, 1, 2, 3}, {0, 1, 0, 1}, {0, 1, 1, 0}, {0, 0, 1, 2},
+                                  {0, 0, 0, 0}, {0, 1, 2, 2}, {0, 1, 1, 1}};
+  constexpr int kFrames = 6000;
+  unsigned seed = 10;
+  for (const auto& p : kPatterns) {
+    virtual_bass fast, slow;
+    std::mt19937 generator(seed), same(seed);
+    samples fast_buffers[4], slow_buffers[4];
+    for (unsigned k = 0; k < 4; ++k)
+      fast_buffers[k] = slow_buffers[k] =
+          k % 2 ? wild(kFrames, seed + k) : noise(kFrames, 1 << 24, k);
+    over_random_splits(kFrames, 256, seed, [&](int start, int count) {
+      int *x[4], *y[4];
+      for (int k = 0; k < 4; ++k) {
+        x[k] = &fast_buffers[p[k]][start];
+        y[k] = &slow_buffers[p[k]][start];
+      }
+      virtual_bass_system_process(&fast, x[0], x[1], x[2], x[3], count);
+      sample_by_sample(&slow, y[0], y[1], y[2], y[3], count);
+      set_at_random(&fast, generator);
+      set_at_random(&slow, same);
+    });
+    for (int k = 0; k < 4; ++k) ASSERT_EQ(fast_buffers[k], slow_buffers[k]) << "pattern " << seed;
+    ++seed;
+  }
+}
+
+TEST(VirtualBass, TakesALongCallAsBlocksOf256AndAnEmptyOneAsAStepOfTheLevel) {
+  virtual_bass whole, parts;
+  samples left = noise(700, 8000000, 4), right = noise(700, 8000000, 5);
+  samples left2 = left, right2 = right;
+  virtual_bass_system_process(&whole, left.data(), right.data(), left.data(), right.data(), 700);
+  for (int start : {0, 256, 512})
+    virtual_bass_system_process(&parts, &left2[start], &right2[start], &left2[start],
+                                &right2[start], std::min(256, 700 - start));
+  EXPECT_EQ(left, left2);
+  EXPECT_EQ(right, right2);
+  whole.bass_compressor->level = 3200;
+  virtual_bass_system_process(&whole, nullptr, nullptr, nullptr, nullptr, 0);
+  virtual_bass_system_process(&whole, nullptr, nullptr, nullptr, nullptr, -5);
+  EXPECT_EQ(whole.bass_compressor->level, 3200 - 100 - 96);
+}
+
+TEST(VirtualBass, StartsWithItsDefaultsAndEndsTwice) {
+  virtual_bass bass;
+  int status = 7, origin, harmonic, high, clip;
+  virtual_bass_system_getstatus(&bass, &status);
+  virtual_bass_system_get_origin_gain(&bass, &origin);
+  virtual_bass_system_get_nld_gain(&bass, &harmonic);
+  virtual_bass_system_get_high_band_gain(&bass, &high);
+  virtual_bass_system_get_nld_clip_level(&bass, &clip);
+  EXPECT_EQ((std::array{status, origin, harmonic, high, clip}),
+            (std::array{0, 4096, 4096, 8192, 8192}));
+  compresso_bassr_getstatus(bass.bass_compressor, &status);
+  EXPECT_EQ(status, 1);
+  virtual_bass_system_end(&bass);
+  EXPECT_EQ(bass.bass_buffer, nullptr);
+  EXPECT_EQ(bass.split_left, nullptr);
+  EXPECT_EQ(bass.bass_compressor, nullptr);  // the destructor ends it again
+}
+
+}  // namespace
