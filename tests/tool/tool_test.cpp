@@ -193,6 +193,32 @@ TEST_F(Tool, AWrongCommandLineEndsWithStatusOneAndLeavesTheOldOutputAlone) {
   EXPECT_EQ(files(), 2u);
 }
 
+// Of a 60 Hz tone, the harmonics off, the boost leaves what two second-order Butterworth sections
+// at 250 Hz pass: 1 / (1 + (250 / 60)^4).
+TEST_F(Tool, TheBoostReplacesTheLowestBandAndFollowsItsVolume) {
+  const auto level = [&](const std::string& name) {
+    const auto out = read(name);
+    double power = 0;
+    for (size_t i = 96000; i < 144000; i += 2) power += std::pow(out[i] / 2147483648.0, 2);
+    return 10 * std::log10(power / 24000 / (0.25 * 0.25 / 2));
+  };
+  write("bass.wav", tone(48000, 60, 0.25, 1.5));
+  ASSERT_EQ(run("boost bass.wav off.wav --nld-gain 0"), 0) << output_;
+  ASSERT_EQ(run("boost bass.wav on.wav"), 0) << output_;
+  EXPECT_NEAR(level("off.wav"), -49.6, 0.3);
+  EXPECT_GT(level("on.wav"), -35);
+
+  write("treble.wav", tone(48000, 2000, 0.25, 1.5));
+  ASSERT_EQ(run("boost treble.wav full.wav"), 0) << output_;
+  ASSERT_EQ(run("boost treble.wav half.wav --volume 50%"), 0) << output_;
+  EXPECT_NEAR(level("half.wav") - level("full.wav"), -6.02, 0.02);
+
+  write("in.wav", noise(22050, 2, 0.1));
+  EXPECT_EQ(run("boost in.wav out.wav"), 1);
+  EXPECT_EQ(run("boost treble.wav out.wav --threshold 0"), 1);
+  EXPECT_FALSE(fs::exists(path("out.wav")));
+}
+
 TEST_F(Tool, AMeasuredResponseAgreesWithTheSetting) {
   ASSERT_EQ(run("response --eq 0,0,0,0,0,-15 --csv r.csv --svg r.svg"), 0) << output_;
   EXPECT_EQ(read_text(path("r.svg")).rfind("<svg", 0), 0u);

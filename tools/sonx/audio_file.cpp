@@ -1,5 +1,6 @@
 #include "audio_file.h"
 
+#include <algorithm>
 #include <cmath>
 #include <stdexcept>
 
@@ -67,6 +68,20 @@ size_t audio_reader::read_file(float* stereo, size_t frames) {
     stereo[2 * i + 1] = raw_[i * channels + right];
   }
   return count;
+}
+
+period_frames read_period(audio_reader& reader, std::vector<float>& stereo, int64_t& tail_left) {
+  const size_t length = stereo.size() / 2;
+  size_t frames = 0;
+  while (frames < length) {
+    const size_t count = reader.read(&stereo[2 * frames], length - frames);
+    if (count == 0) break;
+    frames += count;
+  }
+  std::fill(stereo.begin() + static_cast<std::ptrdiff_t>(2 * frames), stereo.end(), 0.0f);
+  const auto tail = std::min(static_cast<int64_t>(length - frames), tail_left);
+  tail_left -= tail;
+  return {frames, frames + static_cast<size_t>(tail)};
 }
 
 audio_writer::audio_writer(const std::filesystem::path& path, int rate, int bits, int64_t frames)

@@ -53,6 +53,15 @@ class audio_reader {
   std::unique_ptr<SRC_STATE, converter_deleter> converter_;
 };
 
+struct period_frames {
+  size_t input;  // from the file
+  size_t all;    // and from the silence after it
+};
+
+// Fills `stereo` from the file, with silence at its end, and says how many frames of it count: all
+// until the file ends, then as many as are left of the tail, from which they are taken.
+period_frames read_period(audio_reader& reader, std::vector<float>& stereo, int64_t& tail_left);
+
 // Writes a stereo WAV file of 16 or 24 bits; the file has its name only after commit().
 class audio_writer {
  public:

@@ -10,6 +10,9 @@
 #include <string>
 #include <vector>
 
+#include <effects/speaker_boost_system.h>
+
+#include "boost.h"
 #include "commands.h"
 #include "render.h"
 #include "settings.h"
@@ -22,7 +25,8 @@ namespace fs = std::filesystem;
 
 const char* const kFooter =
     R"(Writes OUTDIR/NAME-EFFECT.wav for each effect, and OUTDIR/NAME-switch-over.wav,
-which walks through all of them in one go. A file at a rate that the effect does
+which walks through all of them in one go, and OUTDIR/NAME-boost.wav for the
+speaker boost with 6 dB more volume. A file at a rate that the effect does
 not process is converted to 44100 or 48000 Hz first. The steps at a switch are
 those of the switch-over rendering (for which a short file is repeated), over
 0.1 s from the change into the effect of that row, beside the largest step that
@@ -30,6 +34,7 @@ the input has there.)";
 
 constexpr int kFormat = 4;  // 24 bits in 32
 constexpr size_t kPeriod = 480;
+constexpr int kBoostVolume = 2 * 8192;  // Q13, 6 dB before the limiter of the sum
 constexpr double kShortestStretch = 2;  // seconds per effect in the switch-over rendering
 
 struct demo_options {
@@ -96,6 +101,7 @@ class demo {
     all.step_in = step_in;
     all.step_out = step_out;
     print_row("switch-over", walk, all);
+    if (boost_processes(rate_)) print_boost();
     print_times(walk);
   }
 
@@ -146,6 +152,26 @@ class demo {
     return render_to(effect.name, {kFormat, kPeriod, effect.tail, {{0, record_of(effect)}}});
   }
 
+  // The speaker boost stands outside the headphone chain and has no switch.
+  void print_boost() const {
+    audio_reader reader(options_.in);
+    reader.convert_to(rate_);
+    audio_writer writer(output("boost"), rate_, 24, reader.frames());
+    boost_options how;
+    how.settings = {{speaker_boost_system_drc_full_left_set_volume, kBoostVolume},
+                    {speaker_boost_system_drc_full_right_set_volume, kBoostVolume}};
+    const boost_report report = render_boost(reader, writer, how, stem_ + "-boost");
+    writer.commit();
+    print_levels("boost", report.in, report.out);
+    std::printf("  %7s %7s  %8.0f\n", "", "", report.speed);
+  }
+
+  static void print_levels(const char* name, const levels& in, const levels& out) {
+    std::printf("%-12s %6s %6s  %6s %6s", name, decibels(in.peak_dbfs).c_str(),
+                decibels(out.peak_dbfs).c_str(), decibels(in.lufs).c_str(),
+                decibels(out.lufs).c_str());
+  }
+
   static void print_head() {
     std::printf("%-12s %13s  %13s  %15s  %8s\n", "", "peak dBFS", "loudness LUFS", "step at switch",
                 "times");
@@ -155,10 +181,8 @@ class demo {
 
   static void print_row(const char* name, const render_report& report,
                         const stretch_report& change) {
-    std::printf("%-12s %6s %6s  %6s %6s  %7.4f %7.4f  %8.0f\n", name,
-                decibels(report.in.peak_dbfs).c_str(), decibels(report.out.peak_dbfs).c_str(),
-                decibels(report.in.lufs).c_str(), decibels(report.out.lufs).c_str(), change.step_in,
-                change.step_out, report.speed);
+    print_levels(name, report.in, report.out);
+    std::printf("  %7.4f %7.4f  %8.0f\n", change.step_in, change.step_out, report.speed);
     std::fflush(stdout);
   }
 

@@ -15,6 +15,7 @@ const char* const kExamples = R"(Examples:
   sonx hp in.wav out.wav --effect eq --eq 6,4,2,0,0,0,0,1,2,3
   sonx hp in.wav out.wav --at 5:effect=bass --at 10:effect=reverb,room=90%
   sonx response --effect preset --svg preset.svg
+  sonx boost in.wav out.wav --volume 200%
   sonx demo in.mp3 out
 'sonx COMMAND --help' tells more about each.)";
 
@@ -28,6 +29,7 @@ int run(int argc, char** argv) {
       "show the library's debug log lines on standard error");
   sonx::add_hp_command(app);
   sonx::add_response_command(app);
+  sonx::add_boost_command(app);
   sonx::add_demo_command(app);
   try {
     app.parse(argc, argv);

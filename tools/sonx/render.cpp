@@ -36,12 +36,6 @@ class renderer {
   render_report run(const std::string& label);
 
  private:
-  struct period_frames {
-    size_t input;  // of the file
-    size_t all;    // with the tail
-  };
-
-  period_frames read_period();
   void change_settings();
   void measure(period_frames frames);
   void measure_steps(size_t frames);
@@ -86,7 +80,9 @@ renderer::renderer(audio_reader& reader, audio_writer& writer, const render_opti
 
 render_report renderer::run(const std::string& label) {
   progress_bar progress(label, reader_.frames() + tail_left_);
-  for (period_frames frames = read_period(); frames.all > 0; frames = read_period()) {
+  for (;;) {
+    const period_frames frames = read_period(reader_, in_, tail_left_);
+    if (frames.all == 0) break;
     change_settings();
     period_.encode(in_.data());
     const auto start = std::chrono::steady_clock::now();
@@ -99,20 +95,6 @@ render_report renderer::run(const std::string& label) {
     progress.update(done_);
   }
   return report();
-}
-
-// Fills in_, with silence at the end; gives the frames that count.
-renderer::period_frames renderer::read_period() {
-  size_t frames = 0;
-  while (frames < options_.period) {
-    const size_t count = reader_.read(&in_[2 * frames], options_.period - frames);
-    if (count == 0) break;
-    frames += count;
-  }
-  std::fill(in_.begin() + static_cast<std::ptrdiff_t>(2 * frames), in_.end(), 0.0f);
-  const auto tail = std::min(static_cast<int64_t>(options_.period - frames), tail_left_);
-  tail_left_ -= tail;
-  return {frames, frames + static_cast<size_t>(tail)};
 }
 
 void renderer::change_settings() {

@@ -93,7 +93,7 @@ void effect_settings::set(const std::string& name, const std::string& value) {
   for (size_t i = 0; i < std::size(kReverbWords); ++i) {
     if (name != kReverbWords[i].name) continue;
     if (record_.effect_type != SONX_EFFECT_REVERB) fail("'" + name + "' needs effect reverb");
-    return set_word(i, parse_q13(value, name),
+    return set_word(i, parse_level(value, name, kUnity, kUnity),
                     value.ends_with('%') ? origin::percent : origin::word);
   }
   if (name.empty() || name.find_first_not_of("0123456789") != std::string::npos) {
@@ -199,18 +199,18 @@ double parse_seconds(const std::string& text, const std::string& what) {
   return value;
 }
 
-int parse_q13(const std::string& text, const std::string& what, int highest) {
+int parse_level(const std::string& text, const std::string& what, int unity, int highest) {
   if (!text.ends_with('%')) return parse_in_range(text, what, 0, highest);
   double percent = 0;
   const char* end = text.data() + text.size() - 1;
   const auto [stop, error] = std::from_chars(text.data(), end, percent);
-  const double limit = 100.0 * highest / kUnity;
+  const double limit = 100.0 * highest / unity;
   if (error != std::errc() || stop != end || !(percent >= 0 && percent <= limit)) {
     char range[64];
     std::snprintf(range, sizeof range, "0%% to %g%% (or 0 to %d)", limit, highest);
     fail(what + " must be from " + range + ", not '" + text + "'");
   }
-  return static_cast<int>(std::lround(percent / 100.0 * kUnity));
+  return static_cast<int>(std::lround(percent / 100.0 * unity));
 }
 
 void effect_options::add_to(CLI::App& app) {

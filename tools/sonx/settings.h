@@ -53,8 +53,8 @@ std::vector<std::pair<std::string, std::string>> parse_pairs(const std::string& 
 long long parse_integer(const std::string& text, const std::string& what);
 double parse_seconds(const std::string& text, const std::string& what);
 
-// A gain or level as "60%" (of 8192) or as the Q13 word itself; throws outside 0..highest.
-int parse_q13(const std::string& text, const std::string& what, int highest = 8192);
+// A level as "60%" of `unity` or as the fixed-point word itself; throws outside 0..highest.
+int parse_level(const std::string& text, const std::string& what, int unity, int highest);
 
 // The options that name a setting, shared by the subcommands. settings() applies them in an order
 // that makes sense whatever theirs was.

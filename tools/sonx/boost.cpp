@@ -1,0 +1,259 @@
+// sonx boost: a file through the speaker boost.
+#include "boost.h"
+
+#include <effects/speaker_boost_system.h>
+#include <hp/sonx_hp_effect.h>
+
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <array>
+#include <chrono>
+#include <cmath>
+#include <cstdio>
+#include <cstring>
+#include <stdexcept>
+
+#include "commands.h"
+#include "formats.h"
+#include "progress.h"
+#include "settings.h"
+
+namespace sonx {
+
+namespace {
+
+constexpr int kUnity = 8192;               // Q13
+constexpr int kHighestGain = 16 * kUnity;  // 24 dB
+constexpr int kFullScale = 32767;          // of a limiter's threshold
+constexpr int kMaxPeriod = 256;
+
+const char* const kFooter =
+    R"(Splits each channel at 250 Hz, 950 Hz and 2.8 kHz, replaces the lowest band by
+harmonics around 400 Hz that a small loudspeaker can play, and limits each other
+band and then the sum, with make-up volume. Each value is for both sides, or
+LEFT/RIGHT. Options without a band's name are for the sum. Works at 44100, 48000
+and 96000 Hz. The output is as long as the input and comes 240 samples later.
+
+Examples:
+  sonx boost in.wav out.wav --volume 200%
+  sonx boost in.wav out.wav --nld-gain 150% --low-volume 180% --low-threshold 50%
+  sonx boost in.wav out.wav --nld-gain 100%/0% --release 7 --tail 0.1)";
+
+struct controller_setter {
+  const char* controller;  // "low_left"
+  const char* parameter;
+  void (*set)(speaker_boost_system_t*, int);
+};
+
+constexpr controller_setter kSetters[] = {
+#define SONX_SETTER(controller, parameter) \
+  {#controller, #parameter, speaker_boost_system_drc_##controller##_set_##parameter},
+    SPEAKER_BOOST_FOR_EACH_ACCESSOR(SONX_SETTER)
+#undef SONX_SETTER
+};
+
+// A parameter of the controllers as the user names and gives it; `unity` 0 means a plain number.
+struct parameter_option {
+  const char* name;
+  const char* parameter;
+  int unity;
+  int lowest;
+  int highest;
+  const char* help;
+};
+
+constexpr parameter_option kParameters[] = {
+    {"volume", "volume", kUnity, 0, kHighestGain, "make-up volume, percent or Q13 [100%]"},
+    {"threshold", "threshold", kFullScale, 1, kFullScale,
+     "peak limit, percent of full scale or 1..32767 [100%]"},
+    {"attack", "attact_order", 0, 0, 31,
+     "rise of the level follower: a block goes 1/2^N of the way [0]"},
+    {"release", "release_order", 0, 0, 31, "fall of the level follower, likewise [5]"},
+    {"gate", "denoise_threshold", 0, 0, 1 << 23,
+     "mean magnitude of 24-bit samples below which the gate closes [256]"},
+};
+
+constexpr const char* kBands[] = {"full", "low", "mid", "high"};
+
+struct boost_arguments {
+  std::string in;
+  std::string out;
+  std::string nld_gain;
+  std::string values[std::size(kBands)][std::size(kParameters)];
+  int period = kMaxPeriod;
+  std::string tail = "0";
+};
+
+// "VALUE" or "LEFT/RIGHT"
+std::array<std::string, 2> sides(const std::string& text) {
+  const size_t slash = text.find('/');
+  if (slash == std::string::npos) return {text, text};
+  return {text.substr(0, slash), text.substr(slash + 1)};
+}
+
+int parse_value(const parameter_option& option, const std::string& text, const std::string& what) {
+  const long long value = option.unity != 0 ? parse_level(text, what, option.unity, option.highest)
+                                            : parse_integer(text, what);
+  if (value < option.lowest || value > option.highest) {
+    throw std::runtime_error(what + " must be from " + std::to_string(option.lowest) + " to " +
+                             std::to_string(option.highest) + ", not '" + text + "'");
+  }
+  return static_cast<int>(value);
+}
+
+boost_setting find_setting(const std::string& controller, const char* parameter, int value) {
+  for (const controller_setter& setter : kSetters) {
+    if (setter.controller == controller && std::strcmp(setter.parameter, parameter) == 0) {
+      return {setter.set, value};
+    }
+  }
+  throw std::logic_error("no setter for " + controller + " " + parameter);
+}
+
+std::string option_name(size_t band, size_t parameter) {
+  const std::string prefix = band == 0 ? "--" : std::string("--") + kBands[band] + "-";
+  return prefix + kParameters[parameter].name;
+}
+
+std::vector<boost_setting> parse_settings(const boost_arguments& arguments) {
+  std::vector<boost_setting> settings;
+  if (!arguments.nld_gain.empty()) {
+    const auto [left, right] = sides(arguments.nld_gain);
+    settings.push_back({speaker_boost_system_set_nld_gain_left,
+                        parse_level(left, "--nld-gain", kUnity, kHighestGain)});
+    settings.push_back({speaker_boost_system_set_nld_gain_right,
+                        parse_level(right, "--nld-gain", kUnity, kHighestGain)});
+  }
+  for (size_t band = 0; band < std::size(kBands); ++band) {
+    for (size_t i = 0; i < std::size(kParameters); ++i) {
+      const std::string& text = arguments.values[band][i];
+      if (text.empty()) continue;
+      const auto both = sides(text);
+      for (size_t side = 0; side < both.size(); ++side) {
+        const int value = parse_value(kParameters[i], both[side], option_name(band, i));
+        const std::string controller = std::string(kBands[band]) + (side == 0 ? "_left" : "_right");
+        settings.push_back(find_setting(controller, kParameters[i].parameter, value));
+      }
+    }
+  }
+  return settings;
+}
+
+// The module with its rate and settings, ended with its owner.
+class boost_module {
+ public:
+  boost_module(int rate, const std::vector<boost_setting>& settings) {
+    speaker_boost_system_init(&module_);
+    speaker_boost_system_set_sample_rate(&module_,
+                                         sample_rate_type(static_cast<unsigned int>(rate)));
+    for (const boost_setting& setting : settings) setting.set(&module_, setting.value);
+  }
+  ~boost_module() { speaker_boost_system_end(&module_); }
+  boost_module(const boost_module&) = delete;
+  boost_module& operator=(const boost_module&) = delete;
+
+  // Interleaved stereo, in place.
+  void process(int32_t* stereo, size_t frames) {
+    for (size_t i = 0; i < frames; ++i) {
+      left_[i] = stereo[2 * i];
+      right_[i] = stereo[2 * i + 1];
+    }
+    speaker_boost_system_process_stereo(&module_, left_, right_, left_, right_,
+                                        static_cast<int>(frames));
+    for (size_t i = 0; i < frames; ++i) {
+      stereo[2 * i] = left_[i];
+      stereo[2 * i + 1] = right_[i];
+    }
+  }
+
+ private:
+  speaker_boost_system_t module_{};
+  int left_[kMaxPeriod];
+  int right_[kMaxPeriod];
+};
+
+void run(const boost_arguments& arguments) {
+  audio_reader reader(arguments.in);
+  if (!boost_processes(reader.rate())) {
+    throw std::runtime_error("'" + arguments.in + "' has " + std::to_string(reader.rate()) +
+                             " Hz; the speaker boost has filters for 44100, 48000 and 96000 Hz");
+  }
+  const boost_options options{parse_settings(arguments), arguments.period,
+                              parse_seconds(arguments.tail, "--tail")};
+  audio_writer writer(arguments.out, reader.rate(), 24, reader.frames());
+  const boost_report report = render_boost(reader, writer, options, "sonx boost");
+  writer.commit();
+  std::printf("%s: %d Hz, %.3f s -> %s, 24 bits, delayed by %d samples\n", arguments.in.c_str(),
+              reader.rate(), static_cast<double>(report.frames) / reader.rate(),
+              arguments.out.c_str(), kBoostDelay);
+  std::printf("peak      %6s -> %6s dBFS\nloudness  %6s -> %6s LUFS\n%.0f times real time\n",
+              decibels(report.in.peak_dbfs).c_str(), decibels(report.out.peak_dbfs).c_str(),
+              decibels(report.in.lufs).c_str(), decibels(report.out.lufs).c_str(), report.speed);
+}
+
+}  // namespace
+
+bool boost_processes(int rate) { return rate == 44100 || rate == 48000 || rate == 96000; }
+
+boost_report render_boost(audio_reader& reader, audio_writer& writer, const boost_options& options,
+                          const std::string& label) {
+  const int rate = reader.rate();
+  const auto length = static_cast<size_t>(options.period);
+  boost_module boost(rate, options.settings);
+  period_buffer period(SONX_FORMAT_24_IN_32, length);
+  std::vector<float> stereo(period.samples());
+  std::vector<int32_t> words(period.samples());
+  level_meter in(rate);
+  level_meter out(rate);
+  const int64_t tail = std::llround(options.tail * rate);
+  progress_bar progress(label, reader.frames() + tail);
+  std::chrono::steady_clock::duration busy{};
+  int64_t done = 0;
+  int64_t tail_left = tail;
+  for (;;) {
+    const period_frames frames = read_period(reader, stereo, tail_left);
+    if (frames.all == 0) break;
+    in.add(stereo.data(), frames.input);
+    period.encode(stereo.data());
+    const auto start = std::chrono::steady_clock::now();
+    boost.process(static_cast<int32_t*>(period.data()), length);
+    busy += std::chrono::steady_clock::now() - start;
+    period.decode(stereo.data(), words.data());
+    writer.write(words.data(), frames.all);
+    out.add(stereo.data(), frames.all);
+    done += static_cast<int64_t>(frames.all);
+    progress.update(done);
+  }
+  const double seconds = std::chrono::duration<double>(busy).count();
+  return {in.result(), out.result(), done,
+          seconds > 0 ? static_cast<double>(done) / rate / seconds : 0};
+}
+
+void add_boost_command(CLI::App& app) {
+  CLI::App* command = app.add_subcommand("boost", "run a file through the speaker boost");
+  auto arguments = std::make_shared<boost_arguments>();
+  command->footer(kFooter);
+  command->add_option("IN", arguments->in, "audio file that libsndfile reads")->required();
+  command->add_option("OUT", arguments->out, "WAV file to write, 24 bits")->required();
+  command
+      ->add_option("--nld-gain", arguments->nld_gain,
+                   "level of the bass harmonics, percent or Q13 [100%]")
+      ->type_name("VALUE");
+  for (size_t band = 0; band < std::size(kBands); ++band) {
+    for (size_t i = 0; i < std::size(kParameters); ++i) {
+      const std::string help = band == 0
+                                   ? kParameters[i].help
+                                   : std::string("the same for the ") + kBands[band] + " band";
+      command->add_option(option_name(band, i), arguments->values[band][i], help)
+          ->type_name("VALUE");
+    }
+  }
+  command->add_option("--period", arguments->period, "frames per call")
+      ->check(CLI::Range(1, kMaxPeriod))
+      ->capture_default_str();
+  command->add_option("--tail", arguments->tail, "silence to append to the input [0]")
+      ->type_name("SECONDS");
+  command->callback([arguments] { run(*arguments); });
+}
+
+}  // namespace sonx
