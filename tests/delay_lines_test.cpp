@@ -305,6 +305,10 @@ TEST(EchoComb, WrapsTheProductsAndTheSum) {
   echo_comb sum(1, 1, kOneQ13);
   sum.step(INT32_MAX);
   EXPECT_EQ(sum.step(INT32_MAX), -1073741826) << "2^31 - 1 + 2^30 - 1";
+  echo_comb filter(1, 1, kOneQ13);
+  filter.b0 = 2 * kOneQ13;
+  filter.step(1 << 30);
+  EXPECT_EQ(filter.step(0), INT32_MIN) << "2.0 * 2^30 in the loop filter";
 }
 
 TEST(EchoComb, LetsANegativeTailEndInSilence) {
@@ -325,6 +329,32 @@ TEST(EchoComb, ResetClearsTheLoopAndItsFilterAndKeepsTheSettings) {
   EXPECT_EQ(delay, 6) << "clamped to the capacity";
   EXPECT_EQ(feedback, 3000);
   EXPECT_EQ(response(0, 8, [&](int x) { return comb.step(x); }), samples(8));
+}
+
+// Each product alone: half of a small negative value rounds down to -1, which becomes 0.
+TEST(DelayLines, ReplaceMinusOneAfterEveryProduct) {
+  allpass_section section(1, 4096);
+  EXPECT_EQ(section.step(-1), 0) << "g x";
+  section.buffer[0] = -1;
+  EXPECT_EQ(section.step(0), -1) << "a sum stays";
+  EXPECT_EQ(section.buffer[0], 0) << "g y";
+
+  comb_filter damping(1, kOneQ13, 4096), feedback(1, 4096, 0);
+  damping.buffer[0] = -1;
+  damping.step_24(0);
+  EXPECT_EQ(damping.filter_store, 0);
+  feedback.buffer[0] = -2;
+  feedback.step_24(0);
+  EXPECT_EQ(feedback.filter_store, -2);
+  EXPECT_EQ(feedback.buffer[0], 0);
+
+  echo_comb filter(1, 1, kOneQ13), echo(1, 1, 4096);
+  filter.buffer[0] = -1;
+  EXPECT_EQ(filter.step(0), 0);
+  EXPECT_EQ(filter.y1, 0);
+  echo.buffer[0] = -4;
+  EXPECT_EQ(echo.step(0), 0);
+  EXPECT_EQ(echo.y1, -2);
 }
 
 // A length below one acts as one, over any words and any gains, without leaving the buffer.

@@ -160,18 +160,17 @@ TEST(Notch, SilencesItsFrequencyAndHasTheClosedFormsResponseBeside) {
   }
 }
 
-// f = -1 (2^-28) with r = 8191: r f >> 28 rounds down to -1 before it meets y[n-1] = 100, so the
-// sum is floor(-100 / 2^15) + 100 = 99, all of it residue; it comes back in the next sum.
+// f = -1 (2^-28) with r = 8191: r f >> 28 rounds down to -1 before it meets y[n-1] = 8000, so the
+// sum is floor(-8000 / 2^15) + 8000 = 7999, all of it residue. It comes back in the next sum, which
+// is 7999 + 8000 * 8192 - floor(8191^2 * 8000 / 8192) = 7999 + 65536000 - 65520000 = 2 * 8192 +
+// 7615.
 TEST(Notch, FormsThePoleTermBeforeTheOutputAndCarriesTheResidue) {
   notch_filter f(8191, -1);
-  EXPECT_EQ(f.step(100), 100);
-  EXPECT_EQ(f.state[4], 0);
-  EXPECT_EQ(f.step(0), 0);
-  EXPECT_EQ(f.state[4], 99);
-  // 99 + (100 << 13) - (8191^2 * 100 >> 13) = 99 + 819200 - 819000 = 299, and 8191^2 * 100 / 8192
-  // is 819000.01.
-  EXPECT_EQ(f.step(0), 0);
-  EXPECT_EQ(f.state[4], 299);
+  const int expected[] = {8000, 0, 2}, residue[] = {0, 7999, 7615};
+  for (int n = 0; n < 3; ++n) {
+    EXPECT_EQ(f.step(n == 0 ? 8000 : 0), expected[n]);
+    EXPECT_EQ(f.state[4], residue[n]);
+  }
 }
 
 TEST(Notch, KeepsMinusOneAndTheWideResultInTheHistory) {
