@@ -319,7 +319,7 @@ TEST(Resampler, DeleteFreesWhatIsSetAndLeavesTheFields) {
 TEST(Resampler, HoldsNoMemoryBeyondItsStates) {
   const pcm in = pcm_noise(961, 20000, 10);
   pcm out(12 * 961);
-  int made;
+  int made = 0;
   const auto round = [&] {
     for (int mode = 0; mode < kModeCount; ++mode) {
       Resampler_t r;
@@ -331,9 +331,12 @@ TEST(Resampler, HoldsNoMemoryBeyondItsStates) {
       Resampler_delete(&r);
     }
   };
-  round();
+  // The allocator keeps some of what was freed at hand and counts it as taken; that settles. The
+  // least that a path could leak, 32 bytes a round, would add up to 1600.
+  constexpr int kRounds = 50;
+  for (int i = 0; i < kRounds; ++i) round();
   const auto before = mallinfo2().uordblks;
-  for (int i = 0; i < 10; ++i) round();
-  EXPECT_EQ(mallinfo2().uordblks, before);
+  for (int i = 0; i < kRounds; ++i) round();
+  EXPECT_LT(static_cast<int64_t>(mallinfo2().uordblks - before), 800);
 }
 #endif
