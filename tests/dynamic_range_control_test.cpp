@@ -154,10 +154,17 @@ TEST(Compressor, HoldsEveryPeakBelowTheThresholdAtUnityVolume) {
   EXPECT_LE(largest, kCeiling);
   EXPECT_GT(largest, kCeiling * 0.97) << "the signals must reach the limit";
 
-  // Three blocks of 256 are shorter than the look-ahead at 96 kHz: a peak may outlive its target,
-  // but not pass full scale.
-  const int short_blocks = peak(stereo_compressor(8192, SAMPLE_RATE_96000).run(bursts(480), 256));
-  EXPECT_LE(short_blocks, kFullScale);
+  // Three blocks of 256 are shorter than the look-ahead at 96 and 192 kHz: a peak may outlive its
+  // target, by half a decibel at most.
+  int outlived = 0;
+  for (SampleRateType rate : {SAMPLE_RATE_96000, SAMPLE_RATE_192000})
+    for (unsigned seed = 1; seed <= 4; ++seed)
+      for (int block : {240, 256})
+        outlived = std::max(outlived,
+                            peak(stereo_compressor(8192, rate).run(restless(40000, seed), block)));
+  EXPECT_LE(outlived, kCeiling * 1.06);
+  RecordProperty("largest_overshoot_dB_with_blocks_shorter_than_the_frame",
+                 std::to_string(decibels(double(outlived) / kCeiling)));
   RecordProperty("largest_overshoot_dB_over_threshold",
                  std::to_string(decibels(double(largest) / kCeiling)));
   RecordProperty("largest_output_dBFS", std::to_string(decibels(double(largest) / kFullScale)));

@@ -46,6 +46,8 @@ TEST_F(KtvChain, StartsWithHowlingCancellerAndEchoOnAndTheOthersOff) {
   EXPECT_EQ(read(teka_audio_tx_ktv_noise_canceling_getstatus, &chain), 0);
   EXPECT_EQ(read(teka_audio_tx_ktv_get_volume, &chain), 8192);
   EXPECT_EQ(chain.compressor->history_len, 0);
+  EXPECT_EQ(chain.resampler_down->mode, 17) << "3:2";
+  EXPECT_EQ(chain.resampler_up->mode, 6) << "2:3";
 }
 
 TEST_F(KtvChain, MapsRatesAndRestartsTheHighPass) {

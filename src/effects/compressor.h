@@ -3,7 +3,9 @@
 //
 // It stands at the end of a chain: the volume makes up for what the stages before took or added,
 // and peaks that then exceed the threshold of 30720 (-0.56 dB of 24-bit full scale) are brought
-// 0.28 dB below it before they come out. The gate closes only on what is as good as silence.
+// 0.28 dB below it before they come out. Make-up beyond about 3 dB, or blocks much shorter than the
+// rate's frame length (256 at 96000 and 192000 Hz), let an onset pass the threshold:
+// dynamic_range_control.h says by how much. The gate closes only on what is as good as silence.
 //
 // Latency: history_len x the rate's frame length (220, 240, 480 or 960 samples), about 10 ms with a
 // history_len of 2; until a rate is set, history_len x 960. Memory: 2 x history_len x 960 words and

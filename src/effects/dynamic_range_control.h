@@ -10,8 +10,9 @@
 // different, equally valid result.
 //
 // While limiting, the gain falls by at least 3/4096 of itself per sample: 3 dB within 480 samples.
-// A burst out of silence that needs more than that exceeds the threshold at its onset; at a volume
-// of 1.0 nothing up to full scale does.
+// A burst out of silence that needs more than that exceeds the threshold at its onset. With a
+// threshold within 2.5 dB of full scale, a look-ahead of 440 samples or more and blocks of about
+// frame_len, nothing up to full scale does at a volume of 1.0.
 //
 // As a user thinks of it:
 //   volume             how much louder (or softer) everything gets, before the limit

@@ -22,7 +22,7 @@
 // silent.
 //
 // Coefficient rows are b0, b1, b2, -a1, -a2 in Q28 (268435456 = 1.0). All bands at 0 dB are flat
-// within 0.01 dB, but not exact, for the tables' 1.0 is 268435455; only the rows that
+// within 0.01 dB from 20 Hz up, but not exact, for the tables' 1.0 is 268435455; only the rows that
 // equalizer_init sets pass every bit. Gains are Q13 (8192 = 1.0).
 //
 // Samples are 24-bit in 32-bit words, planar. Inside a section they have 18 dB of room above 24-bit

@@ -177,8 +177,8 @@ void follow_energy(smart_volume_control_t* control, int64_t loudness) {
 // The gain that brings the estimate to the target, Q13: 1.0 within 3 dB of it, otherwise
 // sqrt(0.875 target / estimate) from below and sqrt(1.25 target / estimate) from above.
 // 448 and 640 are these factors in Q9; doubled and rooted, a ratio in Q10 is a gain in Q5. Beyond
-// the root's domain, below a 73rd of the target, it gives 256, far above the highest gain, but the
-// low 32 bits that it sees of a quotient above 2^32 may be anything.
+// the root's domain, below a 73rd of the target, it gives 256, far above the highest gain; of a
+// quotient of 2^31 or more it sees only the low bits, which may be anything.
 int wanted_gain(const smart_volume_control_t* control) {
   const int64_t target = control->energy_target, estimate = control->energy_est;
   const bool quiet = estimate < (target >> 1);

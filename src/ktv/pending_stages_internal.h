@@ -1,6 +1,5 @@
-// Stages whose modules the library doesn't hold yet: the howling canceller and the noise path with
-// its two converters. Each has its status word, so that settings can be made and read back; none of
-// them runs.
+// Stages whose modules the library doesn't hold yet: the howling canceller and the noise
+// suppressor. Each has its status word, so that settings can be made and read back; neither runs.
 #pragma once
 
 struct howlingCancel {
@@ -10,5 +9,3 @@ struct howlingCancel {
 struct NsxInst_t_ {
   int status;
 };
-
-struct Resampler_t {};

@@ -11,6 +11,8 @@
 namespace {
 
 constexpr int kUnity = 8192;         // Q13
+constexpr int kVoiceRate = 48000;    // Hz
+constexpr int kNoiseRate = 32000;    // Hz, of the noise suppressor
 constexpr int kNoHistoryBlocks = 0;  // the compressor runs without look-ahead
 
 }  // namespace
@@ -28,8 +30,8 @@ void teka_audio_tx_ktv_init(teka_audio_tx_ktv_t* chain) {
   chain->gramophone = make<gramophone>(gramophone_init);
   chain->ns = allocate<NsxInst_t_>();
   chain->hpf = make<IIR>(IIR_init, kFilterCoefficients);
-  chain->resampler_down = allocate<Resampler_t>();
-  chain->resampler_up = allocate<Resampler_t>();
+  chain->resampler_down = make<Resampler_t>(Resampler_config, kVoiceRate, kNoiseRate);
+  chain->resampler_up = make<Resampler_t>(Resampler_config, kNoiseRate, kVoiceRate);
   chain->buf_left = allocate<int>(kBlockFrames);
   chain->buf_right = allocate<int>(kBlockFrames);
 }
@@ -42,9 +44,9 @@ void teka_audio_tx_ktv_end(teka_audio_tx_ktv_t* chain) {
   end_and_release(chain->iirecho, iirecho_end);
   end_and_release(chain->gramophone, gramophone_end);
   release(chain->ns);
+  end_and_release(chain->resampler_down, Resampler_delete);
+  end_and_release(chain->resampler_up, Resampler_delete);
   end_and_release(chain->hpf, IIR_end);
-  release(chain->resampler_down);
-  release(chain->resampler_up);
   release(chain->buf_left);
   release(chain->buf_right);
 }

@@ -21,10 +21,10 @@
 #include "../export.h"
 #include "gramophone.h"
 #include "iirecho.h"
+#include "resampler.h"
 
 struct howlingCancel;
 struct NsxInst_t_;
-struct Resampler_t;
 
 struct teka_audio_tx_ktv_t {
   int reserved;                // neither read nor written

@@ -219,6 +219,57 @@ TEST_F(Tool, TheBoostReplacesTheLowestBandAndFollowsItsVolume) {
   EXPECT_FALSE(fs::exists(path("out.wav")));
 }
 
+// An impulse through the echo: half of it at once from the direct path and half from the loop; the
+// first repeat, in the loop filter's first word 0.5, times the feedback 0.5 and the wet level 0.5.
+TEST_F(Tool, AVoiceGetsTheStagesThatAreNamedAndNoOthers) {
+  audio voice{48000, 2, std::vector<short>(2 * 9600)};
+  voice.samples[0] = 20000;  // left; with right 12000 the mean is 16000
+  voice.samples[1] = 12000;
+  write("voice.wav", voice);
+  ASSERT_EQ(run("ktv voice.wav out.wav --echo delay=100,feedback=50%,wet=4096,dry=50%"), 0)
+      << output_;
+  EXPECT_NE(output_.find("delay 100"), std::string::npos) << output_;
+  const auto out = read("out.wav");
+  ASSERT_EQ(out.size(), 2u * 9600);
+  EXPECT_EQ(out[0], 16000 * 65536);
+  EXPECT_EQ(out[1], 16000 * 65536);
+  EXPECT_EQ(out[2 * 4800], 2000 * 65536) << "left, after 100 ms";
+  EXPECT_EQ(out[2 * 4800 + 1], 0);
+  EXPECT_EQ(out[2 * 4824 + 1], 2000 * 65536) << "right, half a millisecond later";
+
+  ASSERT_EQ(run("ktv voice.wav plain.wav"), 0) << output_;
+  const auto plain = read("plain.wav");
+  EXPECT_EQ(plain[1], 16000 * 65536);
+  EXPECT_TRUE(std::all_of(plain.begin() + 2, plain.end(), [](int word) { return word == 0; }));
+
+  write("slow.wav", noise(44100, 1, 0.1));
+  EXPECT_EQ(run("ktv slow.wav no.wav"), 1);
+  EXPECT_NE(output_.find("48000"), std::string::npos) << output_;
+  EXPECT_EQ(run("ktv voice.wav no.wav --echo delay=351"), 1);
+  EXPECT_EQ(run("ktv voice.wav no.wav --reverb size=1"), 1);
+  EXPECT_EQ(run("ktv voice.wav no.wav --voice-gain loud"), 1);
+  EXPECT_FALSE(fs::exists(path("no.wav")));
+}
+
+TEST_F(Tool, AFileIsConvertedToTheRatesThatTheConverterReachesAndNoOthers) {
+  audio in = tone(48000, 1000, 0.5, 1);
+  write("in.wav", in);
+  ASSERT_EQ(run("resample in.wav out.wav --rate 32000"), 0) << output_;
+  SndfileHandle out(path("out.wav").string());
+  EXPECT_EQ(out.samplerate(), 32000);
+  EXPECT_EQ(out.channels(), 1);
+  ASSERT_EQ(out.frames(), 32000);
+  std::vector<short> words(32000);
+  out.read(words.data(), 32000);
+  double power = 0;  // over whole periods, away from the ends
+  for (size_t i = 3200; i < 28800; ++i) power += std::pow(words[i] / 32767.0, 2);
+  EXPECT_NEAR(10 * std::log10(power / 25600 / (0.5 * 0.5 / 2)), 0.0, 0.01);
+  EXPECT_EQ(run("resample in.wav no.wav --rate 44100"), 1);
+  EXPECT_NE(output_.find("reaches 4000 8000 12000 16000 24000 32000"), std::string::npos)
+      << output_;
+  EXPECT_FALSE(fs::exists(path("no.wav")));
+}
+
 TEST_F(Tool, AMeasuredResponseAgreesWithTheSetting) {
   ASSERT_EQ(run("response --eq 0,0,0,0,0,-15 --csv r.csv --svg r.svg"), 0) << output_;
   EXPECT_EQ(read_text(path("r.svg")).rfind("<svg", 0), 0u);

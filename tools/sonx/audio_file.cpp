@@ -84,20 +84,21 @@ period_frames read_period(audio_reader& reader, std::vector<float>& stereo, int6
   return {frames, frames + static_cast<size_t>(tail)};
 }
 
-audio_writer::audio_writer(const std::filesystem::path& path, int rate, int bits, int64_t frames)
+audio_writer::audio_writer(const std::filesystem::path& path, int rate, int bits, int64_t frames,
+                           int channels)
     : pending_(path),
       file_(pending_.temporary().string(), SFM_WRITE,
-            (frames * 2 * bits / 8 < kWavLimit ? SF_FORMAT_WAV : SF_FORMAT_RF64) |
+            (frames * channels * bits / 8 < kWavLimit ? SF_FORMAT_WAV : SF_FORMAT_RF64) |
                 (bits == 16 ? SF_FORMAT_PCM_16 : SF_FORMAT_PCM_24),
-            2, rate) {
+            channels, rate) {
   if (file_.error() != SF_ERR_NO_ERROR) {
     throw std::runtime_error("cannot write '" + path.string() + "': " + file_.strError());
   }
 }
 
-void audio_writer::write(const int32_t* stereo, size_t frames) {
+void audio_writer::write(const int32_t* words, size_t frames) {
   const auto count = static_cast<sf_count_t>(frames);
-  if (file_.writef(stereo, count) != count) {
+  if (file_.writef(words, count) != count) {
     throw std::runtime_error("cannot write '" + pending_.target().string() +
                              "': " + file_.strError());
   }

@@ -62,15 +62,17 @@ struct period_frames {
 // until the file ends, then as many as are left of the tail, from which they are taken.
 period_frames read_period(audio_reader& reader, std::vector<float>& stereo, int64_t& tail_left);
 
-// Writes a stereo WAV file of 16 or 24 bits; the file has its name only after commit().
+// Writes a WAV file of 16 or 24 bits, stereo if nothing else is asked for; the file has its name
+// only after commit().
 class audio_writer {
  public:
   // `frames` is what the caller expects to write: more than 4 GB make it an RF64 file.
-  audio_writer(const std::filesystem::path& path, int rate, int bits, int64_t frames);
+  audio_writer(const std::filesystem::path& path, int rate, int bits, int64_t frames,
+               int channels = 2);
 
-  // Interleaved stereo samples with full scale at 2^31, the low bits cut off: nothing is rounded
+  // Interleaved samples with full scale at 2^31, the low bits cut off: nothing is rounded
   // or scaled on the way into the file.
-  void write(const int32_t* stereo, size_t frames);
+  void write(const int32_t* words, size_t frames);
   void commit();
 
  private:
