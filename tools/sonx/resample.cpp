@@ -59,7 +59,7 @@ const supported_ratio* find_ratio(int in_rate, int out_rate) {
     const int64_t product = int64_t{in_rate} * ratio.out;
     if (product % ratio.in == 0) rates.insert(product / ratio.in);
   }
-  for (const int64_t rate : rates) text += " " + std::to_string(rate);
+  for (const int64_t rate : rates) text.append(" ").append(std::to_string(rate));
   throw std::runtime_error(text + (rates.empty() ? " no other rate" : " Hz"));
 }
 
