@@ -122,10 +122,11 @@ class demo {
 
   void announce() {
     const audio_reader reader(options_.in);
+    if (reader.frames() == 0) throw std::runtime_error("'" + options_.in + "' holds no audio");
     rate_ = render_rate(reader.file_rate());
     seconds_ = static_cast<double>(reader.frames()) / reader.file_rate();
-    std::printf("%s: %d Hz, %d channel%s, %.1f s", options_.in.c_str(), reader.file_rate(),
-                reader.file_channels(), reader.file_channels() == 1 ? "" : "s", seconds_);
+    std::printf("%s: %d Hz, %s, %.1f s", options_.in.c_str(), reader.file_rate(),
+                reader.describe_channels().c_str(), seconds_);
     if (rate_ != reader.file_rate()) std::printf(", converted to %d Hz", rate_);
     std::printf("\nwritten to %s\n\n", output("*").c_str());
   }
