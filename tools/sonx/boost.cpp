@@ -33,6 +33,8 @@ harmonics around 400 Hz that a small loudspeaker can play, and limits each other
 band and then the sum, with make-up volume. Each value is for both sides, or
 LEFT/RIGHT. Options without a band's name are for the sum. Works at 44100, 48000
 and 96000 Hz. The output is as long as the input and comes 240 samples later.
+The limiters look ahead by 120 samples each: sudden peaks of loud material pass
+them in part, so lower --threshold where the report tells of clipping.
 
 Examples:
   sonx boost in.wav out.wav --volume 200%
@@ -186,9 +188,10 @@ void run(const boost_arguments& arguments) {
   std::printf("%s: %d Hz, %.3f s -> %s, 24 bits, delayed by %d samples\n", arguments.in.c_str(),
               reader.rate(), static_cast<double>(report.frames) / reader.rate(),
               arguments.out.c_str(), kBoostDelay);
-  std::printf("peak      %6s -> %6s dBFS\nloudness  %6s -> %6s LUFS\n%.0f times real time\n",
+  std::printf("peak      %6s -> %6s dBFS\nloudness  %6s -> %6s LUFS\n%s%.0f times real time\n",
               decibels(report.in.peak_dbfs).c_str(), decibels(report.out.peak_dbfs).c_str(),
-              decibels(report.in.lufs).c_str(), decibels(report.out.lufs).c_str(), report.speed);
+              decibels(report.in.lufs).c_str(), decibels(report.out.lufs).c_str(),
+              clipping_note(report.out).c_str(), report.speed);
 }
 
 }  // namespace

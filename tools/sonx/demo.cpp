@@ -26,15 +26,15 @@ namespace fs = std::filesystem;
 const char* const kFooter =
     R"(Writes OUTDIR/NAME-EFFECT.wav for each effect, and OUTDIR/NAME-switch-over.wav,
 which walks through all of them in one go, and OUTDIR/NAME-boost.wav for the
-speaker boost with 6 dB more volume. A file at a rate that the effect does
-not process is converted to 44100 or 48000 Hz first. The steps at a switch are
-those of the switch-over rendering (for which a short file is repeated), over
-0.1 s from the change into the effect of that row, beside the largest step that
-the input has there.)";
+speaker boost. A file at a rate that the effect does not process is converted
+to 44100 or 48000 Hz first. The steps at a switch are those of the switch-over
+rendering (for which a short file is repeated), over 0.1 s from the change into
+the effect of that row, beside the largest step that the input has there.)";
 
 constexpr int kFormat = 4;  // 24 bits in 32
 constexpr size_t kPeriod = 480;
-constexpr int kBoostVolume = 2 * 8192;  // Q13, 6 dB before the limiter of the sum
+// Of the speaker boost's limiters of the sum: loud recordings come out just below full scale.
+constexpr int kBoostThreshold = 19660;  // 60 %
 constexpr double kShortestStretch = 2;  // seconds per effect in the switch-over rendering
 
 struct demo_options {
@@ -159,8 +159,8 @@ class demo {
     reader.convert_to(rate_);
     audio_writer writer(output("boost"), rate_, 24, reader.frames());
     boost_options how;
-    how.settings = {{speaker_boost_system_drc_full_left_set_volume, kBoostVolume},
-                    {speaker_boost_system_drc_full_right_set_volume, kBoostVolume}};
+    how.settings = {{speaker_boost_system_drc_full_left_set_threshold, kBoostThreshold},
+                    {speaker_boost_system_drc_full_right_set_threshold, kBoostThreshold}};
     const boost_report report = render_boost(reader, writer, how, stem_ + "-boost");
     writer.commit();
     print_levels("boost", report.in, report.out);

@@ -86,7 +86,7 @@ void print_report(const render_report& report, int rate) {
                 decibels(row.out.peak_dbfs).c_str(), decibels(row.in.lufs).c_str(),
                 decibels(row.out.lufs).c_str(), row.step_in, row.step_out);
   }
-  std::printf("\n%.0f times real time\n", report.speed);
+  std::printf("\n%s%.0f times real time\n", clipping_note(report.out).c_str(), report.speed);
 }
 
 void run(const hp_options& options) {
