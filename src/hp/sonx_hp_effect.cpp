@@ -138,7 +138,7 @@ void sonx_hp_effect_process(void* handle, void* buffer, unsigned long bytes) {
   if (handle == nullptr || buffer == nullptr) return;
   sonx_hp_handle_t* effect = effect_of(handle);
   if (effect->enabled == 0) return;
-  const size_t frames = bytes / (effect->bytes_per_sample * 2);
+  const size_t frames = bytes / (size_t{2} * effect->bytes_per_sample);
   follow_period(effect, static_cast<uint32_t>(frames));
 
   if (effect->bits_per_sample == 16) {

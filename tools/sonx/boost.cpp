@@ -7,7 +7,6 @@
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <array>
-#include <chrono>
 #include <cmath>
 #include <cstdio>
 #include <cstring>
@@ -15,7 +14,6 @@
 
 #include "commands.h"
 #include "formats.h"
-#include "progress.h"
 #include "settings.h"
 
 namespace sonx {
@@ -183,53 +181,29 @@ void run(const boost_arguments& arguments) {
   const boost_options options{parse_settings(arguments), arguments.period,
                               parse_seconds(arguments.tail, "--tail")};
   audio_writer writer(arguments.out, reader.rate(), 24, reader.frames());
-  const boost_report report = render_boost(reader, writer, options, "sonx boost");
+  const stream_report report = render_boost(reader, writer, options, "sonx boost");
   writer.commit();
   std::printf("%s: %d Hz, %.3f s -> %s, 24 bits, delayed by %d samples\n", arguments.in.c_str(),
               reader.rate(), static_cast<double>(report.frames) / reader.rate(),
               arguments.out.c_str(), kBoostDelay);
-  std::printf("peak      %6s -> %6s dBFS\nloudness  %6s -> %6s LUFS\n%s%.0f times real time\n",
-              decibels(report.in.peak_dbfs).c_str(), decibels(report.out.peak_dbfs).c_str(),
-              decibels(report.in.lufs).c_str(), decibels(report.out.lufs).c_str(),
-              clipping_note(report.out).c_str(), report.speed);
+  print_levels(report);
 }
 
 }  // namespace
 
 bool boost_processes(int rate) { return rate == 44100 || rate == 48000 || rate == 96000; }
 
-boost_report render_boost(audio_reader& reader, audio_writer& writer, const boost_options& options,
-                          const std::string& label) {
-  const int rate = reader.rate();
+stream_report render_boost(audio_reader& reader, audio_writer& writer, const boost_options& options,
+                           const std::string& label) {
   const auto length = static_cast<size_t>(options.period);
-  boost_module boost(rate, options.settings);
+  boost_module boost(reader.rate(), options.settings);
   period_buffer period(SONX_FORMAT_24_IN_32, length);
-  std::vector<float> stereo(period.samples());
-  std::vector<int32_t> words(period.samples());
-  level_meter in(rate);
-  level_meter out(rate);
-  const int64_t tail = std::llround(options.tail * rate);
-  progress_bar progress(label, reader.frames() + tail);
-  std::chrono::steady_clock::duration busy{};
-  int64_t done = 0;
-  int64_t tail_left = tail;
-  for (;;) {
-    const period_frames frames = read_period(reader, stereo, tail_left);
-    if (frames.all == 0) break;
-    in.add(stereo.data(), frames.input);
-    period.encode(stereo.data());
-    const auto start = std::chrono::steady_clock::now();
-    boost.process(static_cast<int32_t*>(period.data()), length);
-    busy += std::chrono::steady_clock::now() - start;
-    period.decode(stereo.data(), words.data());
-    writer.write(words.data(), frames.all);
-    out.add(stereo.data(), frames.all);
-    done += static_cast<int64_t>(frames.all);
-    progress.update(done);
-  }
-  const double seconds = std::chrono::duration<double>(busy).count();
-  return {in.result(), out.result(), done,
-          seconds > 0 ? static_cast<double>(done) / rate / seconds : 0};
+  return stream(reader, writer, {length, options.tail, label},
+                [&](std::vector<float>& stereo, std::vector<int32_t>& words, stopwatch& busy) {
+                  period.encode(stereo.data());
+                  busy.time([&] { boost.process(static_cast<int32_t*>(period.data()), length); });
+                  period.decode(stereo.data(), words.data());
+                });
 }
 
 void add_boost_command(CLI::App& app) {

@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "audio_file.h"
-#include "measure.h"
+#include "stream.h"
 
 struct speaker_boost_system_t;
 
@@ -24,20 +24,13 @@ struct boost_options {
   double tail = 0;   // seconds of silence after the input
 };
 
-struct boost_report {
-  levels in;
-  levels out;
-  int64_t frames;
-  double speed;  // multiple of real time spent in the library
-};
-
 // Samples by which the boost delays the sound, at every rate.
 constexpr int kBoostDelay = 240;
 
 // Whether there are filters for this rate.
 bool boost_processes(int rate);
 
-boost_report render_boost(audio_reader& reader, audio_writer& writer, const boost_options& options,
-                          const std::string& label);
+stream_report render_boost(audio_reader& reader, audio_writer& writer, const boost_options& options,
+                           const std::string& label);
 
 }  // namespace sonx

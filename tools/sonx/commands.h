@@ -11,6 +11,7 @@ namespace sonx {
 void add_hp_command(CLI::App& app);
 void add_response_command(CLI::App& app);
 void add_boost_command(CLI::App& app);
+void add_ktv_command(CLI::App& app);
 void add_demo_command(CLI::App& app);
 
 }  // namespace sonx

@@ -14,6 +14,7 @@
 
 #include "boost.h"
 #include "commands.h"
+#include "ktv.h"
 #include "render.h"
 #include "settings.h"
 
@@ -26,10 +27,13 @@ namespace fs = std::filesystem;
 const char* const kFooter =
     R"(Writes OUTDIR/NAME-EFFECT.wav for each effect, and OUTDIR/NAME-switch-over.wav,
 which walks through all of them in one go, and OUTDIR/NAME-boost.wav for the
-speaker boost. A file at a rate that the effect does not process is converted
-to 44100 or 48000 Hz first. The steps at a switch are those of the switch-over
-rendering (for which a short file is repeated), over 0.1 s from the change into
-the effect of that row, beside the largest step that the input has there.)";
+speaker boost. With --voice also OUTDIR/NAME-ktv-STAGE.wav, the file as a
+singer's voice through each stage of the karaoke chain and through a full
+setting, at 48000 Hz. A file at a rate that the effect does not process is
+converted to 44100 or 48000 Hz first. The steps at a switch are those of the
+switch-over rendering (for which a short file is repeated), over 0.1 s from the
+change into the effect of that row, beside the largest step that the input has
+there.)";
 
 constexpr int kFormat = 4;  // 24 bits in 32
 constexpr size_t kPeriod = 480;
@@ -40,6 +44,7 @@ constexpr double kShortestStretch = 2;  // seconds per effect in the switch-over
 struct demo_options {
   std::string in;
   std::string folder;
+  bool voice = false;
 };
 
 struct demo_effect {
@@ -60,6 +65,32 @@ const std::vector<demo_effect>& demo_effects() {
       {"adapter-1", {{"adapter", "1"}}, 0},
   };
   return effects;
+}
+
+struct demo_karaoke {
+  const char* name;
+  karaoke_stages stages;
+  double tail;  // seconds
+};
+
+const std::vector<demo_karaoke>& demo_karaokes() {
+  const std::string curve = "-6/-4/-2/0/0/1/3/3/2/0";
+  static const std::vector<demo_karaoke> settings = {
+      {"ktv-gramophone", {.gramophone = true}, 0},
+      {"ktv-eq", {.equalizer = curve}, 0},
+      {"ktv-reverb", {.reverb = true, .reverb_settings = "room=70%,damp=40%,wet=80%"}, 3},
+      {"ktv-echo", {.echo = true, .echo_settings = "delay=250,feedback=60%"}, 3},
+      {"ktv-compressor", {.voice_gain = "6"}, 0},
+      {"ktv-full",
+       {.equalizer = curve,
+        .reverb = true,
+        .reverb_settings = "room=60%,damp=50%,wet=60%",
+        .echo = true,
+        .echo_settings = "delay=180,feedback=40%",
+        .voice_gain = "3"},
+       3},
+  };
+  return settings;
 }
 
 audio_effect_control_acdb_t record_of(const demo_effect& effect) {
@@ -102,6 +133,8 @@ class demo {
     all.step_out = step_out;
     print_row("switch-over", walk, all);
     if (boost_processes(rate_)) print_boost();
+    if (options_.voice)
+      for (const demo_karaoke& karaoke : demo_karaokes()) print_karaoke(karaoke);
     print_times(walk);
   }
 
@@ -161,22 +194,38 @@ class demo {
     boost_options how;
     how.settings = {{speaker_boost_system_drc_full_left_set_threshold, kBoostThreshold},
                     {speaker_boost_system_drc_full_right_set_threshold, kBoostThreshold}};
-    const boost_report report = render_boost(reader, writer, how, stem_ + "-boost");
+    print_stream("boost", render_boost(reader, writer, how, stem_ + "-boost"));
     writer.commit();
-    print_levels("boost", report.in, report.out);
+  }
+
+  // The voice's chain, at its own rate.
+  void print_karaoke(const demo_karaoke& karaoke) const {
+    audio_reader reader(options_.in);
+    reader.convert_to(kKaraokeRate);
+    audio_writer writer(output(karaoke.name), kKaraokeRate, 16, reader.frames());
+    karaoke_options how = parse_stages(karaoke.stages);
+    how.tail = karaoke.tail;
+    print_stream(karaoke.name, render_karaoke(reader, writer, how, stem_ + "-" + karaoke.name));
+    writer.commit();
+  }
+
+  // A row for what has no switch.
+  static void print_stream(const char* name, const stream_report& report) {
+    print_levels(name, report.in, report.out);
     std::printf("  %7s %7s  %8.0f\n", "", "", report.speed);
+    std::fflush(stdout);
   }
 
   static void print_levels(const char* name, const levels& in, const levels& out) {
-    std::printf("%-12s %6s %6s  %6s %6s", name, decibels(in.peak_dbfs).c_str(),
+    std::printf("%-14s %6s %6s  %6s %6s", name, decibels(in.peak_dbfs).c_str(),
                 decibels(out.peak_dbfs).c_str(), decibels(in.lufs).c_str(),
                 decibels(out.lufs).c_str());
   }
 
   static void print_head() {
-    std::printf("%-12s %13s  %13s  %15s  %8s\n", "", "peak dBFS", "loudness LUFS", "step at switch",
+    std::printf("%-14s %13s  %13s  %15s  %8s\n", "", "peak dBFS", "loudness LUFS", "step at switch",
                 "times");
-    std::printf("%-12s %6s %6s  %6s %6s  %7s %7s  %8s\n", "effect", "in", "out", "in", "out", "in",
+    std::printf("%-14s %6s %6s  %6s %6s  %7s %7s  %8s\n", "effect", "in", "out", "in", "out", "in",
                 "out", "realtime");
   }
 
@@ -211,6 +260,7 @@ void add_demo_command(CLI::App& app) {
   command->footer(kFooter);
   command->add_option("IN", options->in, "audio file that libsndfile reads")->required();
   command->add_option("OUTDIR", options->folder, "folder to write to, made if missing")->required();
+  command->add_flag("--voice", options->voice, "the file is a voice: render the karaoke chain too");
   command->callback([options] { demo(*options).run(); });
 }
 

@@ -16,6 +16,7 @@ const char* const kExamples = R"(Examples:
   sonx hp in.wav out.wav --at 5:effect=bass --at 10:effect=reverb,room=90%
   sonx response --effect preset --svg preset.svg
   sonx boost in.wav out.wav --volume 200%
+  sonx ktv voice.wav out.wav --reverb room=70% --echo delay=250 --voice-gain 6 --tail 2
   sonx demo in.mp3 out
 'sonx COMMAND --help' tells more about each.)";
 
@@ -30,6 +31,7 @@ int run(int argc, char** argv) {
   sonx::add_hp_command(app);
   sonx::add_response_command(app);
   sonx::add_boost_command(app);
+  sonx::add_ktv_command(app);
   sonx::add_demo_command(app);
   try {
     app.parse(argc, argv);

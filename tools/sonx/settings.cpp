@@ -41,16 +41,6 @@ constexpr reverb_word kReverbWords[] = {
 
 [[noreturn]] void fail(const std::string& text) { throw std::runtime_error(text); }
 
-int parse_in_range(const std::string& text, const std::string& what, long long low,
-                   long long high) {
-  const long long value = parse_integer(text, what);
-  if (value < low || value > high) {
-    fail(what + " must be from " + std::to_string(low) + " to " + std::to_string(high) + ", not '" +
-         text + "'");
-  }
-  return static_cast<int>(value);
-}
-
 int parse_effect(const std::string& text) {
   for (int effect = 0; effect < kEffects; ++effect) {
     if (text == kEffectNames[effect]) return effect;
@@ -59,6 +49,18 @@ int parse_effect(const std::string& text) {
     return parse_in_range(text, "effect", 0, kEffects - 1);
   }
   fail("there is no effect '" + text + "': 0 none, 1 widening, 2 bass, 3 preset, 4 reverb, 5 eq");
+}
+
+}  // namespace
+
+int parse_in_range(const std::string& text, const std::string& what, long long low,
+                   long long high) {
+  const long long value = parse_integer(text, what);
+  if (value < low || value > high) {
+    fail(what + " must be from " + std::to_string(low) + " to " + std::to_string(high) + ", not '" +
+         text + "'");
+  }
+  return static_cast<int>(value);
 }
 
 std::vector<std::string> split(const std::string& text, const char* separators) {
@@ -72,8 +74,6 @@ std::vector<std::string> split(const std::string& text, const char* separators) 
   }
   return parts;
 }
-
-}  // namespace
 
 void effect_settings::set(const std::string& name, const std::string& value) {
   if (name == "effect") {
@@ -189,11 +189,20 @@ long long parse_integer(const std::string& text, const std::string& what) {
   return value;
 }
 
-double parse_seconds(const std::string& text, const std::string& what) {
+double parse_number(const std::string& text, const std::string& what) {
   double value = 0;
+  const char* begin = text.data() + (text.starts_with('+') ? 1 : 0);
   const char* end = text.data() + text.size();
-  const auto [stop, error] = std::from_chars(text.data(), end, value);
-  if (error != std::errc() || stop != end || !(value >= 0 && value <= 1e6)) {
+  const auto [stop, error] = std::from_chars(begin, end, value);
+  if (error != std::errc() || stop != end || !std::isfinite(value)) {
+    fail(what + " must be a number, not '" + text + "'");
+  }
+  return value;
+}
+
+double parse_seconds(const std::string& text, const std::string& what) {
+  const double value = parse_number(text, what);
+  if (!(value >= 0 && value <= 1e6)) {
     fail(what + " must be a time in seconds, not '" + text + "'");
   }
   return value;

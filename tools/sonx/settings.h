@@ -46,11 +46,16 @@ class effect_settings {
 // "reverb", "eq", "none + adapter 1": for tables and file names.
 std::string short_name(const audio_effect_control_acdb_t& record);
 
+// The parts between any of the separators.
+std::vector<std::string> split(const std::string& text, const char* separators);
+
 // "2=100,3=200" into pairs; throws when a part has no '='.
 std::vector<std::pair<std::string, std::string>> parse_pairs(const std::string& text);
 
 // Strict number parsing; `what` names the option in the message of the std::runtime_error.
 long long parse_integer(const std::string& text, const std::string& what);
+int parse_in_range(const std::string& text, const std::string& what, long long low, long long high);
+double parse_number(const std::string& text, const std::string& what);
 double parse_seconds(const std::string& text, const std::string& what);
 
 // A level as "60%" of `unity` or as the fixed-point word itself; throws outside 0..highest.

@@ -1,0 +1,278 @@
+// sonx ktv: a voice through the karaoke chain.
+#include "ktv.h"
+
+#include <ktv/sonx_ktv.h>
+
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+#include <stdexcept>
+
+#include "commands.h"
+#include "settings.h"
+
+namespace sonx {
+
+namespace {
+
+constexpr int kUnity = 8192;  // Q13
+constexpr int kBands = 10;
+constexpr double kLowestGain = -40, kHighestGain = 12;  // dB
+
+const char* const kFooter =
+    R"(Takes a voice at 48000 Hz, mono or the mean of a stereo file, and gives stereo.
+Only the stages that are named run. Levels are a percentage of 1.0 or the Q13
+word (8192 is 1.0). The voice gain is heard through the compressor, which
+--voice-gain switches on. The output is as long as the input: an echo's or a
+reverb's tail comes with --tail.
+
+Examples:
+  sonx ktv voice.wav out.wav --reverb room=70%,damp=40%,wet=60%,dry=50% --tail 2
+  sonx ktv voice.wav out.wav --echo delay=250,feedback=60% --tail 2
+  sonx ktv voice.wav out.wav --eq 0,0,-3,0,0,2,3,2,0,0 --voice-gain 6
+  sonx ktv voice.wav out.wav --gramophone)";
+
+// A named value of a stage, with the entry point that takes it.
+struct stage_value {
+  const char* name;
+  void (*set)(void*, int);
+  int initial;
+  int highest;
+  bool level;  // Q13, or a percentage of 1.0; otherwise a plain number
+  const char* help;
+};
+
+constexpr stage_value kReverb[] = {
+    {"room", sonx_ktv_reverb_setroomsize, 4096, kUnity, true, "size"},
+    {"damp", sonx_ktv_reverb_setdamp, 4096, kUnity, true, "loss of treble in the tail"},
+    {"wet", sonx_ktv_reverb_setwet, 5461, kUnity, true, "reverberation"},
+    {"dry", sonx_ktv_reverb_setdry, 4096, kUnity, true, "direct sound, 50% is unity"},
+    {"width", sonx_ktv_reverb_setwidth, 8192, kUnity, true, "stereo width"},
+    {"gain", sonx_ktv_reverb_setgain, 127, kUnity, true, "level into the reverberator"},
+};
+
+constexpr stage_value kEcho[] = {
+    {"delay", sonx_ktv_iirecho_setdelay, 250, 350, false, "milliseconds"},
+    {"feedback", sonx_ktv_iirecho_setfeedback, 4096, kUnity, true, "how many repeats"},
+    {"wet", sonx_ktv_iirecho_setwet, 3277, kUnity, true, "the voice with its repeats"},
+    {"dry", sonx_ktv_iirecho_setdry, 4915, kUnity, true, "the voice alone"},
+};
+
+struct chosen_value {
+  const stage_value* value;
+  int word;
+};
+
+// The values of a stage: those named in "name=value,..", the others at their initial ones.
+template <size_t count>
+std::vector<chosen_value> choose(const stage_value (&values)[count], const std::string& text) {
+  std::vector<chosen_value> chosen;
+  for (const stage_value& value : values) chosen.push_back({&value, value.initial});
+  if (text.empty()) return chosen;
+  for (const auto& [name, given] : parse_pairs(text)) {
+    const auto match = std::find_if(chosen.begin(), chosen.end(), [&](const chosen_value& one) {
+      return one.value->name == name;
+    });
+    if (match == chosen.end()) throw std::runtime_error("there is no setting '" + name + "'");
+    const stage_value& value = *match->value;
+    match->word = value.level ? parse_level(given, name, kUnity, value.highest)
+                              : parse_in_range(given, name, 0, value.highest);
+  }
+  return chosen;
+}
+
+std::string describe(const char* stage, const std::vector<chosen_value>& chosen) {
+  std::string text = stage;
+  for (const auto& [value, word] : chosen) {
+    char part[64];
+    if (value->level)
+      std::snprintf(part, sizeof part, " %s %d in Q13 (%.4g %%)", value->name, word,
+                    100.0 * word / kUnity);
+    else
+      std::snprintf(part, sizeof part, " %s %d %s", value->name, word, value->help);
+    text += (&value == &chosen.front().value ? "" : ",") + std::string(part);
+  }
+  return text;
+}
+
+std::string help_of(const char* stage, const stage_value* begin, const stage_value* end) {
+  std::string text = std::string(stage) + ", with NAME=VALUE,..:";
+  for (const stage_value* value = begin; value != end; ++value) {
+    char part[128];
+    if (value->level)
+      std::snprintf(part, sizeof part, " %s (%s) [%.4g%%]", value->name, value->help,
+                    100.0 * value->initial / kUnity);
+    else
+      std::snprintf(part, sizeof part, " %s (%s) [%d]", value->name, value->help, value->initial);
+    text += part;
+  }
+  return text;
+}
+
+std::vector<int> parse_equalizer(const std::string& text) {
+  std::vector<int> gains;
+  for (const std::string& part : split(text, ",/"))
+    gains.push_back(parse_in_range(part, "an equalizer band (dB)", -15, 15));
+  if (gains.size() > kBands) throw std::runtime_error("the equalizer has ten bands");
+  gains.resize(kBands);
+  return gains;
+}
+
+int parse_voice_gain(const std::string& text) {
+  const double gain = parse_number(text, "--voice-gain");
+  if (gain < kLowestGain || gain > kHighestGain)
+    throw std::runtime_error("--voice-gain must be from -40 to 12 dB, not '" + text + "'");
+  return static_cast<int>(std::lround(kUnity * std::pow(10.0, gain / 20)));
+}
+
+// A handle of the karaoke chain, ended with its owner.
+class karaoke {
+ public:
+  explicit karaoke(const karaoke_options& options) : handle_(sonx_ktv_init()) {
+    if (handle_ == nullptr) throw std::runtime_error("no memory for the karaoke chain");
+    sonx_ktv_iirecho_enable(handle_, 0);
+    sonx_ktv_hw_howling_canceling_enable(handle_, 0);
+    sonx_ktv_compressor_enable(handle_, 0);
+    for (const karaoke_setting& setting : options.settings) setting.set(handle_, setting.value);
+    if (!options.equalizer.empty()) {
+      std::vector<int> gains = options.equalizer;
+      sonx_ktv_eq_setparameter(handle_, gains.data());
+      sonx_ktv_eq_enable(handle_, 1);
+    }
+  }
+  ~karaoke() { sonx_ktv_deinit(handle_); }
+  karaoke(const karaoke&) = delete;
+  karaoke& operator=(const karaoke&) = delete;
+
+  void process(std::vector<short>& voice, std::vector<short>& left, std::vector<short>& right) {
+    sonx_ktv_process_16(handle_, voice.data(), left.data(), right.data(),
+                        static_cast<int>(voice.size()));
+  }
+
+ private:
+  void* handle_;
+};
+
+short to_16_bits(float sample) {
+  return static_cast<short>(std::clamp(std::lround(sample * 32768.0F), -32768L, 32767L));
+}
+
+struct ktv_arguments {
+  std::string in;
+  std::string out;
+  karaoke_stages stages;
+  int period = 240;
+  std::string tail = "0";
+};
+
+void run(const ktv_arguments& arguments) {
+  audio_reader reader(arguments.in);
+  if (reader.rate() != kKaraokeRate) {
+    throw std::runtime_error("'" + arguments.in + "' has " + std::to_string(reader.rate()) +
+                             " Hz; the karaoke chain works at 48000 Hz");
+  }
+  karaoke_options options = parse_stages(arguments.stages);
+  options.period = arguments.period;
+  options.tail = parse_seconds(arguments.tail, "--tail");
+  audio_writer writer(arguments.out, kKaraokeRate, 16, reader.frames());
+  const stream_report report = render_karaoke(reader, writer, options, "sonx ktv");
+  writer.commit();
+  std::printf("%s: %s, %.3f s -> %s, 16 bits\n%s\n", arguments.in.c_str(),
+              reader.describe_channels().c_str(), static_cast<double>(report.frames) / kKaraokeRate,
+              arguments.out.c_str(), describe(arguments.stages).c_str());
+  print_levels(report);
+}
+
+}  // namespace
+
+karaoke_options parse_stages(const karaoke_stages& stages) {
+  karaoke_options options;
+  const auto set = [&](void (*setter)(void*, int), int value) {
+    options.settings.push_back({setter, value});
+  };
+  const auto switch_on = [&](void (*enable)(void*, int), const std::vector<chosen_value>& chosen) {
+    for (const auto& [value, word] : chosen) set(value->set, word);
+    set(enable, 1);
+  };
+  if (stages.gramophone) set(sonx_ktv_gramophone_enable, 1);
+  if (!stages.equalizer.empty()) options.equalizer = parse_equalizer(stages.equalizer);
+  if (stages.reverb) switch_on(sonx_ktv_reverb_enable, choose(kReverb, stages.reverb_settings));
+  if (stages.echo) switch_on(sonx_ktv_iirecho_enable, choose(kEcho, stages.echo_settings));
+  if (!stages.voice_gain.empty()) set(sonx_ktv_set_voice_gain, parse_voice_gain(stages.voice_gain));
+  if (stages.compressor || !stages.voice_gain.empty()) set(sonx_ktv_compressor_enable, 1);
+  return options;
+}
+
+std::string describe(const karaoke_stages& stages) {
+  std::vector<std::string> parts;
+  if (stages.gramophone) parts.push_back("gramophone");
+  if (!stages.equalizer.empty()) {
+    std::string text = "equalizer";
+    for (int gain : parse_equalizer(stages.equalizer)) text += " " + std::to_string(gain);
+    parts.push_back(text + " dB");
+  }
+  if (stages.reverb) parts.push_back(describe("reverb", choose(kReverb, stages.reverb_settings)));
+  if (stages.echo) parts.push_back(describe("echo", choose(kEcho, stages.echo_settings)));
+  if (!stages.voice_gain.empty()) parts.push_back("voice gain " + stages.voice_gain + " dB");
+  if (stages.compressor || !stages.voice_gain.empty()) parts.push_back("compressor");
+  std::string text = parts.empty() ? "no stage" : "";
+  for (const std::string& part : parts) text += (text.empty() ? "" : "\n") + part;
+  return text;
+}
+
+stream_report render_karaoke(audio_reader& reader, audio_writer& writer,
+                             const karaoke_options& options, const std::string& label) {
+  karaoke chain(options);
+  const auto period = static_cast<size_t>(options.period);
+  std::vector<short> voice(period), left(period), right(period);
+  return stream(reader, writer, {period, options.tail, label},
+                [&](std::vector<float>& stereo, std::vector<int32_t>& words, stopwatch& busy) {
+                  for (size_t i = 0; i < period; ++i)
+                    voice[i] = to_16_bits((stereo[2 * i] + stereo[2 * i + 1]) / 2);
+                  busy.time([&] { chain.process(voice, left, right); });
+                  for (size_t i = 0; i < words.size(); ++i) {
+                    const short sample = i % 2 == 0 ? left[i / 2] : right[i / 2];
+                    words[i] = sample * 65536;
+                    stereo[i] = static_cast<float>(sample) / 32768.0F;
+                  }
+                });
+}
+
+void add_ktv_command(CLI::App& app) {
+  CLI::App* command = app.add_subcommand("ktv", "run a voice through the karaoke chain");
+  auto arguments = std::make_shared<ktv_arguments>();
+  karaoke_stages& stages = arguments->stages;
+  command->footer(kFooter);
+  command->add_option("IN", arguments->in, "audio file that libsndfile reads, 48000 Hz")
+      ->required();
+  command->add_option("OUT", arguments->out, "WAV file to write, 16 bits, stereo")->required();
+  command->add_flag("--gramophone", stages.gramophone, "the colour of an old record");
+  command->add_option("--eq", stages.equalizer, "ten band gains in whole dB, -15..15: 3,2,0,...")
+      ->type_name("DB,DB,..");
+  CLI::Option* reverb = command
+                            ->add_option("--reverb", stages.reverb_settings,
+                                         help_of("reverb", std::begin(kReverb), std::end(kReverb)))
+                            ->type_name("[NAME=VALUE,..]")
+                            ->expected(0, 1);
+  CLI::Option* echo = command
+                          ->add_option("--echo", stages.echo_settings,
+                                       help_of("echo", std::begin(kEcho), std::end(kEcho)))
+                          ->type_name("[NAME=VALUE,..]")
+                          ->expected(0, 1);
+  command->add_option("--voice-gain", stages.voice_gain, "gain of the voice in dB, -40..12")
+      ->type_name("DB");
+  command->add_flag("--compressor", stages.compressor, "limiter with a gate for silence");
+  command->add_option("--period", arguments->period, "samples per call")
+      ->check(CLI::Range(1, 1 << 20))
+      ->capture_default_str();
+  command->add_option("--tail", arguments->tail, "silence to append to the input [0]")
+      ->type_name("SECONDS");
+  command->callback([arguments, reverb, echo] {
+    arguments->stages.reverb = reverb->count() > 0;
+    arguments->stages.echo = echo->count() > 0;
+    run(*arguments);
+  });
+}
+
+}  // namespace sonx

@@ -1,0 +1,56 @@
+// Audio from a file through a processor into a file, period by period, measured on the way.
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "audio_file.h"
+#include "measure.h"
+
+namespace sonx {
+
+// Adds up the time spent inside the library.
+class stopwatch {
+ public:
+  template <typename Work>
+  void time(Work work) {
+    const auto start = std::chrono::steady_clock::now();
+    work();
+    total_ += std::chrono::steady_clock::now() - start;
+  }
+  double seconds() const { return std::chrono::duration<double>(total_).count(); }
+
+ private:
+  std::chrono::steady_clock::duration total_{};
+};
+
+struct stream_options {
+  size_t period;    // frames per call
+  double tail = 0;  // seconds of silence after the input
+  std::string label;
+};
+
+struct stream_report {
+  levels in;
+  levels out;
+  int64_t frames;
+  double speed;  // multiple of real time spent in the library
+};
+
+// Takes a period of interleaved stereo floats, full scale 1.0, and replaces it by the result, in
+// floats and as words with full scale at 2^31.
+using period_process =
+    std::function<void(std::vector<float>& stereo, std::vector<int32_t>& words, stopwatch& busy)>;
+
+// All of the reader's file into the writer. The last period is filled up with silence, and what
+// comes of that is not written.
+stream_report stream(audio_reader& reader, audio_writer& writer, const stream_options& options,
+                     const period_process& process);
+
+// "peak, loudness, speed" of a report, three lines on standard output.
+void print_levels(const stream_report& report);
+
+}  // namespace sonx
