@@ -22,6 +22,12 @@ audio_reader::audio_reader(const std::filesystem::path& path)
   rate_ = file_.samplerate();
 }
 
+std::string audio_reader::describe_channels() const {
+  const int channels = file_.channels();
+  return std::to_string(channels) + (channels == 1 ? " channel" : " channels") +
+         (channels > 2 ? " (1 and 2 taken)" : "");
+}
+
 int64_t audio_reader::frames() const {
   return std::llround(static_cast<double>(file_.frames()) * times_ * rate_ / file_rate());
 }
@@ -60,6 +66,9 @@ size_t audio_reader::read_file(float* stereo, size_t frames) {
   if (got == 0 && rewinds_ + 1 < times_ && file_.seek(0, SEEK_SET) == 0) {
     ++rewinds_;
     got = file_.readf(raw_.data(), static_cast<sf_count_t>(frames));
+  }
+  if (got == 0 && file_.error() != SF_ERR_NO_ERROR) {
+    throw std::runtime_error("cannot read on in '" + name_ + "': " + file_.strError());
   }
   const auto count = static_cast<size_t>(got);
   const size_t right = channels > 1 ? 1 : 0;

@@ -22,9 +22,9 @@ class audio_reader {
   explicit audio_reader(const std::filesystem::path& path);
 
   int file_rate() const { return file_.samplerate(); }
-  int file_channels() const { return file_.channels(); }
-  int rate() const { return rate_; }  // Hz, of what read() gives
-  int64_t frames() const;             // in all, at rate(); some encodings only estimate it
+  std::string describe_channels() const;  // "1 channel", "6 channels (1 and 2 taken)"
+  int rate() const { return rate_; }      // Hz, of what read() gives
+  int64_t frames() const;                 // in all, at rate(); some encodings only estimate it
 
   // From now on read() gives the file converted to this rate (band-limited interpolation).
   void convert_to(int rate);

@@ -31,6 +31,8 @@ harmonics around 400 Hz that a small loudspeaker can play, and limits each other
 band and then the sum, with make-up volume. Each value is for both sides, or
 LEFT/RIGHT. Options without a band's name are for the sum. Works at 44100, 48000
 and 96000 Hz. The output is as long as the input and comes 240 samples later.
+The limiters look ahead by 120 samples each: sudden peaks of loud material pass
+them in part, so lower --threshold where the report tells of clipping.
 
 Examples:
   sonx boost in.wav out.wav --volume 200%

@@ -27,20 +27,18 @@ namespace fs = std::filesystem;
 const char* const kFooter =
     R"(Writes OUTDIR/NAME-EFFECT.wav for each effect, and OUTDIR/NAME-switch-over.wav,
 which walks through all of them in one go, and OUTDIR/NAME-boost.wav for the
-speaker boost. With --voice also OUTDIR/NAME-ktv-STAGE.wav,
-the file as a singer's voice through each stage of the karaoke chain and through
-a full setting, at 48000 Hz. A file at a rate that the effect does
-not process is converted to 44100 or 48000 Hz first. The steps at a switch are
-those of the switch-over rendering (for which a short file is repeated), over
-0.1 s from the change into the effect of that row, beside the largest step that
-the input has there.)";
+speaker boost. With --voice also OUTDIR/NAME-ktv-STAGE.wav, the file as a
+singer's voice through each stage of the karaoke chain and through a full
+setting, at 48000 Hz. A file at a rate that the effect does not process is
+converted to 44100 or 48000 Hz first. The steps at a switch are those of the
+switch-over rendering (for which a short file is repeated), over 0.1 s from the
+change into the effect of that row, beside the largest step that the input has
+there.)";
 
 constexpr int kFormat = 4;  // 24 bits in 32
 constexpr size_t kPeriod = 480;
-// The last limiter of the speaker boost: its look-ahead is short, so that loud music overshoots the
-// threshold by some dB, for which this leaves room.
-constexpr int kBoostVolume = 10240;     // Q13, +1.9 dB
-constexpr int kBoostThreshold = 13107;  // 40 % of full scale
+// Of the speaker boost's limiters of the sum: loud recordings come out just below full scale.
+constexpr int kBoostThreshold = 19660;  // 60 %
 constexpr double kShortestStretch = 2;  // seconds per effect in the switch-over rendering
 
 struct demo_options {
@@ -157,10 +155,11 @@ class demo {
 
   void announce() {
     const audio_reader reader(options_.in);
+    if (reader.frames() == 0) throw std::runtime_error("'" + options_.in + "' holds no audio");
     rate_ = render_rate(reader.file_rate());
     seconds_ = static_cast<double>(reader.frames()) / reader.file_rate();
-    std::printf("%s: %d Hz, %d channel%s, %.1f s", options_.in.c_str(), reader.file_rate(),
-                reader.file_channels(), reader.file_channels() == 1 ? "" : "s", seconds_);
+    std::printf("%s: %d Hz, %s, %.1f s", options_.in.c_str(), reader.file_rate(),
+                reader.describe_channels().c_str(), seconds_);
     if (rate_ != reader.file_rate()) std::printf(", converted to %d Hz", rate_);
     std::printf("\nwritten to %s\n\n", output("*").c_str());
   }
@@ -193,9 +192,7 @@ class demo {
     reader.convert_to(rate_);
     audio_writer writer(output("boost"), rate_, 24, reader.frames());
     boost_options how;
-    how.settings = {{speaker_boost_system_drc_full_left_set_volume, kBoostVolume},
-                    {speaker_boost_system_drc_full_right_set_volume, kBoostVolume},
-                    {speaker_boost_system_drc_full_left_set_threshold, kBoostThreshold},
+    how.settings = {{speaker_boost_system_drc_full_left_set_threshold, kBoostThreshold},
                     {speaker_boost_system_drc_full_right_set_threshold, kBoostThreshold}};
     print_stream("boost", render_boost(reader, writer, how, stem_ + "-boost"));
     writer.commit();

@@ -86,7 +86,7 @@ void print_report(const render_report& report, int rate) {
                 decibels(row.out.peak_dbfs).c_str(), decibels(row.in.lufs).c_str(),
                 decibels(row.out.lufs).c_str(), row.step_in, row.step_out);
   }
-  std::printf("\n%.0f times real time\n", report.speed);
+  std::printf("\n%s%.0f times real time\n", clipping_note(report.out).c_str(), report.speed);
 }
 
 void run(const hp_options& options) {
@@ -110,9 +110,8 @@ void run(const hp_options& options) {
   const render_report report = render(reader, writer, how, "sonx hp");
   writer.commit();
 
-  std::printf("%s: %d Hz, %d channel%s, %.3f s -> %s, %d bits, delayed by %d samples\n",
-              options.in.c_str(), reader.rate(), reader.file_channels(),
-              reader.file_channels() == 1 ? "" : "s",
+  std::printf("%s: %d Hz, %s, %.3f s -> %s, %d bits, delayed by %d samples\n", options.in.c_str(),
+              reader.rate(), reader.describe_channels().c_str(),
               static_cast<double>(report.frames) / reader.rate(), options.out.c_str(), bits,
               chain_delay(reader.rate()));
   std::printf("format %d, period %d frames\n", options.format, options.period);

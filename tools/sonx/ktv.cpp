@@ -178,10 +178,9 @@ void run(const ktv_arguments& arguments) {
   audio_writer writer(arguments.out, kKaraokeRate, 16, reader.frames());
   const stream_report report = render_karaoke(reader, writer, options, "sonx ktv");
   writer.commit();
-  std::printf("%s: %d channel%s, %.3f s -> %s, 16 bits\n%s\n", arguments.in.c_str(),
-              reader.file_channels(), reader.file_channels() == 1 ? "" : "s",
-              static_cast<double>(report.frames) / kKaraokeRate, arguments.out.c_str(),
-              describe(arguments.stages).c_str());
+  std::printf("%s: %s, %.3f s -> %s, 16 bits\n%s\n", arguments.in.c_str(),
+              reader.describe_channels().c_str(), static_cast<double>(report.frames) / kKaraokeRate,
+              arguments.out.c_str(), describe(arguments.stages).c_str());
   print_levels(report);
 }
 

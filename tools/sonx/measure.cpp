@@ -51,6 +51,12 @@ std::string decibels(double value) {
   return text;
 }
 
+std::string clipping_note(const levels& out) {
+  if (!(out.peak_dbfs > 0)) return "";
+  return "the output goes " + decibels(out.peak_dbfs) +
+         " dB beyond full scale: clipped in the file\n";
+}
+
 double to_decibels(double amplitude) { return 20.0 * std::log10(amplitude); }
 
 }  // namespace sonx

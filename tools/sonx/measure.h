@@ -43,6 +43,9 @@ class step_meter {
 // "-12.3", or "-inf" for what is not finite.
 std::string decibels(double value);
 
+// A line for a report whose output had to be clipped in its file, or nothing.
+std::string clipping_note(const levels& out);
+
 // The level of an amplitude, full scale 1.0.
 double to_decibels(double amplitude);
 

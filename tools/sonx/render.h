@@ -24,7 +24,7 @@ class hp_effect {
   void set(audio_effect_control_acdb_t record);
   void process(void* period, size_t bytes);
 
-  // Whether a handle at this rate processes at all, and what to tell a user whose file it doesn't.
+  // Whether a handle at this rate in Hz processes at all; if not, it passes audio through.
   static bool processes(int rate);
 
  private:
