@@ -22,6 +22,7 @@ class audio_reader {
   explicit audio_reader(const std::filesystem::path& path);
 
   int file_rate() const { return file_.samplerate(); }
+  int channels() const { return file_.channels() > 1 ? 2 : 1; }  // that read() tells apart
   std::string describe_channels() const;  // "1 channel", "6 channels (1 and 2 taken)"
   int rate() const { return rate_; }      // Hz, of what read() gives
   int64_t frames() const;                 // in all, at rate(); some encodings only estimate it

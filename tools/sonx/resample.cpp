@@ -93,7 +93,7 @@ void run(const resample_arguments& arguments) {
   audio_reader reader(arguments.in);
   const int in_rate = reader.rate(), out_rate = arguments.rate;
   if (find_ratio(in_rate, out_rate) == nullptr) refuse(in_rate, out_rate);
-  const int channels = std::min(reader.file_channels(), 2);
+  const int channels = reader.channels();
   const auto made = static_cast<size_t>(int64_t{kPeriod} * out_rate / in_rate);
   int64_t left = (reader.frames() * out_rate + in_rate - 1) / in_rate;  // frames to write
   audio_writer writer(arguments.out, out_rate, 16, left, channels);
