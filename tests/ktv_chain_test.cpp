@@ -1,6 +1,8 @@
 // The karaoke chain: its order, its formats, and what its handle passes on.
 #include <gtest/gtest.h>
 
+#include <cstring>
+
 #include "ktv/sonx_ktv.h"
 #include "ktv/teka_audio_tx_ktv.h"
 #include "support/log_capture.h"
@@ -129,6 +131,73 @@ TEST_F(KtvChain, AppliesTheVoiceGainThroughTheCompressorOnly) {
   EXPECT_NEAR(left[239], 25000, 30) << "a quarter";
 }
 
+TEST_F(KtvChain, SettingsReachTheirModulesAtOnceAndReadBack) {
+  const struct {
+    void (*set)(teka_audio_tx_ktv_t*, int);
+    void (*get)(teka_audio_tx_ktv_t*, int*);
+    const int* field;
+  } settings[] = {
+      {teka_audio_tx_ktv_set_volume, teka_audio_tx_ktv_get_volume, &chain.compressor->volume},
+      {teka_audio_tx_ktv_reverb_setroomsize, teka_audio_tx_ktv_reverb_getroomsize,
+       &chain.reverb->roomsize},
+      {teka_audio_tx_ktv_reverb_setdamp, teka_audio_tx_ktv_reverb_getdamp, &chain.reverb->damp},
+      {teka_audio_tx_ktv_reverb_setwet, teka_audio_tx_ktv_reverb_getwet, &chain.reverb->wet},
+      {teka_audio_tx_ktv_reverb_setdry, teka_audio_tx_ktv_reverb_getdry, &chain.reverb->dry},
+      {teka_audio_tx_ktv_reverb_setwidth, teka_audio_tx_ktv_reverb_getwidth, &chain.reverb->width},
+      {teka_audio_tx_ktv_reverb_setgain, teka_audio_tx_ktv_reverb_getgain, &chain.reverb->gain},
+      {teka_audio_tx_ktv_iirecho_setfeedback, teka_audio_tx_ktv_iirecho_getfeedback,
+       &chain.iirecho->feedback},
+      {teka_audio_tx_ktv_iirecho_setdelay, teka_audio_tx_ktv_iirecho_getdelay,
+       &chain.iirecho->delay},
+      {teka_audio_tx_ktv_iirecho_setwet, teka_audio_tx_ktv_iirecho_getwet, &chain.iirecho->wet},
+      {teka_audio_tx_ktv_iirecho_setdry, teka_audio_tx_ktv_iirecho_getdry, &chain.iirecho->dry}};
+  int value = 100;
+  for (const auto& s : settings) {
+    chain.reverb->wet1 = chain.reverb->comb_left[0]->feedback = -1;  // stale
+    s.set(&chain, ++value);
+    EXPECT_EQ(read(s.get, &chain), value);
+    EXPECT_EQ(*s.field, value);
+    const bool room = s.field >= &chain.reverb->wet_scaled && s.field <= &chain.reverb->damp;
+    EXPECT_EQ(chain.reverb->wet1 != -1, room) << "updated " << value;
+    EXPECT_EQ(chain.reverb->comb_left[0]->feedback != -1, room);
+  }
+
+  teka_audio_tx_ktv_set_sample_rate(&chain, 44100);
+  EXPECT_EQ(chain.compressor->left->frame_len, 220);
+  int curve[10] = {6}, rows[10][5], expected[10][5];
+  teka_audio_tx_ktv_eq_set_param_index(&chain, curve);
+  teka_audio_tx_ktv_eq_getparameter(&chain, rows);
+  equalizer_t eq;
+  equalizer_init(&eq);
+  equalizer_set_param_index_44100(&eq, curve);
+  equalizer_getparameter(&eq, expected);
+  EXPECT_EQ(std::memcmp(rows, expected, sizeof rows), 0) << "indices go by the chain's rate";
+  rows[3][1] = 12345;
+  teka_audio_tx_ktv_eq_setparameter(&chain, rows);
+  EXPECT_EQ(chain.eq->left_section[3]->coef[1], 12345);
+  teka_audio_tx_ktv_eq_get_param_index(&chain, curve);
+  EXPECT_EQ(curve[0], 6);
+  equalizer_end(&eq);
+}
+
+TEST_F(KtvChain, LeavesNoPointerBehindAtItsEnd) {
+  teka_audio_tx_ktv_t ended;
+  teka_audio_tx_ktv_init(&ended);
+  teka_audio_tx_ktv_set_volume(&ended, 777);
+  teka_audio_tx_ktv_set_sample_rate(&ended, 96000);
+  teka_audio_tx_ktv_end(&ended);
+  for (const void* pointer :
+       {static_cast<void*>(ended.reverb), static_cast<void*>(ended.eq),
+        static_cast<void*>(ended.compressor), static_cast<void*>(ended.iirecho),
+        static_cast<void*>(ended.howling), static_cast<void*>(ended.gramophone),
+        static_cast<void*>(ended.hpf), static_cast<void*>(ended.ns),
+        static_cast<void*>(ended.resampler_down), static_cast<void*>(ended.resampler_up),
+        static_cast<void*>(ended.buf_left), static_cast<void*>(ended.buf_right)})
+    EXPECT_EQ(pointer, nullptr);
+  EXPECT_EQ(ended.volume, 777);
+  EXPECT_EQ(ended.sample_rate, SAMPLE_RATE_96000);
+}
+
 TEST_F(KtvChain, SwitchesNoiseCancellingOffAtTheNextCall) {
   switch_all(0);
   teka_audio_tx_ktv_noise_canceling_setstatus(&chain, 1);
@@ -161,7 +230,9 @@ TEST_F(KtvChain, CutsALongCallIntoBlocksAndTouchesNothingForAnEmptyOne) {
   const int mean = chain.compressor->left->mean_env;
   teka_audio_tx_ktv_process_16(&chain, nullptr, nullptr, nullptr, 0);
   EXPECT_LT(chain.compressor->left->mean_env, mean) << "an empty block counts for the compressor";
+  teka_audio_tx_ktv_process_24(&chain, nullptr, nullptr, nullptr, -5);
   teka_audio_tx_ktv_copy_left_to_right(nullptr, nullptr, 0);
+  teka_audio_tx_ktv_copy_left_to_right(nullptr, nullptr, -1);
   teka_audio_tx_ktv_end(&cut);
 }
 

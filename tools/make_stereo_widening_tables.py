@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Writes the filter tables of the stereo widening: src/effects/stereo_widening_tables.inc.
+"""The filter tables of the stereo widening: src/effects/stereo_widening_tables.inc.
 
 Second-order sections made from analog prototypes by the bilinear transform with the frequency warped
 onto the wanted one (R. Bristow-Johnson, "Cookbook formulae for audio EQ biquad filter coefficients"):
@@ -14,10 +14,12 @@ onto the wanted one (R. Bristow-Johnson, "Cookbook formulae for audio EQ biquad 
 A row is b0, b1, b2, -a1, -a2, each times 2^28 - 1 and truncated toward zero. The fourth row, 192 kHz,
 is all zero: at that rate the sections are silent.
 
-Use: tools/make_stereo_widening_tables.py > src/effects/stereo_widening_tables.inc
+See generated_files.py for the arguments.
 """
 
 import math
+
+import generated_files
 
 RATES = (44100, 48000, 96000)
 SCALE = 2**28 - 1
@@ -37,7 +39,10 @@ def highpass(frequency):
 
 
 def bandpass(low, high):
-    """Centred between the band's edges, as wide as the band."""
+    """Centred between two design edges; Q is the centre over their distance.
+
+    The -3 dB band is not these edges: 1450 to 5500 Hz for (723, 5000) at 48000 Hz.
+    """
     centre = (low + high) / 2
     return ("band-pass", centre, centre / (high - low))
 
@@ -74,10 +79,10 @@ DIFFERENCE_CIRCUIT = (
     ("4, right", allpass(50, 13)),
     ("5, right", allpass(600, 13)),
     ("6, right", allpass(5580, 2)),
-    ("7, spare, 250 to 12000 Hz", bandpass(250, 12000)),
+    ("7, spare, design edges 250 and 12000 Hz", bandpass(250, 12000)),
     ("8, difference", lowpass(200)),
     ("9, difference", highpass(7000)),
-    ("10, sum, 723 to 5000 Hz", bandpass(723, 5000)),
+    ("10, sum, design edges 723 and 5000 Hz", bandpass(723, 5000)),
     ("11, sum", lowpass(200)),
 )
 
@@ -88,11 +93,22 @@ SINGLE = (
     ("kReflectorHighpass", "Early reflector, input", highpass(300)),
 )
 
-if __name__ == "__main__":
-    print("// Made by tools/make_stereo_widening_tables.py. Rows: 44100, 48000, 96000, 192000 Hz.\n")
-    print("constexpr section_rows kDifferenceCircuit[] = {")
+
+def make_files():
+    lines = ["// Made by tools/make_stereo_widening_tables.py. Rows: 44100, 48000, 96000, 192000 Hz.",
+             "", "constexpr section_rows kDifferenceCircuit[] = {"]
     for note, design in DIFFERENCE_CIRCUIT:
-        print(f"{comment(note, design)}\n{rows(design)},")
-    print("};")
+        lines.append(f"{comment(note, design)}\n{rows(design)},")
+    lines.append("};")
     for name, note, design in SINGLE:
-        print(f"\n{comment(note, design)}\nconstexpr section_rows {name} =\n{rows(design)};")
+        lines.append(f"\n{comment(note, design)}\nconstexpr section_rows {name} =\n{rows(design)};")
+    return {"src/effects/stereo_widening_tables.inc": "\n".join(lines) + "\n"}
+
+
+def report():
+    return "\n".join(comment(note, design)[3:] for note, design in DIFFERENCE_CIRCUIT +
+                     tuple((note, design) for _, note, design in SINGLE))
+
+
+if __name__ == "__main__":
+    generated_files.run(make_files, report)

@@ -3,24 +3,8 @@
 #include <algorithm>
 
 #include "dsp/allpass_block.h"
-#include "dsp/fixed.h"
 #include "dsp/loop.h"
 #include "dsp/memory.h"
-
-namespace {
-
-//   x ──┬──► × g ──► + ──┬──────► y
-//       │            ▲   └─► × g ─┐
-//       │    cell ───┘            │
-//       └──────────────► − ◄──────┘
-//                        └──► cell
-inline int allpass_step(int x, int& cell, int feedback) {
-  const int y = saturate_add(cell, scale_down<13>(int64_t{feedback} * x));
-  cell = saturate_sub(x, scale_down<13>(int64_t{feedback} * y));
-  return y;
-}
-
-}  // namespace
 
 void allpass_init(allpass* section, int n) {
   section->buffer = allocate<int>(n);

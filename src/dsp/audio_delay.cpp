@@ -39,6 +39,7 @@ void audio_delay_block(audio_delay* line, int* samples, int n) {
   if (line->delay == 0) return;
   line->index =
       walk_loop(line->buffer, line->index, line->delay, n, [=](int* cells, int start, int count) {
-        std::swap_ranges(cells, cells + count, samples + start);
+        for (int i = 0; i < count; ++i)
+          samples[start + i] = audio_delay_step(samples[start + i], cells[i]);
       });
 }

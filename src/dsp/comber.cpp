@@ -3,14 +3,10 @@
 #include <algorithm>
 
 #include "dsp/comber_block.h"
-#include "dsp/fixed.h"
 #include "dsp/loop.h"
 #include "dsp/memory.h"
 
 namespace {
-
-constexpr int kBits16 = 13;  // a 16-bit sample stands 13 bits up inside the loop
-constexpr int kBits24 = 5;
 
 template <int bits>
 void comb_block_add(comber* comb, const int* in, int* sum, int n) {
@@ -18,12 +14,9 @@ void comb_block_add(comber* comb, const int* in, int* sum, int n) {
   int store = comb->filter_store;
   comb->index =
       walk_loop(comb->buffer, comb->index, comb->length, n, [&](int* cells, int start, int count) {
-        for (int i = 0; i < count; ++i) {
-          const int delayed = cells[i];
-          store = scale_down<13>(mac(int64_t{damp2} * delayed, damp1, store));
-          cells[i] =
-              wrap_add(scale_down<13>(int64_t{feedback} * store), wrap_shl(in[start + i], bits));
-          sum[start + i] = wrap_add(sum[start + i], silence_minus_one(delayed >> bits));
+        for (int i = start; i < start + count; ++i) {
+          const int out = comb_step<bits>(in[i], *cells++, store, feedback, damp1, damp2);
+          sum[i] = wrap_add(sum[i], out);
         }
       });
   comb->filter_store = store;
@@ -68,9 +61,9 @@ int comb_process_24(int x, comber* comb) {
 }
 
 void comb_block_add_16(comber* comb, const int* in, int* sum, int n) {
-  comb_block_add<kBits16>(comb, in, sum, n);
+  comb_block_add<kCombBits16>(comb, in, sum, n);
 }
 
 void comb_block_add_24(comber* comb, const int* in, int* sum, int n) {
-  comb_block_add<kBits24>(comb, in, sum, n);
+  comb_block_add<kCombBits24>(comb, in, sum, n);
 }

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 
-#include "dsp/fixed.h"
 #include "dsp/iircomber_block.h"
 #include "dsp/loop.h"
 #include "dsp/memory.h"
@@ -39,19 +38,11 @@ int iircomber_process(int x, iircomber* comb) {
 }
 
 void iircomber_block(iircomber* comb, int* samples, int n) {
-  const int b0 = comb->b0, b1 = comb->b1, a1 = comb->a1, feedback = comb->feedback;
-  int x1 = comb->x1, y1 = comb->y1;
+  iircomber_registers registers(comb);
   comb->index =
       walk_loop(comb->buffer, comb->index, comb->delay, n, [&](int* cells, int start, int count) {
-        for (int i = 0; i < count; ++i) {
-          const int delayed = cells[i];
-          const int64_t sum = mac(int64_t{b0} * delayed, b1, x1);
-          y1 = scale_down_wrapping<13>(wrap_sub64(sum, int64_t{a1} * y1));
-          x1 = delayed;
-          const int repeat = scale_down_wrapping<13>(int64_t{feedback} * y1);
-          samples[start + i] = cells[i] = wrap_add(repeat, samples[start + i]);
-        }
+        for (int i = 0; i < count; ++i)
+          samples[start + i] = iircomber_step(registers, samples[start + i], cells[i]);
       });
-  comb->x1 = x1;
-  comb->y1 = y1;
+  registers.store(comb);
 }

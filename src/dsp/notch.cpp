@@ -2,7 +2,6 @@
 
 #include <algorithm>
 
-#include "dsp/fixed.h"
 #include "dsp/memory.h"
 #include "dsp/notch_block.h"
 
@@ -37,28 +36,7 @@ void notch_end(notch* filter) {
 void notch_process(notch* filter, int* in, int* out) { notch_block(filter, in, out, 1); }
 
 void notch_block(notch* filter, const int* in, int* out, int n) {
-  const int64_t radius = filter->radius, freq = filter->freq;
-  const int64_t pole = (radius * freq) >> 28;      // r f, Q13
-  const int64_t radius_squared = radius * radius;  // Q26
-  int64_t* state = filter->state;
-  int64_t x1 = state[0], x2 = state[1], y1 = state[2], y2 = state[3], residue = state[4];
-  for (int i = 0; i < n; ++i) {
-    const int64_t x = in[i];
-    int64_t sum = wrap_add64(residue, wrap_mul64(wrap_add64(x, x2), 8192));  // Q13
-    sum = wrap_add64(sum, wrap_mul64(x1, freq) >> 15);
-    sum = wrap_sub64(sum, wrap_mul64(pole, y1));
-    sum = wrap_sub64(sum, wrap_mul64(radius_squared, y2) >> 13);
-    const int64_t y = sum >> 13;
-    residue = sum & 0x1FFF;
-    x2 = x1;
-    x1 = x;
-    y2 = y1;
-    y1 = y;
-    out[i] = silence_minus_one(wrap32(y));
-  }
-  state[0] = x1;
-  state[1] = x2;
-  state[2] = y1;
-  state[3] = y2;
-  state[4] = residue;
+  notch_registers registers(filter);
+  for (int i = 0; i < n; ++i) out[i] = notch_step(registers, in[i]);
+  registers.store(filter);
 }

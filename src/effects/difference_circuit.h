@@ -8,7 +8,7 @@
 // They leave the levels alone and turn the phases against each other around these frequencies, so
 // that even a mono input has a difference there. Then, per sample, with a and b the channels:
 //   s = a + b,  d = a - b
-//   mid  = (s + s from 723 to 5000 Hz / 4 + s below 200 Hz) / 2
+//   mid  = (s + s around 2860 Hz / 4 + s below 200 Hz) / 2
 //   side = (d / 2 + 1.5 x d below 200 Hz + d above 7 kHz) x side gain
 //   left = mid + a / 4 + side,  right = mid + b / 4 - side
 //
@@ -24,7 +24,7 @@
 #include "../export.h"
 
 struct difference_circuit {
-  IIR* section[11];  // 0..2 all-passes left, 3..5 all-passes right, 6 a band-pass (250 to 12000 Hz)
+  IIR* section[11];  // 0..2 all-passes left, 3..5 all-passes right, 6 a band-pass (2.7 to 12 kHz)
                      // kept up to date but not run, 7 low-pass and 8 high-pass of the difference,
                      // 9 band-pass and 10 low-pass of the sum
   int side_gain;     // Q13

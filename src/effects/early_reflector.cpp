@@ -101,12 +101,12 @@ void early_reflector_update(early_reflector* reflector) {
 
 namespace {
 
-// One channel's room, n of 1 or more: a quarter of the input, so that four combs do not overflow
+// One channel's room: a quarter of the input, so that four combs do not overflow
 // (-1 becomes 0), through the high-pass into the bank.
 inline void reflect(IIR* highpass, comber* const (&comb)[4], allpass* const (&section)[2],
                     const int* in, int* wet, int n) {
   int fed[kBlockFrames];
-  if (n < 1) return;
+  if (n < 1) return;  // never: lets the compiler see that fed is written
   for (int i = 0; i < n; ++i) fed[i] = silence_minus_one(in[i] >> 2);
   iir_block_32(highpass, fed, fed, n);
   run_bank<24>(comb, section, fed, wet, n);

@@ -2,9 +2,8 @@
 // sound in front of the listener instead of inside the head: the first echoes tell the ear that
 // there are walls.
 //
-//   in ─┬─► / 4 ──► high-pass 300 Hz ──► 4 combs ──► 2 all-passes ──► × wet gain ──► + ──► DC ──►
-//   out
-//       └────────────────────────────────────────────────────────────► × dry gain ──► +   remover
+//   in ─┬─► / 4 ─► high-pass 300 Hz ─► 4 combs ─► 2 all-passes ─► × wet gain ─► + ─► DC ─► out
+//       └───────────────────────────────────────────────────────► × dry gain ─► +   remover
 //
 // The reverb's structure (see reverb.h) with half the parts: combs of 1109, 1399, 1489, 1777
 // samples left and 1151, 1423, 1523, 1801 right, all-passes of 241, 337 and 269, 367 samples. The

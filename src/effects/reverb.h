@@ -18,14 +18,13 @@
 // What a user sets, all Q13 (8192 = 1.0), useful from 0 to 8192:
 //   room size  how long the tail lasts. The comb feedback g runs from 0.705 to 0.990; a loop of N
 //              samples falls by 60 dB in -3 N / log10(g) samples: undamped, at 48 kHz, the longest
-//              one takes 1.1 s at 0, 2.2 s at 4096 and 37 s at 8192.
+//              one takes 1.1 s at 0, 2.2 s at 4096 and 38 s at 8192.
 //   damp       how much faster the highs die: each pass of the loop weakens the highest frequency
 //              by (1 - d) / (1 + d), d from 0 to 0.403.
 //   wet, dry   level of the room (times 3 inside) and of the plain sound (times 2: 4096 passes it
 //              unchanged).
-//   width      8192: a channel's own tail at full level, the other's at half; 0: the other way
-//   round,
-//              own at half and the other's full. The other's reaches 0 at 16384.
+//   width      8192: a channel's own tail at full level, the other's at half; 0: its own at
+//              half, the other's full. The other's reaches 0 at 16384.
 //   gain       level into the combs: eight of them add up, so it is small, 127 to begin with.
 //
 // Room size, damp, wet and width are stored by their setters and heard after reverb_update; dry and
@@ -55,7 +54,7 @@ struct reverb_t {
   int damp_scaled;  // Q13 comb damping
   int width;        // Q13
   int gain;         // Q13 gain into the combs
-  int status;       // 1 = the owner runs this stage; processing itself does not look at it
+  int status;       // not 0 = the owner runs this stage; processing itself does not look at it
   comber* comb_left[8];
   comber* comb_right[8];
   allpass* allpass_left[4];

@@ -21,7 +21,7 @@
 #include "early_reflector.h"
 
 struct stereo_widening_system {
-  int status;  // 1 = the owner runs this effect; processing itself does not look at it
+  int status;  // not 0 = the owner runs this effect; processing itself does not look at it
   difference_circuit* difference;
   crossfeed_network* crossfeed;
   early_reflector* reflector;
