@@ -119,6 +119,50 @@ TEST_F(HpChain, HandsTheEffectsTheirFixedAndTheirGivenSettings) {
             (std::vector<int>{1, 1, -2, 3, -4, 5, -6, 7, -8, 9, 15}));
 }
 
+// The chain against its modules called one by one, in the order in which they stand.
+TEST_F(HpChain, RunsItsModulesInTheirOrder) {
+  teka_hp_effect_t stages;
+  teka_hp_effect_init(&stages);
+  for (const bool room : {false, true}) {  // which of the two that exclude each other
+    for (teka_hp_effect_t* each : {&chain, &stages}) {
+      channel_balance_param_acdb_t balance = {1, 2, -3000};
+      virtual_bass_param_acdb_t bass = {
+          1, 8192, 4096, 6144, 8192, {274666, 549332, 274666, 512037650, -244700858}};
+      equalizer_params curve = {1, {6, -3, 2, 0, 4, -6, 1, 0, 3, -2}};
+      stereo_param_acdb_t widening = {room ? 0 : 1, 4096, 4096, 6656, 1536, 7168, 4096};
+      reverb_param_acdb_t reverb = {1, 5000, 3000, 2000, 4096, 6000, 500};
+      smart_volume_control_param_acdb_t level = {1, 8192, 3, 7};
+      each->active_status = 1;
+      smooth_volume_set_soft_volume(each->sv, 8192);
+      teka_hp_effect_cb_setparameter(each, &balance);
+      teka_hp_effect_vbs_setparameter(each, &bass);
+      teka_hp_effect_eq_setparameter_index(each, &curve);
+      teka_hp_effect_sws_setparameter(each, &widening);
+      teka_hp_effect_reverb_setparameter(each, &reverb);
+      teka_hp_effect_svc_setparameter(each, &level);
+    }
+    for (unsigned block = 0; block < 12; ++block) {
+      samples left = noise(240, 1 << 21, 70 + block), right = noise(240, 1 << 20, 90 + block);
+      samples expected_left = left, expected_right = right;
+      int *l = expected_left.data(), *r = expected_right.data();
+      channel_balance_process_stereo(stages.cb, l, r, l, r, 240);
+      virtual_bass_system_process(stages.vbs, l, r, l, r, 240);
+      equalizer_process_stereo(stages.eq, l, r, l, r, 240);
+      if (room)
+        reverb_process_stereo_24(stages.reverb, l, r, l, r, 240);
+      else
+        stereo_widening_system_process(stages.sws, l, r, l, r, 240);
+      smart_volume_control_process(stages.svc, l, r, l, r, 240);
+      compressor_process(stages.comp, l, r, l, r, 240);
+      smooth_volume_process(stages.sv, l, r, l, r, 240);
+      teka_hp_effect_core_process(&chain, left.data(), right.data(), 240);
+      EXPECT_EQ(left, expected_left) << room << block;
+      EXPECT_EQ(right, expected_right) << room << block;
+    }
+  }
+  teka_hp_effect_end(&stages);
+}
+
 TEST_F(HpChain, NeverRunsBothEqualizersNorBothRooms) {
   const samples in = noise(240, 100000, 1);
   apply({4, 1, {8192, 0, 8192, 8192, 8192, 8192}});
@@ -295,16 +339,94 @@ TEST_F(HpChain, AnswersEveryDirectSetterWithItsGetter) {
   EXPECT_EQ(chain.volume, 8192) << "the level that a fade-in returns to stays";
 }
 
-TEST_F(HpChain, ResetsAModuleOnDirectAccessOnlyWhereAChangeOfStatusOrTheModuleAsksForIt) {
-  const samples in = noise(240, 100000, 4);
-  apply({5, 0, {}});
-  rendered(in, in);
-  const int history = chain.eq->left_section[0]->state[1];
-  ASSERT_NE(history, 0);
-  equalizer_params record = {1, {}};
-  teka_hp_effect_eq_setparameter_index(&chain, &record);
-  EXPECT_EQ(chain.eq->left_section[0]->state[1], history);
-  record.status = 0;
-  teka_hp_effect_eq_setparameter_index(&chain, &record);
-  EXPECT_EQ(chain.eq->left_section[0]->state[1], 0);
+// One history word of each module that has a history.
+TEST_F(HpChain, ClearsHistoriesOnResetAtASwitchAndOnDirectAccessWhereTheModuleAsksForIt) {
+  int* const histories[] = {&chain.eq->left_section[0]->state[1],
+                            &chain.p_eq->state_left[0][1],
+                            &chain.reverb->comb_right[0]->index,
+                            &chain.sws->difference->section[0]->state[1],
+                            &chain.vbs->split_left->low[0]->state[1],
+                            &chain.svc->low_pass_left[0]->state[1],
+                            &chain.comp->left->history[2]};
+  enum { kEq, kPeq, kReverb, kSws, kVbs, kSvc, kComp };
+  const auto cleared_by = [&](auto action) {
+    for (int* word : histories) *word = 5;
+    action();
+    std::vector<int> cleared;
+    for (int k = kEq; k <= kComp; ++k)
+      if (*histories[k] == 0) cleared.push_back(k);
+    return cleared;
+  };
+  const auto list = [](auto... k) { return std::vector<int>{k...}; };
+  EXPECT_EQ(cleared_by([&] { teka_hp_effect_reset(&chain); }),
+            list(kEq, kPeq, kReverb, kSws, kVbs, kSvc, kComp));
+
+  const auto switched_to = [&](int effect, int adapter) {
+    return cleared_by([&] {
+      *chain.params = {effect, adapter, {}};
+      teka_hp_effect_update_parameter(&chain);
+    });
+  };
+  EXPECT_EQ(switched_to(0, 0), list(kComp));
+  EXPECT_EQ(switched_to(0, 1), list(kPeq, kComp));
+  EXPECT_EQ(switched_to(1, 0), list(kSws, kComp));
+  EXPECT_EQ(switched_to(2, 0), list(kVbs, kComp));
+  EXPECT_EQ(switched_to(3, 0), list(kPeq, kComp));
+  EXPECT_EQ(switched_to(4, 0), list(kReverb, kComp));
+  EXPECT_EQ(switched_to(5, 0), list(kEq, kComp));
+
+  eq_param_acdb_t eq = {};
+  equalizer_params indices = {};
+  param_eq_param_acdb_t p_eq = {};
+  reverb_param_acdb_t reverb = {};
+  virtual_bass_param_acdb_t bass = {};
+  stereo_param_acdb_t widening = {};
+  smart_volume_control_param_acdb_t level = {};
+  for (const int status : {0, 1, 1}) {  // changed, changed, unchanged
+    const bool changed = chain.eq->status != status;
+    eq.status = indices.status = p_eq.status = reverb.status = status;
+    bass.status = widening.status = level.status = status;
+    const auto if_changed = [&](int k) { return changed ? list(k) : list(); };
+    EXPECT_EQ(cleared_by([&] { teka_hp_effect_eq_setparameter_data(&chain, &eq); }),
+              if_changed(kEq));
+    chain.eq->status = changed ? 1 - status : status;
+    EXPECT_EQ(cleared_by([&] { teka_hp_effect_eq_setparameter_index(&chain, &indices); }),
+              if_changed(kEq));
+    chain.p_eq->status = chain.reverb->status = changed ? 1 - status : status;
+    // The parametric equalizer's rows clear the histories by themselves.
+    EXPECT_EQ(cleared_by([&] { teka_hp_effect_p_eq_setparameter(&chain, &p_eq); }), list(kPeq));
+    EXPECT_EQ(cleared_by([&] { teka_hp_effect_reverb_setparameter(&chain, &reverb); }),
+              if_changed(kReverb));
+    EXPECT_EQ(cleared_by([&] { teka_hp_effect_vbs_setparameter(&chain, &bass); }), list(kVbs));
+    EXPECT_EQ(cleared_by([&] { teka_hp_effect_sws_setparameter(&chain, &widening); }), list(kSws));
+    EXPECT_EQ(cleared_by([&] { teka_hp_effect_svc_setparameter(&chain, &level); }), list());
+  }
+}
+
+TEST_F(HpChain, HandsTheRateToTheModulesThatHaveFiltersForIt) {
+  const int bass = chain.vbs->align_bass->coef[0], level = chain.svc->low_pass_left[0]->coef[0];
+  teka_hp_effect_set_sample_rate(&chain, 96000);
+  EXPECT_EQ(chain.sws->crossfeed->delay_left->delay, 47);
+  EXPECT_NE(chain.vbs->align_bass->coef[0], bass);
+  EXPECT_NE(chain.svc->low_pass_left[0]->coef[0], level);
+  EXPECT_EQ(chain.comp->left->frame_len, 480);
+}
+
+TEST_F(HpChain, FadesForANewRecordOnlyWhenOnAndFromTheGainThatItHas) {
+  audio_effect_control_acdb_t record = {4, 0, {}};
+  teka_hp_effect_setparameter(&chain, &record);
+  EXPECT_EQ(chain.switch_counter, -1) << "off";
+  chain.status = 1;
+  chain.switch_counter = 1;
+  smooth_volume_set_soft_volume(chain.sv, 3000);
+  record.effect_type = 5;
+  teka_hp_effect_setparameter(&chain, &record);
+  EXPECT_EQ(chain.switch_counter, 6);
+  EXPECT_EQ(chain.sv->volume, 0);
+  EXPECT_EQ(chain.sv->soft_volume, 3000) << "a part-risen gain falls from where it is";
+  record.effect_type = 4;
+  chain.switch_counter = -1;
+  smooth_volume_set_soft_volume(chain.sv, 0);
+  teka_hp_effect_setparameter(&chain, &record);
+  EXPECT_EQ(chain.sv->soft_volume, 8192) << "silence fades from full scale down";
 }

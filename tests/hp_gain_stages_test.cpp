@@ -50,7 +50,8 @@ TEST(ChannelBalance, PassesEveryWordAtRatioZeroAndSaturatesBeyondUnity) {
   // -1 times the left plus twice the right: 2^31 + 2^32 and its negative are out of range.
   EXPECT_EQ(balanced(16384, {INT32_MIN, INT32_MAX}), (frame{INT32_MAX, INT32_MAX}));
   EXPECT_EQ(balanced(-16384, {INT32_MIN, INT32_MAX}), (frame{INT32_MIN, INT32_MIN}));
-  EXPECT_EQ(balanced(INT32_MIN, {INT32_MIN, INT32_MIN}).left, INT32_MIN) << "defined at the limit";
+  // (1000 x 2^31) / 8192, the lowest ratio there is.
+  EXPECT_EQ(balanced(INT32_MIN, {1000, 0}), (frame{1000, 262144000}));
 }
 
 TEST(ChannelBalance, FoldsToTheMeanOfBothChannelsRoundedDown) {

@@ -17,7 +17,7 @@ PRESET = {
     "intent": """Speech and solo instruments step forward and the top opens, without a change of
 character: less boom at 150 Hz and less box at 400 Hz, a broad lift of the presence around 3 kHz,
 the sibilants at 6.5 kHz held back, and air above 10 kHz. Nothing rises by more than the
-make-up gain behind it gives back (2.19 dB), so that full scale in is full scale out at most.""",
+make-up gain behind it gives back (2.19 dB), so that a full-scale sine stays within full scale.""",
     "rows": [
         (3, PEAK, 150, -2.0, 2.0),
         None,

@@ -7,8 +7,8 @@ namespace {
 constexpr int kUnity = 8192;  // Q13
 
 // own (1 - ratio) + other ratio, ratio in Q13; no rule for -1 here, a ratio of 0 changes nothing.
-inline int cross_mix(int own, int other, int ratio) {
-  return saturate32(mac(int64_t{own} * wrap_sub(kUnity, ratio), other, ratio) >> 13);
+inline int cross_mix(int own, int other, int64_t ratio) {
+  return saturate32(wrap_add64(own * (kUnity - ratio), other * ratio) >> 13);
 }
 
 }  // namespace
@@ -52,7 +52,7 @@ void channel_balance_process_stereo(channel_balance_t* balance, int* in_left, in
   for (int i = 0; i < n; ++i) {
     const int left = in_left[i], right = in_right[i];
     out_left[i] = ratio > 0 ? cross_mix(left, right, ratio) : left;
-    out_right[i] = ratio > 0 ? right : cross_mix(right, left, wrap_neg(ratio));
+    out_right[i] = ratio > 0 ? right : cross_mix(right, left, -int64_t{ratio});
   }
 }
 

@@ -34,7 +34,7 @@ SONX_EXPORT void smooth_volume_get_volume(smooth_volume_t* stage, int* volume);
 // Jumps the gain in force (Q13), without a ramp.
 SONX_EXPORT void smooth_volume_set_soft_volume(smooth_volume_t* stage, int volume);
 
-// Ramp speed: the ramp's shift becomes number + 5. Meant for -3..26; shift counts are taken modulo
+// Ramp speed: the ramp's shift becomes number + 5. Meant for -3..25; shift counts are taken modulo
 // 32.
 SONX_EXPORT void smooth_volume_set_smooth_buffer_num(smooth_volume_t* stage, int number);
 SONX_EXPORT void smooth_volume_get_smooth_buffer_num(smooth_volume_t* stage, int* number);

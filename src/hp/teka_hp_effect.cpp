@@ -7,6 +7,7 @@
 #include "dsp/fixed.h"
 #include "dsp/memory.h"
 #include "dsp/sample_formats.h"
+#include "hp/teka_hp_effect_untyped.h"
 #include "hp/tuning_tables.h"
 #include "log.h"
 
@@ -25,8 +26,7 @@ constexpr int kCounterFadeIn = 2;
 constexpr int kCounterSwitch = 4;
 constexpr int kCounterFadeOut = 6;
 
-// Make-up gains of the compressor by effect, Q13: they bring each effect to the level at which it
-// neither clips nor sounds softer than the bypass.
+// The compressor's volume by effect, Q13: headroom for what the effect raises.
 constexpr int kGainWidening = 5168;          // -4.0 dB
 constexpr int kGainVirtualBass = 4608;       // -5.0 dB
 constexpr int kGainParametricPreset = 6368;  // -2.2 dB

@@ -15,13 +15,14 @@
 //
 //   6, 5  fading out with the old settings      2, 1, 0  fading in
 //   4     the new settings are applied          -1       idle
-//   3     running, still silent
+//   3     running, still silent (with blocks of 256 frames; 37 dB down with 240, see
+//         sonx_hp_effect.h)
 //
 // A change during 6 and 5 is absorbed by the fade-out under way; during 4..2 the sequence goes back
 // to 4. While the chain is off (active_status not 1), audio still passes the smooth volume.
 //
 // Latency: the compressor's look-ahead, 440 frames at 44100 Hz, 480 at 48000, 960 at 96000, 1920 at
-// 192000. Memory: about 300 KB, taken by init. One chain is used from one thread at a time; any
+// 192000. Memory: about 215 KB, taken by init. One chain is used from one thread at a time; any
 // function may be called between two process calls.
 #pragma once
 
@@ -142,25 +143,22 @@ SONX_EXPORT void teka_hp_effect_sv_set_smooth_buffer_num(teka_hp_effect_t* chain
 SONX_EXPORT void teka_hp_effect_sv_get_smooth_buffer_num(teka_hp_effect_t* chain, int* number);
 
 // One block in place, frames samples per channel, at most 256 as one block; a longer call runs as
-// several blocks with one switch point at its start.
+// several blocks with one switch point at its start. frames < 1 touches no sample, but passes the
+// switch point and counts as an empty block for the smart volume and the compressor.
 SONX_EXPORT void teka_hp_effect_core_process(teka_hp_effect_t* chain, int* left, int* right,
                                              int frames);
 
 // One block of planar 16-bit samples (x 256 in; out / 256 rounded down, saturated). If the channel
 // balance's channel count isn't 2, both outputs get the left result. Lengths as core_process; any
-// in and out buffers may be the same. The untyped form takes the same 16-bit samples.
+// in and out buffers may be the same.
 SONX_EXPORT void teka_hp_effect_process_16(teka_hp_effect_t* chain, short* in_left, short* in_right,
                                            short* out_left, short* out_right, int n);
-SONX_EXPORT void teka_hp_effect_process_16(teka_hp_effect_t* chain, void* in_left, void* in_right,
-                                           void* out_left, void* out_right, int n);
 
 // The same for 32-bit words that hold the 24-bit sample 4 bits up; out is clamped to +-8388607 (on
 // both sides) before it is shifted back up.
 SONX_EXPORT void teka_hp_effect_process_24(teka_hp_effect_t* chain, int* in_left, int* in_right,
                                            int* out_left, int* out_right, int n);
-SONX_EXPORT void teka_hp_effect_process_24(teka_hp_effect_t* chain, void* in_left, void* in_right,
-                                           void* out_left, void* out_right, int n);
 
-// bits = 16: as process_16; any other value: as process_24.
+// bits = 16: as process_16 on 16-bit samples; any other value: as process_24.
 SONX_EXPORT void teka_hp_effect_process_v2(teka_hp_effect_t* chain, int bits, void* in_left,
                                            void* in_right, void* out_left, void* out_right, int n);
