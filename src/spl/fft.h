@@ -16,13 +16,12 @@
 // x / 2^scale. The figures are about that, within 0.5 dB from one noise to another; a test holds
 // them for one.
 //
-//   stages             1     2     3     4     5     6     7     8     9    10
-//   forward          91.2  85.4  82.1  79.1  76.6  73.9  71.5  68.6  65.9  63.0
-//   inverse          89.2  85.4  81.5  79.5  77.5  76.3  74.9  73.5  72.4  71.8
-//   there and back   85.6  80.5  77.8  75.8  73.9  72.2  70.3  67.7  65.3  62.5
-//
-//   real, forward                                      68.8  65.7
-//   real, there and back                               68.6  65.5
+//   stages                 1     2     3     4     5     6     7     8     9    10
+//   forward               91.3  85.5  82.0  79.2  76.5  74.0  71.2  68.7  65.8  63.0
+//   inverse               89.3  85.3  81.6  79.3  77.6  75.9  74.4  73.6  72.7  72.0
+//   there and back        85.5  80.5  77.6  75.6  74.1  72.2  70.1  67.8  65.2  62.5
+//   real, forward         91.5  85.0  80.8  77.2  74.3  71.5  68.7  65.8  63.0  60.1
+//   real, there and back  86.6  81.5  78.6  76.2  73.7  71.1  68.5  65.6  62.8  59.9
 #pragma once
 
 #include "../export.h"
