@@ -54,10 +54,10 @@ inline section_words band_pass(double centre, double q, double rate) {
   return bilinear(0.0, w / q, 0.0, w / q, w * w);
 }
 
-// A double real pole; -180 degrees at the turn.
-inline section_words all_pass(double turn, double rate) {
+// -180 degrees at the turn; the default has a double real pole.
+inline section_words all_pass(double turn, double rate, double q = 0.5) {
   const double w = warped(turn, rate);
-  return bilinear(1.0, -2.0 * w, w * w, 2.0 * w, w * w);
+  return bilinear(1.0, -w / q, w * w, w / q, w * w);
 }
 
 // 0 dB at 0 Hz, level at the top; Butterworth zeros at the corner and poles at level^(1/2) of it.
