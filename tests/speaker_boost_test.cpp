@@ -9,7 +9,6 @@
 namespace {
 
 constexpr int kRates[] = {44100, 48000, 96000};
-constexpr int kDelay = 120;  // of the bands, and again of the full band
 
 SampleRateType rate_type(int number) { return static_cast<SampleRateType>(number); }
 
