@@ -1,0 +1,99 @@
+#include "ktv/iirecho.h"
+
+#include <algorithm>
+
+#include "dsp/block.h"
+#include "dsp/fixed.h"
+#include "dsp/iircomber_block.h"
+#include "dsp/memory.h"
+
+namespace {
+
+constexpr int kLongest = 350;        // milliseconds
+constexpr int kPerMillisecond = 48;  // samples
+constexpr int kSpread = 24;          // samples by which the right loop is longer
+
+iircomber* make_comb(int capacity) {
+  auto* comb = allocate<iircomber>();
+  iircomber_init(comb, capacity);
+  return comb;
+}
+
+void end_comb(iircomber*& comb) {
+  if (comb) iircomber_end(comb);
+  release(comb);
+}
+
+}  // namespace
+
+void iirecho_init(iirecho* echo) {
+  echo->status = 1;
+  echo->comb_left = make_comb(kLongest * kPerMillisecond);
+  echo->comb_right = make_comb(kLongest * kPerMillisecond + kSpread);
+  echo->feedback = 4096;
+  echo->delay = 1;
+  iirecho_update(echo);
+  echo->dry = 2703;
+  echo->wet = 5489;
+}
+
+void iirecho_end(iirecho* echo) {
+  end_comb(echo->comb_left);
+  end_comb(echo->comb_right);
+}
+
+void iirecho_update(iirecho* echo) {
+  const int loop = wrap_mul(echo->delay, kPerMillisecond);
+  iircomber_setfeedback(echo->comb_left, echo->feedback);
+  iircomber_setfeedback(echo->comb_right, echo->feedback);
+  iircomber_setdelay(echo->comb_left, loop);
+  iircomber_setdelay(echo->comb_right, wrap_add(loop, kSpread));
+  iircomber_reset(echo->comb_left);
+  iircomber_reset(echo->comb_right);
+}
+
+void iirecho_setstatus(iirecho* echo, int status) { echo->status = status; }
+void iirecho_getstatus(iirecho* echo, int* status) { *status = echo->status; }
+
+void iirecho_setfeedback(iirecho* echo, int feedback) {
+  echo->feedback = feedback;
+  iirecho_update(echo);
+}
+void iirecho_getfeedback(iirecho* echo, int* feedback) { *feedback = echo->feedback; }
+
+void iirecho_setdelay(iirecho* echo, int milliseconds) {
+  echo->delay = std::min(milliseconds, kLongest);
+  iirecho_update(echo);
+}
+void iirecho_getdelay(iirecho* echo, int* milliseconds) { *milliseconds = echo->delay; }
+
+void iirecho_setwet(iirecho* echo, int gain) { echo->wet = gain; }
+void iirecho_getwet(iirecho* echo, int* gain) { *gain = echo->wet; }
+
+void iirecho_setdry(iirecho* echo, int gain) { echo->dry = gain; }
+void iirecho_getdry(iirecho* echo, int* gain) { *gain = echo->dry; }
+
+// Each channel:
+//
+//   in ──┬────────────────────► × dry ──► + ──► / 2^13 ──► out
+//        └──► comb (the loop) ──► × wet ──┘       wraps
+//             24 bit              Q13
+//
+// Both channels are read before either is written, so that any of the buffers may coincide.
+void iirecho_processStereo(iirecho* echo, int* in_left, int* in_right, int* out_left,
+                           int* out_right, int n) {
+  const int dry = echo->dry, wet = echo->wet;
+  for_each_block(n, [&](int start, int count) {
+    int left[kBlockFrames], right[kBlockFrames];
+    const auto channel = [&](iircomber* comb, const int* in, int* samples) {
+      std::copy_n(in, count, samples);
+      iircomber_block(comb, samples, count);
+      for (int i = 0; i < count; ++i)
+        samples[i] = scale_down_wrapping<13>(mac(int64_t{dry} * in[i], wet, samples[i]));
+    };
+    channel(echo->comb_left, in_left + start, left);
+    channel(echo->comb_right, in_right + start, right);
+    std::copy_n(left, count, out_left + start);
+    std::copy_n(right, count, out_right + start);
+  });
+}
