@@ -12,6 +12,7 @@ install(DIRECTORY src/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/sonx_proc_hal
   PATTERN "*_block.h" EXCLUDE
   PATTERN "*_step.h" EXCLUDE
   PATTERN "*_internal.h" EXCLUDE
+  PATTERN "tuning_tables.h" EXCLUDE
   PATTERN "block.h" EXCLUDE
   PATTERN "fixed.h" EXCLUDE
   PATTERN "loop.h" EXCLUDE
