@@ -6,7 +6,7 @@
 namespace {
 
 constexpr int kFirstBin = 2, kLastBin = 62;  // with powers
-constexpr int kLowFirst = 3, kHighFirst = 18, kHighEnd = 61;
+constexpr int kLowFirst = 2, kHighFirst = 18, kHighEnd = 61;
 
 // Limits of the criteria; see howling_cancel.h for what they tell apart.
 constexpr uint64_t kFloor = 256;           // -69 dBFS
@@ -48,7 +48,11 @@ int interpolated(const uint64_t* power, int bin) {
     --bin;
   else if (bin < kLastBin && power[bin + 1] > power[bin])
     ++bin;
-  if (bin == kFirstBin || bin == kLastBin) return bin * 256;
+  if (bin == kLastBin) return bin * 256;
+  if (bin == kFirstBin) {  // bin 1 has no power: the parabola that falls by 3.44 dB in one bin
+    const int fall = log2_q10(power[bin]) - log2_q10(power[bin + 1]);
+    return bin * 256 + std::clamp(128 - fall * 256 / level_of_db(2 * 3.44), -128, 128);
+  }
   const int left = log2_q10(power[bin - 1]), top = log2_q10(power[bin]),
             right = log2_q10(power[bin + 1]);
   const int curvature = 2 * top - left - right;
