@@ -19,6 +19,8 @@
 //                        summed up while the frequency stays within 9 Hz, is the main evidence. A
 //                        howl grows on a straight line in decibels; a note's onset does not last
 //   persistence          frames in which the peak was steady
+// For a second after a howl has been proved more of them are likely: what is louder than usual then
+// needs less evidence, and harmonics don't speak for it, as howls stand at each other's multiples.
 // A frequency between bins is that of the parabola through three levels.
 //
 // The last test is made with the notch itself (an active probe): in a closed loop the tone dies
@@ -96,6 +98,7 @@ struct howlingCancel {
   howling_suspect suspects[8];
   howling_outsider outsiders[8];
   int usual_level;  // of the loud parts of what is heard, slowly followed, log2 Q10
+  int alert;        // frames to go in which more howls are likely: one has just been proved
   int doubt;        // grows with every trial that a tone from outside has caused, Q8
 };
 

@@ -38,6 +38,8 @@ constexpr demand kDemands[] = {{level_of_db(10.0), level_of_db(2.0), 10, 12},
                                {level_of_db(1.0), level_of_db(5.0), 40, 120},
                                {level_of_db(-3.0), level_of_db(8.0), 60, 240}};
 constexpr demand kReturnDemand = {level_of_db(-6.0), level_of_db(1.5), 6, 12};
+// While more howls are likely.
+constexpr demand kAlertDemand = {level_of_db(3.0), level_of_db(3.0), 12, 24};
 constexpr int kStrong = level_of_db(7.0);
 constexpr int kOver = level_of_db(10.0);  // above the usual level: no voice
 
@@ -135,14 +137,14 @@ howling_suspect& suspect_at(howlingCancel* canceller, int position) {
   return *weakest;
 }
 
-void add_evidence(howling_suspect& s, int position, int usual_level) {
+void add_evidence(howling_suspect& s, int position, int usual_level, bool alert) {
   const peak_features f = features_of(position);
   const int offset = position - s.position;
   s.position += offset / 4;
   s.missed = -1;
   s.level = f.level;
   const bool steady = f.residual < kSteadyLevel && std::abs(offset) < kSteadyFrequency;
-  const bool alone = f.harmonic > level_of_db(12.0) || s.steady > kStanding;
+  const bool alone = f.harmonic > level_of_db(12.0) || s.steady > kStanding || alert;
   const bool over = f.level - usual_level > kOver;
   if (steady) {
     if (alone)
@@ -170,11 +172,14 @@ int newest_level(int position) { return log2_q10(three_bins(nearest_bin(position
 
 void gather_evidence(howlingCancel* canceller, const int* found) {
   canceller->doubt -= canceller->doubt > 0;
+  canceller->alert -= canceller->alert > 0;
   for (howling_outsider& o : canceller->outsiders)
     if (o.position && --o.timer <= 0) o = {};
   follow_usual_level(canceller);
   for (int k = 0; k < kPeaks; ++k)
-    if (found[k]) add_evidence(suspect_at(canceller, found[k]), found[k], canceller->usual_level);
+    if (found[k])
+      add_evidence(suspect_at(canceller, found[k]), found[k], canceller->usual_level,
+                   canceller->alert > 0);
   for (howling_suspect& s : canceller->suspects) {
     if (s.position == 0 || ++s.missed == 0) continue;
     s.growth -= s.growth / 8;
@@ -191,6 +196,8 @@ bool is_howl(const howlingCancel* canceller, const howling_suspect& suspect) {
   if (place >= 0)
     return excess > (canceller->places[place].hold == kLongHold ? kReturnDemand.excess : 0) &&
            meets(suspect, kReturnDemand, 0);
+  if (canceller->alert > 0 && excess > kAlertDemand.excess && meets(suspect, kAlertDemand, 0))
+    return true;
   for (const demand& d : kDemands)
     if (excess > d.excess) return meets(suspect, d, canceller->doubt / kDoubtStep);
   return false;
@@ -206,6 +213,7 @@ void forget_evidence(howlingCancel* canceller) {
   for (howling_outsider& o : canceller->outsiders) o = {};
   canceller->usual_level = kFirstUsual;
   canceller->doubt = 0;
+  canceller->alert = 0;
 }
 
 void learn_outsider(howlingCancel* canceller, int position, int level) {

@@ -9,6 +9,7 @@
 constexpr int kPlaces = 5;
 constexpr int kFullDepth = 1 << 20;  // Q20
 constexpr int kWidestRadius = 7168;  // Q13, 0.875: 1.9 kHz wide at 48 kHz
+constexpr int kAlertFrames = 190;    // 1 s
 constexpr int kLongHold = 11250;     // 60 s
 
 // Level of a power of full scale - db, log2 Q10.

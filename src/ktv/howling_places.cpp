@@ -150,6 +150,7 @@ void advance_trial(howlingCancel* canceller, int i, const int* found) {
   const int drop = place.hold == kLongHold ? kTrialDrop : kWeakTrialDrop;
   if (place.level - level >= drop && place.timer >= kLeastTrial) {
     place.phase = kHolding;
+    if (place.hold == kLongHold) canceller->alert = kAlertFrames;
     place.timer = 0;
     return;
   }
@@ -221,7 +222,7 @@ void answer_howl(howlingCancel* canceller, const howling_suspect& howl) {
     howling_place& place = canceller->places[i];
     place.position = howl.position;
     place.width = howl.position * kFirstWidth / 16;
-    place.hold = strong ? kLongHold : kShortHold;
+    place.hold = strong || canceller->alert > 0 ? kLongHold : kShortHold;
   }
   canceller->places[i].attempts = 0;
   begin_trial(canceller, i);
