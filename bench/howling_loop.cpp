@@ -136,7 +136,7 @@ void report_gain(unsigned first_seed) {
       "Greatest stable gain in dB, 0 = where the loop's theory has it without canceller; "
       "colouring:\n"
       "third-octave change by the notches, mean and worst, at +3 dB (or below) and at the limit;\n"
-      "static: five ideally placed notches of 1/16, 3/16 and 10/16 of their frequency\n"
+      "static: five ideally placed notches of 1/16, 4/16 and 10/16 of their frequency\n"
       "room delay[ms] decay[s] direct[dB]  without  with  added | static         | colouring\n");
   double total = 0.0, worst = 100.0, statics[3] = {}, colour[2] = {};
   for (unsigned seed = first_seed; seed < first_seed + kRooms; ++seed) {
@@ -144,7 +144,7 @@ void report_gain(unsigned first_seed) {
     const signal room = normalised(room_response(seed, &kind));
     const room_gain g = stable_gain(room, voice_of(voices, seed));
     const double added = g.with - g.without;
-    const double s[3] = {ideal_static_db(room, 1.0), ideal_static_db(room, 3.0),
+    const double s[3] = {ideal_static_db(room, 1.0), ideal_static_db(room, 4.0),
                          ideal_static_db(room, 10.0)};
     std::printf(
         "%4u %9.1f %8.2f %10.1f %8.2f %5.1f %6.2f | %4.1f %4.1f %4.1f | %4.1f %5.1f  %4.1f %5.1f\n",

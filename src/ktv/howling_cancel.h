@@ -20,7 +20,7 @@
 //                        howl grows on a straight line in decibels; a note's onset does not last
 //   persistence          frames in which the peak was steady
 // For a second after a howl has been proved more of them are likely: what is louder than usual then
-// needs less evidence, and harmonics don't speak for it, as howls stand at each other's multiples.
+// needs less evidence, and harmonics don't clear it: howls stand at each other's multiples too.
 // A frequency between bins is that of the parabola through three levels.
 //
 // The last test is made with the notch itself (an active probe): in a closed loop the tone dies
@@ -28,7 +28,7 @@
 // level has not fallen by 7 dB (11 dB where the evidence was weak) within 107 ms, the notch is
 // taken back, the frequency left alone for 3 s, and more evidence asked for the next ones.
 //
-// How it is cut. A notch of 3/16 of its frequency between the -3 dB points takes its centre out
+// How it is cut. A notch of a quarter of its frequency between the -3 dB points takes its centre out
 // entirely. Howls beside it widen it, to 10/16 at most; when all five are in use the two that lie
 // closest become one. It stays for 60 s (0.4 s where the evidence was weak: if the howl returns it
 // comes back, four times as long), then gives up its depth over 4.4 s (0.7 s) and is put back at

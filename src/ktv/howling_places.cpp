@@ -13,7 +13,7 @@ constexpr int kReleaseStep = 5;                // 4.4 s
 constexpr int kQuickReleaseStep = 30;          // 0.7 s
 
 // Widths, in 1/16 of the centre frequency.
-constexpr int kFirstWidth = 3;
+constexpr int kFirstWidth = 4;
 constexpr int kWidest = 10;
 
 constexpr int kLeastTrial = 4;  // frames: sooner the loop can't have answered
