@@ -130,8 +130,8 @@ TEST_F(IntegerFft, AgreesWithTheTransformInDoublePrecisionOnComplexNoise) {
   }
 }
 
-// A lone value at index 64 or 32 meets twiddle factors in one stage only, that of half 2 or 4: bin j
-// then holds that stage's factor j, as the recurrence makes it.
+// A lone value at index 64 or 32 meets twiddle factors in one stage only, that of half 2 or 4: bin
+// j then holds that stage's factor j, as the recurrence makes it.
 TEST_F(IntegerFft, AdvancesTheTwiddleFactorsByRecurrence) {
   const auto expect_bin = [&](int bin, int64_t re, int64_t im) {
     EXPECT_EQ(fft.data[bin].re, re) << bin;

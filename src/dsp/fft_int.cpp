@@ -106,9 +106,7 @@ band_totals update_powers(fft_int* fft) {
     fft->power[b] = p;
     push(fft_power_history[b], p);
     const uint64_t s = fft_power_current[b] = smoothed(b, fft->marked_bins);
-    (b < 9 ? totals.raw_2_8 : totals.raw_9_62) += p;
-    if (b >= 5) (b < 18 ? totals.smoothed_5_17 : totals.smoothed_18_62) += s;
-    if (b >= 30) totals.smoothed_30_62 += s;
+    if (b >= 5) (b < 18 ? totals.low_5_17 : totals.high_18_62) += s;
   }
   return totals;
 }

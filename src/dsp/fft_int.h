@@ -5,7 +5,7 @@
 // behavior", IEEE Trans. ASSP 29, 1981: side lobes below -98 dB, main lobe +-4 bins), transformed,
 // and turned into the powers of bins 2..62. Each bin's power goes into a history of eight frames
 // and into a smoothed power, a weighted sum over that history. On top of it the frame's most
-// prominent narrow peaks are marked: two in the low band (bins 3..17), three in the high band
+// prominent narrow peaks are marked: two in the low band (bins 2..17), three in the high band
 // (bins 18..60).
 //
 // Scale: a full-scale 24-bit sine on a bin has a power of about 2^31; 1 is 93 dB below that.

@@ -85,7 +85,7 @@ void mark_band(fft_int* fft, const spread_spectrum& spread, uint64_t least, int 
 // interpolation
 void mark_peaks(fft_int* fft, const band_totals& totals, int* frequencies) {
   const spread_spectrum spread;
-  const uint64_t all = totals.smoothed_5_17 + totals.smoothed_18_62;
+  const uint64_t all = totals.low_5_17 + totals.high_18_62;
   const uint64_t least = std::max(kLeastPower, all / kAverageFraction);
   mark_band(fft, spread, least, kLowFirst, kHighFirst, 0, kLowPeaks);
   mark_band(fft, spread, least, kHighFirst, kHighEnd, kLowPeaks, kPeaks - kLowPeaks);

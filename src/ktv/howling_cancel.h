@@ -28,10 +28,10 @@
 // level has not fallen by 7 dB (11 dB where the evidence was weak) within 107 ms, the notch is
 // taken back, the frequency left alone for 3 s, and more evidence asked for the next ones.
 //
-// How it is cut. A notch of a quarter of its frequency between the -3 dB points takes its centre out
-// entirely. Howls beside it widen it, to 10/16 at most; when all five are in use the two that lie
-// closest become one. It stays for 60 s (0.4 s where the evidence was weak: if the howl returns it
-// comes back, four times as long), then gives up its depth over 4.4 s (0.7 s) and is put back at
+// How it is cut. A notch of a quarter of its frequency between the -3 dB points takes its centre
+// out entirely. Howls beside it widen it, to 10/16 at most; when all five are in use the two that
+// lie closest become one. It stays for 60 s (0.4 s where the evidence was weak: if the howl returns
+// it comes back, four times as long), then gives up its depth over 4.4 s (0.7 s) and is put back at
 // the first sign of the howl. Depth fades, in 2.7 ms going in; to be moved, a notch fades out and
 // in.
 //
