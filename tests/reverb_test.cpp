@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <numeric>
+
 #include "dsp/block.h"
 #include "support/pcm16.h"
 #include "support/stereo.h"
@@ -225,6 +227,48 @@ TEST(Blocks, CoverCountsBeyondThirtyOneBits) {
   for_each_block(3000000001u, [&](int64_t start, int n) { covered += start == covered ? n : 1; });
   EXPECT_EQ(covered, 3000000001);
   for_each_block(INT32_MIN, [](int64_t, int) { FAIL(); });
+}
+
+// Energy left after time t: each comb's rounds still to come. Round m has the energy
+// g^(2 (m - 1)) times the mean of |H|^(2 (m - 1)) over frequency, H being the damping low-pass; the
+// rounds of different combs do not meet. All-passes keep energy and hold it back by their lengths
+// on average, 1720 samples in all.
+TEST(Reverb, DecaysAsRoomSizeAndDampingSay) {
+  struct {
+    int roomsize, damp;
+  } const settings[] = {{0, 0}, {4096, 0}, {0, 8192}, {4096, 4096}};
+  for (const auto& s : settings) {
+    room r;
+    set(&r, s.roomsize, s.damp, 0, 0);
+    r.wet1 = 8192;
+    const double g = r.room_scaled / 8192.0, d = r.damp_scaled / 8192.0;
+    std::vector<double> round_energy(80);
+    constexpr int bins = 200;
+    for (size_t m = 0; m < round_energy.size(); ++m)
+      for (int k = 0; k < bins; ++k) {
+        const double h =
+            (1 - d) / std::abs(1.0 - std::polar(d, std::numbers::pi * (k + 0.5) / bins));
+        round_energy[m] += std::pow(g * h, 2.0 * static_cast<double>(m)) / bins;
+      }
+    const auto energy_after = [&](int t) {
+      double sum = 0.0;
+      for (int length : kCombs[0])
+        for (size_t m = 0; m < round_energy.size(); ++m)
+          if (static_cast<int>(m + 1) * length > t) sum += round_energy[m];
+      return sum;
+    };
+    int expected = 0;
+    while (energy_after(expected) > 1e-4 * energy_after(0)) expected += 50;  // -40 dB
+
+    const int n = 2 * expected + 1720;
+    const samples out = r.run({impulse(n, kFullScale), samples(size_t(n))}).left;
+    std::vector<double> rest(out.begin(), out.end());  // Schroeder's backward integral
+    for (double& v : rest) v *= v;
+    std::partial_sum(rest.rbegin(), rest.rend(), rest.rbegin());
+    int measured = 0;
+    while (rest[size_t(measured)] > 1e-4 * rest[0]) ++measured;
+    EXPECT_NEAR(measured, expected + 1720, 0.02 * expected) << s.roomsize << ", " << s.damp;
+  }
 }
 
 }  // namespace

@@ -322,4 +322,22 @@ TEST(SpeakerBoost, StartsWithItsDefaultsAndInSilenceAndEndsTwice) {
   EXPECT_EQ(boost.sum_right, nullptr);  // the destructor ends it again
 }
 
+// An impulse's harmonics pass the delay of 120 samples that the controlled bands pass too.
+TEST(SpeakerBoost, KeepsTheHarmonicsAlignedWithTheControlledBands) {
+  speaker_boost boost, parts;
+  samples x = impulse(240, 4000000), right = x, sub = x;
+  for (int& v : sub) {
+    int rest;
+    IIR_process_32(parts.pre_left, &v, &v);
+    spectral_band_split_process(parts.split_left[0], &v, &v, &rest);
+    NLD_process(parts.nld, &v, &v);
+    IIR_process_32(parts.nld_band, &v, &v);
+  }
+  speaker_boost_system_process_stereo(&boost, x.data(), right.data(), x.data(), right.data(), 240);
+  EXPECT_TRUE(std::all_of(boost.sub_left, boost.sub_left + 120, [](int v) { return v == 0; }));
+  EXPECT_TRUE(std::equal(sub.begin(), sub.begin() + 120, boost.sub_left + 120));
+  EXPECT_TRUE(std::all_of(boost.mid_left, boost.mid_left + 120, [](int v) { return v == 0; }));
+  EXPECT_NE(boost.mid_left[120], 0);
+}
+
 }  // namespace

@@ -304,4 +304,31 @@ TEST(StereoWidening, EndsTwiceAndStartsAgain) {
   EXPECT_EQ(std::pair(left, right), std::pair(5, 6));
 }
 
+double correlation(const stereo& x, size_t first) {
+  double both = 0.0, left = 0.0, right = 0.0;
+  for (size_t i = first; i < x.left.size(); ++i) {
+    both += double(x.left[i]) * x.right[i];
+    left += double(x.left[i]) * x.left[i];
+    right += double(x.right[i]) * x.right[i];
+  }
+  return both / std::sqrt(left * right);
+}
+
+TEST(StereoWidening, CorrelationFallsForAStereoSignalAndMonoGetsADifference) {
+  const samples common = noise(48000, 1 << 20, 4);
+  stereo x = noise_pair(48000, 1 << 19, 5);
+  for (size_t i = 0; i < common.size(); ++i) {
+    x.left[i] += common[i];
+    x.right[i] += common[i];
+  }
+  EXPECT_NEAR(correlation(x, 4800), 0.8, 0.01);  // 1 / (1 + 1/4)
+  for (int type : {0, 1, 2}) {
+    widening w;
+    stereo_widening_system_set_sample_rate(&w, static_cast<SampleRateType>(type));
+    EXPECT_LT(correlation(w.run(x), 4800), 0.6);
+  }
+  circuit c;
+  EXPECT_LT(correlation(c.run({common, common}), 4800), 0.95);
+}
+
 }  // namespace

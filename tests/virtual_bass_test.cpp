@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
+
 #include "dsp/fixed.h"
 #include "support/filter_theory.h"
 #include "support/stereo.h"
@@ -397,5 +399,68 @@ TEST(VirtualBass, KeepsItsSettingsFromTheirDefaultsOnAndEndsTwice) {
   virtual_bass_system_end(&bass);
   EXPECT_TRUE(!bass.bass_buffer && !bass.split_left && !bass.bass_compressor);
 }  // the destructor ends it again
+
+// Amplitudes of the harmonics that the default polynomial makes of a sine, full scale being 1.
+std::array<double, 6> ideal_harmonics(double amplitude) {
+  const auto a = ideal_polynomial();
+  constexpr int steps = 64;
+  std::array<std::complex<double>, 6> sum{};
+  for (int i = 0; i < steps; ++i) {
+    const double turn = 2.0 * std::numbers::pi * i / steps, x = amplitude * std::sin(turn);
+    double y = 0.0;
+    for (size_t k = a.size(); k-- > 0;) y = (y + a[k]) * x;
+    for (size_t h = 0; h < sum.size(); ++h)
+      sum[h] += y * std::polar(2.0 / steps, -turn * static_cast<double>(h));
+  }
+  std::array<double, 6> level{};
+  for (size_t h = 0; h < sum.size(); ++h) level[h] = std::abs(sum[h]);
+  return level;
+}
+
+TEST(VirtualBass, MakesTheHarmonicsOfALowToneThatThePolynomialImplies) {
+  for (int rate = 0; rate < 3; ++rate) {
+    const double hertz = kRates[rate], full = kFullScale + 1.0, gain = 0.125;
+    virtual_bass bass(rate);
+    bass.gains(0, 1024, 8192);
+    virtual_bass_system_set_nld_clip_level(&bass, 32767);  // out of the way
+    const samples out = bass.run_mono(sine(kRates[rate], 60.0, hertz, 0.7 * full), 240);
+    const size_t first = out.size() / 2;  // half a second: whole periods
+    const auto level =
+        ideal_harmonics(0.7 * std::norm(response(bass.split_left->low[0]->coef, 60.0, hertz)));
+    for (int h : {2, 3, 4, 5}) {
+      const double expected =
+          level[size_t(h)] * gain * std::abs(response(bass.nld_band->coef, h * 60.0, hertz));
+      const double measured =
+          std::abs(spectrum_at(out, h * 60.0, hertz, first)) / (double(first) / 2.0) / full;
+      EXPECT_NEAR(decibels(measured / expected), 0.0, 0.1) << h << " x 60 Hz at " << hertz;
+    }
+  }
+}
+
+TEST(VirtualBass, PassesTheHighsFlatSumsItsBandsFlatAndFadesTheBassIn) {
+  const samples treble = sine(24000, 2000.0, 48000.0, 4000000.0);
+  EXPECT_NEAR(gain_db(treble, virtual_bass().run_mono(treble), 2000.0, 48000.0, 12000), 0.0, 0.02);
+
+  for (int rate = 0; rate < 3; ++rate) {
+    virtual_bass bass(rate);
+    samples sum = impulse(kRates[rate] / 5, 1 << 25);
+    for (int& x : sum) {
+      int low, high;
+      spectral_band_split_process(bass.split_left, &x, &low, &high);
+      x = low + high;
+    }
+    for (double f : {30.0, 100.0, 200.0, 250.0, 315.0, 1000.0, 5000.0, 18000.0})
+      EXPECT_NEAR(decibels(std::abs(spectrum_at(sum, f, kRates[rate])) / (1 << 25)), 0.0, 0.05)
+          << f << " Hz at " << kRates[rate];
+  }
+
+  virtual_bass bass;
+  bass.gains(8192, 0, 0);
+  const samples first = bass.run_mono(sine(9600, 50.0, 48000.0, 4000000.0), 240);
+  for (int part : {0, 1, 2})  // 20 ms each: a period of the tone
+    EXPECT_LT(peak({first.begin() + part * 960, first.begin() + (part + 1) * 960}),
+              4000000 * (1.0 - std::pow(511.0 / 512.0, 960 * (part + 1))));
+  EXPECT_GT(peak({first.end() - 960, first.end()}), 3900000);
+}
 
 }  // namespace
