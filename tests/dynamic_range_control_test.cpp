@@ -85,6 +85,7 @@ TEST(Compressor, HoldsEveryPeakBelowTheThreshold) {
       EXPECT_LE(peak(c.run_mono(restless(seed), block)), kFullScale) << seed;
     }
   EXPECT_GT(largest, kCeiling * 0.99) << "the signals must reach the limit";
+  RecordProperty("largest_overshoot_dB", std::to_string(decibels(double(largest) / kCeiling)));
 }
 
 // Full scale has the peak 32767: 30720 x 8192 / 32767 = 7680, x 7936 >> 13 = 7440 in Q13, 119040 in
