@@ -7,6 +7,7 @@
 
 #include <cstring>
 #include <string>
+#include <utility>
 
 #include "spl/by_two.h"
 #include "spl/resample.h"
@@ -297,6 +298,20 @@ TEST(Resampler, DoesNothingInAModeThatIsNone) {
   c.it.mode = 5;
   EXPECT_EQ(Resampler_proc(&c.it, in.data(), INT32_MAX, out.data(), INT32_MAX, nullptr), -1)
       << "twelve times the length exceeds 32 bits";
+}
+
+// Here the output would fit, the signal behind the first stage would not.
+TEST(Resampler, RefusesALengthThatOutgrowsItsTypeBetweenTheStages) {
+  const short sample = 0;
+  short out = 99;
+  int made = -77;
+  for (const auto& [mode, length] :
+       {std::pair{17, 1073742000}, std::pair{10, 1073741900}, std::pair{6, 715828480}}) {
+    converter c(mode);
+    EXPECT_EQ(Resampler_proc(&c.it, &sample, length, &out, INT32_MAX, &made), -1) << mode;
+    EXPECT_EQ(made, -77);
+  }
+  EXPECT_EQ(out, 99);
 }
 
 TEST(Resampler, DeleteFreesWhatIsSetAndLeavesTheFields) {

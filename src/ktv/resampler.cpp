@@ -88,7 +88,7 @@ void* make_state(stage s) {
   return s == kUp || s == kDown ? allocate<int>(tekaSpl_kBy2StateWords) : kKernels[s].make_state();
 }
 
-int length_after(stage s, int n) {
+int64_t length_after(stage s, int64_t n) {
   if (s == kUp) return 2 * n;
   if (s == kDown) return n / 2;
   return n / kKernels[s].block_in * kKernels[s].block_out;
@@ -165,12 +165,13 @@ int Resampler_proc(Resampler_t* resampler, const short* in, int in_len, short* o
       return -1;
     }
     const bool last = i + 1 == kMostStages || c.stages[i + 1] == kNone;
-    const int next_n = length_after(c.stages[i], n);
-    short* next = last ? nullptr : allocate<short>(next_n);
+    const int64_t next_n = length_after(c.stages[i], n);
+    if (next_n > INT32_MAX) return -1;  // only a first stage gets there, with nothing held
+    short* next = last ? nullptr : allocate<short>(static_cast<int>(next_n));
     run_stage(c.stages[i], states[i], in, n, last ? out : next);
     release(held);
     in = held = next;
-    n = next_n;
+    n = static_cast<int>(next_n);
   }
   *out_len = n;
   return 0;

@@ -55,8 +55,9 @@ SONX_EXPORT void Resampler_config(Resampler_t* resampler, int in_rate, int out_r
 //
 // 0 on success, and for a mode above 20 or below 0, which does nothing and leaves *out_len alone.
 // -1, with *out_len left alone, if the output would exceed out_max, if in_len is not a multiple of
-// the mode's block, or if in_len is negative. A refused call changes nothing, but in mode 17 a
-// length off the block is noticed after the first stage, which has then taken the samples.
+// the mode's block, if in_len is negative, or if a signal between the stages would exceed 2^31 - 1
+// samples. A refused call changes nothing, but in mode 17 a length off the block is noticed after
+// the first stage, which has then taken the samples.
 SONX_EXPORT int Resampler_proc(Resampler_t* resampler, const short* in, int in_len, short* out,
                                int out_max, int* out_len);
 

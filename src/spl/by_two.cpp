@@ -64,8 +64,8 @@ void tekaSpl_UpsampleBy2(const short* in, int n, short* out, int* state) {
   both_branches branches(state);
   for (int i = 0; i < n; ++i) {
     const short x = in[i];
-    out[2 * i] = rounded(branches.step(0, x), kFraction);
-    out[2 * i + 1] = rounded(branches.step(1, x), kFraction);
+    *out++ = rounded(branches.step(0, x), kFraction);
+    *out++ = rounded(branches.step(1, x), kFraction);
   }
 }
 

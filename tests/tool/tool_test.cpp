@@ -255,6 +255,7 @@ TEST_F(Tool, AFileIsConvertedToTheRatesThatTheConverterReachesAndNoOthers) {
   audio in = tone(48000, 1000, 0.5, 1);
   write("in.wav", in);
   ASSERT_EQ(run("resample in.wav out.wav --rate 32000"), 0) << output_;
+  EXPECT_NE(output_.find("in.wav: 48000 Hz, 1 channel -> "), std::string::npos) << output_;
   SndfileHandle out(path("out.wav").string());
   EXPECT_EQ(out.samplerate(), 32000);
   EXPECT_EQ(out.channels(), 1);
@@ -267,6 +268,8 @@ TEST_F(Tool, AFileIsConvertedToTheRatesThatTheConverterReachesAndNoOthers) {
   EXPECT_EQ(run("resample in.wav no.wav --rate 44100"), 1);
   EXPECT_NE(output_.find("reaches 4000 8000 12000 16000 24000 32000"), std::string::npos)
       << output_;
+  EXPECT_EQ(run("resample in.wav no.wav --rate 48000"), 1);
+  EXPECT_NE(output_.find("has 48000 Hz already"), std::string::npos) << output_;
   EXPECT_FALSE(fs::exists(path("no.wav")));
 }
 

@@ -51,6 +51,9 @@ const supported_ratio* find_ratio(int in_rate, int out_rate) {
 }
 
 [[noreturn]] void refuse(int in_rate, int out_rate) {
+  if (in_rate == out_rate)
+    throw std::runtime_error("the file has " + std::to_string(in_rate) +
+                             " Hz already: nothing to convert");
   std::string text = "cannot convert " + std::to_string(in_rate) + " to " +
                      std::to_string(out_rate) + " Hz; from " + std::to_string(in_rate) +
                      " Hz the converter reaches";
@@ -122,8 +125,8 @@ void run(const resample_arguments& arguments) {
     progress.update(done);
   }
   writer.commit();
-  std::printf("%s: %d Hz, %d channel%s -> %s: %d Hz, 16 bits, %lld frames\n", arguments.in.c_str(),
-              in_rate, channels, channels == 1 ? "" : "s", arguments.out.c_str(), out_rate,
+  std::printf("%s: %d Hz, %s -> %s: %d Hz, 16 bits, %lld frames\n", arguments.in.c_str(), in_rate,
+              reader.describe_channels().c_str(), arguments.out.c_str(), out_rate,
               static_cast<long long>(done));
 }
 
