@@ -4,22 +4,18 @@
 
 #include "dsp/fixed.h"
 #include "support/filter_theory.h"
-#include "support/signals.h"
-#include "support/splits.h"
+#include "support/stereo.h"
 
 namespace {
 
 constexpr int kRates[] = {44100, 48000, 96000};
-constexpr int kDelay = 120;  // of the bands, and again of the full band
 
 SampleRateType rate_type(int number) { return static_cast<SampleRateType>(number); }
 
-struct speaker_boost : speaker_boost_system_t {
-  speaker_boost() { speaker_boost_system_init(this); }
-  explicit speaker_boost(int rate) : speaker_boost() {
-    speaker_boost_system_set_sample_rate(this, rate_type(rate));
-  }
-  ~speaker_boost() { speaker_boost_system_end(this); }
+struct speaker_boost : effect<speaker_boost_system_t, speaker_boost_system_init,
+                              speaker_boost_system_end, speaker_boost_system_process_stereo> {
+  speaker_boost() = default;
+  explicit speaker_boost(int rate) { speaker_boost_system_set_sample_rate(this, rate_type(rate)); }
 
   void harmonics(int left, int right) {
     speaker_boost_system_set_nld_gain_left(this, left);
@@ -30,36 +26,18 @@ struct speaker_boost : speaker_boost_system_t {
   std::array<int*, 5> right_buffers() {
     return {sub_right, low_right, mid_right, high_right, sum_right};
   }
-};
-
-// What a run puts out, and what stands in the ten buffers on the way, block by block.
-struct recording {
-  samples out_left, out_right;
-  samples band[10];  // sub, low, mid, high, sum, left then right
-};
-
-recording run(speaker_boost& boost, samples left, samples right, int block = 240) {
-  recording r;
-  const int n = static_cast<int>(left.size());
-  for (int start = 0; start < n; start += block) {
-    const int count = std::min(block, n - start);
-    speaker_boost_system_process_stereo(&boost, &left[start], &right[start], &left[start],
-                                        &right[start], count);
-    for (size_t k = 0; k < 5; ++k) {
-      r.band[k].insert(r.band[k].end(), boost.left_buffers()[k], boost.left_buffers()[k] + count);
-      r.band[5 + k].insert(r.band[5 + k].end(), boost.right_buffers()[k],
-                           boost.right_buffers()[k] + count);
-    }
+  // What stands in the ten buffers after a block of n samples.
+  samples buffers(int n) {
+    samples all;
+    for (const auto& side : {left_buffers(), right_buffers()})
+      for (const int* buffer : side) all.insert(all.end(), buffer, buffer + n);
+    return all;
   }
-  r.out_left = left;
-  r.out_right = right;
-  return r;
-}
-
-size_t onset(const samples& x) {
-  return static_cast<size_t>(std::find_if(x.begin(), x.end(), [](int v) { return v != 0; }) -
-                             x.begin());
-}
+  std::array<dynamic_range_control_t*, 8> controllers() const {
+    return {drc_low_left,  drc_mid_left,  drc_high_left,  drc_full_left,
+            drc_low_right, drc_mid_right, drc_high_right, drc_full_right};
+  }
+};
 
 TEST(SpeakerBoost, LoadsTheFiltersThatTheoryExpectsAtEachRate) {
   speaker_boost boost;
@@ -70,15 +48,9 @@ TEST(SpeakerBoost, LoadsTheFiltersThatTheoryExpectsAtEachRate) {
       expect_crossover(boost.split_left[k], corners[k], rate);
       expect_crossover(boost.split_right[k], corners[k], rate);
     }
-    const int* band = boost.nld_band->coef;
-    EXPECT_NEAR(magnitude(band, 400.0, rate), 1.0, 1e-3);
-    for (double f : {380.0, 420.0}) EXPECT_LT(magnitude(band, f, rate), 0.999);
-    EXPECT_LT(magnitude(band, 0.0, rate), 1e-6);
-    for (IIR* pre : {boost.pre_left, boost.pre_right}) {
-      EXPECT_NEAR(decibels(magnitude(pre->coef, 20.0, rate)), 0.0, 0.01);
-      EXPECT_NEAR(decibels(magnitude(pre->coef, 10000.0, rate)), -2.5, 0.4);
-      EXPECT_NEAR(decibels(magnitude(pre->coef, 20000.0, rate)), -6.0, 0.3);
-    }
+    expect_section(boost.nld_band->coef, band_pass(400.0, 1.0, rate));
+    for (IIR* pre : {boost.pre_left, boost.pre_right})
+      expect_section(pre->coef, high_shelf(12000.0, -6.0, rate));
   };
   expect_filters(48000);
   constexpr int kFrameLength[] = {220, 240, 480, 960};
@@ -100,10 +72,8 @@ TEST(SpeakerBoost, LoadsTheFiltersThatTheoryExpectsAtEachRate) {
 }
 
 TEST(SpeakerBoost, IsSilentAt192000Hz) {
-  speaker_boost boost(SAMPLE_RATE_192000);
-  const recording r = run(boost, wild(2000, 1), wild(2000, 2));
-  EXPECT_EQ(r.out_left, samples(2000));
-  EXPECT_EQ(r.out_right, samples(2000));
+  EXPECT_EQ(speaker_boost(SAMPLE_RATE_192000).run(wild_pair(2000, 1), 240),
+            (stereo{samples(2000), samples(2000)}));
 }
 
 // The delays are taken for 2 x 60 samples, and no rate makes them longer.
@@ -111,81 +81,10 @@ TEST(SpeakerBoost, PutsAnImpulseOut240SamplesLaterAtEveryRate) {
   for (int rate = -1; rate < 3; ++rate) {
     speaker_boost boost;
     if (rate >= 0) speaker_boost_system_set_sample_rate(&boost, rate_type(rate));
-    const recording r = run(boost, impulse(960, 1 << 22), impulse(960, 1 << 22));
-    EXPECT_EQ(onset(r.out_left), 2 * kDelay);
-    EXPECT_EQ(onset(r.out_right), 2 * kDelay);
-    for (size_t band : {3u, 4u, 8u, 9u}) EXPECT_EQ(onset(r.band[band]), kDelay);
+    const samples out = boost.run_mono(impulse(960, 1 << 22), 240);
+    EXPECT_EQ(samples(out.begin(), out.begin() + 240), samples(240));
+    EXPECT_NE(out[240], 0);
   }
-}
-
-// The bands as they leave the crossovers, from one-sample parts, undelayed: harmonics, low, mid and
-// high of a mono signal.
-std::array<samples, 4> undelayed_bands(const samples& in) {
-  speaker_boost parts;
-  std::array<samples, 4> bands;
-  for (int x : in) {
-    int harmonic, low, mid;
-    IIR_process_32(parts.pre_left, &x, &x);
-    spectral_band_split_process(parts.split_left[0], &x, &harmonic, &x);
-    spectral_band_split_process(parts.split_left[1], &x, &low, &x);
-    spectral_band_split_process(parts.split_left[2], &x, &mid, &x);
-    NLD_process(parts.nld, &harmonic, &harmonic);
-    IIR_process_32(parts.nld_band, &harmonic, &harmonic);
-    const int values[] = {harmonic, low, mid, x};
-    for (size_t k = 0; k < 4; ++k) bands[k].push_back(values[k]);
-  }
-  return bands;
-}
-
-// Where y fits x best, by correlation.
-int lag(const samples& x, const samples& y) {
-  int best = 0;
-  double highest = 0.0;
-  for (int shift = 0; shift < 300; ++shift) {
-    double sum = 0.0;
-    for (size_t i = 0; i + size_t(shift) < y.size(); ++i)
-      sum += double(x[i]) * y[i + size_t(shift)];
-    if (sum > highest) highest = sum, best = shift;
-  }
-  return best;
-}
-
-TEST(SpeakerBoost, KeepsHarmonicsAndControlledBandsAlignedInTime) {
-  samples in = noise(2400, 6000000, 3);
-  const auto bands = undelayed_bands(in);
-  speaker_boost boost;
-  boost.harmonics(8192, 4096);
-  const recording r = run(boost, in, in);
-  samples delayed(kDelay);
-  delayed.insert(delayed.end(), bands[0].begin(), bands[0].end() - kDelay);
-  EXPECT_EQ(r.band[0], delayed) << "harmonics at 1.0 pass unchanged";
-  for (int& v : delayed) v >>= 1;
-  EXPECT_EQ(r.band[5], delayed);
-  for (size_t k : {1u, 2u, 3u}) EXPECT_EQ(lag(bands[k], r.band[k]), kDelay);
-}
-
-TEST(SpeakerBoost, SumsTheControlledBandsAlone) {
-  speaker_boost boost;
-  boost.harmonics(0, 0);
-  const recording r = run(boost, noise(2400, 8000000, 4), noise(2400, 8000000, 5));
-  for (size_t side : {0u, 5u}) {
-    EXPECT_EQ(r.band[side], samples(2400));
-    for (size_t i = 0; i < 2400; ++i)
-      ASSERT_EQ(r.band[side + 4][i],
-                r.band[side + 1][i] + r.band[side + 2][i] + r.band[side + 3][i]);
-  }
-  EXPECT_GT(peak(r.out_left), 1000000);
-}
-
-TEST(SpeakerBoost, GivesBothSidesTheHarmonicsOfEither) {
-  speaker_boost boost;
-  boost.harmonics(8192, -4096);
-  samples silence(4800);
-  const recording r = run(boost, sine(4800, 90.0, 48000.0, 4000000.0), silence);
-  EXPECT_GT(peak(r.band[0]), 100000);
-  for (size_t i = 0; i < 4800; ++i)
-    ASSERT_EQ(r.band[5][i], -(r.band[0][i] + (r.band[0][i] & 1)) / 2);
-  for (size_t band : {6u, 7u, 8u}) EXPECT_EQ(r.band[band], silence);
 }
 
 // The complex responses of roll-off, crossovers and sum, as long as no controller does anything.
@@ -207,8 +106,7 @@ TEST(SpeakerBoost, AddsTheBandsUpAsTheoryHasItWhenNothingIsLimited) {
     for (double f : {150.0, 500.0, 950.0, 1630.0, 2800.0, 8000.0}) {
       const samples in = sine(kRates[rate] / 2, f, kRates[rate], 4000000.0);
       speaker_boost_system_reset(&boost);
-      const recording r = run(boost, in, in);
-      EXPECT_NEAR(gain_db(in, r.out_left, f, kRates[rate], in.size() / 5 * 3),
+      EXPECT_NEAR(gain_db(in, boost.run_mono(in, 240), f, kRates[rate], in.size() / 5 * 3),
                   decibels(ideal_level(boost, f, kRates[rate])), 0.05)
           << f << " Hz at " << kRates[rate];
     }
@@ -219,10 +117,10 @@ TEST(SpeakerBoost, HoldsTheSumBelowTheFullThreshold) {
   speaker_boost boost;
   speaker_boost_system_drc_full_left_set_threshold(&boost, 8192);  // -12 dB
   const samples in = sine(48000, 1500.0, 48000.0, 8000000.0);
-  const recording r = run(boost, in, in);
-  const double loudest = peak({r.out_left.end() - 4800, r.out_left.end()});
+  const stereo out = boost.run({in, in}, 240);
+  const double loudest = peak({out.left.end() - 4800, out.left.end()});
   EXPECT_NEAR(decibels(loudest / (8192 * 256)), -0.28, 0.1);
-  EXPECT_GT(peak({r.out_right.end() - 4800, r.out_right.end()}), 6000000);
+  EXPECT_GT(peak({out.right.end() - 4800, out.right.end()}), 6000000);
 }
 
 struct accessor {
@@ -264,72 +162,55 @@ TEST(SpeakerBoost, ReachesOneParameterOfOneControllerThroughEachAccessor) {
   EXPECT_EQ(boost.drc_mid_left->denoise_threshold, 2);
 }
 
-// Which of the ten buffers and two outputs a change of one controller's volume reaches.
-TEST(SpeakerBoost, RunsEachControllerOnItsOwnBand) {
-  const samples left = noise(1200, 4000000, 6), right = noise(1200, 4000000, 7);
-  speaker_boost plain;
-  const recording before = run(plain, left, right);
-  const struct {
-    void (*set_volume)(speaker_boost_system_t*, int);
-    const char* reached;  // a letter for each buffer and output, upper case where it changes
-  } kCases[] = {
-      {speaker_boost_system_drc_low_left_set_volume, "sLmhU slmhu O o"},
-      {speaker_boost_system_drc_mid_left_set_volume, "slMhU slmhu O o"},
-      {speaker_boost_system_drc_high_left_set_volume, "slmHU slmhu O o"},
-      {speaker_boost_system_drc_full_left_set_volume, "slmhu slmhu O o"},
-      {speaker_boost_system_drc_low_right_set_volume, "slmhu sLmhU o O"},
-      {speaker_boost_system_drc_mid_right_set_volume, "slmhu slMhU o O"},
-      {speaker_boost_system_drc_high_right_set_volume, "slmhu slmHU o O"},
-      {speaker_boost_system_drc_full_right_set_volume, "slmhu slmhu o O"},
-  };
-  for (const auto& c : kCases) {
-    speaker_boost boost;
-    c.set_volume(&boost, 2048);
-    const recording after = run(boost, left, right);
-    std::string reached = "slmhu slmhu o o";
-    const auto mark = [&](size_t at, bool changed) {
-      if (changed) reached[at] = static_cast<char>(std::toupper(reached[at]));
-    };
-    for (size_t k = 0; k < 10; ++k) mark(k < 5 ? k : k + 1, before.band[k] != after.band[k]);
-    mark(12, before.out_left != after.out_left);
-    mark(14, before.out_right != after.out_right);
-    EXPECT_EQ(reached, c.reached);
-  }
-}
-
-// Every word of the right side's state.
-std::vector<int> right_state(speaker_boost& b) {
-  std::vector<int> words(b.pre_right->state, b.pre_right->state + 5);
-  const auto append = [&](const int* first, int count) {
-    words.insert(words.end(), first, first + count);
-  };
-  for (spectral_band_split* split : b.split_right)
-    for (int k = 0; k < 2; ++k) {
-      append(split->low[k]->state, 5);
-      append(split->high[k]->state, 5);
+TEST(SpeakerBoost, ForgetsFiltersAndDelaysAtANewRateAndAllButTheGainsAtReset) {
+  for (bool reset : {false, true}) {
+    speaker_boost used, fresh;
+    for (speaker_boost* boost : {&used, &fresh}) NLD_set_clip_level(boost->nld, 1);
+    used.run(noise_pair(1100, 8000000, 6), 256);
+    if (reset) {
+      speaker_boost_system_reset(&used);
+      EXPECT_EQ(used.buffers(256), samples(2560));
+      EXPECT_EQ(used.drc_mid_left->recent_targets[2], 0);
+    } else {
+      for (speaker_boost* boost : {&used, &fresh})
+        speaker_boost_system_set_sample_rate(boost, SAMPLE_RATE_96000);
+      fresh.nld->clip_envelope = used.nld->clip_envelope;
     }
-  append(b.delay_right->buffer, kDelay);
-  words.push_back(b.delay_right->index);
-  for (auto* drc : {b.drc_low_right, b.drc_mid_right, b.drc_high_right, b.drc_full_right}) {
-    append(&drc->threshold, 9);
-    append(drc->history, 3);
-    append(drc->delay->buffer, kDelay);
+    for (size_t k = 0; k < 8; ++k) {
+      const dynamic_range_control_t& from = *used.controllers()[k];
+      dynamic_range_control_t& to = *fresh.controllers()[k];
+      EXPECT_NE(std::exchange(to.gain, from.gain), from.gain);
+      if (reset) continue;
+      EXPECT_NE(std::exchange(to.mean_env, from.mean_env), from.mean_env);
+      to.peak_env = from.peak_env;
+      to.denoise_gain = from.denoise_gain;
+      std::copy_n(from.history, 3, to.history);
+    }
+    const stereo x = noise_pair(1100, 8000000, 16);
+    EXPECT_EQ(used.run(x, 240), fresh.run(x, 240));
+    int words[] = {1, 2, 3, 4, 5}, got[5];
+    const samples state(used.nld_band->state, used.nld_band->state + 5);
+    EXPECT_NE(state, samples(5));
+    speaker_boost_system_set_nld_param(&used, words);
+    speaker_boost_system_get_nld_param(&used, got);
+    EXPECT_TRUE(std::ranges::equal(got, words));
+    EXPECT_TRUE(std::equal(state.begin(), state.end(), used.nld_band->state)) << "keeps it";
   }
-  for (int* buffer : b.right_buffers()) append(buffer, 256);
-  return words;
 }
 
 TEST(SpeakerBoost, MonoTouchesTheLeftSideOnlyAndSoundsLikeTwoEqualChannels) {
-  speaker_boost mono, stereo;
-  const std::vector<int> untouched = right_state(mono);
-  const samples in = noise(3000, 8000000, 8);
-  samples out(3000);
+  speaker_boost mono, pair;
+  samples in = noise(3000, 8000000, 8), out(3000);
   for (int start = 0; start < 3000; start += 240)
-    speaker_boost_system_process_mono(&mono, const_cast<int*>(&in[start]), &out[start],
-                                      std::min(240, 3000 - start));
-  EXPECT_EQ(right_state(mono), untouched);
-  EXPECT_EQ(run(stereo, in, in).out_left, out);
-  EXPECT_NE(right_state(stereo), untouched);
+    speaker_boost_system_process_mono(&mono, &in[start], &out[start], std::min(240, 3000 - start));
+  EXPECT_EQ(pair.run_mono(in, 240), out);
+  for (size_t k = 0; k < 5; ++k)
+    EXPECT_TRUE(std::all_of(mono.right_buffers()[k], mono.right_buffers()[k] + 256,
+                            [](int v) { return v == 0; }));
+  for (size_t k = 4; k < 8; ++k) EXPECT_EQ(mono.controllers()[k]->mean_env, 32767);
+  EXPECT_EQ(mono.delay_right->index, 0);
+  EXPECT_EQ(mono.pre_right->state[0], 0);
+  EXPECT_EQ(mono.split_right[2]->low[1]->state[0], 0);
 }
 
 void set_at_random(speaker_boost* boost, std::mt19937& generator) {
@@ -399,6 +280,7 @@ TEST(SpeakerBoost, GivesTheBitsOfItsPartsWhicheverBuffersCoincide) {
                                           &x[p[3]][start], n);
       sample_by_sample(&slow, &y[p[0]][start], &y[p[1]][start], &y[p[2]][start], &y[p[3]][start],
                        n);
+      ASSERT_EQ(fast.buffers(n), slow.buffers(n));
       set_at_random(&fast, generator);
       set_at_random(&slow, same);
     });
@@ -409,12 +291,8 @@ TEST(SpeakerBoost, GivesTheBitsOfItsPartsWhicheverBuffersCoincide) {
 
 TEST(SpeakerBoost, TakesALongCallAsBlocksOf256AndAnEmptyOneAsABlockOfSilence) {
   speaker_boost whole, parts;
-  samples left = noise(700, 8000000, 4), right = noise(700, 8000000, 5);
-  const recording r = run(parts, left, right, 256);
-  speaker_boost_system_process_stereo(&whole, left.data(), right.data(), left.data(), right.data(),
-                                      700);
-  EXPECT_EQ(left, r.out_left);
-  EXPECT_EQ(right, r.out_right);
+  const stereo x = noise_pair(700, 8000000, 4);
+  EXPECT_EQ(whole.run(x), parts.run(x, 256));
   whole.drc_low_right->mean_env = whole.drc_full_left->mean_env = 3200;
   speaker_boost_system_process_stereo(&whole, nullptr, nullptr, nullptr, nullptr, 0);
   EXPECT_EQ(whole.drc_low_right->mean_env, 3100);
@@ -423,7 +301,7 @@ TEST(SpeakerBoost, TakesALongCallAsBlocksOf256AndAnEmptyOneAsABlockOfSilence) {
   EXPECT_EQ(whole.drc_full_left->mean_env, 3100 - 97);  // 3100 / 32, rounded up
 }
 
-TEST(SpeakerBoost, StartsWithItsDefaultsResetsToSilenceAndEndsTwice) {
+TEST(SpeakerBoost, StartsWithItsDefaultsAndInSilenceAndEndsTwice) {
   speaker_boost boost;
   int status, left, right, channels;
   speaker_boost_system_getstatus(&boost, &status);
@@ -432,17 +310,34 @@ TEST(SpeakerBoost, StartsWithItsDefaultsResetsToSilenceAndEndsTwice) {
   speaker_boost_system_get_channel_num(&boost, &channels);
   EXPECT_EQ((std::array{status, left, right, channels}), (std::array{0, 8192, 8192, 2}));
   EXPECT_EQ((std::array{boost.history_len, boost.frame_len}), (std::array{2, 60}));
-  const samples in = wild(1000, 3), silence(1000);
-  NLD_set_clip_level(boost.nld, 1);
-  run(boost, in, in);
-  speaker_boost_system_reset(&boost);
-  EXPECT_EQ(boost.nld->clip_envelope, 2097152);
-  for (int* buffer : boost.left_buffers()) EXPECT_EQ(samples(buffer, buffer + 256), samples(256));
-  EXPECT_EQ(run(boost, silence, silence).out_left, silence);
+  speaker_boost_system_setstatus(&boost, 5);
+  speaker_boost_system_set_channel_num(&boost, 6);
+  speaker_boost_system_getstatus(&boost, &status);
+  speaker_boost_system_get_channel_num(&boost, &channels);
+  EXPECT_EQ((std::array{status, channels}), (std::array{5, 6}));
+  EXPECT_EQ(boost.run_mono(samples(1000), 240), samples(1000));
   speaker_boost_system_end(&boost);
   EXPECT_EQ(boost.nld, nullptr);
   EXPECT_EQ(boost.drc_full_right, nullptr);
   EXPECT_EQ(boost.sum_right, nullptr);  // the destructor ends it again
+}
+
+// An impulse's harmonics pass the delay of 120 samples that the controlled bands pass too.
+TEST(SpeakerBoost, KeepsTheHarmonicsAlignedWithTheControlledBands) {
+  speaker_boost boost, parts;
+  samples x = impulse(240, 4000000), right = x, sub = x;
+  for (int& v : sub) {
+    int rest;
+    IIR_process_32(parts.pre_left, &v, &v);
+    spectral_band_split_process(parts.split_left[0], &v, &v, &rest);
+    NLD_process(parts.nld, &v, &v);
+    IIR_process_32(parts.nld_band, &v, &v);
+  }
+  speaker_boost_system_process_stereo(&boost, x.data(), right.data(), x.data(), right.data(), 240);
+  EXPECT_TRUE(std::all_of(boost.sub_left, boost.sub_left + 120, [](int v) { return v == 0; }));
+  EXPECT_TRUE(std::equal(sub.begin(), sub.begin() + 120, boost.sub_left + 120));
+  EXPECT_TRUE(std::all_of(boost.mid_left, boost.mid_left + 120, [](int v) { return v == 0; }));
+  EXPECT_NE(boost.mid_left[120], 0);
 }
 
 }  // namespace

@@ -2,10 +2,11 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
+
 #include "dsp/fixed.h"
 #include "support/filter_theory.h"
-#include "support/signals.h"
-#include "support/splits.h"
+#include "support/stereo.h"
 
 namespace {
 
@@ -13,29 +14,17 @@ constexpr int kRates[] = {44100, 48000, 96000, 192000};
 
 SampleRateType rate_type(int number) { return static_cast<SampleRateType>(number); }
 
-struct virtual_bass : virtual_bass_system {
+struct virtual_bass : effect<virtual_bass_system, virtual_bass_system_init, virtual_bass_system_end,
+                             virtual_bass_system_process> {
   explicit virtual_bass(int rate = 1) {
-    virtual_bass_system_init(this);
     virtual_bass_system_set_sample_rate(this, rate_type(rate));
   }
-  ~virtual_bass() { virtual_bass_system_end(this); }
 
   virtual_bass& gains(int origin, int harmonics, int high) {
     virtual_bass_system_set_origin_gain(this, origin);
     virtual_bass_system_set_nld_gain(this, harmonics);
     virtual_bass_system_set_high_band_gain(this, high);
     return *this;
-  }
-
-  // The left output for a mono input, in blocks of 240.
-  samples run_mono(const samples& in) {
-    samples left = in, right = in;
-    const int n = static_cast<int>(in.size());
-    for (int i = 0; i < n; i += 240)
-      virtual_bass_system_process(this, &left[i], &right[i], &left[i], &right[i],
-                                  std::min(240, n - i));
-    EXPECT_EQ(left, right);
-    return left;
   }
 };
 
@@ -67,45 +56,18 @@ TEST(VirtualBass, LoadsTheFiltersThatTheoryExpectsAtEachRate) {
     virtual_bass_system_set_sample_rate(&bass, rate_type(rate));
     for (spectral_band_split* split : {bass.split_left, bass.split_right})
       expect_crossover(split, 250.0, kRates[rate]);
-    expect_low_pass(bass.nld_band->coef, 500.0, kRates[rate]);
+    expect_section(bass.nld_band->coef, butterworth_low_pass(500.0, kRates[rate]));
     for (IIR* section : {bass.align_left, bass.align_right, bass.align_bass})
-      expect_allpass(section->coef);
+      expect_section(section->coef, all_pass(820.0, kRates[rate]));
   }
   for (int unknown : {-1, 4, INT32_MAX}) {
     virtual_bass_system_set_sample_rate(&bass, rate_type(unknown));
     expect_crossover(bass.split_left, 250.0, 48000.0);
   }
-  virtual_bass_system_set_sample_rate(&bass, SAMPLE_RATE_192000);
-  for (IIR* section : {bass.split_left->low[0], bass.split_left->high[1], bass.split_right->low[1],
-                       bass.split_right->high[0], bass.nld_band, bass.align_left, bass.align_right,
-                       bass.align_bass})
-    for (int k = 0; k < 5; ++k) EXPECT_EQ(section->coef[k], 0);
 }
 
 TEST(VirtualBass, IsSilentAt192000Hz) {
-  virtual_bass bass(SAMPLE_RATE_192000);
-  EXPECT_EQ(bass.run_mono(wild(2000, 1)), samples(2000));
-}
-
-TEST(SpectralBandSplit, SumsFlatAndCrossesAtMinusSixDecibels) {
-  for (int rate = 0; rate < 3; ++rate) {
-    virtual_bass bass(rate);
-    const int n = kRates[rate] / 5;  // 200 ms
-    samples low = impulse(n, 1 << 25), high = low, sum = low;
-    for (int i = 0; i < n; ++i) {
-      spectral_band_split_process(bass.split_left, &sum[i], &low[i], &high[i]);
-      sum[i] = low[i] + high[i];
-    }
-    const auto level = [&](const samples& x, double f) {
-      return decibels(std::abs(spectrum_at(x, f, kRates[rate])) / (1 << 25));
-    };
-    for (double f : {30.0, 100.0, 200.0, 250.0, 315.0, 1000.0, 5000.0, 18000.0})
-      EXPECT_NEAR(level(sum, f), 0.0, 0.05) << f << " Hz at " << kRates[rate];
-    EXPECT_NEAR(level(low, 250.0), -6.02, 0.05);
-    EXPECT_NEAR(level(high, 250.0), -6.02, 0.05);
-    EXPECT_NEAR(level(low, 500.0), -24.6, 0.1) << "1 / (1 + 2^4)";
-    EXPECT_NEAR(level(high, 125.0), -24.6, 0.1);
-  }
+  EXPECT_EQ(virtual_bass(SAMPLE_RATE_192000).run_mono(wild(2000, 1)), samples(2000));
 }
 
 TEST(SpectralBandSplit, ReadsTheInputBeforeItWritesABandOverIt) {
@@ -139,178 +101,132 @@ TEST(NonLinearDevice, SaturatesEveryTermAndEverySum) {
   EXPECT_EQ(nld.polynomial(INT32_MIN), INT32_MIN);
 }
 
+// By 1/128 of the distance per sample: exact from above, 127 short from below.
 TEST(NonLinearDevice, GlidesToANewClipLevel) {
   harmonics nld;
   EXPECT_EQ(nld.clip(8388607), 2097152) << "a quarter of full scale";
   NLD_set_clip_level(&nld, 0);
   EXPECT_EQ(nld.clip(8388607), 2097152 - 16384);
   EXPECT_EQ(nld.clip(-8388608), -(2080768 - 16256));
-  NLD_set_clip_level(&nld, 4096);
-  for (int i = 0; i < 3000; ++i) nld.clip(0);
-  EXPECT_EQ(nld.clip_envelope, 1048576) << "exact from above";
-  NLD_set_clip_level(&nld, 8192);
-  for (int i = 0; i < 3000; ++i) nld.clip(0);
-  EXPECT_EQ(nld.clip_envelope, 2097152 - 127) << "stops short from below";
+  for (const auto& [level, envelope] :
+       {std::pair{4096, 1048576}, {8192, 2097152 - 127}, {-1, -256}}) {
+    NLD_set_clip_level(&nld, level);
+    for (int i = 0; i < 5000; ++i) nld.clip(0);
+    EXPECT_EQ(nld.clip_envelope, envelope);
+  }
+  EXPECT_EQ(std::pair(nld.clip(0), nld.clip(-256)), std::pair(-256, 256)) << "above, else below";
   NLD_set_clip_flag(&nld, 0);
   NLD_set_clip_level(&nld, 1);
   EXPECT_EQ(nld.clip(8388607), 8388607);
-  EXPECT_EQ(nld.clip_envelope, 2097152 - 127) << "no glide while off";
+  EXPECT_EQ(nld.clip_envelope, -256) << "no glide while off";
+  int flag = 1;
+  NLD_get_clip_flag(&nld, &flag);
   NLD_reset(&nld);
-  EXPECT_EQ(nld.clip_envelope, 2097152);
-  EXPECT_EQ(nld.clip_level_scaled, 256);
+  EXPECT_EQ((std::array{flag, nld.clip_envelope, nld.clip_level_scaled}),
+            (std::array{0, 2097152, 256}));
 }
 
-TEST(NonLinearDevice, ClipsByTheStatedRuleWhenTheThresholdIsNegativeOrAtTheRails) {
+// -(-2^31) wraps to itself; the distance from 2^31 - 1 to -2^31 wraps to 1, and 1 >> 7 is 0.
+TEST(NonLinearDevice, ClipsAtTheRails) {
   harmonics nld;
-  NLD_set_clip_level(&nld, -1);
-  for (int i = 0; i < 5000; ++i) nld.clip(0);
-  EXPECT_EQ(nld.clip(0), -256);
-  EXPECT_EQ(nld.clip(-256), 256);
-  NLD_set_clip_level(&nld, 8388607);
-  EXPECT_EQ(nld.clip_level_scaled, 2147483392);
-  NLD_set_clip_level(&nld, 8388608);
-  EXPECT_EQ(nld.clip_level_scaled, INT32_MAX);
-  NLD_set_clip_level(&nld, INT32_MIN);
-  EXPECT_EQ(nld.clip_level_scaled, INT32_MIN);
+  for (const auto& [level, scaled] :
+       {std::pair{8388607, 2147483392}, {8388608, INT32_MAX}, {INT32_MIN, INT32_MIN}}) {
+    NLD_set_clip_level(&nld, level);
+    EXPECT_EQ(nld.clip_level_scaled, scaled);
+  }
   nld.clip_envelope = INT32_MIN;
-  EXPECT_EQ(nld.clip(5), INT32_MIN);
-  EXPECT_EQ(nld.clip(INT32_MIN), INT32_MIN) << "-(-2^31) wraps to itself";
-  nld.clip_envelope = INT32_MAX;  // the distance to -2^31 wraps to 1, and 1 >> 7 is 0
+  EXPECT_EQ(std::pair(nld.clip(5), nld.clip(INT32_MIN)), std::pair(INT32_MIN, INT32_MIN));
+  nld.clip_envelope = INT32_MAX;
   EXPECT_EQ(nld.clip(INT32_MAX), INT32_MAX);
 }
 
 TEST(CompressorBass, MeasuresThePeakIn16BitUnits) {
-  int x[] = {-512, 255, INT32_MIN, 600, INT32_MAX};
-  EXPECT_EQ(find_current_max_bass(x, 0), 0);
-  EXPECT_EQ(find_current_max_bass(x, 1), 2);
-  EXPECT_EQ(find_current_max_bass(x, 3), 2) << "-2^31 is never the largest";
+  int x[] = {-512, 255, INT32_MIN, 600, INT32_MAX};  // -2^31 is never the largest
+  samples peaks;
+  for (int n = 0; n <= 5; ++n) peaks.push_back(find_current_max_bass(x, n));
+  EXPECT_EQ(peaks, samples({0, 2, 2, 2, 2, 8388607}));
   EXPECT_EQ(find_current_max_bass(x + 2, 1), 0);
-  EXPECT_EQ(find_current_max_bass(x, 5), 8388607);
 }
 
-TEST(CompressorBass, RisesFromZeroExponentially) {
-  compressor_bass compressor;
-  compressor_bass_init(&compressor);
-  samples x(2048, 1 << 17);  // quiet: the output is the gain
-  compressor_bass_process(&compressor, x.data(), x.data(), 2048);
-  EXPECT_EQ(x[0], 256);
-  for (int n : {100, 512, 1024, 2048})
-    EXPECT_NEAR(x[n - 1], 131072 * (1.0 - std::pow(511.0 / 512.0, n)), 512) << n;
-}
-
-// The gain that a steady peak ends at, approached from above: at most 127 over the target.
+// The gain that a steady peak ends at, approached from above: 127 over the target.
 TEST(CompressorBass, LevelsLoudBassAtAQuarterSlopeAndCutsOverloads) {
-  const auto settled_gain = [](int peak) {
+  const auto target = [](int peak) {
     compressor_bass compressor;
     compressor_bass_init(&compressor);
     compressor.gain = 200000;
-    samples x(6000, peak * 256), out(6000);
-    compressor_bass_process(&compressor, x.data(), out.data(), 6000);
-    EXPECT_EQ(out.back(), static_cast<int>(int64_t{x[0]} * compressor.gain >> 17));
-    return compressor.gain;
+    samples x(6000, peak * 256);
+    compressor_bass_process(&compressor, x.data(), x.data(), 6000);
+    EXPECT_EQ(x.back(), static_cast<int>(peak * int64_t{256} * compressor.gain >> 17));
+    return compressor.gain - 127;
   };
-  EXPECT_EQ(settled_gain(24576), 131072 + 127);
   for (int peak : {24577, 26000, 29000, 32768}) {
     const double law = 131072 * 0.75557 * std::pow(peak / 32768.0, -0.75);
-    EXPECT_NEAR(settled_gain(peak) - 127, law, 0.005 * law) << peak;
+    EXPECT_NEAR(target(peak), law, 0.005 * law) << peak;
   }
-  EXPECT_EQ(settled_gain(32769), 71680 + 127);
-  EXPECT_EQ(settled_gain(65536), 71680 + 127);
-  EXPECT_EQ(settled_gain(65537), 47104 + 127);
-  EXPECT_EQ(settled_gain(90112), 47104 + 127);
-  EXPECT_EQ(settled_gain(90113), 18432 + 127);
+  for (const auto& [peak, gain] : {std::pair{24576, 131072},
+                                   {32769, 71680},
+                                   {65536, 71680},
+                                   {65537, 47104},
+                                   {90112, 47104},
+                                   {90113, 18432}})
+    EXPECT_EQ(target(peak), gain) << peak;
 }
 
-// 24577: 402653184 / 24577 = 16383, a = 16384, both roots are 1.0: 16383 x 15 x 65536 >> 17. The
-// level reaches 24577 at once and an empty block lets it fall by 1/32.
-TEST(CompressorBass, GivesTheTargetAndTheLevelWorkedOutByHand) {
+// 24577: 402653184 / 24577 = 16383, a = 16384, both roots are 1.0: 16383 x 15 x 65536 >> 17 =
+// 122872. 32768: 12288, a = 21845, roots 148 and 275, so 12288 x 15 x (275 x 256) >> 17 = 99000.
+// 32635: 12338 and, a being cut to 21756, roots 147 and 274, 99041. The first step towards the
+// target is 1/128 down, 1/512 up.
+TEST(CompressorBass, GivesTheTargetsWorkedOutByHand) {
   compressor_bass compressor;
   compressor_bass_init(&compressor);
-  compressor.gain = 122872;
-  int x = 24577 * 256, out = 7;
-  compressor_bass_process(&compressor, &x, &out, 1);
-  EXPECT_EQ(compressor.gain, 122872);
-  EXPECT_EQ(compressor.level, 24577);
-  compressor_bass_process(&compressor, &x, &out, 0);
-  EXPECT_EQ(compressor.level, 24577 - 768);
-  compressor.level = 65536 + 1;
-  x = -1;
-  compressor.gain = 31;
-  compressor_bass_process(&compressor, &x, &out, 1);  // quiet now, but the level is remembered
-  EXPECT_EQ(compressor.level, 65537 - 2048);
-  EXPECT_EQ(compressor.gain, 31 + ((71680 - 31) >> 9));
-  EXPECT_EQ(out, 0) << "-1 becomes 0";
-}
-
-// 32768: 402653184 / 32768 = 12288, a = 21845, roots 148 and 275, so 12288 x 15 x (275 x 256)
-// >> 17. 32635: 12338 and, a being cut to 21756, roots 147 and 274.
-TEST(CompressorBass, TruncatesAndRoundsOnTheWayToTheTargetAsWorkedOutByHand) {
-  compressor_bass compressor;
-  compressor_bass_init(&compressor);
-  for (const auto& [peak, target] : {std::pair{32768, 99000}, {32635, 99041}}) {
-    compressor.level = 0;
-    compressor.gain = target + 128;
-    int x = -peak * 256;
-    compressor_bass_process(&compressor, &x, &x, 1);
-    EXPECT_EQ(compressor.gain, target + 127) << peak;
-    compressor.gain = target - 512;
-    x = -peak * 256;
-    compressor_bass_process(&compressor, &x, &x, 1);
-    EXPECT_EQ(compressor.gain, target - 511) << peak;
-  }
-}
-
-TEST(CompressorBass, TakesAGainBelow32AsZero) {
-  compressor_bass compressor;
-  for (const auto& [target, gain] : {std::pair{16383, 0}, {16384, 32}}) {
-    compressor_bass_init(&compressor);
-    compressor.default_gain = target;  // 1/512 of it is the first step: 31 or 32
-    int x = 0;
-    compressor_bass_process(&compressor, &x, &x, 1);
-    EXPECT_EQ(compressor.gain, gain);
-  }
-}
-
-// The amplitudes of the harmonics 0..8 that the polynomial makes of a tone of amplitude a, through
-// cos^k = 2^(1-k) sum C(k, j) cos((k - 2j) t).
-std::array<double, 9> ideal_harmonics(double a) {
-  std::array<double, 9> level{};
-  const auto polynomial = ideal_polynomial();
-  for (size_t k = 1; k <= 8; ++k) {
-    double binomial = 1.0;  // C(k, j)
-    for (size_t j = 0; 2 * j < k; binomial *= double(k - j) / double(j + 1), ++j)
-      level[k - 2 * j] +=
-          polynomial[k - 1] * binomial * std::pow(a, k) * std::pow(2.0, 1.0 - double(k));
-  }
-  return level;
-}
-
-TEST(VirtualBass, MakesTheHarmonicsOfALowToneThatThePolynomialImplies) {
-  for (int rate = 0; rate < 3; ++rate) {
-    const double hertz = kRates[rate], full = kFullScale + 1.0, gain = 0.125;
-    virtual_bass bass(rate);
-    bass.gains(0, 1024, 8192);
-    virtual_bass_system_set_nld_clip_level(&bass, 32767);  // out of the way
-    const samples out = bass.run_mono(sine(kRates[rate], 60.0, hertz, 0.7 * full));
-    const size_t first = out.size() / 2;  // half a second: whole periods
-    const auto level =
-        ideal_harmonics(0.7 * std::norm(response(bass.split_left->low[0]->coef, 60.0, hertz)));
-    for (int h : {2, 3, 4, 5}) {
-      const double expected =
-          std::abs(level[size_t(h)]) * gain * magnitude(bass.nld_band->coef, h * 60.0, hertz);
-      const double measured =
-          std::abs(spectrum_at(out, h * 60.0, hertz, first)) / (double(first) / 2.0) / full;
-      EXPECT_NEAR(decibels(measured / expected), 0.0, 0.1) << h << " x 60 Hz at " << hertz;
+  for (const auto& [peak, target] : {std::pair{24577, 122872}, {32768, 99000}, {32635, 99041}})
+    for (const auto& [distance, left] : {std::pair{128, 127}, {-512, -511}, {0, 0}}) {
+      compressor.level = 0;
+      compressor.gain = target + distance;
+      int x = -peak * 256;
+      compressor_bass_process(&compressor, &x, &x, 1);
+      EXPECT_EQ(compressor.gain, target + left) << peak;
     }
+}
+
+TEST(CompressorBass, RemembersTheLevelAndTakesAGainBelow32AsZero) {
+  compressor_bass c;
+  compressor_bass_init(&c);
+  int x = 24577 * 256, faint = -1;
+  compressor_bass_process(&c, &x, &x, 1);
+  EXPECT_EQ(c.level, 24577) << "at once";
+  compressor_bass_process(&c, &x, &x, 0);
+  EXPECT_EQ(c.level, 24577 - 768) << "1/32";
+  c.level = 65536 + 1;
+  c.gain = 31;
+  compressor_bass_process(&c, &faint, &faint, 1);
+  EXPECT_EQ((std::array{c.level, c.gain, faint}),
+            (std::array{65537 - 2048, 31 + ((71680 - 31) >> 9), 0}));
+  for (const auto& [target, gain] : {std::pair{16383, 0}, {16384, 32}}) {
+    compressor_bass_init(&c);
+    c.default_gain = target;  // 1/512 of it is the first step: 31 or 32
+    compressor_bass_process(&c, &faint, &faint, 1);
+    EXPECT_EQ(c.gain, gain);
   }
 }
 
-// Not the expansion but what a user knows of clipping: a square wave has the odd harmonics 1 / h.
+TEST(CompressorBass, KeepsItsSettingsOverAResetAndDefaultsAtInitAndEnd) {
+  const auto after = [](void (*call)(compressor_bass*)) {
+    compressor_bass c{3, 4, 5, 6, 7};
+    call(&c);
+    return std::array{c.status, c.default_gain, c.gain, c.level, c.reserved};
+  };
+  EXPECT_EQ(after(compressor_bass_reset), (std::array{3, 4, 0, 0, 0}));
+  EXPECT_EQ(after(compressor_bass_init), (std::array{1, 131072, 0, 0, 0}));
+  EXPECT_EQ(after(compressor_bass_end), (std::array{0, 131072, 0, 0, 0}));
+}
+
+// What a user knows of clipping: a square wave has the odd harmonics 1 / h.
 TEST(VirtualBass, TurnsAClippedToneIntoTheHarmonicsOfASquareWave) {
   virtual_bass bass;
   bass.gains(0, 8192, 0);
   virtual_bass_system_set_nld_clip_level(&bass, 64);  // -54 dB: the polynomial is linear there
-  const samples out = bass.run_mono(sine(48000, 50.0, 48000.0, 8000000.0));
+  const samples out = bass.run_mono(sine(48000, 50.0, 48000.0, 8000000.0), 240);
   const double square = 4.0 / std::numbers::pi * 64 * 256 * 123008 / 32768.0;
   for (int h : {1, 3, 5, 7})
     EXPECT_NEAR(std::abs(spectrum_at(out, h * 50.0, 48000.0, 24000)) / 12000.0,
@@ -322,46 +238,61 @@ TEST(VirtualBass, PassesAMonoSignalFlatWithTheHarmonicsOff) {
   for (int rate = 0; rate < 3; ++rate)
     for (double f : {40.0, 100.0, 180.0, 250.0, 340.0, 600.0, 2000.0, 10000.0}) {
       const samples in = sine(kRates[rate] / 2, f, kRates[rate], 2000000.0);
-      const samples out = virtual_bass(rate).gains(8192, 0, 8192).run_mono(in);
+      const samples out = virtual_bass(rate).gains(8192, 0, 8192).run_mono(in, 240);
       EXPECT_NEAR(gain_db(in, out, f, kRates[rate], in.size() / 5 * 2), 0.0, 0.1)
           << f << " Hz at " << kRates[rate];
     }
 }
 
-TEST(VirtualBass, PassesTheHighBandFlatAndScalesItAsSet) {
+TEST(VirtualBass, ScalesTheHighBandAndTurnsMinusOneIntoSilence) {
   const samples in = sine(24000, 2000.0, 48000.0, 4000000.0);
-  EXPECT_NEAR(gain_db(in, virtual_bass().run_mono(in), 2000.0, 48000.0, 12000), 0.0, 0.02);
-  EXPECT_NEAR(
-      gain_db(in, virtual_bass().gains(4096, 4096, 2048).run_mono(in), 2000.0, 48000.0, 12000),
-      -12.04, 0.02);
+  const samples out = virtual_bass().gains(4096, 4096, 2048).run_mono(in, 240);
+  EXPECT_NEAR(gain_db(in, out, 2000.0, 48000.0, 12000), -12.04, 0.02);
+  const samples quiet = virtual_bass().gains(0, 0, 8192).run_mono(noise(2000, 20, 6), 240);
+  EXPECT_GT(std::count(quiet.begin(), quiet.end(), -2), 0);
+  EXPECT_EQ(std::count(quiet.begin(), quiet.end(), -1), 0);
 }
 
-TEST(VirtualBass, FadesTheBassInAfterInitAndReset) {
-  virtual_bass bass;
-  bass.gains(8192, 0, 0);
-  const samples in = sine(9600, 50.0, 48000.0, 4000000.0);
-  const samples first = bass.run_mono(in);
-  for (int part : {0, 1, 2})  // 20 ms each: a period of the tone
-    EXPECT_LT(peak({first.begin() + part * 960, first.begin() + (part + 1) * 960}),
-              4000000 * (1.0 - std::pow(511.0 / 512.0, 960 * (part + 1))));
-  EXPECT_GT(peak({first.end() - 960, first.end()}), 3900000);
-  virtual_bass_system_set_nld_clip_level(&bass, 100);
-  bass.run_mono(in);
-  virtual_bass_system_set_nld_clip_level(&bass, 8192);
-  virtual_bass_system_reset(&bass);
-  EXPECT_EQ(bass.nld->clip_envelope, 2097152) << "restarts, doesn't glide";
-  EXPECT_EQ(bass.run_mono(in), first);
+// A reset leaves what init made; a new rate or a new band keep what isn't a filter's.
+TEST(VirtualBass, ForgetsTheFiltersAtANewRateAndEverythingAtReset) {
+  const stereo x = noise_pair(1024, 8000000, 6), y = noise_pair(1024, 8000000, 16);
+  for (bool reset : {false, true}) {
+    virtual_bass used, fresh;
+    virtual_bass_system_set_nld_clip_level(&fresh, 100);
+    virtual_bass_system_set_nld_clip_level(&used, 100);
+    used.run(x);
+    if (reset) {
+      virtual_bass_system_reset(&used);
+      EXPECT_EQ(samples(used.bass_buffer, used.bass_buffer + 256), samples(256));
+    } else {
+      virtual_bass_system_set_sample_rate(&used, SAMPLE_RATE_48000);
+      fresh.nld->clip_envelope = used.nld->clip_envelope;
+      *fresh.bass_compressor = *used.bass_compressor;
+    }
+    EXPECT_EQ(used.run(y), fresh.run(y));
+    int words[] = {1, 2, 3, 4, 5}, got[5];
+    const samples state(used.nld_band->state, used.nld_band->state + 5);
+    EXPECT_NE(state, samples(5));
+    virtual_bass_system_set_nld_band_param(&used, words);
+    virtual_bass_system_get_nld_band_param(&used, got);
+    EXPECT_TRUE(std::ranges::equal(got, words));
+    EXPECT_TRUE(std::equal(state.begin(), state.end(), used.nld_band->state));
+  }
 }
 
 // The filters round toward minus infinity, so rest is a constant a little below 0.
 TEST(VirtualBass, ComesToRestAfterTheSignal) {
-  virtual_bass bass;
-  samples in = noise(4800, 8000000, 3);
-  in.resize(96000);
-  const samples out = bass.run_mono(in);
-  EXPECT_EQ(samples(out.end() - 4800, out.end()), samples(4800, out.back()));
-  EXPECT_LE(out.back(), 0);
-  EXPECT_GT(out.back(), -200);
+  for (int rate = 0; rate < 3; ++rate)
+    for (double f : {0.0, 40.0, 63.0, 100.0, 250.0}) {
+      SCOPED_TRACE(f);
+      const int n = kRates[rate];
+      samples in = f > 0.0 ? sine(n / 10, f, n, 8000000.0) : noise(n / 10, 8000000, 3);
+      in.resize(size_t(n));
+      const samples out = virtual_bass(rate).run_mono(in, 240);
+      EXPECT_EQ(samples(out.end() - n / 10, out.end()), samples(size_t(n / 10), out.back()));
+      EXPECT_LE(out.back(), 0);
+      EXPECT_GT(out.back(), rate < 2 ? -250 : -900);
+    }
 }
 
 // Every setting at random, within reason or far beyond it, and the parts' own words too.
@@ -439,36 +370,97 @@ TEST(VirtualBass, GivesTheBitsOfItsPartsWhicheverBuffersCoincide) {
 
 TEST(VirtualBass, TakesALongCallAsBlocksOf256AndAnEmptyOneAsAStepOfTheLevel) {
   virtual_bass whole, parts;
-  samples left = noise(700, 8000000, 4), right = noise(700, 8000000, 5);
-  samples left2 = left, right2 = right;
-  virtual_bass_system_process(&whole, left.data(), right.data(), left.data(), right.data(), 700);
-  for (int start : {0, 256, 512})
-    virtual_bass_system_process(&parts, &left2[start], &right2[start], &left2[start],
-                                &right2[start], std::min(256, 700 - start));
-  EXPECT_EQ(left, left2);
-  EXPECT_EQ(right, right2);
+  const stereo x = noise_pair(700, 8000000, 4);
+  EXPECT_EQ(whole.run(x), parts.run(x, 256));
   whole.bass_compressor->level = 3200;
   virtual_bass_system_process(&whole, nullptr, nullptr, nullptr, nullptr, 0);
   virtual_bass_system_process(&whole, nullptr, nullptr, nullptr, nullptr, -5);
   EXPECT_EQ(whole.bass_compressor->level, 3200 - 100 - 96);
 }
 
-TEST(VirtualBass, StartsWithItsDefaultsAndEndsTwice) {
+TEST(VirtualBass, KeepsItsSettingsFromTheirDefaultsOnAndEndsTwice) {
   virtual_bass bass;
-  int status = 7, origin, harmonic, high, clip;
-  virtual_bass_system_getstatus(&bass, &status);
-  virtual_bass_system_get_origin_gain(&bass, &origin);
-  virtual_bass_system_get_nld_gain(&bass, &harmonic);
-  virtual_bass_system_get_high_band_gain(&bass, &high);
-  virtual_bass_system_get_nld_clip_level(&bass, &clip);
-  EXPECT_EQ((std::array{status, origin, harmonic, high, clip}),
-            (std::array{0, 4096, 4096, 8192, 8192}));
-  compresso_bassr_getstatus(bass.bass_compressor, &status);
-  EXPECT_EQ(status, 1);
+  const auto settings = [&] {
+    std::array<int, 6> v;
+    virtual_bass_system_getstatus(&bass, &v[0]);
+    virtual_bass_system_get_origin_gain(&bass, &v[1]);
+    virtual_bass_system_get_nld_gain(&bass, &v[2]);
+    virtual_bass_system_get_high_band_gain(&bass, &v[3]);
+    virtual_bass_system_get_nld_clip_level(&bass, &v[4]);
+    compresso_bassr_getstatus(bass.bass_compressor, &v[5]);
+    return v;
+  };
+  EXPECT_EQ(settings(), (std::array{0, 4096, 4096, 8192, 8192, 1}));
+  bass.gains(6, 7, 8);
+  virtual_bass_system_setstatus(&bass, 5);
+  virtual_bass_system_set_nld_clip_level(&bass, 9);
+  compressor_bass_setstatus(bass.bass_compressor, 10);
+  EXPECT_EQ(settings(), (std::array{5, 6, 7, 8, 9, 10}));
   virtual_bass_system_end(&bass);
-  EXPECT_EQ(bass.bass_buffer, nullptr);
-  EXPECT_EQ(bass.split_left, nullptr);
-  EXPECT_EQ(bass.bass_compressor, nullptr);  // the destructor ends it again
+  EXPECT_TRUE(!bass.bass_buffer && !bass.split_left && !bass.bass_compressor);
+}  // the destructor ends it again
+
+// Amplitudes of the harmonics that the default polynomial makes of a sine, full scale being 1.
+std::array<double, 6> ideal_harmonics(double amplitude) {
+  const auto a = ideal_polynomial();
+  constexpr int steps = 64;
+  std::array<std::complex<double>, 6> sum{};
+  for (int i = 0; i < steps; ++i) {
+    const double turn = 2.0 * std::numbers::pi * i / steps, x = amplitude * std::sin(turn);
+    double y = 0.0;
+    for (size_t k = a.size(); k-- > 0;) y = (y + a[k]) * x;
+    for (size_t h = 0; h < sum.size(); ++h)
+      sum[h] += y * std::polar(2.0 / steps, -turn * static_cast<double>(h));
+  }
+  std::array<double, 6> level{};
+  for (size_t h = 0; h < sum.size(); ++h) level[h] = std::abs(sum[h]);
+  return level;
+}
+
+TEST(VirtualBass, MakesTheHarmonicsOfALowToneThatThePolynomialImplies) {
+  for (int rate = 0; rate < 3; ++rate) {
+    const double hertz = kRates[rate], full = kFullScale + 1.0, gain = 0.125;
+    virtual_bass bass(rate);
+    bass.gains(0, 1024, 8192);
+    virtual_bass_system_set_nld_clip_level(&bass, 32767);  // out of the way
+    const samples out = bass.run_mono(sine(kRates[rate], 60.0, hertz, 0.7 * full), 240);
+    const size_t first = out.size() / 2;  // half a second: whole periods
+    const auto level =
+        ideal_harmonics(0.7 * std::norm(response(bass.split_left->low[0]->coef, 60.0, hertz)));
+    for (int h : {2, 3, 4, 5}) {
+      const double expected =
+          level[size_t(h)] * gain * std::abs(response(bass.nld_band->coef, h * 60.0, hertz));
+      const double measured =
+          std::abs(spectrum_at(out, h * 60.0, hertz, first)) / (double(first) / 2.0) / full;
+      EXPECT_NEAR(decibels(measured / expected), 0.0, 0.1) << h << " x 60 Hz at " << hertz;
+    }
+  }
+}
+
+TEST(VirtualBass, PassesTheHighsFlatSumsItsBandsFlatAndFadesTheBassIn) {
+  const samples treble = sine(24000, 2000.0, 48000.0, 4000000.0);
+  EXPECT_NEAR(gain_db(treble, virtual_bass().run_mono(treble), 2000.0, 48000.0, 12000), 0.0, 0.02);
+
+  for (int rate = 0; rate < 3; ++rate) {
+    virtual_bass bass(rate);
+    samples sum = impulse(kRates[rate] / 5, 1 << 25);
+    for (int& x : sum) {
+      int low, high;
+      spectral_band_split_process(bass.split_left, &x, &low, &high);
+      x = low + high;
+    }
+    for (double f : {30.0, 100.0, 200.0, 250.0, 315.0, 1000.0, 5000.0, 18000.0})
+      EXPECT_NEAR(decibels(std::abs(spectrum_at(sum, f, kRates[rate])) / (1 << 25)), 0.0, 0.05)
+          << f << " Hz at " << kRates[rate];
+  }
+
+  virtual_bass bass;
+  bass.gains(8192, 0, 0);
+  const samples first = bass.run_mono(sine(9600, 50.0, 48000.0, 4000000.0), 240);
+  for (int part : {0, 1, 2})  // 20 ms each: a period of the tone
+    EXPECT_LT(peak({first.begin() + part * 960, first.begin() + (part + 1) * 960}),
+              4000000 * (1.0 - std::pow(511.0 / 512.0, 960 * (part + 1))));
+  EXPECT_GT(peak({first.end() - 960, first.end()}), 3900000);
 }
 
 }  // namespace

@@ -9,7 +9,7 @@
 namespace {
 
 constexpr int kUnity = 131072;   // 1.0 in Q17
-constexpr int kQuiet = 24576;    // block peak up to which nothing is done: 0.75 of full scale
+constexpr int kQuiet = 24576;    // block peak that takes the default gain: 0.75 of full scale
 constexpr int kLowestGain = 32;  // Q17: below, the gain is 0
 
 // Fixed gains beyond full scale, the highest level first.

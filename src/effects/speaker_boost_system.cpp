@@ -27,7 +27,8 @@ constexpr int kHarmonicBand[][5] = {
     {},                                             // 192000 Hz: silence
 };
 
-// Treble roll-off: -2.5 dB at 10 kHz, -6 dB at 20 kHz.
+// Treble roll-off: a Butterworth shelf of -6 dB with its zeros at 12 kHz. At 48000 Hz: -2.5 dB at
+// 10 kHz, -6 dB at 20 kHz.
 constexpr int kPreFilter[][5] = {
     {188765458, 30745136, 33272995, 64448379, -48796514},      // 44100 Hz
     {183560140, 0, 31493941, 107017611, -53636238},            // 48000 Hz

@@ -143,8 +143,8 @@ void teka_audio_tx_ktv_noise_canceling_getstatus(teka_audio_tx_ktv_t* chain, int
 }
 
 void teka_audio_tx_ktv_howling_canceling_setstatus(teka_audio_tx_ktv_t* chain, int status) {
-  chain->howling->status = status;
+  howling_canceling_setstatus(chain->howling, status);
 }
 void teka_audio_tx_ktv_howling_canceling_getstatus(teka_audio_tx_ktv_t* chain, int* status) {
-  *status = chain->howling->status;
+  howling_canceling_getstatus(chain->howling, status);
 }

@@ -1,10 +1,6 @@
-// Stages whose modules the library doesn't hold yet: the howling canceller and the noise
-// suppressor. Each has its status word, so that settings can be made and read back; neither runs.
+// The stage whose module the library doesn't hold yet: the noise suppressor. It has its status
+// word, so that it can be set and read back; it doesn't run.
 #pragma once
-
-struct howlingCancel {
-  int status;
-};
 
 struct NsxInst_t_ {
   int status;

@@ -22,8 +22,7 @@ void teka_audio_tx_ktv_init(teka_audio_tx_ktv_t* chain) {
   chain->sample_rate = SAMPLE_RATE_48000;
   chain->eq = make<equalizer_t>(equalizer_init);
   chain->reverb = make<reverb_t>(reverb_init);
-  chain->howling = allocate<howlingCancel>();
-  chain->howling->status = 1;
+  chain->howling = make<howlingCancel>(howling_canceling_init);
   chain->compressor = make<compressor_t>(compressor_init, kUnity, kNoHistoryBlocks);
   compressor_set_sample_rate(chain->compressor, chain->sample_rate);
   chain->iirecho = make<iirecho>(iirecho_init);
@@ -39,7 +38,7 @@ void teka_audio_tx_ktv_init(teka_audio_tx_ktv_t* chain) {
 void teka_audio_tx_ktv_end(teka_audio_tx_ktv_t* chain) {
   end_and_release(chain->eq, equalizer_end);
   end_and_release(chain->reverb, reverb_end);
-  release(chain->howling);
+  end_and_release(chain->howling, howling_canceling_end);
   end_and_release(chain->compressor, compressor_end);
   end_and_release(chain->iirecho, iirecho_end);
   end_and_release(chain->gramophone, gramophone_end);
@@ -63,6 +62,7 @@ void teka_audio_tx_ktv_copy_left_to_right(int* left, int* right, int n) {
 
 void teka_audio_tx_ktv_core_process(teka_audio_tx_ktv_t* chain, int* left, int* right, int n) {
   chain->ns->status = 0;  // the noise path stays off, whatever was asked for
+  if (chain->howling->status) howling_canceling_process(chain->howling, left, left, n);
   if (chain->gramophone->status) gramophone_process(chain->gramophone, left, left, n);
   if (chain->eq->status) equalizer_process_mono(chain->eq, left, left, n);
   teka_audio_tx_ktv_copy_left_to_right(left, right, n);

@@ -20,10 +20,10 @@
 #include "../effects/reverb.h"
 #include "../export.h"
 #include "gramophone.h"
+#include "howling_cancel.h"
 #include "iirecho.h"
 #include "resampler.h"
 
-struct howlingCancel;
 struct NsxInst_t_;
 
 struct teka_audio_tx_ktv_t {

@@ -195,6 +195,7 @@ karaoke_options parse_stages(const karaoke_stages& stages) {
     for (const auto& [value, word] : chosen) set(value->set, word);
     set(enable, 1);
   };
+  if (stages.howling) set(sonx_ktv_hw_howling_canceling_enable, 1);
   if (stages.gramophone) set(sonx_ktv_gramophone_enable, 1);
   if (!stages.equalizer.empty()) options.equalizer = parse_equalizer(stages.equalizer);
   if (stages.reverb) switch_on(sonx_ktv_reverb_enable, choose(kReverb, stages.reverb_settings));
@@ -206,6 +207,7 @@ karaoke_options parse_stages(const karaoke_stages& stages) {
 
 std::string describe(const karaoke_stages& stages) {
   std::vector<std::string> parts;
+  if (stages.howling) parts.push_back("howling canceller");
   if (stages.gramophone) parts.push_back("gramophone");
   if (!stages.equalizer.empty()) {
     std::string text = "equalizer";
@@ -247,6 +249,7 @@ void add_ktv_command(CLI::App& app) {
   command->add_option("IN", arguments->in, "audio file that libsndfile reads, 48000 Hz")
       ->required();
   command->add_option("OUT", arguments->out, "WAV file to write, 16 bits, stereo")->required();
+  command->add_flag("--howling", stages.howling, "the howling canceller");
   command->add_flag("--gramophone", stages.gramophone, "the colour of an old record");
   command->add_option("--eq", stages.equalizer, "ten band gains in whole dB, -15..15: 3,2,0,...")
       ->type_name("DB,DB,..");

@@ -26,6 +26,7 @@ struct karaoke_options {
 
 // The stages that a user names, each with its settings; a stage that isn't named is off.
 struct karaoke_stages {
+  bool howling = false;
   bool gramophone = false;
   bool compressor = false;
   std::string equalizer = {};  // "3,2,0,..", dB; empty = off

@@ -1,0 +1,173 @@
+#include "dsp/fft_int.h"
+
+#include <algorithm>
+#include <array>
+
+#include "dsp/fixed.h"
+#include "dsp/howling_detector_internal.h"
+#include "dsp/memory.h"
+
+namespace {
+
+constexpr int kSize = 256;
+constexpr int kStages = 8;
+constexpr int kBins = 64;
+constexpr int kHistory = 8;  // frames
+
+// Analysis window, Q28.
+constexpr int kWindow[kSize] = {
+#include "dsp/fft_window.inc"
+};
+
+// cos(pi / 2^k) and sin(pi / 2^k), Q28: what a stage's twiddle factor turns by from one butterfly
+// to the next. +-1.0 stands as +-268435455.
+constexpr int kStepCos[kStages] = {-268435455, 0,         189812530, 248002022,
+                                   263277543,  267142864, 268112112, 268354607};
+constexpr int kStepSin[kStages] = {0,        268435455, 189812530, 102725801,
+                                   52369159, 26311275,  13171503,  6587735};
+
+constexpr complex multiply_q28(const complex& a, const complex& b) {
+  return {wrap_sub64(wrap_mul64(a.re, b.re), wrap_mul64(a.im, b.im)) >> 28,
+          wrap_add64(wrap_mul64(a.im, b.re), wrap_mul64(a.re, b.im)) >> 28};
+}
+
+// The twiddle factors of all stages, those of the stage with half = 2^k from half - 1 on. They are
+// defined by their recurrence, w <- step w with w = 1.0 at first, not by their angle, and so carry
+// its drift; worked out when compiling.
+constexpr auto kTwiddles = [] {
+  std::array<complex, kSize - 1> twiddles{};
+  for (int k = 0; k < kStages; ++k) {
+    const complex step = {kStepCos[k], -kStepSin[k]};
+    complex w = {1 << 28, 0};
+    const int half = 1 << k;
+    for (int j = 0; j < half; ++j) {
+      twiddles[static_cast<size_t>(half - 1 + j)] = w;
+      w = multiply_q28(step, w);
+    }
+  }
+  return twiddles;
+}();
+
+constexpr auto kBitReversal = [] {
+  std::array<uint8_t, kSize> reversed{};
+  for (unsigned i = 0; i < kSize; ++i)
+    for (unsigned bit = 0; bit < kStages; ++bit)
+      reversed[i] = static_cast<uint8_t>(reversed[i] | ((i >> bit & 1) << (kStages - 1 - bit)));
+  return reversed;
+}();
+
+// One stage over all n values: (a, b) <- (a + b w, a - b w), a and b half a span apart.
+void butterflies(complex* data, int n, int half) {
+  const complex* twiddles = &kTwiddles[static_cast<size_t>(half - 1)];
+  for (int start = 0; start < n; start += 2 * half) {
+    complex* a = data + start;
+    complex* b = a + half;
+    const int count = std::min(half, n - start);
+    for (int j = 0; j < count; ++j) {
+      const complex t = multiply_q28(b[j], twiddles[j]);
+      b[j] = {wrap_sub64(a[j].re, t.re), wrap_sub64(a[j].im, t.im)};
+      a[j] = {wrap_add64(a[j].re, t.re), wrap_add64(a[j].im, t.im)};
+    }
+  }
+}
+
+uint64_t power_of(const complex& value) {
+  const uint64_t re = static_cast<uint64_t>(value.re >> 13);
+  const uint64_t im = static_cast<uint64_t>(value.im >> 13);
+  return (re * re + im * im) >> 10;
+}
+
+void push(uint64_t* history, uint64_t power) {
+  std::copy_backward(history, history + kHistory - 1, history + kHistory);
+  history[0] = power;
+}
+
+// P0 + P1 / first + P2 / (first + 1) + ... + P7 / (first + 6)
+template <unsigned first>
+uint64_t weighted_sum(const uint64_t* p) {
+  return p[0] + p[1] / first + p[2] / (first + 1) + p[3] / (first + 2) + p[4] / (first + 3) +
+         p[5] / (first + 4) + p[6] / (first + 5) + p[7] / (first + 6);
+}
+
+uint64_t smoothed(int bin, const int* marked) {
+  const uint64_t* history = fft_power_history[bin];
+  if (bin < 5) return history[0];
+  const bool boosted = bin < 18 ? bin == marked[0] || bin == marked[1]
+                                : bin == marked[2] || bin == marked[3] || bin == marked[4];
+  const uint64_t sum = bin < 9 ? weighted_sum<10>(history) : weighted_sum<9>(history);
+  return boosted ? sum + (sum >> (bin < 9 ? 4 : 3)) : sum;
+}
+
+// Newest powers into the object and the history, smoothed powers into fft_power_current.
+band_totals update_powers(fft_int* fft) {
+  band_totals totals = {};
+  for (int b = 2; b <= 62; ++b) {
+    const uint64_t p = power_of(fft->data[b]);
+    fft->power[b] = p;
+    push(fft_power_history[b], p);
+    const uint64_t s = fft_power_current[b] = smoothed(b, fft->marked_bins);
+    if (b >= 5) (b < 18 ? totals.low_5_17 : totals.high_18_62) += s;
+  }
+  return totals;
+}
+
+}  // namespace
+
+uint64_t fft_power_history[kBins][kHistory];
+uint64_t fft_power_current[kBins];
+
+void complex_init(complex* value, int re, int im) { *value = {re, im}; }
+void complex_setvalue(complex* value, int re, int im) { *value = {re, im}; }
+void complex_end(complex* value) { *value = {0, 0}; }
+
+uint64_t complex_getpower(complex* value) { return power_of(*value); }
+
+void complex_add(complex* a, complex* b, complex* out) {
+  *out = {wrap_add64(a->re, b->re), wrap_add64(a->im, b->im)};
+}
+
+void complex_sub(complex* a, complex* b, complex* out) {
+  *out = {wrap_sub64(a->re, b->re), wrap_sub64(a->im, b->im)};
+}
+
+void complex_mul(complex* a, complex* b, complex* out) { *out = multiply_q28(*a, *b); }
+
+void complex_swap(complex* a, complex* b) { std::swap(*a, *b); }
+
+void fft_int_init(fft_int* fft, int n) {
+  fft->n = n;
+  // The bit reversal reaches 256 values whatever n is, and the last butterfly half a span beyond n.
+  fft->data = allocate<complex>(std::max(n, kSize) + kSize / 2);
+  std::fill_n(fft->peak_power, kPeaks, int64_t{0});
+  fft->frames_heard = 0;
+  fft->samples_pending = 0;
+  std::fill_n(fft->marked_bins, kPeaks, kNoBin);
+  std::fill_n(fft->power, kBins, uint64_t{0});
+  std::fill_n(&fft_power_history[0][0], kBins * kHistory, uint64_t{0});
+}
+
+void fft_int_end(fft_int* fft) {
+  release(fft->data);
+  fft->n = 0;
+}
+
+void fft_do_process(fft_int* fft) {
+  for (int i = 0; i < std::min(fft->n, kSize); ++i) {
+    const int j = kBitReversal[static_cast<size_t>(i)];
+    if (i < j) std::swap(fft->data[i], fft->data[j]);
+  }
+  for (int half = 1; half < std::min(fft->n, kSize); half *= 2)
+    butterflies(fft->data, fft->n, half);
+}
+
+// in ──► window ──► transform ──► |X|^2 ──► history ──► smoothing ──► peaks ──► marks, out
+//  24 bit     29 bit        37 bit     bins 2..62   8 frames
+void fft_int_dowin_process(fft_int* fft, int* in, int* out, int len) {
+  const int count = std::clamp(len, 0, std::clamp(fft->n, 0, kSize));
+  for (int i = 0; i < count; ++i) fft->data[i] = {int64_t{in[i]} * kWindow[i] >> 23, 0};
+  for (int i = count; i < fft->n; ++i) fft->data[i] = {0, 0};
+  fft_do_process(fft);
+  std::fill_n(fft->peak_power, kPeaks, int64_t{0});
+  const band_totals totals = update_powers(fft);
+  mark_peaks(fft, totals, out);
+}

@@ -1,0 +1,122 @@
+// Howling canceller: keeps a microphone that hears its own loudspeaker from howling, with five
+// notches that it places where the loop starts to ring. A singer can stand some 5 dB louder than
+// without it (docs/howling.md has the figures and how they were measured).
+//
+// How a howl is found. Every 256 samples a frame of 256 samples at half the rate (DC blocker and
+// sixth-order low-pass in front) goes through the integer spectrum analysis, 93.75 Hz to a bin at
+// 48 kHz, eight frames (43 ms) of memory. The criteria are those of the published howling
+// detectors (T. van Waterschoot and M. Moonen, "Fifty years of acoustic feedback control: state of
+// the art and future challenges", Proc. IEEE 99, 2011, section on notch-filter-based howling
+// suppression), with limits of our own:
+//   peak to threshold    a peak has -57 dBFS at least, and what it must show besides depends on
+//                        its level above the usual one, a slow measure of how loud the voice is
+//   peak to average      no less than 1/32 of the whole spectrum; 1/2 where a tone that does not
+//                        grow is to count (1/8 where it is 10 dB above the usual level)
+//   peak to neighbours   10 dB above what lies three bins away on either side
+//   peak to harmonics    12 dB above what lies at 1/3, 1/2, 2/3, 4/3, 2, 8/3 and 3 times its
+//                        frequency, until it has stood for half a second
+//   slope over frames    the level's straight line over eight frames, within 1.5 dB: its rise,
+//                        summed up while the frequency stays within 9 Hz, is the main evidence. A
+//                        howl grows on a straight line in decibels; a note's onset does not last
+//   persistence          frames in which the peak was steady
+// For a second after a howl has been proved more of them are likely: what is louder than usual then
+// needs less evidence, and harmonics don't clear it: howls stand at each other's multiples too.
+// A frequency between bins is that of the parabola through three levels.
+//
+// The last test is made with the notch itself (an active probe): in a closed loop the tone dies
+// away as soon as the notch cuts it; a note from outside goes on in front of the notch. If the
+// level has not fallen by 7 dB (11 dB where the evidence was weak) within 107 ms, the notch is
+// taken back, the frequency left alone for 3 s, and more evidence asked for the next ones.
+//
+// How it is cut. A notch of a quarter of its frequency between the -3 dB points takes its centre
+// out entirely. Howls beside it widen it, to 10/16 at most; when all five are in use the two that
+// lie closest become one. It stays for 60 s (0.4 s where the evidence was weak: if the howl returns
+// it comes back, four times as long), then gives up its depth over 4.4 s (0.7 s) and is put back at
+// the first sign of the howl. Depth fades, in 2.7 ms going in; to be moved, a notch fades out and
+// in.
+//
+// What it doesn't do: howls below some 150 Hz and above 5.8 kHz (at 48 kHz) are not heard, more
+// than five narrow ones at once are cut only by wide notches, and a solo note without harmonics
+// that grows slowly may lose a tenth of a second to a trial.
+//
+// The interface knows no rate: the analysis works on half of whatever rate it gets. All frequencies
+// and times above hold at 48 kHz (within a tenth at 44.1 kHz); at 96 kHz bins are twice as wide and
+// howls are found from 300 Hz to 11.6 kHz, in half the time.
+//
+// 24-bit samples in 32-bit words. Latency: none. While no notch is placed the samples pass as they
+// are. Memory: about 8 KB, all taken by init. The analysis keeps its power history process-wide:
+// only one canceller may be processing in a process at a time.
+#pragma once
+
+#include <stdint.h>
+
+#include "../dsp/dc_remove.h"
+#include "../dsp/elliptic.h"
+#include "../dsp/fft_int.h"
+#include "../dsp/notch.h"
+#include "../export.h"
+
+// One notch's place and progress. Frequencies and widths are in 1/256 of an analysis bin (0.366 Hz
+// at 48 kHz); times are in frames (5.3 ms).
+struct howling_place {
+  int phase;       // 0 free, 1 on trial, 2 holding, 3 giving up its depth
+  int position;    // centre; 0 = none. A free place remembers where it stood
+  int width;       // between the -3 dB points
+  int depth;       // share of the notch in its output, Q20: 1048576 takes the centre out entirely
+  int depth_step;  // added to depth with every sample, while depth lies within 0..1048576
+  int retune;      // the notch moves to position and width as soon as its depth is 0
+  int timer;       // frames spent in this phase
+  int hold;        // frames to hold the notch once its trial is passed
+  int level;       // highest level in front of the notch during its trial, log2 Q10
+  int attempts;    // trials that did not settle the matter
+};
+
+// A spectral peak that is being watched.
+struct howling_suspect {
+  int position;  // frequency, averaged over some frames; 0 = unused
+  int growth;    // rise of its level while it was steady, log2 Q10
+  int steady;    // frames in which it was steady
+  int loud;      // frames in which it was steady and ruled the spectrum without growing fast
+  int missed;    // frames in a row without the peak
+  int level;     // newest, log2 Q10
+};
+
+// A tone that went on when it was notched, so comes from outside of the loop.
+struct howling_outsider {
+  int position;  // 0 = unused
+  int timer;     // frames to go
+};
+
+struct howlingCancel {
+  int status;      // non-zero = the owner runs this stage; processing itself does not look at it
+  notch* notches;  // five, owned
+  elliptic* low_pass;       // ahead of halving the rate, owned
+  dc_remove* dc;            // ahead of the low-pass, owned
+  fft_int* analyser;        // owned
+  int* frame;               // the 256 latest samples at half the rate, oldest first; owned
+  howling_place places[5];  // of the five notches
+  howling_suspect suspects[8];
+  howling_outsider outsiders[8];
+  int usual_level;  // of the loud parts of what is heard, slowly followed, log2 Q10
+  int alert;        // frames to go in which more howls are likely: one has just been proved
+  int doubt;        // grows with every trial that a tone from outside has caused, Q8
+};
+
+// Takes all memory; no notch placed; status 1 (on). Clears the process-wide power history.
+SONX_EXPORT void howling_canceling_init(howlingCancel* canceller);
+
+// Forgets all notches, histories and what was learnt about the voice; the status stays.
+SONX_EXPORT void howling_canceling_reset(howlingCancel* canceller);
+
+// Frees all memory and nulls the pointers; calling it again does nothing.
+SONX_EXPORT void howling_canceling_end(howlingCancel* canceller);
+
+// Stored as given; any non-zero value is on. Notches and histories stay.
+SONX_EXPORT void howling_canceling_setstatus(howlingCancel* canceller, int status);
+SONX_EXPORT void howling_canceling_getstatus(howlingCancel* canceller, int* status);
+
+// n samples of one channel, any n; in place allowed; n < 1 does nothing. The same bits however the
+// stream is cut. Samples beyond 24 bits are limited to 25 bits for the analysis. Nothing
+// saturates for 24-bit samples; from about 2^30 on a placed notch may wrap. Five notches always
+// run: the cost hardly depends on the signal, but every 256th sample brings an analysis.
+SONX_EXPORT void howling_canceling_process(howlingCancel* canceller, int* in, int* out, int n);

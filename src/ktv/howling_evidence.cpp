@@ -1,0 +1,226 @@
+#include <algorithm>
+#include <cstdlib>
+
+#include "ktv/howling_internal.h"
+
+namespace {
+
+constexpr int kFrames = 8;            // of history
+constexpr uint64_t kLeast = 64;       // added to powers ahead of a logarithm: -75 dBFS
+constexpr int kSteadyFrequency = 24;  // 9 Hz at 48 kHz
+constexpr int kSteadyLevel = level_of_db(1.5);
+constexpr int kFastest = level_of_db(2.0);  // what counts of a rise in one frame
+constexpr int kMostGrowth = level_of_db(60.0);
+constexpr int kStanding = 100;   // frames after which harmonics don't speak for a voice any more
+constexpr int kLongest = 10000;  // frames; counters stop there
+constexpr int kMatch = 128;      // half a bin
+constexpr int kGone = 4;         // frames that a suspect may be missing
+
+// The usual level.
+constexpr int kQuiet = level_of_dbfs(-60.0);
+constexpr int kFirstUsual = level_of_dbfs(-28.0);
+constexpr int kHighestUsual = level_of_dbfs(-18.0);
+constexpr int kUsualRise = 7;  // 4 dB in a second
+constexpr int kUsualFall = 2;  // 1 dB in a second
+
+constexpr int kOutsiderFrames = 560;  // 3 s
+constexpr int kOutsiderWidth = 96;    // 35 Hz
+constexpr int kDoubtStep = 256, kMostDoubt = 1024;
+
+// What a peak must show to count as a howl, by its level above the usual one: to have been steady
+// for some frames and to have grown, or to have been loud for some frames.
+struct demand {
+  int excess, growth, steady, loud;
+};
+constexpr demand kDemands[] = {{level_of_db(10.0), level_of_db(2.0), 10, 12},
+                               {level_of_db(8.0), level_of_db(2.0), 10, 24},
+                               {level_of_db(4.0), level_of_db(4.0), 16, 30},
+                               {level_of_db(1.0), level_of_db(5.0), 40, 120},
+                               {level_of_db(-3.0), level_of_db(8.0), 60, 240}};
+constexpr demand kReturnDemand = {level_of_db(-6.0), level_of_db(1.5), 6, 12};
+// While more howls are likely.
+constexpr demand kAlertDemand = {level_of_db(3.0), level_of_db(3.0), 12, 24};
+constexpr int kStrong = level_of_db(7.0);
+constexpr int kOver = level_of_db(10.0);  // above the usual level: no voice
+
+uint64_t power_at(int bin, int age = 0) {
+  return bin < 2 || bin > 62 ? 0 : fft_power_history[bin][age];
+}
+
+uint64_t three_bins(int bin, int age) {
+  return power_at(bin - 1, age) + power_at(bin, age) + power_at(bin + 1, age);
+}
+
+int nearest_bin(int position) { return (position + 128) >> 8; }
+
+int whole_level() {
+  uint64_t all = kLeast;
+  for (int b = 2; b <= 62; ++b) all += power_at(b);
+  return log2_q10(all);
+}
+
+// All levels are log2 Q10.
+struct peak_features {
+  int level;     // newest
+  int slope;     // rise from frame to frame
+  int residual;  // largest departure from that straight line
+  int share;     // how far the whole spectrum lies above it
+  int harmonic;  // how far the strongest related frequency lies below it
+};
+
+// Least squares over the eight frames, newest first: the weights 7, 5, .. -7 have 168 as the sum of
+// their squares, and a frame is two of their steps.
+void fit_line(int bin, peak_features& f) {
+  int level[kFrames], mean = 0;
+  for (int j = 0; j < kFrames; ++j) {
+    level[j] = log2_q10(three_bins(bin, j) + kLeast);
+    mean += level[j];
+    f.slope += (7 - 2 * j) * level[j];
+  }
+  mean /= kFrames;
+  f.slope /= 84;
+  f.level = level[0];
+  for (int j = 0; j < kFrames; ++j)
+    f.residual = std::max(f.residual, std::abs(level[j] - mean - f.slope * (7 - 2 * j) / 2));
+}
+
+// At thirds, halves and multiples of the frequency, a bin to either side included.
+int strongest_relative(int position, int bin) {
+  constexpr int kSixths[] = {2, 3, 4, 8, 12, 16, 18};
+  uint64_t strongest = 0;
+  for (const int sixths : kSixths) {
+    const int b = nearest_bin(position * sixths / 6);
+    if (b >= 2 && b <= 62 && std::abs(b - bin) > 3)
+      strongest = std::max({strongest, power_at(b - 1), power_at(b), power_at(b + 1)});
+  }
+  return log2_q10(strongest + kLeast);
+}
+
+peak_features features_of(int position) {
+  const int bin = nearest_bin(position);
+  peak_features f = {};
+  fit_line(bin, f);
+  f.share = whole_level() - f.level;
+  f.harmonic = log2_q10(power_at(bin) + kLeast) - strongest_relative(position, bin);
+  return f;
+}
+
+// Rises by up to 4 dB and falls by up to 1 dB in a second: so it settles near the level that one
+// frame in five exceeds. Frames in which a peak stands are none to learn from.
+void follow_usual_level(howlingCancel* canceller) {
+  const int level = whole_level();
+  if (level < kQuiet) return;
+  for (const howling_suspect& s : canceller->suspects)
+    if (s.loud > 4 || s.steady > 12) return;
+  if (level < canceller->usual_level)
+    canceller->usual_level -= kUsualFall;
+  else if (canceller->usual_level < kHighestUsual)
+    canceller->usual_level += kUsualRise;
+}
+
+// The suspect at this frequency; else a new one, in place of the one that has grown least.
+howling_suspect& suspect_at(howlingCancel* canceller, int position) {
+  howling_suspect* nearest = nullptr;
+  int least = kMatch;
+  for (howling_suspect& s : canceller->suspects)
+    if (s.position && std::abs(s.position - position) < least) {
+      least = std::abs(s.position - position);
+      nearest = &s;
+    }
+  if (nearest) return *nearest;
+  howling_suspect* weakest = canceller->suspects;
+  for (howling_suspect& s : canceller->suspects) {
+    if (weakest->position == 0) break;
+    if (s.position == 0 || s.growth < weakest->growth) weakest = &s;
+  }
+  *weakest = {position, 0, 0, 0, 0, 0};
+  return *weakest;
+}
+
+void add_evidence(howling_suspect& s, int position, int usual_level, bool alert) {
+  const peak_features f = features_of(position);
+  const int offset = position - s.position;
+  s.position += offset / 4;
+  s.missed = -1;
+  s.level = f.level;
+  const bool steady = f.residual < kSteadyLevel && std::abs(offset) < kSteadyFrequency;
+  const bool alone = f.harmonic > level_of_db(12.0) || s.steady > kStanding || alert;
+  const bool over = f.level - usual_level > kOver;
+  if (steady) {
+    if (alone)
+      s.growth = std::clamp(s.growth + std::clamp(f.slope, -kFastest, kFastest), 0, kMostGrowth);
+    s.steady = std::min(s.steady + 1, kLongest);
+  } else {
+    s.growth -= s.growth / 16;
+    s.steady = std::max(s.steady - 2, 0);
+  }
+  if (steady && (alone || over) && f.share < level_of_db(over ? 9.0 : 3.0) &&
+      std::abs(f.slope) < level_of_db(0.5))
+    s.loud = std::min(s.loud + 1, kLongest);
+  else
+    s.loud = std::max(s.loud - 2, 0);
+}
+
+bool meets(const howling_suspect& s, const demand& d, int doubt) {
+  return (s.steady >= d.steady && s.growth >= d.growth + doubt * level_of_db(2.0)) ||
+         s.loud >= d.loud + 12 * doubt;
+}
+
+}  // namespace
+
+int newest_level(int position) { return log2_q10(three_bins(nearest_bin(position), 0) + kLeast); }
+
+void gather_evidence(howlingCancel* canceller, const int* found) {
+  canceller->doubt -= canceller->doubt > 0;
+  canceller->alert -= canceller->alert > 0;
+  for (howling_outsider& o : canceller->outsiders)
+    if (o.position && --o.timer <= 0) o = {};
+  follow_usual_level(canceller);
+  for (int k = 0; k < kPeaks; ++k)
+    if (found[k])
+      add_evidence(suspect_at(canceller, found[k]), found[k], canceller->usual_level,
+                   canceller->alert > 0);
+  for (howling_suspect& s : canceller->suspects) {
+    if (s.position == 0 || ++s.missed == 0) continue;
+    s.growth -= s.growth / 8;
+    if (s.missed > kGone) s = {};
+  }
+}
+
+bool is_howl(const howlingCancel* canceller, const howling_suspect& suspect) {
+  if (suspect.position == 0) return false;
+  for (const howling_outsider& o : canceller->outsiders)
+    if (o.position && std::abs(o.position - suspect.position) < kOutsiderWidth) return false;
+  const int excess = suspect.level - canceller->usual_level;
+  const int place = place_of_return(canceller, suspect.position);
+  if (place >= 0)
+    return excess > (canceller->places[place].hold == kLongHold ? kReturnDemand.excess : 0) &&
+           meets(suspect, kReturnDemand, 0);
+  if (canceller->alert > 0 && excess > kAlertDemand.excess && meets(suspect, kAlertDemand, 0))
+    return true;
+  for (const demand& d : kDemands)
+    if (excess > d.excess) return meets(suspect, d, canceller->doubt / kDoubtStep);
+  return false;
+}
+
+bool is_strong(const howlingCancel* canceller, const howling_suspect& suspect) {
+  const bool returned = place_of_return(canceller, suspect.position) >= 0;
+  return suspect.level - canceller->usual_level > (returned ? 0 : kStrong);
+}
+
+void forget_evidence(howlingCancel* canceller) {
+  for (howling_suspect& s : canceller->suspects) s = {};
+  for (howling_outsider& o : canceller->outsiders) o = {};
+  canceller->usual_level = kFirstUsual;
+  canceller->doubt = 0;
+  canceller->alert = 0;
+}
+
+void learn_outsider(howlingCancel* canceller, int position, int level) {
+  howling_outsider* shortest = canceller->outsiders;
+  for (howling_outsider& o : canceller->outsiders)
+    if (o.timer < shortest->timer) shortest = &o;
+  *shortest = {position, kOutsiderFrames};
+  canceller->usual_level = std::max(canceller->usual_level, level);
+  canceller->doubt = std::min(canceller->doubt + kDoubtStep, kMostDoubt);
+}

@@ -1,0 +1,224 @@
+#include "ktv/howling_cancel.h"
+
+#include <gtest/gtest.h>
+
+#include "support/signals.h"
+#include "support/small_room.h"
+#include "support/splits.h"
+
+namespace {
+
+constexpr double kRate = kRoomRate;
+constexpr int kPeriod = kRoomPeriod;
+
+struct Howling : testing::Test {
+  howlingCancel canceller;
+  Howling() { howling_canceling_init(&canceller); }
+  ~Howling() override { howling_canceling_end(&canceller); }
+
+  samples played(samples x) {
+    howling_canceling_process(&canceller, x.data(), x.data(), static_cast<int>(x.size()));
+    return x;
+  }
+  int placed() const {
+    int count = 0;
+    for (const howling_place& place : canceller.places) count += place.depth > 0;
+    return count;
+  }
+};
+
+// A buzz through three vowel resonances, a new vowel and a gliding pitch every 0.2 s, with pauses.
+samples voice(double seconds, double amplitude, unsigned seed = 1) {
+  std::mt19937 generator(seed);
+  const auto uniform = [&](double low, double high) {
+    return low + (high - low) * (generator() / 4294967296.0);
+  };
+  const int n = static_cast<int>(seconds * kRate), syllable = 9600;
+  std::vector<double> x(static_cast<size_t>(n));
+  double pitch = 120.0, glide = 0.0, turn = 0.0, formant[3] = {}, state[3][2] = {};
+  bool pause = false;
+  for (int i = 0; i < n; ++i) {
+    if (i % syllable == 0) {
+      pitch = uniform(95.0, 230.0);
+      glide = uniform(-0.3, 0.3) / syllable;
+      pause = generator() % 5 == 0;
+      formant[0] = uniform(300.0, 800.0);
+      formant[1] = uniform(900.0, 2200.0);
+      formant[2] = uniform(2400.0, 3200.0);
+    }
+    pitch *= 1.0 + glide;
+    turn += pitch / kRate;
+    double pulse = 0.0;
+    if (turn >= 1.0) {
+      turn -= 1.0;
+      pulse = pause ? 0.0 : 1.0;
+    }
+    for (int k = 0; k < 3; ++k) {
+      const double r = std::exp(-std::numbers::pi * 90.0 / kRate);
+      const double y =
+          pulse + 2.0 * r * std::cos(2.0 * std::numbers::pi * formant[k] / kRate) * state[k][0] -
+          r * r * state[k][1];
+      state[k][1] = state[k][0];
+      state[k][0] = y;
+      x[static_cast<size_t>(i)] += y / (k + 1);
+    }
+  }
+  double largest = 0.0;
+  for (double v : x) largest = std::max(largest, std::abs(v));
+  samples out;
+  for (double v : x) out.push_back(static_cast<int>(std::lround(amplitude * v / largest)));
+  return out;
+}
+
+// RMS at the loudspeaker over the last second.
+double loop_level(const samples& sung, double resonance, double gain, howlingCancel* canceller) {
+  small_room room(resonance, gain);
+  const int n = static_cast<int>(sung.size()) / kPeriod * kPeriod;
+  double power = 0.0;
+  for (int start = 0; start < n; start += kPeriod) {
+    int x[kPeriod];
+    std::copy_n(sung.begin() + start, kPeriod, x);
+    room.add_to(x);
+    if (canceller) howling_canceling_process(canceller, x, x, kPeriod);
+    room.play(x);
+    if (start >= n - 48000)
+      for (int v : x) power += double(v) * v / 48000.0;
+  }
+  return std::sqrt(power);
+}
+
+double rms(const samples& x, size_t first) {
+  double power = 0.0;
+  for (size_t i = first; i < x.size(); ++i) power += double(x[i]) * x[i];
+  return std::sqrt(power / static_cast<double>(x.size() - first));
+}
+
+}  // namespace
+
+TEST_F(Howling, IsOnAfterInitAndKeepsItsStatus) {
+  int status = 0;
+  howling_canceling_getstatus(&canceller, &status);
+  EXPECT_EQ(status, 1);
+  howling_canceling_setstatus(&canceller, 0);
+  howling_canceling_reset(&canceller);
+  howling_canceling_getstatus(&canceller, &status);
+  EXPECT_EQ(status, 0);
+}
+
+TEST_F(Howling, KeepsALoopFromHowlingThatHowlsWithoutIt) {
+  const samples sung = voice(5.0, 400000.0);
+  const double alone = rms(sung, sung.size() - 48000);
+  for (const double resonance : {480.0, 1250.0, 2900.0, 4700.0}) {
+    howling_canceling_reset(&canceller);
+    EXPECT_GT(loop_level(sung, resonance, 1.9, nullptr), 20.0 * alone) << resonance;
+    EXPECT_LT(loop_level(sung, resonance, 1.9, &canceller), 2.0 * alone) << resonance;
+    EXPECT_GE(placed(), 1);
+  }
+}
+
+TEST_F(Howling, EndsAHowlThatHasAlreadySaturated) {
+  small_room room(1250.0, 1.9);
+  int x[kPeriod] = {100000};
+  double before = 0.0, after = 0.0;
+  for (int p = 0; p < 400; ++p) {  // 1 s without, 1 s with; the level in the last 50 ms of each
+    if (p > 0) std::fill_n(x, kPeriod, 0);
+    room.add_to(x);
+    if (p >= 200) howling_canceling_process(&canceller, x, x, kPeriod);
+    room.play(x);
+    for (int v : x) {
+      if (p >= 190 && p < 200) before += double(v) * v;
+      if (p >= 290 && p < 300) after += double(v) * v;  // half a second after
+    }
+  }
+  EXPECT_GT(before, 2400.0 * 0.1 * kFullScale * double{kFullScale});
+  EXPECT_LT(10.0 * std::log10(after / before), -20.0);
+}
+
+TEST_F(Howling, PassesSpeechBitForBit) {
+  for (unsigned seed : {2U, 3U, 4U}) {
+    howling_canceling_reset(&canceller);
+    const samples x = voice(4.0, 1500000.0, seed);
+    EXPECT_TRUE(played(x) == x) << seed;
+  }
+}
+
+TEST_F(Howling, LeavesAHeldChordNearlyAlone) {
+  samples chord(5 * 48000);
+  for (const double f : {261.6, 329.6, 392.0, 523.3})
+    for (int harmonic = 1; harmonic <= 8; ++harmonic) {
+      const samples tone =
+          sine(static_cast<int>(chord.size()), f * harmonic, kRate, 2e5 / harmonic);
+      for (size_t i = 0; i < chord.size(); ++i) chord[i] += tone[i];
+    }
+  const samples out = played(chord);
+  EXPECT_GT(decibels(rms(out, 0) / rms(chord, 0)), -0.5);
+}
+
+// A pure tone is taken for a howl at first, but goes on in front of the notch.
+TEST_F(Howling, GivesAPureToneFromOutsideBack) {
+  const samples tone = sine(3 * 48000, 1000.0, kRate, 3e6);
+  const samples out = played(tone);
+  int most = 0;
+  for (const howling_outsider& o : canceller.outsiders) most = std::max(most, o.position);
+  EXPECT_NEAR(most * 93.75 / 256.0, 1000.0, 5.0);
+  EXPECT_GT(decibels(rms(out, 0) / rms(tone, 0)), -1.0);
+  EXPECT_EQ(placed(), 0);
+}
+
+TEST_F(Howling, KeepsSilenceSilent) {
+  loop_level(voice(2.0, 400000.0), 1250.0, 1.9, &canceller);
+  ASSERT_GE(placed(), 1);
+  samples out;
+  for (int i = 0; i < 3; ++i) out = played(samples(24000));
+  EXPECT_EQ(peak(out), 0);
+}
+
+TEST_F(Howling, FadesItsNotchesInAndOutWithoutAClick) {
+  samples tone = sine(2 * 48000, 1000.0, kRate, 3e6);
+  const samples out = played(tone);
+  // The steepest bend of the tone is amplitude w^2; the fades may add as much again.
+  const double w = 2.0 * std::numbers::pi * 1000.0 / kRate;
+  for (size_t i = 2; i < out.size(); ++i)
+    ASSERT_LT(std::abs(double(out[i]) - 2.0 * out[i - 1] + out[i - 2]), 2.0 * 3e6 * w * w) << i;
+}
+
+TEST_F(Howling, GivesTheSameBitsHoweverTheStreamIsCutAndInPlace) {
+  samples x = voice(1.5, 1000000.0);
+  const samples tone = sine(static_cast<int>(x.size()), 2000.0, kRate, 4e6);
+  for (size_t i = 24000; i < 60000; ++i) x[i] += tone[i];
+  const samples whole = played(x);
+  ASSERT_FALSE(whole == x);
+  for (const int longest : {1, 300, 1000}) {
+    howling_canceling_reset(&canceller);
+    samples out(x.size());
+    over_random_splits(static_cast<int>(x.size()), longest, 7, [&](int start, int count) {
+      howling_canceling_process(&canceller, x.data() + start, out.data() + start, count);
+    });
+    EXPECT_TRUE(out == whole) << longest;
+  }
+}
+
+TEST_F(Howling, SurvivesAnyInput) {
+  played(wild(60000, 9));
+  howling_canceling_process(&canceller, nullptr, nullptr, 0);
+  howling_canceling_process(&canceller, nullptr, nullptr, -5);
+  samples square(48000);
+  for (size_t i = 0; i < square.size(); ++i) square[i] = i / 20 % 2 ? INT32_MAX : INT32_MIN;
+  played(square);
+
+  // Slow full swings leave nothing behind in the analysis.
+  samples swing(2400 + 48000);
+  std::fill_n(swing.begin(), 2000, INT32_MIN);
+  std::fill_n(swing.begin() + 2000, 400, INT32_MAX);
+  played(swing);
+  for (int i = 0; i < 256; ++i) EXPECT_LT(std::abs(canceller.frame[i]), 100) << i;
+}
+
+TEST(HowlingLifecycle, EndTwiceIsHarmless) {
+  howlingCancel canceller;
+  howling_canceling_init(&canceller);
+  howling_canceling_end(&canceller);
+  howling_canceling_end(&canceller);
+  EXPECT_EQ(canceller.notches, nullptr);
+  EXPECT_EQ(canceller.analyser, nullptr);
+}
