@@ -14,19 +14,22 @@ namespace {
 constexpr kernel_table kPortable = {
     .name = "portable",
     .iir_chains_32 = iir_chains_32_portable,
+    .iir_chains_wrapping = iir_chains_wrapping_portable,
 };
 
 #ifdef SONX_AVX2_KERNELS
 constexpr kernel_table kAvx2 = {
     .name = "avx2",
-    .iir_chains_32 = iir_chains_32_portable,
+    .iir_chains_32 = iir_chains_32_avx2,
+    .iir_chains_wrapping = iir_chains_wrapping_avx2,
 };
 #endif
 
 #ifdef SONX_NEON_KERNELS
 constexpr kernel_table kNeon = {
     .name = "neon",
-    .iir_chains_32 = iir_chains_32_portable,
+    .iir_chains_32 = iir_chains_32_neon,
+    .iir_chains_wrapping = iir_chains_wrapping_neon,
 };
 #endif
 

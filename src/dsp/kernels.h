@@ -14,6 +14,7 @@
 struct kernel_table {
   const char* name;  // portable, avx2, neon
   decltype(::iir_chains_32)* iir_chains_32;
+  decltype(::iir_chains_wrapping)* iir_chains_wrapping;
 };
 
 // What runs: null until the first call of kernels(). Several threads may choose at once: they come
