@@ -154,10 +154,7 @@ struct band_post {
   BPInfo_tag* bp;
 };
 
-void band_post_init(band_post* b) {
-  b->bp = BP_ns_init(16000, 129);
-  b->bp->post_gain = 32767;
-}
+void band_post_init(band_post* b) { b->bp = BP_ns_init(16000, 129); }
 void band_post_end(band_post* b) { BP_ns_delete(b->bp); }
 void band_post_block(band_post* b, short* in, short* out, int n) {
   BP_ns_pre(b->bp, in, n, nullptr);

@@ -14,9 +14,11 @@ extern "C" int __android_log_print(int, const char*, const char*, ...) { return 
 
 namespace {
 
-// Noise, full scale, a tone that grows as a howl does, next to nothing, nothing.
+// Clicks, noise, full scale, a tone that grows as a howl does, next to nothing, nothing.
 samples programme(unsigned seed) {
-  samples x = noise(3000, kFullScale / 4, seed);
+  samples x = noise(3000, kFullScale / 10, seed);
+  for (size_t i = 500; i < x.size(); i += 700) x[i] = kFullScale / 5 * 4;
+  for (int v : noise(3000, kFullScale / 4, seed)) x.push_back(v);
   for (int v : noise(1500, 1, seed)) x.push_back(v < 0 ? -kFullScale : kFullScale);
   for (int i = 0; i < 6000; ++i)
     x.push_back(static_cast<int>(std::exp(8.0 + i * 0.0012) *
