@@ -17,7 +17,7 @@ namespace {
 // Clicks, noise, full scale, a tone that grows as a howl does, next to nothing, nothing.
 samples programme(unsigned seed) {
   samples x = noise(3000, kFullScale / 10, seed);
-  for (size_t i = 500; i < x.size(); i += 700) x[i] = kFullScale / 5 * 4;
+  for (size_t i = 500; i < x.size(); i += 700) x[i] = kFullScale / 5 * 3;
   for (int v : noise(3000, kFullScale / 4, seed)) x.push_back(v);
   for (int v : noise(1500, 1, seed)) x.push_back(v < 0 ? -kFullScale : kFullScale);
   for (int i = 0; i < 6000; ++i)
