@@ -1,10 +1,15 @@
 // Runs the benchmarks and prints x_realtime as a plain number: the library divides a rate counter
-// by the elapsed time, as wanted, but would put "/s" behind it.
+// by the elapsed time, as wanted, but would put "/s" behind it. The environment variable
+// SONX_KERNELS names the block kernels that run; without it, the processor's best.
 #include <benchmark/benchmark.h>
 
+#include <cstdio>
+#include <cstdlib>
 #include <memory>
 #include <utility>
 #include <vector>
+
+#include "dsp/kernels.h"
 
 namespace {
 
@@ -36,6 +41,12 @@ class plain_multiples : public benchmark::BenchmarkReporter {
 int main(int argc, char** argv) {
   benchmark::Initialize(&argc, argv);
   if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 1;
+  const char* name = std::getenv("SONX_KERNELS");
+  if (name != nullptr && !select_kernels(name)) {
+    std::fprintf(stderr, "SONX_KERNELS: no kernels called %s here\n", name);
+    return 1;
+  }
+  benchmark::AddCustomContext("kernels", kernels().name);
   plain_multiples reporter(benchmark::CreateDefaultDisplayReporter());
   benchmark::RunSpecifiedBenchmarks(&reporter);
   benchmark::Shutdown();

@@ -15,6 +15,7 @@ install(DIRECTORY src/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/sonx_proc_hal
   PATTERN "tuning_tables.h" EXCLUDE
   PATTERN "block.h" EXCLUDE
   PATTERN "fixed.h" EXCLUDE
+  PATTERN "kernels.h" EXCLUDE
   PATTERN "loop.h" EXCLUDE
   PATTERN "memory.h" EXCLUDE
   PATTERN "sample_formats.h" EXCLUDE

@@ -1,0 +1,83 @@
+#include "dsp/kernels.h"
+
+#include <cstring>
+
+#ifdef SONX_AVX2_KERNELS
+#include <cpuid.h>
+#include <immintrin.h>
+#endif
+
+constinit std::atomic<const kernel_table*> chosen_kernels = nullptr;
+
+namespace {
+
+constexpr kernel_table kPortable = {
+    .name = "portable",
+    .iir_chains_32 = iir_chains_32_portable,
+};
+
+#ifdef SONX_AVX2_KERNELS
+constexpr kernel_table kAvx2 = {
+    .name = "avx2",
+    .iir_chains_32 = iir_chains_32_portable,
+};
+#endif
+
+#ifdef SONX_NEON_KERNELS
+constexpr kernel_table kNeon = {
+    .name = "neon",
+    .iir_chains_32 = iir_chains_32_portable,
+};
+#endif
+
+// The best one first.
+constexpr const kernel_table* kTables[] = {
+#ifdef SONX_AVX2_KERNELS
+    &kAvx2,
+#endif
+#ifdef SONX_NEON_KERNELS
+    &kNeon,
+#endif
+    &kPortable,
+};
+
+#ifdef SONX_AVX2_KERNELS
+// Which register files the system keeps for a process: bits 1 and 2 for the 256-bit registers.
+// Only with OSXSAVE.
+__attribute__((target("xsave"))) unsigned long long kept_registers() { return _xgetbv(0); }
+
+// Asks the processor itself: the compiler's own question brings a static constructor with it.
+bool has_avx2() {
+  unsigned a, b, c, d;
+  if (__get_cpuid(1, &a, &b, &c, &d) == 0 || (c & bit_OSXSAVE) == 0) return false;
+  if ((kept_registers() & 6) != 6) return false;
+  return __get_cpuid_count(7, 0, &a, &b, &c, &d) != 0 && (b & bit_AVX2) != 0;
+}
+#endif
+
+bool runs_here([[maybe_unused]] const kernel_table* table) {
+#ifdef SONX_AVX2_KERNELS
+  if (table == &kAvx2) return has_avx2();
+#endif
+  return true;
+}
+
+}  // namespace
+
+const kernel_table* choose_kernels() {
+  for (const kernel_table* table : kTables) {
+    if (!runs_here(table)) continue;
+    chosen_kernels.store(table, std::memory_order_relaxed);
+    return table;
+  }
+  return &kPortable;
+}
+
+bool select_kernels(const char* name) {
+  for (const kernel_table* table : kTables) {
+    if (std::strcmp(table->name, name) != 0 || !runs_here(table)) continue;
+    chosen_kernels.store(table, std::memory_order_relaxed);
+    return true;
+  }
+  return false;
+}

@@ -1,0 +1,33 @@
+// Which variant of the block kernels runs: one table of functions per instruction set, of which the
+// first call chooses one for good.
+//
+// The portable variants define the results; the others give the same bits, faster. A family of
+// kernels is a plain function (in its own header) that calls its entry of kernels(); the variants
+// stand in files named after the instruction set, <family>_avx2.cpp and <family>_neon.cpp, which
+// the build compiles with the flags that it needs, where it needs them.
+#pragma once
+
+#include <atomic>
+
+#include "dsp/iir_chains_block.h"
+
+struct kernel_table {
+  const char* name;  // portable, avx2, neon
+  decltype(::iir_chains_32)* iir_chains_32;
+};
+
+// What runs: null until the first call of kernels(). Several threads may choose at once: they come
+// to the same table.
+extern std::atomic<const kernel_table*> chosen_kernels;
+
+// The best table for this processor, chosen now.
+const kernel_table* choose_kernels();
+
+inline const kernel_table& kernels() {
+  const kernel_table* table = chosen_kernels.load(std::memory_order_relaxed);
+  return table != nullptr ? *table : *choose_kernels();
+}
+
+// For tests and benchmarks: from now on the table of that name runs. False, and no change, if this
+// build or this processor doesn't have it.
+bool select_kernels(const char* name);
