@@ -1,4 +1,5 @@
-// Prints what the modules cost, one table a run. See usage() for the tables.
+// Prints what the modules cost, one table a run. See usage() for the tables. The environment
+// variable SONX_KERNELS names the block kernels that run; without it, the processor's best.
 //
 // Times are processor time, so that a busy machine counts less; the two forms take turns on one
 // record in short stretches, and of each the fastest stretch counts, so that it counts hardly at
@@ -15,6 +16,7 @@
 #include <random>
 #include <string>
 
+#include "dsp/kernels.h"
 #include "plain/modules.h"
 
 namespace {
@@ -144,10 +146,8 @@ void print_signals(const module& m) {
   std::printf(" %.2f |\n", most->best / least->best);
 }
 
-void print_names(const module& m) { std::printf("%s\n", m.name); }
-
 void print_heading(const std::string& columns) {
-  std::printf("%s\n", columns.c_str());
+  std::printf("Kernels: %s.\n\n%s\n", kernels().name, columns.c_str());
   const auto count = std::count(columns.begin(), columns.end(), '|') - 2;
   std::printf("|---|");
   for (int i = 0; i < count; ++i) std::printf("---:|");
@@ -181,7 +181,8 @@ void print_recording(const module& m, const samples& left, const samples& right)
       "sonx_speed --recording FILE       ns per frame on raw 16-bit stereo, tab-separated\n"
       "sonx_speed --run plain|block N    runs the module's form on N periods and prints nothing,\n"
       "                                  for a program that counts instructions\n"
-      "sonx_speed --list                 the modules\n"
+      "sonx_speed --list                 the modules and their frames a period, tab-separated\n"
+      "sonx_speed --kernels              which block kernels run\n"
       "  --module NAME                   that module alone\n",
       stderr);
   std::exit(2);
@@ -205,6 +206,12 @@ int main(int argc, char** argv) {
       argument = next();
       runs = std::atoi(next());
     }
+  }
+
+  const char* variant = std::getenv("SONX_KERNELS");
+  if (variant != nullptr && !select_kernels(variant)) {
+    std::fprintf(stderr, "SONX_KERNELS: no kernels called %s here\n", variant);
+    return 1;
   }
 
   std::vector<module> chosen;
@@ -232,7 +239,9 @@ int main(int argc, char** argv) {
     for (const module& m : chosen)
       runner(m, kSignals[0]).run(argument == "plain" ? form::plain : form::block, runs);
   } else if (table == "--list") {
-    for (const module& m : chosen) print_names(m);
+    for (const module& m : chosen) std::printf("%s\t%d\n", m.name, m.frames);
+  } else if (table == "--kernels") {
+    std::printf("%s\n", kernels().name);
   } else {
     usage();
   }
