@@ -15,6 +15,7 @@ constexpr kernel_table kPortable = {
     .name = "portable",
     .iir_chains_32 = iir_chains_32_portable,
     .iir_chains_wrapping = iir_chains_wrapping_portable,
+    .arithmetic = &kArithmeticPortable,
 };
 
 #ifdef SONX_AVX2_KERNELS
@@ -22,6 +23,7 @@ constexpr kernel_table kAvx2 = {
     .name = "avx2",
     .iir_chains_32 = iir_chains_32_avx2,
     .iir_chains_wrapping = iir_chains_wrapping_avx2,
+    .arithmetic = &kArithmeticAvx2,
 };
 #endif
 
@@ -30,6 +32,7 @@ constexpr kernel_table kNeon = {
     .name = "neon",
     .iir_chains_32 = iir_chains_32_neon,
     .iir_chains_wrapping = iir_chains_wrapping_neon,
+    .arithmetic = &kArithmeticNeon,
 };
 #endif
 

@@ -9,12 +9,14 @@
 
 #include <atomic>
 
+#include "dsp/arithmetic_block.h"
 #include "dsp/iir_chains_block.h"
 
 struct kernel_table {
   const char* name;  // portable, avx2, neon
   decltype(::iir_chains_32)* iir_chains_32;
   decltype(::iir_chains_wrapping)* iir_chains_wrapping;
+  const block_arithmetic* arithmetic;
 };
 
 // What runs: null until the first call of kernels(). Several threads may choose at once: they come
