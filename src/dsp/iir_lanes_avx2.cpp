@@ -3,6 +3,8 @@
 // the high halves don't count.
 #include <immintrin.h>
 
+#include <utility>
+
 #include "dsp/iir_lanes_internal.h"
 
 namespace {
@@ -99,25 +101,33 @@ inline void find_results(row_registers (&row)[rows]) {
   }
 }
 
-template <int rows, rule results>
-void step_lanes(iir_lanes* lanes, const int_row* in, int_row* out, int n) {
-  row_registers row[rows];
+template <int groups, int rows, rule results>
+void step_lanes(iir_lanes* lanes, const lane_rows* in, lane_rows* out, int n) {
+  constexpr int all = groups * rows;
+  row_registers row[all];
 #pragma GCC unroll 8
-  for (int k = 0; k < rows; ++k) row[k].load_from(*lanes, k);
+  for (int k = 0; k < all; ++k) row[k].load_from(*lanes, k);
   const __m256i head = widen(lanes->head);
 
   const auto step = [&](int t) {
     const auto handed_on = [](__m256i y) {
       return results == rule::saturating ? _mm256_and_si256(y, _mm256_set1_epi64x(~31)) : y;
     };
-    const __m256i next_column = _mm256_permute4x64_epi64(handed_on(row[rows - 1].y), 0x90);
 #pragma GCC unroll 8
-    for (int k = rows - 1; k > 0; --k) row[k].x = handed_on(row[k - 1].y);
-    row[0].x = _mm256_blendv_epi8(next_column, widen(in[t]), head);
-    find_results<rows, results>(row);
+    for (int k = 0; k < all; ++k) {
+      if (k % rows > 0) {
+        row[k].x = handed_on(row[k - 1].y);
+      } else {
+        const __m256i last = handed_on(row[k + rows - 1].y);
+        row[k].x =
+            _mm256_blendv_epi8(_mm256_permute4x64_epi64(last, 0x90), widen(in[k / rows][t]), head);
+      }
+    }
+    find_results<all, results>(row);
 #pragma GCC unroll 8
-    for (int k = 0; k < rows; ++k) row[k].carry();
-    narrow(row[rows - 1].y, out[t]);
+    for (int k = 0; k < all; ++k) row[k].carry();
+#pragma GCC unroll 8
+    for (int g = 0; g < groups; ++g) narrow(row[(g + 1) * rows - 1].y, out[g][t]);
   };
 
   const int steps = n + lanes->longest_lag;
@@ -125,11 +135,11 @@ void step_lanes(iir_lanes* lanes, const int_row* in, int_row* out, int n) {
     // Where sections take their first sample, and where they give their last two.
     for (const int end = t <= lanes->longest_lag ? lanes->longest_lag + 1 : steps; t < end; ++t) {
 #pragma GCC unroll 8
-      for (int k = 0; k < rows; ++k) row[k].begin(*lanes, k, t);
+      for (int k = 0; k < all; ++k) row[k].begin(*lanes, k, t);
       step(t);
       if (t < n - 2) continue;
 #pragma GCC unroll 8
-      for (int k = 0; k < rows; ++k) narrow(row[k].y, lanes->last[t - (n - 2)][k]);
+      for (int k = 0; k < all; ++k) narrow(row[k].y, lanes->last[t - (n - 2)][k]);
     }
     for (; t < n - 2; ++t) step(t);
   }
@@ -137,7 +147,7 @@ void step_lanes(iir_lanes* lanes, const int_row* in, int_row* out, int n) {
 
 // The inputs column by column into rows, n >= 8 of them; the last eight may overlap those before.
 template <rule results>
-void interleave(const int* const (&column)[kColumns], int_row* rows, int n) {
+void interleave(const int* const (&column)[kColumns], lane_rows& rows, int n) {
   const auto load_inputs = [](const int* in) {
     const __m256i x = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(in));
     if (results == rule::wrapping) return x;
@@ -165,11 +175,13 @@ void interleave(const int* const (&column)[kColumns], int_row* rows, int n) {
   }
 }
 
+template <rule results, size_t... shape>
+constexpr lane_kernels lanes_of(std::index_sequence<shape...>) {
+  return {interleave<results>,
+          {step_lanes<kLaneShapes[shape].groups, kLaneShapes[shape].rows, results>...}};
+}
 template <rule results>
-constexpr lane_kernels kLanes = {
-    interleave<results>,
-    {step_lanes<1, results>, step_lanes<2, results>, step_lanes<3, results>, step_lanes<4, results>,
-     step_lanes<5, results>}};
+constexpr lane_kernels kLanes = lanes_of<results>(std::make_index_sequence<kLaneShapeCount>());
 
 }  // namespace
 

@@ -2,6 +2,8 @@
 // sums are two vectors of two.
 #include <arm_neon.h>
 
+#include <utility>
+
 #include "dsp/iir_lanes_internal.h"
 
 namespace {
@@ -72,23 +74,28 @@ struct row_registers {
   }
 };
 
-template <int rows, rule results>
-void step_lanes(iir_lanes* lanes, const int_row* in, int_row* out, int n) {
-  row_registers row[rows];
+template <int groups, int rows, rule results>
+void step_lanes(iir_lanes* lanes, const lane_rows* in, lane_rows* out, int n) {
+  constexpr int all = groups * rows;
+  row_registers row[all];
 #pragma GCC unroll 8
-  for (int k = 0; k < rows; ++k) row[k].load_from(*lanes, k);
+  for (int k = 0; k < all; ++k) row[k].load_from(*lanes, k);
   const uint32x4_t head = vreinterpretq_u32_s32(vld1q_s32(lanes->head));
 
-  // The last row first: each takes what the one above made last.
+  // A group's last row first: each takes what the one above made last.
   const auto step = [&](int t) {
     const auto handed_on = [](int32x4_t y) {
       return results == rule::saturating ? vbicq_s32(y, vdupq_n_s32(31)) : y;
     };
-    const int32x4_t last = handed_on(row[rows - 1].y);
 #pragma GCC unroll 8
-    for (int k = rows - 1; k > 0; --k) row[k].template step<results>(handed_on(row[k - 1].y));
-    row[0].template step<results>(change(head, vld1q_s32(in[t]), vextq_s32(last, last, 3)));
-    vst1q_s32(out[t], row[rows - 1].y);
+    for (int g = 0; g < groups; ++g) {
+      row_registers* const group = row + g * rows;
+      const int32x4_t last = handed_on(group[rows - 1].y);
+#pragma GCC unroll 8
+      for (int k = rows - 1; k > 0; --k) group[k].step<results>(handed_on(group[k - 1].y));
+      group[0].step<results>(change(head, vld1q_s32(in[g][t]), vextq_s32(last, last, 3)));
+      vst1q_s32(out[g][t], group[rows - 1].y);
+    }
   };
 
   const int steps = n + lanes->longest_lag;
@@ -96,11 +103,11 @@ void step_lanes(iir_lanes* lanes, const int_row* in, int_row* out, int n) {
     // Where sections take their first sample, and where they give their last two.
     for (const int end = t <= lanes->longest_lag ? lanes->longest_lag + 1 : steps; t < end; ++t) {
 #pragma GCC unroll 8
-      for (int k = 0; k < rows; ++k) row[k].begin(*lanes, k, t);
+      for (int k = 0; k < all; ++k) row[k].begin(*lanes, k, t);
       step(t);
       if (t < n - 2) continue;
 #pragma GCC unroll 8
-      for (int k = 0; k < rows; ++k) vst1q_s32(lanes->last[t - (n - 2)][k], row[k].y);
+      for (int k = 0; k < all; ++k) vst1q_s32(lanes->last[t - (n - 2)][k], row[k].y);
     }
     for (; t < n - 2; ++t) step(t);
   }
@@ -108,7 +115,7 @@ void step_lanes(iir_lanes* lanes, const int_row* in, int_row* out, int n) {
 
 // The inputs column by column into rows, n >= 4 of them; the last four may overlap those before.
 template <rule results>
-void interleave(const int* const (&column)[kColumns], int_row* rows, int n) {
+void interleave(const int* const (&column)[kColumns], lane_rows& rows, int n) {
   const auto load_inputs = [](const int* in) {
     const int32x4_t x = vld1q_s32(in);
     return results == rule::saturating ? vqshlq_n_s32(x, 5) : x;
@@ -121,11 +128,13 @@ void interleave(const int* const (&column)[kColumns], int_row* rows, int n) {
   }
 }
 
+template <rule results, size_t... shape>
+constexpr lane_kernels lanes_of(std::index_sequence<shape...>) {
+  return {interleave<results>,
+          {step_lanes<kLaneShapes[shape].groups, kLaneShapes[shape].rows, results>...}};
+}
 template <rule results>
-constexpr lane_kernels kLanes = {
-    interleave<results>,
-    {step_lanes<1, results>, step_lanes<2, results>, step_lanes<3, results>, step_lanes<4, results>,
-     step_lanes<5, results>}};
+constexpr lane_kernels kLanes = lanes_of<results>(std::make_index_sequence<kLaneShapeCount>());
 
 }  // namespace
 

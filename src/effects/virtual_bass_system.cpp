@@ -4,7 +4,7 @@
 
 #include "dsp/block.h"
 #include "dsp/fixed.h"
-#include "dsp/iir_block.h"
+#include "dsp/iir_chains_block.h"
 #include "dsp/memory.h"
 #include "effects/crossover_tables_internal.h"
 #include "effects/nld_block.h"
@@ -137,13 +137,15 @@ void add_block(const int* in, int* sum, int n) {
   for (int i = 0; i < n; ++i) sum[i] = saturate_add(sum[i], in[i]);
 }
 
-// The low bands become the mixed bass in bass_buffer, before the compressor.
-void mix_bass(virtual_bass_system* bass, const int* low_left, const int* low_right, int n) {
-  int plain[kBlockFrames], harmonics[kBlockFrames];
+// The low bands' mean, and what the non-linear device makes of it.
+void make_harmonics(virtual_bass_system* bass, const int* low_left, const int* low_right,
+                    int* plain, int* harmonics, int n) {
   for (int i = 0; i < n; ++i) plain[i] = wrap_add(low_left[i], low_right[i]) >> 1;
   nld_block(bass->nld, plain, harmonics, n);
-  iir_block_32(bass->nld_band, harmonics, harmonics, n);
-  iir_block_32(bass->align_bass, plain, plain, n);
+}
+
+// The mixed bass in bass_buffer, before the compressor.
+void mix_bass(virtual_bass_system* bass, const int* plain, const int* harmonics, int n) {
   const int origin_gain = bass->origin_gain, nld_gain = bass->nld_gain;
   for (int i = 0; i < n; ++i)
     bass->bass_buffer[i] =
@@ -156,11 +158,16 @@ void process_block(virtual_bass_system* bass, const int* in_left, const int* in_
                    int* out_left, int* out_right, int n) {
   int low_left[kBlockFrames], low_right[kBlockFrames];
   int high_left[kBlockFrames], high_right[kBlockFrames];
-  spectral_band_split_block(bass->split_left, in_left, low_left, high_left, n);
-  spectral_band_split_block(bass->split_right, in_right, low_right, high_right, n);
-  mix_bass(bass, low_left, low_right, n);
-  iir_block_32(bass->align_left, high_left, high_left, n);
-  iir_block_32(bass->align_right, high_right, high_right, n);
+  int plain[kBlockFrames], harmonics[kBlockFrames];
+  spectral_band_splits_block({bass->split_left, in_left, low_left, high_left},
+                             {bass->split_right, in_right, low_right, high_right}, n);
+  make_harmonics(bass, low_left, low_right, plain, harmonics, n);
+  const iir_chain chains[] = {{harmonics, harmonics, &bass->nld_band, 1},
+                              {plain, plain, &bass->align_bass, 1},
+                              {high_left, high_left, &bass->align_left, 1},
+                              {high_right, high_right, &bass->align_right, 1}};
+  iir_chains_32(chains, 4, n);
+  mix_bass(bass, plain, harmonics, n);
   scale_block(bass->high_band_gain, high_left, out_left, n);
   scale_block(bass->high_band_gain, high_right, out_right, n);
   compressor_bass_process(bass->bass_compressor, bass->bass_buffer, bass->bass_buffer, n);
