@@ -191,7 +191,7 @@ void print_recording(const module& m, const samples& left, const samples& right)
       "                                  for a program that counts instructions\n"
       "sonx_speed --list                 the modules and their frames a period, tab-separated\n"
       "sonx_speed --kernels              which block kernels run\n"
-      "  --module NAME                   that module alone\n",
+      "  --module NAME                   that module alone, with any of these\n",
       stderr);
   std::exit(2);
 }
