@@ -1,6 +1,7 @@
 #include "dsp/iir_lanes_internal.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <cstring>
 
 #include "dsp/block.h"
@@ -8,19 +9,16 @@
 
 namespace {
 
-constexpr int kFewestSections = 3;  // below, and for shorter calls, lanes don't pay
-constexpr int kFewestSamples = 8;   // and at least two results of every section are needed
+constexpr int kFewestSections = 3;  // below, lanes don't pay
 constexpr int kUnity = 1 << 28;
 
-// The scales on both sides of a chain's sections.
+// What becomes of a section's results.
 struct scaled_32 {
-  static int up(int in) { return saturate32(int64_t{in} * 32); }
   static int down(int y) { return y >> 5; }
   static int handed_on(int y) { return y & ~31; }
   static constexpr auto* portable = iir_chains_32_portable;
 };
 struct unscaled {
-  static int up(int in) { return in; }
   static int down(int y) { return y; }
   static int handed_on(int y) { return y; }
   static constexpr auto* portable = iir_chains_wrapping_portable;
@@ -58,8 +56,6 @@ void load_section(iir_lanes* lanes, int row, int column, const IIR& section) {
   lanes->first[row][column] =
       mac(mac(mac(mac(0, coef[1], x1), coef[2], x2), coef[3], y1), coef[4], y2);
   lanes->second[row][column] = mac(mac(0, coef[2], x1), coef[4], y1);
-  lanes->y1[row][column] = y1;
-  lanes->y2[row][column] = y2;
 }
 
 // What follows a chain's sections down to the last row lets their results through.
@@ -82,7 +78,7 @@ void store_chain(const iir_lanes& lanes, const iir_chain& chain, int column, int
                  int x2) {
   for (int k = 0; k < chain.count; ++k) {
     const int row = k % rows, here = column + k / rows;
-    const int y1 = lanes.y1[row][here], y2 = lanes.y2[row][here];
+    const int y1 = lanes.last[k + 1][row][here], y2 = lanes.last[k][row][here];
     const int words[] = {x1, x1, x2, y1, y2};
     std::copy_n(words, 5, chain.sections[k]->state);
     x1 = Scale::handed_on(y1);
@@ -90,11 +86,12 @@ void store_chain(const iir_lanes& lanes, const iir_chain& chain, int column, int
   }
 }
 
-// 2 <= n <= kBlockFrames samples through chains that find place in that many rows.
+// kFewestLaneSamples <= n <= kBlockFrames samples through chains that find place in that many rows.
 template <typename Scale>
 void run_in_lanes(const iir_chain* chains, int chain_count, int n, int rows,
-                  lane_stepper* stepper) {
-  iir_lanes lanes = {};
+                  const lane_kernels& kernels) {
+  iir_lanes lanes;
+  std::memset(&lanes, 0, offsetof(iir_lanes, last));
   alignas(32) int_row in[kBlockFrames + kMostLag], out[kBlockFrames + kMostLag];
   const int* source[kColumns];
   std::fill_n(source, kColumns, chains[0].in);  // for columns that no chain starts in
@@ -102,11 +99,10 @@ void run_in_lanes(const iir_chain* chains, int chain_count, int n, int rows,
     load_chain(&lanes, chain, column, rows, last);
     source[column] = chain.in;
   });
-  for (int i = 0; i < n; ++i)
-    for (int c = 0; c < kColumns; ++c) in[i][c] = Scale::up(source[c][i]);
+  kernels.interleave(source, in, n);
   std::memset(in + n, 0, sizeof(int_row) * static_cast<size_t>(lanes.longest_lag));
 
-  stepper(&lanes, in, out, n);
+  kernels.step[rows - 1](&lanes, in, out, n);
 
   for_each_place(chains, chain_count, rows, [&](const iir_chain& chain, int column, int last) {
     store_chain<Scale>(lanes, chain, column, rows, in[n - 1][column], in[n - 2][column]);
@@ -117,8 +113,8 @@ void run_in_lanes(const iir_chain* chains, int chain_count, int n, int rows,
 }
 
 template <typename Scale>
-void run(const iir_chain* chains, int chain_count, int n, const lane_steppers& steppers) {
-  if (n < kFewestSamples || n > kBlockFrames) return Scale::portable(chains, chain_count, n);
+void run(const iir_chain* chains, int chain_count, int n, const lane_kernels& kernels) {
+  if (n < kFewestLaneSamples || n > kBlockFrames) return Scale::portable(chains, chain_count, n);
   int sections = 0, shortest = kFewestSections;
   for (int c = 0; c < chain_count; ++c) {
     sections += chains[c].count;
@@ -130,21 +126,21 @@ void run(const iir_chain* chains, int chain_count, int n, const lane_steppers& s
     Scale::portable(chains, chain_count, n);
   } else if (rows > kMostRows) {
     const int half = chain_count / 2;
-    run<Scale>(chains, half, n, steppers);
-    run<Scale>(chains + half, chain_count - half, n, steppers);
+    run<Scale>(chains, half, n, kernels);
+    run<Scale>(chains + half, chain_count - half, n, kernels);
   } else {
-    run_in_lanes<Scale>(chains, chain_count, n, rows, steppers[rows - 1]);
+    run_in_lanes<Scale>(chains, chain_count, n, rows, kernels);
   }
 }
 
 }  // namespace
 
 void iir_chains_32_in_lanes(const iir_chain* chains, int chain_count, int n,
-                            const lane_steppers& steppers) {
-  run<scaled_32>(chains, chain_count, n, steppers);
+                            const lane_kernels& kernels) {
+  run<scaled_32>(chains, chain_count, n, kernels);
 }
 
 void iir_chains_wrapping_in_lanes(const iir_chain* chains, int chain_count, int n,
-                                  const lane_steppers& steppers) {
-  run<unscaled>(chains, chain_count, n, steppers);
+                                  const lane_kernels& kernels) {
+  run<unscaled>(chains, chain_count, n, kernels);
 }

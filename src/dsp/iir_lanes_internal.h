@@ -18,6 +18,8 @@
 //   b2 x[n-1] - a2 y[n-1] once the sample is done, are the same products in another order, and
 //   64-bit addition wraps. They replace the history in the loop; it is rebuilt at the end from the
 //   last two results of every section.
+// - A section that waits for its first sample, or has done its last, steps along on whatever comes;
+//   it takes up its state at its first sample, and nobody listens to it after its last.
 // - From one section to the next a result y goes 5 bits down and up again: that is y without its
 //   low five bits, with nothing left to saturate. Only a chain's input needs the clamp.
 // - A section of b0 = 1.0 alone gives back an input whose low five bits are clear (so that it isn't
@@ -31,28 +33,30 @@
 constexpr int kColumns = 4;
 constexpr int kMostRows = 5;
 constexpr int kMostLag = kColumns * kMostRows - 1;
+constexpr int kFewestLaneSamples = 8;  // what a call takes at least
 
 using int_row = int[kColumns];
 using int64_row = int64_t[kColumns];
 
 struct alignas(32) iir_lanes {
-  int64_row first[kMostRows], second[kMostRows];  // the carried sums
+  int64_row first[kMostRows], second[kMostRows];  // the carried sums before the first sample
   int_row coef[kMostRows][5];                     // b0, b1, b2, -a1, -a2
-  int_row y1[kMostRows], y2[kMostRows];           // last results
   int_row lag[kMostRows];                         // the step of a section's first sample
   int_row head;                                   // -1 where a chain starts, else 0
   int longest_lag;
+  alignas(16) int_row last[kMostLag + 2][kMostRows];  // results of step n - 2 and of those after it
 };
 
-// Runs n + longest_lag steps: takes a row of chain inputs at each (those beyond n count for
-// nothing), gives the last row's results, and leaves y1 and y2 as they are after n samples.
-using lane_stepper = void(iir_lanes* lanes, const int_row* in, int_row* out, int n);
-
-// One per number of rows, 1 first.
-using lane_steppers = lane_stepper* const[kMostRows];
+struct lane_kernels {
+  // The chains' inputs, scaled as the sections need them, into rows.
+  void (*interleave)(const int* const (&column)[kColumns], int_row* rows, int n);
+  // Runs n + longest_lag steps: takes a row of inputs at each (those beyond n count for nothing),
+  // gives the last row's results, and fills `last`. One per number of rows, 1 first.
+  void (*step[kMostRows])(iir_lanes* lanes, const int_row* in, int_row* out, int n);
+};
 
 // iir_chains_32 and iir_chains_wrapping by way of lanes.
 void iir_chains_32_in_lanes(const iir_chain* chains, int chain_count, int n,
-                            const lane_steppers& steppers);
+                            const lane_kernels& kernels);
 void iir_chains_wrapping_in_lanes(const iir_chain* chains, int chain_count, int n,
-                                  const lane_steppers& steppers);
+                                  const lane_kernels& kernels);
