@@ -14,12 +14,20 @@ namespace {
 constexpr kernel_table kPortable = {
     .name = "portable",
     .iir_chains_32 = iir_chains_32_portable,
+    .comb_quartets_add_16 = comb_quartets_add_16_portable,
+    .comb_quartets_add_24 = comb_quartets_add_24_portable,
+    .allpass_block = allpass_block_portable,
+    .mix_three_block = mix_three_block_portable,
 };
 
 #ifdef SONX_AVX2_KERNELS
 constexpr kernel_table kAvx2 = {
     .name = "avx2",
     .iir_chains_32 = iir_chains_32_portable,
+    .comb_quartets_add_16 = comb_quartets_add_16_avx2,
+    .comb_quartets_add_24 = comb_quartets_add_24_avx2,
+    .allpass_block = allpass_block_avx2,
+    .mix_three_block = mix_three_block_avx2,
 };
 #endif
 
@@ -27,6 +35,10 @@ constexpr kernel_table kAvx2 = {
 constexpr kernel_table kNeon = {
     .name = "neon",
     .iir_chains_32 = iir_chains_32_portable,
+    .comb_quartets_add_16 = comb_quartets_add_16_neon,
+    .comb_quartets_add_24 = comb_quartets_add_24_neon,
+    .allpass_block = allpass_block_neon,
+    .mix_three_block = mix_three_block_neon,
 };
 #endif
 

@@ -9,11 +9,18 @@
 
 #include <atomic>
 
+#include "dsp/allpass_block.h"
+#include "dsp/comb_bank_block.h"
 #include "dsp/iir_chains_block.h"
+#include "dsp/mix_block.h"
 
 struct kernel_table {
   const char* name;  // portable, avx2, neon
   decltype(::iir_chains_32)* iir_chains_32;
+  decltype(::comb_quartets_add_16)* comb_quartets_add_16;
+  decltype(::comb_quartets_add_24)* comb_quartets_add_24;
+  decltype(::allpass_block)* allpass_block;
+  decltype(::mix_three_block)* mix_three_block;
 };
 
 // What runs: null until the first call of kernels(). Several threads may choose at once: they come
