@@ -58,20 +58,3 @@ void iir_block_32(IIR* section, const int* in, int* out, int n) {
   for (int i = 0; i < n; ++i) out[i] = iir_step_32(registers, in[i]);
   registers.store(section);
 }
-
-// Two sections in one pass: while the first waits for its own last result, the second has work.
-static void iir_pair_32(IIR* first, IIR* second, const int* in, int* out, int n) {
-  iir_registers a(first), b(second);
-  for (int i = 0; i < n; ++i) out[i] = iir_step_32(b, iir_step_32(a, in[i]));
-  a.store(first);
-  b.store(second);
-}
-
-void iir_cascade_32(IIR* const* sections, int count, const int* in, int* out, int n) {
-  int k = 0;
-  for (; k + 1 < count; k += 2) {
-    iir_pair_32(sections[k], sections[k + 1], in, out, n);
-    in = out;
-  }
-  if (k < count) iir_block_32(sections[k], in, out, n);
-}

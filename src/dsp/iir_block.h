@@ -62,6 +62,14 @@ inline int16_t iir_step_16(iir_registers& s, int16_t in) {
   return saturate16(silence_minus_one(y >> 13));
 }
 
+// Q28 coefficients, samples as they are; nothing saturates, a result keeps its low 32 bits.
+inline int iir_step_wrapping(iir_registers& s, int x) {
+  const int y = wrap32(s.accumulate(0, x) >> 28);
+  s.x0 = x;
+  s.shift(x, y);
+  return y;
+}
+
 // n samples through one section; in place allowed; n < 1 does nothing. The same bits as n calls of
 // IIR_process_32.
 void iir_block_32(IIR* section, const int* in, int* out, int n);

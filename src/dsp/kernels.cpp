@@ -14,6 +14,7 @@ namespace {
 constexpr kernel_table kPortable = {
     .name = "portable",
     .iir_chains_32 = iir_chains_32_portable,
+    .iir_chains_wrapping = iir_chains_wrapping_portable,
     .comb_quartets_add_16 = comb_quartets_add_16_portable,
     .comb_quartets_add_24 = comb_quartets_add_24_portable,
     .allpass_block = allpass_block_portable,
@@ -23,7 +24,8 @@ constexpr kernel_table kPortable = {
 #ifdef SONX_AVX2_KERNELS
 constexpr kernel_table kAvx2 = {
     .name = "avx2",
-    .iir_chains_32 = iir_chains_32_portable,
+    .iir_chains_32 = iir_chains_32_avx2,
+    .iir_chains_wrapping = iir_chains_wrapping_avx2,
     .comb_quartets_add_16 = comb_quartets_add_16_avx2,
     .comb_quartets_add_24 = comb_quartets_add_24_avx2,
     .allpass_block = allpass_block_avx2,
@@ -34,7 +36,8 @@ constexpr kernel_table kAvx2 = {
 #ifdef SONX_NEON_KERNELS
 constexpr kernel_table kNeon = {
     .name = "neon",
-    .iir_chains_32 = iir_chains_32_portable,
+    .iir_chains_32 = iir_chains_32_neon,
+    .iir_chains_wrapping = iir_chains_wrapping_neon,
     .comb_quartets_add_16 = comb_quartets_add_16_neon,
     .comb_quartets_add_24 = comb_quartets_add_24_neon,
     .allpass_block = allpass_block_neon,

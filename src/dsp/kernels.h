@@ -17,6 +17,7 @@
 struct kernel_table {
   const char* name;  // portable, avx2, neon
   decltype(::iir_chains_32)* iir_chains_32;
+  decltype(::iir_chains_wrapping)* iir_chains_wrapping;
   decltype(::comb_quartets_add_16)* comb_quartets_add_16;
   decltype(::comb_quartets_add_24)* comb_quartets_add_24;
   decltype(::allpass_block)* allpass_block;

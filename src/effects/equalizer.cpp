@@ -7,6 +7,7 @@
 #include "dsp/block.h"
 #include "dsp/gain_block.h"
 #include "dsp/iir_block.h"
+#include "dsp/iir_chains_block.h"
 #include "dsp/memory.h"
 #include "log.h"
 
@@ -162,8 +163,9 @@ void equalizer_process_stereo(equalizer_t* equalizer, int* in_left, int* in_righ
   for_each_block(n, [&](int start, int count) {
     gain_block(in_left + start, equalizer->gain, left, count);
     gain_block(in_right + start, equalizer->gain, right, count);
-    iir_cascade_32(equalizer->left_section, kBands, left, left, count);
-    iir_cascade_32(equalizer->right_section, kBands, right, right, count);
+    const iir_chain chains[] = {{left, left, equalizer->left_section, kBands},
+                                {right, right, equalizer->right_section, kBands}};
+    iir_chains_32(chains, 2, count);
     std::copy_n(left, count, out_left + start);
     std::copy_n(right, count, out_right + start);
   });

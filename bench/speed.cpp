@@ -1,0 +1,249 @@
+// Prints what the modules cost, one table a run. See usage() for the tables. The environment
+// variable SONX_KERNELS names the block kernels that run; without it, the processor's best.
+//
+// Times are processor time, so that a busy machine counts less; the two forms take turns on one
+// record in short stretches, and of each the fastest stretch counts, so that it counts hardly at
+// all. Input is a tenth of a second that repeats: too long for a branch predictor to learn.
+#include <time.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <fstream>
+#include <limits>
+#include <random>
+#include <string>
+
+#include "dsp/kernels.h"
+#include "plain/modules.h"
+
+namespace {
+
+constexpr int kInput = 4800;       // frames; whole periods of 240 and of 160
+constexpr int kTurns = 400;        // stretches of each form
+constexpr double kStretch = 2e-4;  // seconds, about
+
+using samples = std::vector<int>;
+
+double processor_seconds() {
+  timespec t;
+  clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &t);
+  return static_cast<double>(t.tv_sec) + 1e-9 * static_cast<double>(t.tv_nsec);
+}
+
+// ---- Signals, full scale being 2^23.
+
+samples noise(int amplitude, unsigned seed) {
+  std::mt19937 generator(seed);
+  samples x(kInput);
+  for (int& v : x)
+    v = static_cast<int>(static_cast<int64_t>(generator()) * (2LL * amplitude + 1) >> 32) -
+        amplitude;
+  return x;
+}
+
+samples full_scale(unsigned seed) {
+  samples x = noise(1 << 20, seed);
+  for (int& v : x) v = v < 0 ? -8388608 : 8388607;
+  return x;
+}
+
+// From 64 down through 1 to nothing, every 400 frames.
+samples tiny_decays(unsigned seed) {
+  samples x(kInput);
+  for (int i = 0; i < kInput; ++i)
+    x[static_cast<size_t>(i)] = static_cast<int>(
+        std::lround(64.0 * std::exp(-(i % 400) / 60.0) * std::cos(i * 0.3 * seed)));
+  return x;
+}
+
+struct signal {
+  const char* name;
+  samples (*make)(unsigned seed);
+};
+constexpr signal kSignals[] = {
+    {"noise", [](unsigned seed) { return noise(0x200000, seed); }},  // peaks at -12 dBFS
+    {"silence", [](unsigned) { return samples(kInput); }},
+    {"full scale", full_scale},
+    {"tiny decays", tiny_decays},
+};
+
+// ---- Stretches.
+
+// A module that walks through its input, which repeats.
+class runner {
+ public:
+  runner(const module& m, const signal& s) : runner(m, s.make(1), s.make(2)) {}
+  runner(const module& m, const samples& left, const samples& right)
+      : frames_(m.frames), length_(static_cast<int>(left.size())), subject_(m.make()) {
+    subject_->load(left, right);
+  }
+
+  void run(form which, int runs) {
+    for (int i = 0; i < runs; ++i) {
+      subject_->run(which, place_, frames_);
+      place_ += frames_;
+      if (place_ + frames_ > length_) place_ = 0;
+    }
+  }
+  double seconds(form which, int runs) {
+    const double start = processor_seconds();
+    run(which, runs);
+    return processor_seconds() - start;
+  }
+
+ private:
+  int frames_, length_, place_ = 0;
+  std::unique_ptr<subject> subject_;
+};
+
+// One form of one runner, and the fastest time of a frame so far.
+struct contender {
+  runner* where;
+  form which;
+  int frames;  // of a run
+  int runs = 1;
+  double best = std::numeric_limits<double>::infinity();  // seconds of a frame
+
+  void find_stretch() {
+    where->run(which, 20);  // warm, and settled on the signal
+    while (where->seconds(which, runs) < kStretch && runs < 1 << 20) runs *= 2;
+  }
+  void take_turn() { best = std::min(best, where->seconds(which, runs) / runs / frames); }
+  double nanoseconds() const { return best * 1e9; }
+};
+
+void compete(std::vector<contender>& all) {
+  for (contender& c : all) c.find_stretch();
+  for (int turn = 0; turn < kTurns; ++turn)
+    for (contender& c : all) c.take_turn();
+}
+
+// ---- Tables, in Markdown.
+
+void print_ratios(const module& m) {
+  runner r(m, kSignals[0]);
+  std::vector<contender> both = {{&r, form::plain, m.frames}, {&r, form::block, m.frames}};
+  compete(both);
+  const double plain = both[0].nanoseconds(), block = both[1].nanoseconds();
+  std::printf("| %s | %.1f | %.1f | %.0f | %.2f |\n", m.name, plain, block, 1e9 / m.rate / block,
+              plain / block);
+}
+
+void print_signals(const module& m) {
+  std::vector<runner> runners;
+  for (const signal& s : kSignals) runners.emplace_back(m, s);
+  std::vector<contender> all;
+  for (runner& r : runners) all.push_back({&r, form::block, m.frames});
+  compete(all);
+  std::printf("| %s |", m.name);
+  for (const contender& c : all) std::printf(" %.1f |", c.nanoseconds());
+  const auto [least, most] =
+      std::minmax_element(all.begin(), all.end(),
+                          [](const contender& a, const contender& b) { return a.best < b.best; });
+  std::printf(" %.2f |\n", most->best / least->best);
+}
+
+void print_heading(const std::string& columns) {
+  std::printf("Kernels: %s.\n\n%s\n", kernels().name, columns.c_str());
+  const auto count = std::count(columns.begin(), columns.end(), '|') - 2;
+  std::printf("|---|");
+  for (int i = 0; i < count; ++i) std::printf("---:|");
+  std::printf("\n");
+}
+
+// ---- The recording that peers get too: raw 16-bit stereo in the machine's byte order.
+
+void read_recording(const char* file, samples& left, samples& right) {
+  std::ifstream in(file, std::ios::binary);
+  short frame[2];
+  while (in.read(reinterpret_cast<char*>(frame), sizeof frame)) {
+    left.push_back(frame[0] * 256);
+    right.push_back(frame[1] * 256);
+  }
+}
+
+// Nanoseconds of a frame, from the fastest of five passes over the whole recording.
+void print_recording(const module& m, const samples& left, const samples& right) {
+  runner r(m, left, right);
+  const int runs = static_cast<int>(left.size()) / m.frames;
+  double best = std::numeric_limits<double>::infinity();
+  for (int pass = 0; pass < 5; ++pass) best = std::min(best, r.seconds(form::block, runs));
+  std::printf("%s\t%.2f\n", m.name, best * 1e9 / runs / m.frames);
+}
+
+[[noreturn]] void usage() {
+  std::fputs(
+      "sonx_speed                        ns per frame, plain and block, times real time, ratio\n"
+      "sonx_speed --signals              ns per frame by signal\n"
+      "sonx_speed --recording FILE       ns per frame on raw 16-bit stereo, tab-separated\n"
+      "sonx_speed --run plain|block N    runs the module's form on N periods and prints nothing,\n"
+      "                                  for a program that counts instructions\n"
+      "sonx_speed --list                 the modules and their frames a period, tab-separated\n"
+      "sonx_speed --kernels              which block kernels run\n"
+      "  --module NAME                   that module alone\n",
+      stderr);
+  std::exit(2);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  std::string table = "--ratios", module_name, argument;
+  int runs = 0;
+  for (int i = 1; i < argc; ++i) {
+    const std::string option = argv[i];
+    const auto next = [&]() -> const char* { return i + 1 < argc ? argv[++i] : (usage(), ""); };
+    if (option == "--module") {
+      module_name = next();
+      continue;
+    }
+    table = option;
+    if (option == "--recording") argument = next();
+    if (option == "--run") {
+      argument = next();
+      runs = std::atoi(next());
+    }
+  }
+
+  const char* variant = std::getenv("SONX_KERNELS");
+  if (variant != nullptr && !select_kernels(variant)) {
+    std::fprintf(stderr, "SONX_KERNELS: no kernels called %s here\n", variant);
+    return 1;
+  }
+
+  std::vector<module> chosen;
+  for (const module& m : all_modules())
+    if (module_name.empty() || module_name == m.name) chosen.push_back(m);
+  if (chosen.empty()) usage();
+
+  if (table == "--ratios") {
+    print_heading("| module | plain, ns | block, ns | times real time | plain / block |");
+    for (const module& m : chosen) print_ratios(m);
+  } else if (table == "--signals") {
+    std::string columns = "| module |";
+    for (const signal& s : kSignals) columns += std::string(" ") + s.name + ", ns |";
+    print_heading(columns + " most / least |");
+    for (const module& m : chosen) print_signals(m);
+  } else if (table == "--recording") {
+    samples left, right;
+    read_recording(argument.c_str(), left, right);
+    if (left.size() < kPeriod) {
+      std::fprintf(stderr, "sonx_speed: nothing to read in '%s'\n", argument.c_str());
+      return 1;
+    }
+    for (const module& m : chosen) print_recording(m, left, right);
+  } else if (table == "--run" && (argument == "plain" || argument == "block")) {
+    for (const module& m : chosen)
+      runner(m, kSignals[0]).run(argument == "plain" ? form::plain : form::block, runs);
+  } else if (table == "--list") {
+    for (const module& m : chosen) std::printf("%s\t%d\n", m.name, m.frames);
+  } else if (table == "--kernels") {
+    std::printf("%s\n", kernels().name);
+  } else {
+    usage();
+  }
+  return 0;
+}
