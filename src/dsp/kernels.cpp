@@ -19,6 +19,9 @@ constexpr kernel_table kPortable = {
     .comb_quartets_add_24 = comb_quartets_add_24_portable,
     .allpass_block = allpass_block_portable,
     .mix_three_block = mix_three_block_portable,
+    .mix_wrapping_block = mix_wrapping_block_portable,
+    .fade_block = fade_block_portable,
+    .fir_sums_block = fir_sums_block_portable,
 };
 
 #ifdef SONX_AVX2_KERNELS
@@ -30,6 +33,9 @@ constexpr kernel_table kAvx2 = {
     .comb_quartets_add_24 = comb_quartets_add_24_avx2,
     .allpass_block = allpass_block_avx2,
     .mix_three_block = mix_three_block_avx2,
+    .mix_wrapping_block = mix_wrapping_block_avx2,
+    .fade_block = fade_block_avx2,
+    .fir_sums_block = fir_sums_block_avx2,
 };
 #endif
 
@@ -42,6 +48,9 @@ constexpr kernel_table kNeon = {
     .comb_quartets_add_24 = comb_quartets_add_24_neon,
     .allpass_block = allpass_block_neon,
     .mix_three_block = mix_three_block_neon,
+    .mix_wrapping_block = mix_wrapping_block_neon,
+    .fade_block = fade_block_neon,
+    .fir_sums_block = fir_sums_block_neon,
 };
 #endif
 
