@@ -43,18 +43,15 @@ inline sums change(uint32x4_t mask, sums changed, sums was) {
   return {vbslq_s64(low, changed.low, was.low), vbslq_s64(high, changed.high, was.high)};
 }
 
-// A row of sections in registers.
+// A row of sections. There are more coefficients than registers: they are loaded where they are
+// used, both halves at once.
 struct row_registers {
-  int32x4_t b0, b1, b2, a1, a2;
+  const int_row* coef;
   sums first, second;  // the carried sums
   int32x4_t y;         // last results
 
   void load_from(const iir_lanes& lanes, int row) {
-    b0 = vld1q_s32(lanes.coef[row][0]);
-    b1 = vld1q_s32(lanes.coef[row][1]);
-    b2 = vld1q_s32(lanes.coef[row][2]);
-    a1 = vld1q_s32(lanes.coef[row][3]);
-    a2 = vld1q_s32(lanes.coef[row][4]);
+    coef = lanes.coef[row];
     first = second = {vdupq_n_s64(0), vdupq_n_s64(0)};
     y = vdupq_n_s32(0);
   }
@@ -68,9 +65,9 @@ struct row_registers {
 
   template <rule results>
   void step(int32x4_t x) {
-    y = result<results>(mac(first, b0, x));
-    first = mac(mac(second, b1, x), a1, y);
-    second = mac(product(b2, x), a2, y);
+    y = result<results>(mac(first, vld1q_s32(coef[0]), x));
+    first = mac(mac(second, vld1q_s32(coef[1]), x), vld1q_s32(coef[3]), y);
+    second = mac(product(vld1q_s32(coef[2]), x), vld1q_s32(coef[4]), y);
   }
 };
 
