@@ -22,6 +22,7 @@ constexpr kernel_table kPortable = {
     .mix_wrapping_block = mix_wrapping_block_portable,
     .fade_block = fade_block_portable,
     .fir_sums_block = fir_sums_block_portable,
+    .arithmetic = &kArithmeticPortable,
 };
 
 #ifdef SONX_AVX2_KERNELS
@@ -36,6 +37,7 @@ constexpr kernel_table kAvx2 = {
     .mix_wrapping_block = mix_wrapping_block_avx2,
     .fade_block = fade_block_avx2,
     .fir_sums_block = fir_sums_block_avx2,
+    .arithmetic = &kArithmeticAvx2,
 };
 #endif
 
@@ -51,6 +53,7 @@ constexpr kernel_table kNeon = {
     .mix_wrapping_block = mix_wrapping_block_neon,
     .fade_block = fade_block_neon,
     .fir_sums_block = fir_sums_block_neon,
+    .arithmetic = &kArithmeticNeon,
 };
 #endif
 

@@ -10,6 +10,7 @@
 #include <atomic>
 
 #include "dsp/allpass_block.h"
+#include "dsp/arithmetic_block.h"
 #include "dsp/comb_bank_block.h"
 #include "dsp/fade_block.h"
 #include "dsp/fir_block.h"
@@ -27,6 +28,7 @@ struct kernel_table {
   decltype(::mix_wrapping_block)* mix_wrapping_block;
   decltype(::fade_block)* fade_block;
   decltype(::fir_sums_block)* fir_sums_block;
+  const block_arithmetic* arithmetic;
 };
 
 // What runs: null until the first call of kernels(). Several threads may choose at once: they come

@@ -2,8 +2,8 @@
 
 #include <algorithm>
 
+#include "dsp/arithmetic_block.h"
 #include "dsp/block.h"
-#include "dsp/gain_block.h"
 #include "dsp/iir_chains_block.h"
 
 namespace {
@@ -105,8 +105,8 @@ void parameter_equalizer_process_stereo(parameter_equalizer_t* equalizer, int* i
   const channel_sections right_bands(e.coef_left, e.state_right);
   int left[kBlockFrames], right[kBlockFrames];
   for_each_block(n, [&](int start, int count) {
-    gain_block(in_left + start, e.gain_left, left, count);
-    gain_block(in_right + start, e.gain_right, right, count);
+    arithmetic().scale_down(in_left + start, e.gain_left, left, count);
+    arithmetic().scale_down(in_right + start, e.gain_right, right, count);
     const iir_chain chains[] = {{left, left, left_bands.pointer, e.band_count_left},
                                 {right, right, right_bands.pointer, e.band_count_right}};
     iir_chains_wrapping(chains, 2, count);
@@ -119,7 +119,7 @@ void parameter_equalizer_process_mono(parameter_equalizer_t* equalizer, int* in,
   parameter_equalizer_t& e = *equalizer;
   const channel_sections bands(e.coef_left, e.state_left);
   for_each_block(n, [&](int start, int count) {
-    gain_block(in + start, e.gain_left, out + start, count);
+    arithmetic().scale_down(in + start, e.gain_left, out + start, count);
     const iir_chain chain = {out + start, out + start, bands.pointer, e.band_count_left};
     iir_chains_wrapping(&chain, 1, count);
   });
