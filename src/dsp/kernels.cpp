@@ -15,6 +15,13 @@ constexpr kernel_table kPortable = {
     .name = "portable",
     .iir_chains_32 = iir_chains_32_portable,
     .iir_chains_wrapping = iir_chains_wrapping_portable,
+    .comb_quartets_add_16 = comb_quartets_add_16_portable,
+    .comb_quartets_add_24 = comb_quartets_add_24_portable,
+    .allpass_block = allpass_block_portable,
+    .mix_three_block = mix_three_block_portable,
+    .mix_wrapping_block = mix_wrapping_block_portable,
+    .fade_block = fade_block_portable,
+    .fir_sums_block = fir_sums_block_portable,
     .arithmetic = &kArithmeticPortable,
 };
 
@@ -23,6 +30,13 @@ constexpr kernel_table kAvx2 = {
     .name = "avx2",
     .iir_chains_32 = iir_chains_32_avx2,
     .iir_chains_wrapping = iir_chains_wrapping_avx2,
+    .comb_quartets_add_16 = comb_quartets_add_16_avx2,
+    .comb_quartets_add_24 = comb_quartets_add_24_avx2,
+    .allpass_block = allpass_block_avx2,
+    .mix_three_block = mix_three_block_avx2,
+    .mix_wrapping_block = mix_wrapping_block_avx2,
+    .fade_block = fade_block_avx2,
+    .fir_sums_block = fir_sums_block_avx2,
     .arithmetic = &kArithmeticAvx2,
 };
 #endif
@@ -32,6 +46,13 @@ constexpr kernel_table kNeon = {
     .name = "neon",
     .iir_chains_32 = iir_chains_32_neon,
     .iir_chains_wrapping = iir_chains_wrapping_neon,
+    .comb_quartets_add_16 = comb_quartets_add_16_neon,
+    .comb_quartets_add_24 = comb_quartets_add_24_neon,
+    .allpass_block = allpass_block_neon,
+    .mix_three_block = mix_three_block_neon,
+    .mix_wrapping_block = mix_wrapping_block_neon,
+    .fade_block = fade_block_neon,
+    .fir_sums_block = fir_sums_block_neon,
     .arithmetic = &kArithmeticNeon,
 };
 #endif

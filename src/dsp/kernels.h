@@ -9,13 +9,25 @@
 
 #include <atomic>
 
+#include "dsp/allpass_block.h"
 #include "dsp/arithmetic_block.h"
+#include "dsp/comb_bank_block.h"
+#include "dsp/fade_block.h"
+#include "dsp/fir_block.h"
 #include "dsp/iir_chains_block.h"
+#include "dsp/mix_block.h"
 
 struct kernel_table {
   const char* name;  // portable, avx2, neon
   decltype(::iir_chains_32)* iir_chains_32;
   decltype(::iir_chains_wrapping)* iir_chains_wrapping;
+  decltype(::comb_quartets_add_16)* comb_quartets_add_16;
+  decltype(::comb_quartets_add_24)* comb_quartets_add_24;
+  decltype(::allpass_block)* allpass_block;
+  decltype(::mix_three_block)* mix_three_block;
+  decltype(::mix_wrapping_block)* mix_wrapping_block;
+  decltype(::fade_block)* fade_block;
+  decltype(::fir_sums_block)* fir_sums_block;
   const block_arithmetic* arithmetic;
 };
 

@@ -101,15 +101,11 @@ void early_reflector_update(early_reflector* reflector) {
 
 namespace {
 
-// One channel's room: a quarter of the input, so that four combs do not overflow
-// (-1 becomes 0), through the high-pass into the bank.
-inline void reflect(IIR* highpass, comber* const (&comb)[4], allpass* const (&section)[2],
-                    const int* in, int* wet, int n) {
-  int fed[kBlockFrames];
+// A quarter of the input, so that four combs do not overflow (-1 becomes 0), through the high-pass.
+inline void feed(IIR* highpass, const int* in, int* fed, int n) {
   if (n < 1) return;  // never: lets the compiler see that fed is written
   for (int i = 0; i < n; ++i) fed[i] = silence_minus_one(in[i] >> 2);
   iir_block_32(highpass, fed, fed, n);
-  run_bank<24>(comb, section, fed, wet, n);
 }
 
 // wet x wet gain + in x dry gain, both Q13, each saturated and their sum too, into wet.
@@ -127,11 +123,14 @@ inline void mix(const early_reflector* reflector, const int* in, int* wet, int n
 //       └────────────────────────────────────────────► × dry ───┘    gains Q13
 inline void process(early_reflector* reflector, const int* in_left, const int* in_right,
                     int* out_left, int* out_right, int n) {
+  int fed_left[kBlockFrames], fed_right[kBlockFrames];
   int left[kBlockFrames], right[kBlockFrames];
-  reflect(reflector->highpass_left, reflector->comb_left, reflector->allpass_left, in_left, left,
-          n);
-  reflect(reflector->highpass_right, reflector->comb_right, reflector->allpass_right, in_right,
-          right, n);
+  feed(reflector->highpass_left, in_left, fed_left, n);
+  feed(reflector->highpass_right, in_right, fed_right, n);
+  run_combs<24>({{reflector->comb_left, fed_left, left}, {reflector->comb_right, fed_right, right}},
+                n);
+  run_allpasses(reflector->allpass_left, left, n);
+  run_allpasses(reflector->allpass_right, right, n);
   mix(reflector, in_left, left, n);
   mix(reflector, in_right, right, n);
   dc_remove_block_24(reflector->dc_left, left, out_left, n);

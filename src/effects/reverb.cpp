@@ -3,6 +3,8 @@
 #include <iterator>
 
 #include "dsp/block.h"
+#include "dsp/gain_block.h"
+#include "dsp/mix_block.h"
 #include "effects/room_internal.h"
 
 namespace {
@@ -102,20 +104,12 @@ void reverb_update(reverb_t* reverb) {
 
 namespace {
 
-// Q13 gain into the combs, saturated, -1 becomes 0.
-template <typename Sample>
-inline void apply_gain(int gain, const Sample* in, int* out, int n) {
-  for (int i = 0; i < n; ++i) out[i] = scale_down<13>(int64_t{gain} * in[i]);
-}
-
-// in x dry + own tail x wet1 + other tail x wet2, Q13 gains, one 64-bit sum that wraps on wild
-// gains, saturated to 32 bits.
-template <typename Sample>
-inline void mix(const reverb_t* reverb, const Sample* in, const int* own, const int* other,
-                int* out, int n) {
-  const int dry = reverb->dry_scaled, wet1 = reverb->wet1, wet2 = reverb->wet2;
-  for (int i = 0; i < n; ++i)
-    out[i] = saturate32(mac(mac(int64_t{in[i]} * dry, own[i], wet1), other[i], wet2) >> 13);
+// One channel's eight combs and four all-passes.
+template <int width>
+inline void run_bank(comber* const (&combs)[8], allpass* const (&sections)[4], const int* in,
+                     int* tail, int n) {
+  run_combs<width>({{combs, in, tail}, {combs + 4, in, tail}}, n);
+  run_allpasses(sections, tail, n);
 }
 
 // One block of at most kBlockFrames frames. The inputs are read before the outputs are written, so
@@ -124,31 +118,25 @@ inline void mix(const reverb_t* reverb, const Sample* in, const int* own, const 
 //   in ─┬─► × gain ──► combs ──► all-passes ──► tail_left, tail_right ──► mix ──► DC ──► out
 //       │    Q13       loops at 2^13 (16-bit) or 2^5 (24-bit) of the       ▲ Q13
 //       └────────────── sample scale ──────────────────────────────────────┘
-template <int width, typename Sample>
-inline void process_block(reverb_t* reverb, const Sample* in_left, const Sample* in_right,
-                          Sample* out_left, Sample* out_right, int n) {
+template <int width>
+inline void process_block(reverb_t* reverb, const int* in_left, const int* in_right, int* out_left,
+                          int* out_right, int n) {
   int left[kBlockFrames], right[kBlockFrames];  // into the combs, later the mix
   int tail_left[kBlockFrames], tail_right[kBlockFrames];
 
-  apply_gain(reverb->gain, in_left, left, n);
-  apply_gain(reverb->gain, in_right, right, n);
+  gain_block(in_left, reverb->gain, left, n);
+  gain_block(in_right, reverb->gain, right, n);
   run_bank<width>(reverb->comb_left, reverb->allpass_left, left, tail_left, n);
   run_bank<width>(reverb->comb_right, reverb->allpass_right, right, tail_right, n);
 
-  mix(reverb, in_left, tail_left, tail_right, left, n);
-  mix(reverb, in_right, tail_right, tail_left, right, n);
+  const int dry = reverb->dry_scaled, wet1 = reverb->wet1, wet2 = reverb->wet2;
+  const mix_input mix_left[] = {{in_left, dry}, {tail_left, wet1}, {tail_right, wet2}};
+  const mix_input mix_right[] = {{in_right, dry}, {tail_right, wet1}, {tail_left, wet2}};
+  mix_three_block(mix_left, left, n);
+  mix_three_block(mix_right, right, n);
   const auto remove_dc = width == 16 ? dc_remove_block_16 : dc_remove_block_24;
-  remove_dc(reverb->dc_left, left, left, n);
-  remove_dc(reverb->dc_right, right, right, n);
-
-  const auto store = [](int x) -> Sample {
-    if constexpr (width == 16)
-      return saturate16(x);
-    else
-      return x;
-  };
-  std::transform(left, left + n, out_left, store);
-  std::transform(right, right + n, out_right, store);
+  remove_dc(reverb->dc_left, left, out_left, n);
+  remove_dc(reverb->dc_right, right, out_right, n);
 }
 
 }  // namespace
@@ -156,8 +144,12 @@ inline void process_block(reverb_t* reverb, const Sample* in_left, const Sample*
 void reverb_process_stereo_16(reverb_t* reverb, short* in_left, short* in_right, short* out_left,
                               short* out_right, unsigned int n) {
   for_each_block(n, [=](int64_t start, int count) {
-    process_block<16>(reverb, in_left + start, in_right + start, out_left + start,
-                      out_right + start, count);
+    int left[kBlockFrames], right[kBlockFrames];
+    std::copy_n(in_left + start, count, left);
+    std::copy_n(in_right + start, count, right);
+    process_block<16>(reverb, left, right, left, right, count);
+    std::transform(left, left + count, out_left + start, saturate16);
+    std::transform(right, right + count, out_right + start, saturate16);
   });
 }
 

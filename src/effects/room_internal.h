@@ -6,7 +6,7 @@
 
 #include "dsp/allpass_block.h"
 #include "dsp/audio_delay.h"
-#include "dsp/comber_block.h"
+#include "dsp/comb_bank_block.h"
 #include "dsp/dc_remove_block.h"
 #include "dsp/fixed.h"
 #include "dsp/iir_block.h"
@@ -20,19 +20,22 @@ constexpr int room_feedback(int roomsize) {
 }
 constexpr int room_damping(int damp) { return wrap32(int64_t{damp} * 3301 >> 13); }
 
-// One channel's bank over a block: n samples of in through the combs side by side, their wrapping
-// sum through the all-passes in a row, into out. in and out must not overlap. 16 or 24 names the
-// samples' width.
+// The parts of a bank over a block: n samples of each quartet's in through the combs side by side
+// into its sum, which starts from zero, ...
 //
 //         ┌──► comb 1 ──►┐
 //   in ───┼──►  ...   ──►+──► all-pass 1 ──► ... ──► out
 //         └──► comb N ──►┘
-template <int width, int combs, int allpasses>
-inline void run_bank(comber* const (&comb)[combs], allpass* const (&section)[allpasses],
-                     const int* in, int* out, int n) {
+//
+// ... and the sum through the all-passes in a row. 16 or 24 names the samples' width.
+template <int width>
+inline void run_combs(const comb_quartet (&two)[2], int n) {
   static_assert(width == 16 || width == 24);
-  std::fill_n(out, n, 0);
-  for (comber* c : comb)
-    width == 16 ? comb_block_add_16(c, in, out, n) : comb_block_add_24(c, in, out, n);
-  for (allpass* s : section) allpass_block(s, out, n);
+  for (const comb_quartet& quartet : two) std::fill_n(quartet.sum, n, 0);
+  width == 16 ? comb_quartets_add_16(two, n) : comb_quartets_add_24(two, n);
+}
+
+template <int allpasses>
+inline void run_allpasses(allpass* const (&section)[allpasses], int* samples, int n) {
+  for (allpass* s : section) allpass_block(s, samples, n);
 }

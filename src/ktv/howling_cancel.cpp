@@ -5,6 +5,7 @@
 #include "dsp/block.h"
 #include "dsp/dc_remove_block.h"
 #include "dsp/elliptic_block.h"
+#include "dsp/fade_block.h"
 #include "dsp/fixed.h"
 #include "dsp/memory.h"
 #include "dsp/notch_block.h"
@@ -54,13 +55,10 @@ void listen(howlingCancel* canceller, const int* in, int n) {
 void cut(notch* filter, howling_place& place, int* x, int n) {
   int notched[kBlockFrames];
   notch_block(filter, x, notched, n);
-  int depth = place.depth;
-  for (int i = 0; i < n; ++i) {
-    depth = std::clamp(depth + place.depth_step, 0, kFullDepth);
-    x[i] = saturate32(x[i] + ((int64_t{notched[i]} - x[i]) * depth >> 20));
-  }
-  place.depth = depth;
+  place.depth = fade_block(notched, x, place.depth, place.depth_step, n);
 }
+
+static_assert(kFullDepth == kFadeFull);
 
 }  // namespace
 

@@ -6,6 +6,7 @@
 #include "dsp/fixed.h"
 #include "dsp/iircomber_block.h"
 #include "dsp/memory.h"
+#include "dsp/mix_block.h"
 
 namespace {
 
@@ -77,8 +78,8 @@ void iirecho_processStereo(iirecho* echo, int* in_left, int* in_right, int* out_
     const auto channel = [&](iircomber* comb, const int* in, int* samples) {
       std::copy_n(in, count, samples);
       iircomber_block(comb, samples, count);
-      for (int i = 0; i < count; ++i)
-        samples[i] = scale_down_wrapping<13>(mac(int64_t{dry} * in[i], wet, samples[i]));
+      const mix_input mix[] = {{in, dry}, {samples, wet}};
+      mix_wrapping_block(mix, 2, samples, count);
     };
     channel(echo->comb_left, in_left + start, left);
     channel(echo->comb_right, in_right + start, right);
