@@ -22,6 +22,8 @@ constexpr kernel_table kPortable = {
     .mix_wrapping_block = mix_wrapping_block_portable,
     .fade_block = fade_block_portable,
     .fir_sums_block = fir_sums_block_portable,
+    .notch_row_block = notch_row_block_portable,
+    .fft_stage = fft_stage_portable,
 };
 
 #ifdef SONX_AVX2_KERNELS
@@ -36,6 +38,8 @@ constexpr kernel_table kAvx2 = {
     .mix_wrapping_block = mix_wrapping_block_avx2,
     .fade_block = fade_block_avx2,
     .fir_sums_block = fir_sums_block_avx2,
+    .notch_row_block = notch_row_block_avx2,
+    .fft_stage = fft_stage_avx2,
 };
 #endif
 
@@ -51,6 +55,8 @@ constexpr kernel_table kNeon = {
     .mix_wrapping_block = mix_wrapping_block_neon,
     .fade_block = fade_block_neon,
     .fir_sums_block = fir_sums_block_neon,
+    .notch_row_block = notch_row_block_portable,
+    .fft_stage = fft_stage_portable,
 };
 #endif
 

@@ -12,9 +12,11 @@
 #include "dsp/allpass_block.h"
 #include "dsp/comb_bank_block.h"
 #include "dsp/fade_block.h"
+#include "dsp/fft_int_block.h"
 #include "dsp/fir_block.h"
 #include "dsp/iir_chains_block.h"
 #include "dsp/mix_block.h"
+#include "dsp/notch_block.h"
 
 struct kernel_table {
   const char* name;  // portable, avx2, neon
@@ -27,6 +29,8 @@ struct kernel_table {
   decltype(::mix_wrapping_block)* mix_wrapping_block;
   decltype(::fade_block)* fade_block;
   decltype(::fir_sums_block)* fir_sums_block;
+  decltype(::notch_row_block)* notch_row_block;
+  decltype(::fft_stage)* fft_stage;
 };
 
 // What runs: null until the first call of kernels(). Several threads may choose at once: they come
