@@ -24,6 +24,7 @@ constexpr kernel_table kPortable = {
     .fir_sums_block = fir_sums_block_portable,
     .notch_row_block = notch_row_block_portable,
     .fft_stage = fft_stage_portable,
+    .scale_down_5_block = scale_down_5_block_portable,
 };
 
 #ifdef SONX_AVX2_KERNELS
@@ -40,6 +41,7 @@ constexpr kernel_table kAvx2 = {
     .fir_sums_block = fir_sums_block_avx2,
     .notch_row_block = notch_row_block_avx2,
     .fft_stage = fft_stage_avx2,
+    .scale_down_5_block = scale_down_5_block_avx2,
 };
 #endif
 
@@ -57,6 +59,7 @@ constexpr kernel_table kNeon = {
     .fir_sums_block = fir_sums_block_neon,
     .notch_row_block = notch_row_block_portable,
     .fft_stage = fft_stage_portable,
+    .scale_down_5_block = scale_down_5_block_neon,
 };
 #endif
 

@@ -17,6 +17,7 @@
 #include "dsp/iir_chains_block.h"
 #include "dsp/mix_block.h"
 #include "dsp/notch_block.h"
+#include "dsp/scale_block.h"
 
 struct kernel_table {
   const char* name;  // portable, avx2, neon
@@ -31,6 +32,7 @@ struct kernel_table {
   decltype(::fir_sums_block)* fir_sums_block;
   decltype(::notch_row_block)* notch_row_block;
   decltype(::fft_stage)* fft_stage;
+  decltype(::scale_down_5_block)* scale_down_5_block;
 };
 
 // What runs: null until the first call of kernels(). Several threads may choose at once: they come
