@@ -10,6 +10,7 @@
 #include <atomic>
 
 #include "dsp/allpass_block.h"
+#include "dsp/arithmetic_block.h"
 #include "dsp/comb_bank_block.h"
 #include "dsp/fade_block.h"
 #include "dsp/fft_int_block.h"
@@ -23,6 +24,7 @@ struct kernel_table {
   const char* name;  // portable, avx2, neon
   decltype(::iir_chains_32)* iir_chains_32;
   decltype(::iir_chains_wrapping)* iir_chains_wrapping;
+  const block_arithmetic* arithmetic;
   decltype(::comb_quartets_add_16)* comb_quartets_add_16;
   decltype(::comb_quartets_add_24)* comb_quartets_add_24;
   decltype(::allpass_block)* allpass_block;

@@ -1,16 +1,17 @@
 #include "effects/compressor_bass.h"
 
-#include <algorithm>
 #include <cstdint>
 
+#include "dsp/arithmetic_block.h"
+#include "dsp/block.h"
 #include "dsp/fixed.h"
+#include "dsp/gain_ramp_block.h"
 #include "dsp/sqrt_step.h"
 
 namespace {
 
-constexpr int kUnity = 131072;   // 1.0 in Q17
-constexpr int kQuiet = 24576;    // block peak that takes the default gain: 0.75 of full scale
-constexpr int kLowestGain = 32;  // Q17: below, the gain is 0
+constexpr int kUnity = 131072;  // 1.0 in Q17
+constexpr int kQuiet = 24576;   // block peak that takes the default gain: 0.75 of full scale
 
 // Fixed gains beyond full scale, the highest level first.
 constexpr struct {
@@ -42,15 +43,11 @@ void compresso_bassr_getstatus(compressor_bass* compressor, int* status) {
   *status = compressor->status;
 }
 
-int find_current_max_bass(int* x, int n) {
-  int largest = 0;
-  for (int i = 0; i < n; ++i) largest = std::max(largest, x[i] < 0 ? wrap_neg(x[i]) : x[i]);
-  return largest >> 8;
-}
+int find_current_max_bass(int* x, int n) { return arithmetic().peak(x, n) >> 8; }
 
 // Once per block, and per sample the gain:
 //
-//   block ──► peak |x| >> 8 ──► level ──► target gain, Q17 ──► slew ──► gain, Q17
+//   block ──► peak |x| >> 8 ──► level ──► target gain, Q17 ──► ramp ──► gain, Q17
 //                                                                        │
 //   x ─────────────────────────────────────────────────────────────────► × ──► >> 17 ──► out
 
@@ -71,13 +68,6 @@ int target_gain(const compressor_bass* compressor, int peak) {
   return peak <= kQuiet ? compressor->default_gain : levelling_gain(peak);
 }
 
-// Nothing wraps as long as gain and target are of one sign; the record's owner may break that.
-inline int slew(int gain, int target) {
-  gain = target < gain ? wrap_sub(gain, wrap_sub(gain, target) >> 7)
-                       : wrap_add(gain, wrap_sub(target, gain) >> 9);
-  return gain < kLowestGain ? 0 : gain;
-}
-
 }  // namespace
 
 void compressor_bass_process(compressor_bass* compressor, int* in, int* out, int n) {
@@ -86,10 +76,9 @@ void compressor_bass_process(compressor_bass* compressor, int* in, int* out, int
   level = level < peak ? peak : wrap_sub(level, wrap_sub(level, peak) >> 5);
 
   const int target = target_gain(compressor, peak);
-  int gain = compressor->gain;
-  for (int i = 0; i < n; ++i) {
-    gain = slew(gain, target);
-    out[i] = scale_down<17>(int64_t{in[i]} * gain);
-  }
-  compressor->gain = gain;
+  for_each_block(n, [=](int64_t start, int count) {
+    int gains[kBlockFrames];
+    compressor->gain = gain_ramp_block<7, 9>(compressor->gain, target, gains, count);
+    arithmetic().scale_down_each(in + start, gains, out + start, count);
+  });
 }

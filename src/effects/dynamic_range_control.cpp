@@ -3,10 +3,12 @@
 #include <algorithm>
 #include <cstdint>
 
+#include "dsp/arithmetic_block.h"
 #include "dsp/audio_delay_block.h"
 #include "dsp/block.h"
 #include "dsp/fixed.h"
 #include "dsp/memory.h"
+#include "effects/gain_slew_internal.h"
 
 namespace {
 
@@ -105,20 +107,14 @@ void dynamic_range_control_get_release_order(dynamic_range_control_t* drc, int* 
 
 namespace {
 
-struct block_level {
+struct measurement {
   int peak;  // largest |x| >> 8
   int mean;  // mean |x|
 };
 
-block_level measure(const int* x, int n) {
-  uint32_t largest = 0;
-  int64_t sum = 0;
-  for (int i = 0; i < n; ++i) {
-    const uint32_t magnitude = x[i] < 0 ? 0u - static_cast<uint32_t>(x[i]) : uint32_t(x[i]);
-    largest = std::max(largest, magnitude);
-    sum += magnitude;
-  }
-  return {static_cast<int>(largest >> 8), n > 0 ? wrap32(sum / n) : 0};
+measurement measure(const int* x, int n) {
+  const block_level level = arithmetic().level(x, n);
+  return {static_cast<int>(level.largest >> 8), n > 0 ? wrap32(level.sum / n) : 0};
 }
 
 void follow(int& follower, int level, int rise_order, int fall_order) {
@@ -162,42 +158,10 @@ int look_ahead_target(dynamic_range_control_t* drc, int newest) {
   return smallest;
 }
 
-// One sample's step of the gain towards its target, both Q17. Far away it moves by a part of the
-// distance that shrinks with the distance, and by no less than a part of the gain itself: about
-// 2^-12 upwards, 3 / 2^12 downwards. Exact in 64 bits: nothing wraps.
-inline int slew_gain(int gain, int target) {
-  const int64_t rise = int64_t{target} - gain, fall = -rise;
-  if (rise > 64) {
-    const int order = rise > 16384  ? 11
-                      : rise > 8192 ? 10
-                      : rise > 4096 ? 9
-                      : rise > 2048 ? 8
-                      : rise > 1024 ? 7
-                                    : 6;
-    const int64_t step = std::max<int64_t>(gain >> 12, rise >> order);
-    return static_cast<int>(std::min<int64_t>(gain + step, target));
-  }
-  if (fall > 32) {
-    const int order = fall > 8192 ? 10 : fall > 4096 ? 9 : fall > 2048 ? 8 : fall > 1024 ? 6 : 5;
-    const int64_t step = std::max<int64_t>((int64_t{gain} + (gain >> 1)) >> 11, fall >> order);
-    return static_cast<int>(std::max<int64_t>(gain - step, target));
-  }
-  if (rise >= 8) return gain + static_cast<int>(rise >> 3);
-  if (fall >= 8) return gain - static_cast<int>(fall >> 3);
-  return target;
-}
-
-// The same for the gate, both Q17: opens by 1/8 of the distance, closes by 1/32.
-inline int slew_gate(int gain, int target) {
-  const int64_t rise = int64_t{target} - gain;
-  if (rise <= 0) return static_cast<int>(gain + (rise >> 5));
-  return rise < 8 ? target : static_cast<int>(gain + (rise >> 3));
-}
-
 }  // namespace
 
 void dynamic_range_control_process(dynamic_range_control_t* drc, int* in, int* out, int n) {
-  const block_level level = measure(in, n);
+  const measurement level = measure(in, n);
   follow(drc->mean_env, level.mean, 4, 5);
   const int gate_target = q13_to_q17(gate_gain(drc));
   follow(drc->peak_env, saturate32((int64_t{level.peak} * drc->volume) >> 13), drc->attact_order,
@@ -206,22 +170,19 @@ void dynamic_range_control_process(dynamic_range_control_t* drc, int* in, int* o
 
   int gain = drc->gain, gate = drc->denoise_gain;
   for_each_block(n, [&](int start, int count) {
-    int gains[kBlockFrames], delayed[kBlockFrames];
-    for (int i = 0; i < count; ++i) {
-      gain = slew_gain(gain, target);
-      gate = slew_gate(gate, gate_target);
-      gains[i] = saturate32((int64_t{gate} * gain) >> 17);  // an open gate leaves the gain as it is
-    }
+    int gains[kBlockFrames], gates[kBlockFrames], delayed[kBlockFrames];
+    slew_block(gain, target, gate, gate_target, gains, gates, count);
+    arithmetic().multiply(gains, gates, gains, count);  // an open gate leaves the gain as it is
     std::copy_n(in + start, count, delayed);
     audio_delay_block(drc->delay, delayed, count);
-    for (int i = 0; i < count; ++i) out[start + i] = scale_down<17>(int64_t{delayed[i]} * gains[i]);
+    arithmetic().scale_down_each(delayed, gains, out + start, count);
   });
   drc->gain = gain;
   drc->denoise_gain = gate;
 }
 
 int find_current_max_drc(int* x, int* mean, int n) {
-  const block_level level = measure(x, n);
+  const measurement level = measure(x, n);
   *mean = level.mean;
   return level.peak;
 }

@@ -4,8 +4,8 @@
 #include <cfloat>
 #include <cmath>
 
+#include "dsp/arithmetic_block.h"
 #include "dsp/block.h"
-#include "dsp/gain_block.h"
 #include "dsp/iir_block.h"
 #include "dsp/iir_chains_block.h"
 #include "dsp/memory.h"
@@ -161,8 +161,8 @@ void equalizer_process_stereo(equalizer_t* equalizer, int* in_left, int* in_righ
                               int* out_right, int n) {
   int left[kBlockFrames], right[kBlockFrames];
   for_each_block(n, [&](int start, int count) {
-    gain_block(in_left + start, equalizer->gain, left, count);
-    gain_block(in_right + start, equalizer->gain, right, count);
+    arithmetic().scale_down(in_left + start, equalizer->gain, left, count);
+    arithmetic().scale_down(in_right + start, equalizer->gain, right, count);
     const iir_chain chains[] = {{left, left, equalizer->left_section, kBands},
                                 {right, right, equalizer->right_section, kBands}};
     iir_chains_32(chains, 2, count);
@@ -173,7 +173,7 @@ void equalizer_process_stereo(equalizer_t* equalizer, int* in_left, int* in_righ
 
 void equalizer_process_mono(equalizer_t* equalizer, int* in, int* out, int n) {
   for_each_block(n, [&](int start, int count) {
-    gain_block(in + start, equalizer->gain, out + start, count);
+    arithmetic().scale_down(in + start, equalizer->gain, out + start, count);
     iir_cascade_32(equalizer->left_section, kBands, out + start, out + start, count);
   });
 }

@@ -1,27 +1,29 @@
 #include "effects/nld.h"
 
 #include <algorithm>
-#include <array>
 
+#include "dsp/arithmetic_block.h"
+#include "dsp/block.h"
 #include "dsp/fixed.h"
 #include "dsp/memory.h"
+#include "dsp/nonlinear_step.h"
 #include "effects/nld_block.h"
 
 namespace {
 
-constexpr int kOrder = 8;
-
 // Q15: 3.754, -0.0156, 21.333, -0.0105, 9.481, -0.0088, 3.556, -0.0078; given data.
-constexpr int kCoefficients[kOrder] = {123008, -511, 699050, -345, 310689, -288, 116508, -256};
+constexpr polynomial_coefficients kCoefficients = {123008, -511, 699050, -345,
+                                                   310689, -288, 116508, -256};
 
 constexpr int kClipLevel = 8192;
+constexpr int kGlide = 7;         // shift of the threshold's step
 constexpr int kLevelScale = 256;  // sample units per unit of clip_level
 
 }  // namespace
 
 void NLD_init(NLD* nld) {
-  nld->coefficients = allocate<int>(kOrder);
-  std::copy_n(kCoefficients, kOrder, nld->coefficients);
+  nld->coefficients = allocate<int>(kPolynomialOrder);
+  std::copy_n(kCoefficients, kPolynomialOrder, nld->coefficients);
   nld->clip_flag = 1;
   NLD_set_clip_level(nld, kClipLevel);
   NLD_reset(nld);
@@ -50,59 +52,52 @@ void NLD_get_clip_flag(NLD* nld, int* flag) { *flag = nld->clip_flag; }
 
 namespace {
 
-using polynomial = std::array<int, kOrder>;
-
-polynomial polynomial_of(const NLD* nld) {
-  polynomial c;
-  std::copy_n(nld->coefficients, kOrder, c.begin());
-  return c;
-}
-
-inline int clip_step(int& threshold, int target, int x) {
-  threshold = wrap_add(threshold, wrap_sub(target, threshold) >> 7);
-  if (x > threshold) return threshold;
-  const int floor = wrap_neg(threshold);
-  return x < floor ? floor : x;
-}
-
-inline int polynomial_step(const polynomial& c, int x) {
-  int power = saturate32(int64_t{c[0]} * x >> 15);
-  int sum = power;
-  for (size_t k = 1; k < kOrder; ++k) {
-    const int scaled = saturate32(int64_t{c[k]} * x >> 15);
-    power = saturate32(int64_t{scaled} * power >> 23);
-    sum = saturate_add(sum, power);
+// The clipper's limits for n samples, each by 2^-kGlide of the distance closer to the one set. The
+// distance alone goes from sample to sample; all of it wraps.
+void glide(NLD* nld, int* limits, int n) {
+  const int target = nld->clip_level_scaled;
+  int distance = wrap_sub(target, nld->clip_envelope);
+  for (int i = 0; i < n; ++i) {
+    distance = wrap_sub(distance, distance >> kGlide);
+    limits[i] = distance;
   }
-  return sum;
+  for (int i = 0; i < n; ++i) limits[i] = wrap_sub(target, limits[i]);
+  nld->clip_envelope = wrap_sub(target, distance);
 }
 
 void clip_block(NLD* nld, const int* in, int* out, int n) {
-  const int target = nld->clip_level_scaled;
-  int threshold = nld->clip_envelope;
-  for (int i = 0; i < n; ++i) out[i] = clip_step(threshold, target, in[i]);
-  nld->clip_envelope = threshold;
+  for_each_block(n, [=](int64_t start, int count) {
+    int limits[kBlockFrames];
+    glide(nld, limits, count);
+    arithmetic().clip(in + start, limits, out + start, count);
+  });
 }
 
 }  // namespace
 
 void clip_process(NLD* nld, int* in, int* out) {
-  if (nld->clip_flag != 0)
-    clip_block(nld, in, out, 1);
-  else
-    *out = *in;
+  int x = *in;
+  if (nld->clip_flag != 0) {
+    int& limit = nld->clip_envelope;
+    limit = wrap_add(limit, wrap_sub(nld->clip_level_scaled, limit) >> kGlide);
+    x = clip_step(x, limit);
+  }
+  *out = x;
 }
 
 void multiplier_process(NLD* nld, int* in, int* out) {
-  *out = polynomial_step(polynomial_of(nld), *in);
+  *out = polynomial_step(nld->coefficients, *in);
 }
 
-void NLD_process(NLD* nld, int* in, int* out) { nld_block(nld, in, out, 1); }
+void NLD_process(NLD* nld, int* in, int* out) {
+  clip_process(nld, in, out);
+  multiplier_process(nld, out, out);
+}
 
 void nld_block(NLD* nld, const int* in, int* out, int n) {
   if (nld->clip_flag != 0) {
     clip_block(nld, in, out, n);
     in = out;
   }
-  const polynomial c = polynomial_of(nld);
-  for (int i = 0; i < n; ++i) out[i] = polynomial_step(c, in[i]);
+  arithmetic().polynomial(nld->coefficients, in, out, n);
 }

@@ -2,9 +2,9 @@
 
 #include <algorithm>
 
+#include "dsp/arithmetic_block.h"
 #include "dsp/block.h"
 #include "dsp/fixed.h"
-#include "dsp/gain_block.h"
 
 namespace {
 
@@ -143,8 +143,8 @@ void parameter_equalizer_process_stereo(parameter_equalizer_t* equalizer, int* i
   parameter_equalizer_t& e = *equalizer;
   int left[kBlockFrames], right[kBlockFrames];
   for_each_block(n, [&](int start, int count) {
-    gain_block(in_left + start, e.gain_left, left, count);
-    gain_block(in_right + start, e.gain_right, right, count);
+    arithmetic().scale_down(in_left + start, e.gain_left, left, count);
+    arithmetic().scale_down(in_right + start, e.gain_right, right, count);
     channel_block(e.coef_left, e.state_left, e.band_count_left, left, count);
     channel_block(e.coef_left, e.state_right, e.band_count_right, right, count);
     std::copy_n(left, count, out_left + start);
@@ -155,7 +155,7 @@ void parameter_equalizer_process_stereo(parameter_equalizer_t* equalizer, int* i
 void parameter_equalizer_process_mono(parameter_equalizer_t* equalizer, int* in, int* out, int n) {
   parameter_equalizer_t& e = *equalizer;
   for_each_block(n, [&](int start, int count) {
-    gain_block(in + start, e.gain_left, out + start, count);
+    arithmetic().scale_down(in + start, e.gain_left, out + start, count);
     channel_block(e.coef_left, e.state_left, e.band_count_left, out + start, count);
   });
 }

@@ -2,9 +2,11 @@
 
 #include <algorithm>
 
+#include "dsp/arithmetic_block.h"
 #include "dsp/block.h"
 #include "dsp/fixed.h"
 #include "dsp/fixed_math.h"
+#include "dsp/gain_ramp_block.h"
 #include "dsp/iir_block.h"
 #include "dsp/memory.h"
 
@@ -126,21 +128,11 @@ void smart_volume_control_get_release_order(smart_volume_control_t* control, int
 namespace {
 
 // Largest |x| >> 8; the lowest 32-bit value, which has no magnitude, is passed over.
-int block_peak(const int* x, int n) {
-  int largest = 0;
-  for (int i = 0; i < n; ++i) largest = std::max(largest, x[i] < 0 ? wrap_neg(x[i]) : x[i]);
-  return largest >> 8;
-}
+int block_peak(const int* x, int n) { return arithmetic().peak(x, n) >> 8; }
 
 void follow_peak(smart_volume_control_t* control, int level) {
   int& peak = control->peak_env;
   peak = level > peak ? level : wrap_add(peak, wrap_sub(level, peak) >> 9);
-}
-
-int64_t energy(const int* x, int n) {
-  int64_t sum = 0;
-  for (int i = 0; i < n; ++i) sum = mac(sum, x[i], x[i]);
-  return sum;
 }
 
 // Right by the low 16 bits of bits, read as signed; negative shifts left. Modulo 64.
@@ -158,10 +150,10 @@ int64_t band_energy(IIR* const* low_pass, const int* band_shift, const int* in, 
     std::copy_n(in + start, count, rest);
     for (int k = 0; k < kSplits; ++k) {
       iir_block_32(low_pass[k], rest, band, count);
-      for (int i = 0; i < count; ++i) rest[i] = saturate_sub(rest[i], band[i]);
-      sums[k] = wrap_add64(sums[k], energy(band, count));
+      arithmetic().subtract(rest, band, rest, count);
+      sums[k] = wrap_add64(sums[k], arithmetic().energy(band, count));
     }
-    sums[kSplits] = wrap_add64(sums[kSplits], energy(rest, count));
+    sums[kSplits] = wrap_add64(sums[kSplits], arithmetic().energy(rest, count));
   });
   int64_t total = 0;
   for (int k = 0; k < kBands; ++k) total = wrap_add64(total, weighted(sums[k], band_shift[k]));
@@ -206,28 +198,24 @@ int block_gain(smart_volume_control_t* control, int64_t loudness) {
                       control->peak_env);
 }
 
-// One sample's step of the gain, both Q17: down by 1/32 of the distance, up by 1/128.
-inline int ramp(int gain, int target) {
-  gain = target < gain ? wrap_sub(gain, wrap_sub(gain, target) >> 5)
-                       : wrap_add(gain, wrap_sub(target, gain) >> 7);
-  return gain < 32 ? 0 : gain;
-}
-
 }  // namespace
 
 void smart_volume_control_process(smart_volume_control_t* control, int* in_left, int* in_right,
                                   int* out_left, int* out_right, int n) {
   follow_peak(control, std::max(block_peak(in_left, n), block_peak(in_right, n)));
-  const int64_t left = band_energy(control->low_pass_left, control->band_shift, in_left, n);
-  const int64_t right = band_energy(control->low_pass_right, control->band_shift, in_right, n);
-  const int target = saturate32(int64_t{block_gain(control, std::max(left, right) >> 24)} * 16);
+  const int64_t loudness =
+      std::max(band_energy(control->low_pass_left, control->band_shift, in_left, n),
+               band_energy(control->low_pass_right, control->band_shift, in_right, n)) >>
+      24;
+  const int target = saturate32(int64_t{block_gain(control, loudness)} * 16);
 
-  int gain = control->gain;
-  for (int i = 0; i < n; ++i) {
-    gain = ramp(gain, target);
-    const int left_sample = in_left[i], right_sample = in_right[i];  // before either is written
-    out_left[i] = scale_down<17>(int64_t{left_sample} * gain);
-    out_right[i] = scale_down<17>(int64_t{right_sample} * gain);
-  }
-  control->gain = gain;
+  for_each_block(n, [=](int64_t start, int count) {
+    int gains[kBlockFrames], left[kBlockFrames], right[kBlockFrames];
+    control->gain = gain_ramp_block<5, 7>(control->gain, target, gains, count);
+    // Both are read before either is written.
+    arithmetic().scale_down_each(in_left + start, gains, left, count);
+    arithmetic().scale_down_each(in_right + start, gains, right, count);
+    std::copy_n(left, count, out_left + start);
+    std::copy_n(right, count, out_right + start);
+  });
 }

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "dsp/arithmetic_block.h"
 #include "dsp/audio_delay_block.h"
 #include "dsp/block.h"
 #include "dsp/fixed.h"
@@ -229,7 +230,7 @@ void make_harmonics(const speaker_boost_system_t* boost, int* x, int n) {
 
 // The harmonics take the place of the sub band, and the bands become their sum.
 void mix_bands(const channel& c, const int* harmonics, int n) {
-  for (int i = 0; i < n; ++i) c.sub[i] = saturate32(int64_t{c.nld_gain} * harmonics[i] >> 13);
+  arithmetic().scale(harmonics, c.nld_gain, c.sub, n);
   audio_delay_block(c.delay, c.sub, n);
   dynamic_range_control_process(c.drc_low, c.low, c.low, n);
   dynamic_range_control_process(c.drc_mid, c.mid, c.mid, n);

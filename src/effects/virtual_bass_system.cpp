@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "dsp/arithmetic_block.h"
 #include "dsp/block.h"
 #include "dsp/fixed.h"
 #include "dsp/iir_block.h"
@@ -129,14 +130,6 @@ void virtual_bass_system_get_nld_clip_level(virtual_bass_system* bass, int* leve
 
 namespace {
 
-void scale_block(int gain, const int* in, int* out, int n) {
-  for (int i = 0; i < n; ++i) out[i] = scale_down<13>(int64_t{gain} * in[i]);
-}
-
-void add_block(const int* in, int* sum, int n) {
-  for (int i = 0; i < n; ++i) sum[i] = saturate_add(sum[i], in[i]);
-}
-
 // The low bands become the mixed bass in bass_buffer, before the compressor.
 void mix_bass(virtual_bass_system* bass, const int* low_left, const int* low_right, int n) {
   int plain[kBlockFrames], harmonics[kBlockFrames];
@@ -144,11 +137,7 @@ void mix_bass(virtual_bass_system* bass, const int* low_left, const int* low_rig
   nld_block(bass->nld, plain, harmonics, n);
   iir_block_32(bass->nld_band, harmonics, harmonics, n);
   iir_block_32(bass->align_bass, plain, plain, n);
-  const int origin_gain = bass->origin_gain, nld_gain = bass->nld_gain;
-  for (int i = 0; i < n; ++i)
-    bass->bass_buffer[i] =
-        silence_minus_one(saturate_add(saturate32(int64_t{origin_gain} * plain[i] >> 13),
-                                       saturate32(int64_t{nld_gain} * harmonics[i] >> 13)));
+  arithmetic().mix(plain, bass->origin_gain, harmonics, bass->nld_gain, bass->bass_buffer, n);
 }
 
 // All input is read before any output is written, and the outputs are written left first.
@@ -161,11 +150,11 @@ void process_block(virtual_bass_system* bass, const int* in_left, const int* in_
   mix_bass(bass, low_left, low_right, n);
   iir_block_32(bass->align_left, high_left, high_left, n);
   iir_block_32(bass->align_right, high_right, high_right, n);
-  scale_block(bass->high_band_gain, high_left, out_left, n);
-  scale_block(bass->high_band_gain, high_right, out_right, n);
+  arithmetic().scale_down(high_left, bass->high_band_gain, out_left, n);
+  arithmetic().scale_down(high_right, bass->high_band_gain, out_right, n);
   compressor_bass_process(bass->bass_compressor, bass->bass_buffer, bass->bass_buffer, n);
-  add_block(bass->bass_buffer, out_left, n);
-  add_block(bass->bass_buffer, out_right, n);
+  arithmetic().add(out_left, bass->bass_buffer, out_left, n);
+  arithmetic().add(out_right, bass->bass_buffer, out_right, n);
 }
 
 }  // namespace

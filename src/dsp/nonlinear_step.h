@@ -1,0 +1,27 @@
+// The steps of the nonlinear device: a clipper and a polynomial.
+#pragma once
+
+#include <algorithm>
+
+#include "dsp/fixed.h"
+
+// What is above the limit becomes the limit, what is below -limit (which wraps) becomes that.
+constexpr int clip_step(int x, int limit) {
+  return x > limit ? limit : std::max(x, wrap_neg(limit));
+}
+
+constexpr int kPolynomialOrder = 8;
+using polynomial_coefficients = int[kPolynomialOrder];
+
+// The sum of the powers: the first one is x c0, the others the one before x (x c); c in Q15, x and
+// powers in Q23. Every product and every sum saturates.
+constexpr int polynomial_step(const int* c, int x) {
+  int power = saturate32(int64_t{c[0]} * x >> 15);
+  int sum = power;
+  for (int k = 1; k < kPolynomialOrder; ++k) {
+    const int scaled = saturate32(int64_t{c[k]} * x >> 15);
+    power = saturate32(int64_t{scaled} * power >> 23);
+    sum = saturate_add(sum, power);
+  }
+  return sum;
+}
