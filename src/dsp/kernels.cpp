@@ -15,6 +15,7 @@ constexpr kernel_table kPortable = {
     .name = "portable",
     .iir_chains_32 = iir_chains_32_portable,
     .iir_chains_wrapping = iir_chains_wrapping_portable,
+    .arithmetic = &kArithmeticPortable,
     .comb_quartets_add_16 = comb_quartets_add_16_portable,
     .comb_quartets_add_24 = comb_quartets_add_24_portable,
     .allpass_block = allpass_block_portable,
@@ -22,7 +23,9 @@ constexpr kernel_table kPortable = {
     .mix_wrapping_block = mix_wrapping_block_portable,
     .fade_block = fade_block_portable,
     .fir_sums_block = fir_sums_block_portable,
-    .arithmetic = &kArithmeticPortable,
+    .notch_row_block = notch_row_block_portable,
+    .fft_stage = fft_stage_portable,
+    .scale_down_5_block = scale_down_5_block_portable,
 };
 
 #ifdef SONX_AVX2_KERNELS
@@ -30,6 +33,7 @@ constexpr kernel_table kAvx2 = {
     .name = "avx2",
     .iir_chains_32 = iir_chains_32_avx2,
     .iir_chains_wrapping = iir_chains_wrapping_avx2,
+    .arithmetic = &kArithmeticAvx2,
     .comb_quartets_add_16 = comb_quartets_add_16_avx2,
     .comb_quartets_add_24 = comb_quartets_add_24_avx2,
     .allpass_block = allpass_block_avx2,
@@ -37,7 +41,9 @@ constexpr kernel_table kAvx2 = {
     .mix_wrapping_block = mix_wrapping_block_avx2,
     .fade_block = fade_block_avx2,
     .fir_sums_block = fir_sums_block_avx2,
-    .arithmetic = &kArithmeticAvx2,
+    .notch_row_block = notch_row_block_avx2,
+    .fft_stage = fft_stage_avx2,
+    .scale_down_5_block = scale_down_5_block_avx2,
 };
 #endif
 
@@ -46,6 +52,7 @@ constexpr kernel_table kNeon = {
     .name = "neon",
     .iir_chains_32 = iir_chains_32_neon,
     .iir_chains_wrapping = iir_chains_wrapping_neon,
+    .arithmetic = &kArithmeticNeon,
     .comb_quartets_add_16 = comb_quartets_add_16_neon,
     .comb_quartets_add_24 = comb_quartets_add_24_neon,
     .allpass_block = allpass_block_neon,
@@ -53,7 +60,9 @@ constexpr kernel_table kNeon = {
     .mix_wrapping_block = mix_wrapping_block_neon,
     .fade_block = fade_block_neon,
     .fir_sums_block = fir_sums_block_neon,
-    .arithmetic = &kArithmeticNeon,
+    .notch_row_block = notch_row_block_portable,
+    .fft_stage = fft_stage_portable,
+    .scale_down_5_block = scale_down_5_block_neon,
 };
 #endif
 

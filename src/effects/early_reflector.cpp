@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <iterator>
 
+#include "dsp/arithmetic_block.h"
 #include "dsp/block.h"
 #include "effects/room_internal.h"
 #include "effects/stereo_widening_internal.h"
@@ -110,10 +111,10 @@ inline void feed(IIR* highpass, const int* in, int* fed, int n) {
 
 // wet x wet gain + in x dry gain, both Q13, each saturated and their sum too, into wet.
 inline void mix(const early_reflector* reflector, const int* in, int* wet, int n) {
-  const int wet_gain = reflector->wet_gain, dry_gain = reflector->dry_gain;
-  for (int i = 0; i < n; ++i)
-    wet[i] = saturate_add(saturate32(int64_t{wet_gain} * wet[i] >> 13),
-                          saturate32(int64_t{dry_gain} * in[i] >> 13));
+  int dry[kBlockFrames];
+  arithmetic().scale(in, reflector->dry_gain, dry, n);
+  arithmetic().scale(wet, reflector->wet_gain, wet, n);
+  arithmetic().add(wet, dry, wet, n);
 }
 
 // One block of at most kBlockFrames frames, 24-bit samples outside the combs' loops. The inputs are
@@ -133,8 +134,9 @@ inline void process(early_reflector* reflector, const int* in_left, const int* i
   run_allpasses(reflector->allpass_right, right, n);
   mix(reflector, in_left, left, n);
   mix(reflector, in_right, right, n);
-  dc_remove_block_24(reflector->dc_left, left, out_left, n);
-  dc_remove_block_24(reflector->dc_right, right, out_right, n);
+  const dc_remove_channel channels[] = {{reflector->dc_left, left, out_left},
+                                        {reflector->dc_right, right, out_right}};
+  dc_remove_two_24(channels, n);
 }
 
 }  // namespace
