@@ -43,7 +43,7 @@ inline __m256i saturate(__m256i high, __m256i shifted) {
   const __m256i fits = _mm256_cmpeq_epi32(_mm256_srai_epi32(shifted, 4), high);
   const __m256i limit = _mm256_xor_si256(_mm256_srai_epi32(high, 31), _mm256_set1_epi32(INT32_MAX));
   const __m256i minus_one = _mm256_cmpeq_epi32(shifted, _mm256_set1_epi32(-1));
-  return _mm256_or_si256(_mm256_and_si256(shifted, _mm256_andnot_si256(minus_one, fits)),
+  return _mm256_or_si256(_mm256_and_si256(fits, _mm256_andnot_si256(minus_one, shifted)),
                          _mm256_andnot_si256(fits, limit));
 }
 
@@ -107,21 +107,17 @@ void step_lanes(iir_lanes* lanes, const lane_rows* in, lane_rows* out, int n) {
   row_registers row[all];
 #pragma GCC unroll 8
   for (int k = 0; k < all; ++k) row[k].load_from(*lanes, k);
-  const __m256i head = widen(lanes->head);
+  const __m256i handed_on = _mm256_set1_epi64x(results == rule::saturating ? ~31 : ~0);
+  const __m256i to_next_column = _mm256_andnot_si256(widen(lanes->head), handed_on);
+  __m256i crossing = _mm256_setzero_si256();
 
   const auto step = [&](int t) {
-    const auto handed_on = [](__m256i y) {
-      return results == rule::saturating ? _mm256_and_si256(y, _mm256_set1_epi64x(~31)) : y;
-    };
 #pragma GCC unroll 8
-    for (int k = 0; k < all; ++k) {
-      if (k % rows > 0) {
-        row[k].x = handed_on(row[k - 1].y);
-      } else {
-        const __m256i last = handed_on(row[k + rows - 1].y);
-        row[k].x =
-            _mm256_blendv_epi8(_mm256_permute4x64_epi64(last, 0x90), widen(in[k / rows][t]), head);
-      }
+    for (int k = 0; k < all; ++k)
+      row[k].x = k % rows == 0 ? widen(in[k / rows][t]) : _mm256_and_si256(row[k - 1].y, handed_on);
+    if (groups == 1) {
+      row[0].x = _mm256_or_si256(row[0].x, _mm256_and_si256(crossing, to_next_column));
+      crossing = _mm256_permute4x64_epi64(row[rows - 1].y, 0x90);
     }
     find_results<all, results>(row);
 #pragma GCC unroll 8
