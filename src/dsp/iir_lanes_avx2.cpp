@@ -30,9 +30,7 @@ inline __m256i mac(__m256i sum, __m256i a, __m256i b) {
 }
 
 // The high halves into the low ones.
-inline __m256i high_halves(__m256i a) {
-  return _mm256_castps_si256(_mm256_movehdup_ps(_mm256_castsi256_ps(a)));
-}
+inline __m256i high_halves(__m256i a) { return _mm256_shuffle_epi32(a, 0xF5); }
 // The low halves of one, the high halves of the other.
 inline __m256i halves(__m256i low, __m256i high) { return _mm256_blend_epi32(low, high, 0xAA); }
 
