@@ -63,7 +63,7 @@ constexpr kernel_table kNeon = {
     .fade_block = fade_block_neon,
     .fir_sums_block = fir_sums_block_neon,
     .notch_row_block = notch_row_block_portable,
-    .fft_stage = fft_stage_portable,
+    .fft_stage = fft_stage_neon,
     .scale_down_5_block = scale_down_5_block_neon,
     .shape_block = shape_block_neon,
 };
