@@ -6,24 +6,6 @@ namespace {
 
 int curve[10] = {6, 4, 2, 0, -2, -3, 0, 3, 5, 7};
 
-// The baseline: a frame at a time, a call per section and sample.
-void equalizer_stereo_one_sample_calls(benchmark::State& state) {
-  equalizer_t equalizer;
-  equalizer_init(&equalizer);
-  equalizer_set_param_index(&equalizer, curve, SAMPLE_RATE_48000);
-  const std::vector<int> noise = bench_noise();
-  for (auto _ : state)
-    for (const int x : noise)
-      for (IIR* const* sections : {equalizer.left_section, equalizer.right_section}) {
-        int y = static_cast<int>((int64_t{x} * equalizer.gain) >> 13);
-        for (int k = 0; k < 10; ++k) IIR_process_32(sections[k], &y, &y);
-        benchmark::DoNotOptimize(y);
-      }
-  report_frames(state);
-  equalizer_end(&equalizer);
-}
-BENCHMARK(equalizer_stereo_one_sample_calls);
-
 void equalizer_stereo(benchmark::State& state) {
   equalizer_t equalizer;
   equalizer_init(&equalizer);

@@ -3,9 +3,9 @@
 //
 //   qemu-aarch64 -plugin libsonx_instruction_counter.so PROGRAM
 //
-// Made for programs of one thread: the counter is not atomic. qemu's plugin interface (version 1) is
-// a handful of C functions, resolved when qemu loads the plugin; Debian packages no header for it, so
-// those used here are declared below.
+// Made for programs of one thread: the counter is not atomic. qemu's plugin interface (version 1)
+// is a handful of C functions, resolved when qemu loads the plugin; Debian packages no header for
+// it, so those used here are declared below.
 #include <inttypes.h>
 #include <stddef.h>
 #include <stdint.h>

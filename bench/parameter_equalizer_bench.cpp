@@ -18,26 +18,18 @@ parameter_equalizer_t with_bands(int bands) {
   return equalizer;
 }
 
-// frames per call: 1 is the baseline.
-void stereo(benchmark::State& state, int frames) {
+void parameter_equalizer_stereo(benchmark::State& state) {
   parameter_equalizer_t equalizer = with_bands(static_cast<int>(state.range(0)));
   std::vector<int> left = bench_noise(), right = bench_noise(kBenchFrames, 2);
   std::vector<int> out_left(left.size()), out_right(left.size());
   for (auto _ : state) {
-    for (int i = 0; i < kBenchFrames; i += frames)
-      parameter_equalizer_process_stereo(
-          &equalizer, &left[static_cast<size_t>(i)], &right[static_cast<size_t>(i)],
-          &out_left[static_cast<size_t>(i)], &out_right[static_cast<size_t>(i)], frames);
+    parameter_equalizer_process_stereo(&equalizer, left.data(), right.data(), out_left.data(),
+                                       out_right.data(), kBenchFrames);
     benchmark::DoNotOptimize(out_left.data());
     benchmark::ClobberMemory();
   }
   report_frames(state);
 }
-
-void parameter_equalizer_stereo_one_sample_calls(benchmark::State& state) { stereo(state, 1); }
-BENCHMARK(parameter_equalizer_stereo_one_sample_calls)->Arg(4)->Arg(6)->Arg(10);
-
-void parameter_equalizer_stereo(benchmark::State& state) { stereo(state, kBenchFrames); }
 BENCHMARK(parameter_equalizer_stereo)->Arg(4)->Arg(6)->Arg(10);
 
 }  // namespace

@@ -19,22 +19,6 @@ void reverb_stereo_24(benchmark::State& state) {
 }
 BENCHMARK(reverb_stereo_24);
 
-// The same work cut into calls of one frame: what a block is worth.
-void reverb_stereo_24_one_sample_calls(benchmark::State& state) {
-  reverb_t reverb;
-  reverb_init(&reverb);
-  std::vector<int> left = bench_noise(), right = bench_noise(kBenchFrames, 2);
-  int out_left, out_right;
-  for (auto _ : state)
-    for (size_t i = 0; i < kBenchFrames; ++i) {
-      reverb_process_stereo_24(&reverb, &left[i], &right[i], &out_left, &out_right, 1);
-      benchmark::DoNotOptimize(out_left);
-    }
-  report_frames(state);
-  reverb_end(&reverb);
-}
-BENCHMARK(reverb_stereo_24_one_sample_calls);
-
 void reverb_stereo_16(benchmark::State& state) {
   reverb_t reverb;
   reverb_init(&reverb);

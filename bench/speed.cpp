@@ -1,9 +1,10 @@
 // Prints what the modules cost, one table a run. See usage() for the tables. The environment
 // variable SONX_KERNELS names the block kernels that run; without it, the processor's best.
 //
-// Times are processor time, so that a busy machine counts less; the two forms take turns on one
-// record in short stretches, and of each the fastest stretch counts, so that it counts hardly at
-// all. Input is a tenth of a second that repeats: too long for a branch predictor to learn.
+// Times are processor time, so that a busy machine counts less. The two forms take turns on one
+// record in short stretches; the times printed are those of the fastest stretch, the ratios the
+// median of the turns'. Input is a tenth of a second that repeats: too long for a branch predictor
+// to learn.
 #include <time.h>
 
 #include <algorithm>
@@ -99,20 +100,30 @@ class runner {
   std::unique_ptr<subject> subject_;
 };
 
-// One form of one runner, and the fastest time of a frame so far.
+// One form of one runner, and the time of a frame in each of its turns, in nanoseconds.
 struct contender {
   runner* where;
   form which;
   int frames;  // of a run
   int runs = 1;
-  double best = std::numeric_limits<double>::infinity();  // seconds of a frame
+  std::vector<double> times = {};
 
   void find_stretch() {
     where->run(which, 20);  // warm, and settled on the signal
     while (where->seconds(which, runs) < kStretch && runs < 1 << 20) runs *= 2;
   }
-  void take_turn() { best = std::min(best, where->seconds(which, runs) / runs / frames); }
-  double nanoseconds() const { return best * 1e9; }
+  void take_turn() { times.push_back(1e9 * where->seconds(which, runs) / runs / frames); }
+  double fastest() const { return *std::min_element(times.begin(), times.end()); }
+
+  // The median over the turns: each compares two stretches in a row, so that it doesn't matter when
+  // the processor, or what else it has to do, changes its pace.
+  double times_slower_than(const contender& other) const {
+    std::vector<double> ratios;
+    for (size_t turn = 0; turn < times.size(); ++turn)
+      ratios.push_back(times[turn] / other.times[turn]);
+    std::nth_element(ratios.begin(), ratios.begin() + kTurns / 2, ratios.end());
+    return ratios[kTurns / 2];
+  }
 };
 
 void compete(std::vector<contender>& all) {
@@ -127,9 +138,9 @@ void print_ratios(const module& m) {
   runner r(m, kSignals[0]);
   std::vector<contender> both = {{&r, form::plain, m.frames}, {&r, form::block, m.frames}};
   compete(both);
-  const double plain = both[0].nanoseconds(), block = both[1].nanoseconds();
-  std::printf("| %s | %.1f | %.1f | %.0f | %.2f |\n", m.name, plain, block, 1e9 / m.rate / block,
-              plain / block);
+  const double block = both[1].fastest();
+  std::printf("| %s | %.1f | %.1f | %.0f | %.2f |\n", m.name, both[0].fastest(), block,
+              1e9 / m.rate / block, both[0].times_slower_than(both[1]));
 }
 
 void print_signals(const module& m) {
@@ -138,12 +149,9 @@ void print_signals(const module& m) {
   std::vector<contender> all;
   for (runner& r : runners) all.push_back({&r, form::block, m.frames});
   compete(all);
-  std::printf("| %s |", m.name);
-  for (const contender& c : all) std::printf(" %.1f |", c.nanoseconds());
-  const auto [least, most] =
-      std::minmax_element(all.begin(), all.end(),
-                          [](const contender& a, const contender& b) { return a.best < b.best; });
-  std::printf(" %.2f |\n", most->best / least->best);
+  std::printf("| %s | %.1f |", m.name, all[0].fastest());
+  for (size_t i = 1; i < all.size(); ++i) std::printf(" %.2f |", all[i].times_slower_than(all[0]));
+  std::printf("\n");
 }
 
 void print_heading(const std::string& columns) {
@@ -183,7 +191,7 @@ void print_recording(const module& m, const samples& left, const samples& right)
       "                                  for a program that counts instructions\n"
       "sonx_speed --list                 the modules and their frames a period, tab-separated\n"
       "sonx_speed --kernels              which block kernels run\n"
-      "  --module NAME                   that module alone\n",
+      "  --module NAME                   that module alone, with any of these\n",
       stderr);
   std::exit(2);
 }
@@ -223,9 +231,10 @@ int main(int argc, char** argv) {
     print_heading("| module | plain, ns | block, ns | times real time | plain / block |");
     for (const module& m : chosen) print_ratios(m);
   } else if (table == "--signals") {
-    std::string columns = "| module |";
-    for (const signal& s : kSignals) columns += std::string(" ") + s.name + ", ns |";
-    print_heading(columns + " most / least |");
+    std::string columns = "| module | noise, ns |";
+    for (const signal& s : kSignals)
+      if (&s != kSignals) columns += std::string(" ") + s.name + " / noise |";
+    print_heading(columns);
     for (const module& m : chosen) print_signals(m);
   } else if (table == "--recording") {
     samples left, right;

@@ -48,17 +48,4 @@ void stereo_widening_reflector(benchmark::State& state) {
 }
 BENCHMARK(stereo_widening_reflector);
 
-// The stages' one-frame functions in a row: what a block is worth.
-void stereo_widening_one_frame_calls(benchmark::State& state) {
-  run(state, [](stereo_widening_system* s, int* l, int* r, int* out_l, int* out_r) {
-    for (int i = 0; i < kBenchFrames; ++i) {
-      int left = l[i], right = r[i];
-      difference_circuit_process_32(s->difference, &left, &right, &left, &right);
-      crossfeed_network_process_32(s->crossfeed, &left, &right, &left, &right);
-      early_reflector_process_32(s->reflector, &left, &right, &out_l[i], &out_r[i]);
-    }
-  });
-}
-BENCHMARK(stereo_widening_one_frame_calls);
-
 }  // namespace

@@ -22,6 +22,11 @@ function(sonx_select_kernels sources definition)
       set(found SONX_AVX2_KERNELS)
     elseif(SONX_TARGET_AARCH64)
       list(APPEND selected ${neon})
+      if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+        # The kernels are written in an order that the registers suffice for; GCC's reordering ahead
+        # of register allocation makes them spill.
+        set_source_files_properties(${neon} PROPERTIES COMPILE_OPTIONS -fno-schedule-insns)
+      endif()
       set(found SONX_NEON_KERNELS)
     endif()
   endif()

@@ -2,6 +2,8 @@
 // sums are two vectors of two.
 #include <arm_neon.h>
 
+#include <utility>
+
 #include "dsp/iir_lanes_internal.h"
 
 namespace {
@@ -30,111 +32,117 @@ inline int32x4_t result(sums sum) {
   return vbicq_s32(y, vreinterpretq_s32_u32(vceqq_s32(y, vdupq_n_s32(-1))));
 }
 
-// kept where the mask is set, otherwise changed.
-inline int32x4_t keep(int32x4_t mask, int32x4_t kept, int32x4_t changed) {
-  return vbslq_s32(vreinterpretq_u32_s32(mask), kept, changed);
+// changed where the mask is set, otherwise as it was.
+inline int32x4_t change(uint32x4_t mask, int32x4_t changed, int32x4_t was) {
+  return vbslq_s32(mask, changed, was);
 }
-inline sums keep(int32x4_t mask, sums kept, sums changed) {
-  const auto low = vreinterpretq_u64_s64(vmovl_s32(vget_low_s32(mask)));
-  const auto high = vreinterpretq_u64_s64(vmovl_high_s32(mask));
-  return {vbslq_s64(low, kept.low, changed.low), vbslq_s64(high, kept.high, changed.high)};
+inline sums change(uint32x4_t mask, sums changed, sums was) {
+  const int32x4_t m = vreinterpretq_s32_u32(mask);
+  const auto low = vreinterpretq_u64_s64(vmovl_s32(vget_low_s32(m)));
+  const auto high = vreinterpretq_u64_s64(vmovl_high_s32(m));
+  return {vbslq_s64(low, changed.low, was.low), vbslq_s64(high, changed.high, was.high)};
 }
 
-// A row of sections in registers.
+// A row of sections. There are more coefficients than registers: they are loaded where they are
+// used, both halves at once.
 struct row_registers {
-  int32x4_t b0, b1, b2, a1, a2;
-  sums first, second;
-  int32x4_t y1, y2;
-  int32x4_t lag, end;
+  const int_row* coef;
+  sums first, second;  // the carried sums
+  int32x4_t y;         // last results
 
-  void load_from(const iir_lanes& lanes, int row, int n) {
-    b0 = vld1q_s32(lanes.coef[row][0]);
-    b1 = vld1q_s32(lanes.coef[row][1]);
-    b2 = vld1q_s32(lanes.coef[row][2]);
-    a1 = vld1q_s32(lanes.coef[row][3]);
-    a2 = vld1q_s32(lanes.coef[row][4]);
-    first = load(lanes.first[row]);
-    second = load(lanes.second[row]);
-    y1 = vld1q_s32(lanes.y1[row]);
-    y2 = vld1q_s32(lanes.y2[row]);
-    lag = vld1q_s32(lanes.lag[row]);
-    end = vaddq_s32(lag, vdupq_n_s32(n));
+  void load_from(const iir_lanes& lanes, int row) {
+    coef = lanes.coef[row];
+    first = second = {vdupq_n_s64(0), vdupq_n_s64(0)};
+    y = vdupq_n_s32(0);
+  }
+
+  // The sections whose first sample comes at step t take up their state.
+  void begin(const iir_lanes& lanes, int row, int t) {
+    const uint32x4_t now = vceqq_s32(vld1q_s32(lanes.lag[row]), vdupq_n_s32(t));
+    first = change(now, load(lanes.first[row]), first);
+    second = change(now, load(lanes.second[row]), second);
   }
 
   template <rule results>
   void step(int32x4_t x) {
-    y1 = result<results>(mac(first, b0, x));
-    first = mac(mac(second, b1, x), a1, y1);
-    second = mac(product(b2, x), a2, y1);
-  }
-
-  // For the sections that have a sample at step t; the others stay as they are. Keeps the last but
-  // one result, too.
-  template <rule results>
-  void step_some(int32x4_t x, int t) {
-    const int32x4_t now = vdupq_n_s32(t);
-    const int32x4_t idle =
-        vreinterpretq_s32_u32(vorrq_u32(vcgtq_s32(lag, now), vcleq_s32(end, now)));
-    const row_registers before = *this;
-    step<results>(x);
-    first = keep(idle, before.first, first);
-    second = keep(idle, before.second, second);
-    y1 = keep(idle, before.y1, y1);
-    y2 = keep(idle, before.y2, before.y1);
+    y = result<results>(mac(first, vld1q_s32(coef[0]), x));
+    first = mac(mac(second, vld1q_s32(coef[1]), x), vld1q_s32(coef[3]), y);
+    second = mac(product(vld1q_s32(coef[2]), x), vld1q_s32(coef[4]), y);
   }
 };
 
-template <int rows, rule results>
-void step_lanes(iir_lanes* lanes, const int_row* in, int_row* out, int n) {
-  row_registers row[rows];
+template <int groups, int rows, rule results>
+void step_lanes(iir_lanes* lanes, const lane_rows* in, lane_rows* out, int n) {
+  constexpr int all = groups * rows;
+  row_registers row[all];
 #pragma GCC unroll 8
-  for (int k = 0; k < rows; ++k) row[k].load_from(*lanes, k, n);
-  const int32x4_t head = vld1q_s32(lanes->head);
+  for (int k = 0; k < all; ++k) row[k].load_from(*lanes, k);
+  const int32x4_t handed_on = vdupq_n_s32(results == rule::saturating ? ~31 : ~0);
+  const int32x4_t to_next_column = vbicq_s32(handed_on, vld1q_s32(lanes->head));
+  int32x4_t crossing = vdupq_n_s32(0);
 
-  const auto handed_on = [](int32x4_t y) {
-    return results == rule::saturating ? vbicq_s32(y, vdupq_n_s32(31)) : y;
-  };
-  // Calls use(row, x) for every row, the last one first: it takes what the one above made last.
-  const auto step_all = [&](int t, auto use) {
-    const int32x4_t last = handed_on(row[rows - 1].y1);
-    const int32x4_t top = keep(head, vld1q_s32(in[t]), vextq_s32(last, last, 3));
+  // A group's last row first: each takes what the one above made last.
+  const auto step = [&](int t) {
 #pragma GCC unroll 8
-    for (int k = rows - 1; k > 0; --k) use(row[k], handed_on(row[k - 1].y1));
-    use(row[0], top);
-    vst1q_s32(out[t], row[rows - 1].y1);
+    for (int g = 0; g < groups; ++g) {
+      row_registers* const group = row + g * rows;
+      int32x4_t top = vld1q_s32(in[g][t]);
+      if (groups == 1) {
+        top = vorrq_s32(top, vandq_s32(crossing, to_next_column));
+        crossing = vextq_s32(group[rows - 1].y, group[rows - 1].y, 3);
+      }
+#pragma GCC unroll 8
+      for (int k = rows - 1; k > 0; --k)
+        group[k].step<results>(vandq_s32(group[k - 1].y, handed_on));
+      group[0].step<results>(top);
+      vst1q_s32(out[g][t], group[rows - 1].y);
+    }
   };
-  const auto all = [](row_registers& r, int32x4_t x) { r.step<results>(x); };
 
-  // Some sections are idle until the last one has its first sample, and again after the first one
-  // has its last; the last two results of all are kept from there on.
   const int steps = n + lanes->longest_lag;
-  int t = 0;
-  const auto some_until = [&](int end) {
-    for (; t < end; ++t)
-      step_all(t, [t](row_registers& r, int32x4_t x) { r.step_some<results>(x, t); });
-  };
-  some_until(lanes->longest_lag);
-  for (; t < n - 1; ++t) step_all(t, all);
-  some_until(steps);
-
+  for (int t = 0; t < steps;) {
+    // Where sections take their first sample, and where they give their last two.
+    for (const int end = t <= lanes->longest_lag ? lanes->longest_lag + 1 : steps; t < end; ++t) {
 #pragma GCC unroll 8
-  for (int k = 0; k < rows; ++k) {
-    vst1q_s32(lanes->y1[k], row[k].y1);
-    vst1q_s32(lanes->y2[k], row[k].y2);
+      for (int k = 0; k < all; ++k) row[k].begin(*lanes, k, t);
+      step(t);
+      if (t < n - 2) continue;
+#pragma GCC unroll 8
+      for (int k = 0; k < all; ++k) vst1q_s32(lanes->last[t - (n - 2)][k], row[k].y);
+    }
+    for (; t < n - 2; ++t) step(t);
   }
 }
 
+// The inputs column by column into rows, n >= 4 of them; the last four may overlap those before.
 template <rule results>
-constexpr lane_steppers kSteppers = {step_lanes<1, results>, step_lanes<2, results>,
-                                     step_lanes<3, results>, step_lanes<4, results>,
-                                     step_lanes<5, results>};
+void interleave(const int* const (&column)[kColumns], lane_rows& rows, int n) {
+  const auto load_inputs = [](const int* in) {
+    const int32x4_t x = vld1q_s32(in);
+    return results == rule::saturating ? vqshlq_n_s32(x, 5) : x;
+  };
+  for (int next = 0; next < n; next += 4) {
+    const int i = next + 4 <= n ? next : n - 4;
+    const int32x4x4_t x = {{load_inputs(column[0] + i), load_inputs(column[1] + i),
+                            load_inputs(column[2] + i), load_inputs(column[3] + i)}};
+    vst4q_s32(rows[i], x);
+  }
+}
+
+template <rule results, size_t... shape>
+constexpr lane_kernels lanes_of(std::index_sequence<shape...>) {
+  return {interleave<results>,
+          {step_lanes<kLaneShapes[shape].groups, kLaneShapes[shape].rows, results>...}};
+}
+template <rule results>
+constexpr lane_kernels kLanes = lanes_of<results>(std::make_index_sequence<kLaneShapeCount>());
 
 }  // namespace
 
 void iir_chains_32_neon(const iir_chain* chains, int chain_count, int n) {
-  iir_chains_32_in_lanes(chains, chain_count, n, kSteppers<rule::saturating>);
+  iir_chains_32_in_lanes(chains, chain_count, n, kLanes<rule::saturating>);
 }
 
 void iir_chains_wrapping_neon(const iir_chain* chains, int chain_count, int n) {
-  iir_chains_wrapping_in_lanes(chains, chain_count, n, kSteppers<rule::wrapping>);
+  iir_chains_wrapping_in_lanes(chains, chain_count, n, kLanes<rule::wrapping>);
 }

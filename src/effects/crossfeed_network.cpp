@@ -4,6 +4,7 @@
 
 #include "dsp/audio_delay_block.h"
 #include "dsp/block.h"
+#include "dsp/iir_chains_block.h"
 #include "effects/room_internal.h"
 #include "effects/stereo_widening_internal.h"
 
@@ -66,11 +67,8 @@ void crossfeed_network_get_gain(crossfeed_network* network, int* gain) { *gain =
 
 namespace {
 
-// What a channel gives to the other one: its delayed lows, without the gain.
-inline void crossfeed(audio_delay* delay, IIR* lowpass, const int* in, int* out, int n) {
-  std::copy_n(in, n, out);
-  audio_delay_block(delay, out, n);
-  iir_block_32(lowpass, out, out, n);
+inline void delayed(audio_delay* delay, const int* in, int* out, int n) {
+  audio_delay_block(delay, in, out, n);
 }
 
 // direct + other x gain + own highs x gain / 4, summed and saturated left to right, into direct.
@@ -93,12 +91,15 @@ inline void process(crossfeed_network* network, const int* in_left, const int* i
   int direct_left[kBlockFrames], high_left[kBlockFrames], from_left[kBlockFrames];
   int direct_right[kBlockFrames], high_right[kBlockFrames], from_right[kBlockFrames];
 
-  iir_block_32(network->allpass_left, in_left, direct_left, n);
-  iir_block_32(network->allpass_right, in_right, direct_right, n);
-  iir_block_32(network->highpass_left, in_left, high_left, n);
-  iir_block_32(network->highpass_right, in_right, high_right, n);
-  crossfeed(network->delay_left, network->lowpass_left, in_left, from_left, n);
-  crossfeed(network->delay_right, network->lowpass_right, in_right, from_right, n);
+  delayed(network->delay_left, in_left, from_left, n);
+  delayed(network->delay_right, in_right, from_right, n);
+  const iir_chain chains[] = {{in_left, direct_left, &network->allpass_left, 1},
+                              {in_right, direct_right, &network->allpass_right, 1},
+                              {in_left, high_left, &network->highpass_left, 1},
+                              {in_right, high_right, &network->highpass_right, 1},
+                              {from_left, from_left, &network->lowpass_left, 1},
+                              {from_right, from_right, &network->lowpass_right, 1}};
+  iir_chains_32(chains, 6, n);
 
   mix(direct_left, from_right, high_left, network->gain, n);
   mix(direct_right, from_left, high_right, network->gain, n);

@@ -3,6 +3,7 @@
 #include <iterator>
 
 #include "dsp/block.h"
+#include "dsp/iir_chains_block.h"
 #include "effects/room_internal.h"
 #include "effects/stereo_widening_internal.h"
 
@@ -69,16 +70,18 @@ inline void process(difference_circuit* circuit, const int* in_left, const int* 
   int side_high[kBlockFrames], side_low[kBlockFrames];
   IIR* const* section = circuit->section;
 
-  iir_cascade_32(section + kAllpassLeft, 3, in_left, a, n);
-  iir_cascade_32(section + kAllpassRight, 3, in_right, b, n);
+  const iir_chain allpasses[] = {{in_left, a, section + kAllpassLeft, 3},
+                                 {in_right, b, section + kAllpassRight, 3}};
+  iir_chains_32(allpasses, 2, n);
   for (int i = 0; i < n; ++i) {
     s[i] = wrap_add(a[i], b[i]);
     d[i] = wrap_sub(a[i], b[i]);
   }
-  iir_block_32(section[kMidBand], s, mid_band, n);
-  iir_block_32(section[kMidLow], s, mid_low, n);
-  iir_block_32(section[kSideLow], d, side_low, n);
-  iir_block_32(section[kSideHigh], d, side_high, n);
+  const iir_chain bands[] = {{s, mid_band, section + kMidBand, 1},
+                             {s, mid_low, section + kMidLow, 1},
+                             {d, side_low, section + kSideLow, 1},
+                             {d, side_high, section + kSideHigh, 1}};
+  iir_chains_32(bands, 4, n);
 
   const int gain = circuit->side_gain;
   for (int i = 0; i < n; ++i) {

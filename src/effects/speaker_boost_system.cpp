@@ -7,6 +7,7 @@
 #include "dsp/block.h"
 #include "dsp/fixed.h"
 #include "dsp/iir_block.h"
+#include "dsp/iir_chains_block.h"
 #include "dsp/memory.h"
 #include "effects/crossover_tables_internal.h"
 #include "effects/nld_block.h"
@@ -214,12 +215,27 @@ SPEAKER_BOOST_FOR_EACH_ACCESSOR(SPEAKER_BOOST_DEFINE)
 
 namespace {
 
+// In the channel's high band stands what is above the crossovers so far.
 void split_block(const channel& c, const int* in, int n) {
-  int* const rest = c.high;  // what is above the crossovers so far
-  iir_block_32(c.pre, in, rest, n);
-  spectral_band_split_block(c.split[0], rest, c.sub, rest, n);
-  spectral_band_split_block(c.split[1], rest, c.low, rest, n);
-  spectral_band_split_block(c.split[2], rest, c.mid, rest, n);
+  iir_block_32(c.pre, in, c.high, n);
+  spectral_band_split_block(c.split[0], c.high, c.sub, c.high, n);
+  spectral_band_split_block(c.split[1], c.high, c.low, c.high, n);
+  spectral_band_split_block(c.split[2], c.high, c.mid, c.high, n);
+}
+
+// The same for both channels side by side.
+void split_blocks(const channel& left, const int* in_left, const channel& right,
+                  const int* in_right, int n) {
+  const iir_chain pre[] = {{in_left, left.high, &left.pre, 1},
+                           {in_right, right.high, &right.pre, 1}};
+  iir_chains_32(pre, 2, n);
+  const auto split = [&](int k, int* low_left, int* low_right) {
+    spectral_band_splits_block({left.split[k], left.high, low_left, left.high},
+                               {right.split[k], right.high, low_right, right.high}, n);
+  };
+  split(0, left.sub, right.sub);
+  split(1, left.low, right.low);
+  split(2, left.mid, right.mid);
 }
 
 // N of the sketch: in place.
@@ -231,7 +247,7 @@ void make_harmonics(const speaker_boost_system_t* boost, int* x, int n) {
 // The harmonics take the place of the sub band, and the bands become their sum.
 void mix_bands(const channel& c, const int* harmonics, int n) {
   arithmetic().scale(harmonics, c.nld_gain, c.sub, n);
-  audio_delay_block(c.delay, c.sub, n);
+  audio_delay_block(c.delay, c.sub, c.sub, n);
   dynamic_range_control_process(c.drc_low, c.low, c.low, n);
   dynamic_range_control_process(c.drc_mid, c.mid, c.mid, n);
   dynamic_range_control_process(c.drc_high, c.high, c.high, n);
@@ -246,8 +262,7 @@ void speaker_boost_system_process_stereo(speaker_boost_system_t* boost, int* in_
   const channel left = left_of(boost), right = right_of(boost);
   for_each_block_or_empty(n, [&](auto start, int count) {
     int harmonics[kBlockFrames];
-    split_block(left, in_left + start, count);
-    split_block(right, in_right + start, count);
+    split_blocks(left, in_left + start, right, in_right + start, count);
     for (int i = 0; i < count; ++i) harmonics[i] = wrap_add(left.sub[i], right.sub[i]) >> 1;
     make_harmonics(boost, harmonics, count);
     mix_bands(left, harmonics, count);

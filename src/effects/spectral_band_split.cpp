@@ -1,6 +1,6 @@
 #include "effects/spectral_band_split.h"
 
-#include "dsp/iir_block.h"
+#include "dsp/iir_chains_block.h"
 #include "dsp/memory.h"
 #include "effects/spectral_band_split_block.h"
 
@@ -26,7 +26,11 @@ void spectral_band_split_end(spectral_band_split* split) {
 
 void spectral_band_split_process(spectral_band_split* split, int* in, int* low, int* high) {
   const int x = *in;
-  spectral_band_split_block(split, &x, low, high, 1);
+  int x_low, x_high;
+  IIR_process_32(split->low[0], &x, &x_low);
+  IIR_process_32(split->low[1], &x_low, low);
+  IIR_process_32(split->high[0], &x, &x_high);
+  IIR_process_32(split->high[1], &x_high, high);
 }
 
 //      ┌──► low 1 ──► low 2 ───► low
@@ -34,6 +38,14 @@ void spectral_band_split_process(spectral_band_split* split, int* in, int* low, 
 //      └──► high 1 ──► high 2 ─► high
 void spectral_band_split_block(spectral_band_split* split, const int* in, int* low, int* high,
                                int n) {
-  iir_cascade_32(split->low, 2, in, low, n);
-  iir_cascade_32(split->high, 2, in, high, n);
+  const iir_chain chains[] = {{in, low, split->low, 2}, {in, high, split->high, 2}};
+  iir_chains_32(chains, 2, n);
+}
+
+void spectral_band_splits_block(const band_splitting& left, const band_splitting& right, int n) {
+  const iir_chain chains[] = {{left.in, left.low, left.split->low, 2},
+                              {left.in, left.high, left.split->high, 2},
+                              {right.in, right.low, right.split->low, 2},
+                              {right.in, right.high, right.split->high, 2}};
+  iir_chains_32(chains, 4, n);
 }

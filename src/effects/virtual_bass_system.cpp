@@ -5,7 +5,7 @@
 #include "dsp/arithmetic_block.h"
 #include "dsp/block.h"
 #include "dsp/fixed.h"
-#include "dsp/iir_block.h"
+#include "dsp/iir_chains_block.h"
 #include "dsp/memory.h"
 #include "effects/crossover_tables_internal.h"
 #include "effects/nld_block.h"
@@ -130,26 +130,22 @@ void virtual_bass_system_get_nld_clip_level(virtual_bass_system* bass, int* leve
 
 namespace {
 
-// The low bands become the mixed bass in bass_buffer, before the compressor.
-void mix_bass(virtual_bass_system* bass, const int* low_left, const int* low_right, int n) {
-  int plain[kBlockFrames], harmonics[kBlockFrames];
-  for (int i = 0; i < n; ++i) plain[i] = wrap_add(low_left[i], low_right[i]) >> 1;
-  nld_block(bass->nld, plain, harmonics, n);
-  iir_block_32(bass->nld_band, harmonics, harmonics, n);
-  iir_block_32(bass->align_bass, plain, plain, n);
-  arithmetic().mix(plain, bass->origin_gain, harmonics, bass->nld_gain, bass->bass_buffer, n);
-}
-
 // All input is read before any output is written, and the outputs are written left first.
 void process_block(virtual_bass_system* bass, const int* in_left, const int* in_right,
                    int* out_left, int* out_right, int n) {
   int low_left[kBlockFrames], low_right[kBlockFrames];
   int high_left[kBlockFrames], high_right[kBlockFrames];
-  spectral_band_split_block(bass->split_left, in_left, low_left, high_left, n);
-  spectral_band_split_block(bass->split_right, in_right, low_right, high_right, n);
-  mix_bass(bass, low_left, low_right, n);
-  iir_block_32(bass->align_left, high_left, high_left, n);
-  iir_block_32(bass->align_right, high_right, high_right, n);
+  int plain[kBlockFrames], harmonics[kBlockFrames];
+  spectral_band_splits_block({bass->split_left, in_left, low_left, high_left},
+                             {bass->split_right, in_right, low_right, high_right}, n);
+  for (int i = 0; i < n; ++i) plain[i] = wrap_add(low_left[i], low_right[i]) >> 1;
+  nld_block(bass->nld, plain, harmonics, n);
+  const iir_chain chains[] = {{harmonics, harmonics, &bass->nld_band, 1},
+                              {plain, plain, &bass->align_bass, 1},
+                              {high_left, high_left, &bass->align_left, 1},
+                              {high_right, high_right, &bass->align_right, 1}};
+  iir_chains_32(chains, 4, n);
+  arithmetic().mix(plain, bass->origin_gain, harmonics, bass->nld_gain, bass->bass_buffer, n);
   arithmetic().scale_down(high_left, bass->high_band_gain, out_left, n);
   arithmetic().scale_down(high_right, bass->high_band_gain, out_right, n);
   compressor_bass_process(bass->bass_compressor, bass->bass_buffer, bass->bass_buffer, n);
