@@ -37,11 +37,13 @@ void notch_end(notch* filter) {
 
 void notch_process(notch* filter, int* in, int* out) { notch_block(filter, in, out, 1); }
 
+// The rule for -1 in a pass of its own: no choice between the steps.
 void notch_block(notch* filter, const int* in, int* out, int n) {
   notch_registers registers(filter);
-#pragma GCC unroll 2  // what moves on to be the sample before last comes back to its register
-  for (int i = 0; i < n; ++i) out[i] = notch_step(registers, in[i]);
+#pragma GCC unroll 2
+  for (int i = 0; i < n; ++i) out[i] = wrap32(notch_step(registers, in[i]));
   registers.store(filter);
+  for (int i = 0; i < n; ++i) out[i] = silence_minus_one(out[i]);
 }
 
 void notch_row_block(notch_share* row, int count, int* x, int n) {

@@ -32,7 +32,8 @@ struct notch_registers {
 };
 
 // x + x[n-2] + f x[n-1] - r f y[n-1] - r^2 y[n-2] and the residue, in Q13.
-inline int notch_step(notch_registers& r, int in) {
+// What comes out is its low 32 bits, -1 as 0.
+inline int64_t notch_step(notch_registers& r, int in) {
   const int64_t x = in;
   int64_t sum =
       wrap_sub64(wrap_mul64(r.x1, r.freq) >> 15, wrap_mul64(r.radius_squared, r.y2) >> 13);
@@ -45,7 +46,7 @@ inline int notch_step(notch_registers& r, int in) {
   r.x1 = x;
   r.y2 = r.y1;
   r.y1 = y;
-  return silence_minus_one(wrap32(y));
+  return y;
 }
 
 // n samples; in place allowed; n < 1 does nothing. The same bits as n calls of notch_process.

@@ -45,6 +45,29 @@ inline factors product(factors a, factors b) {
           _mm256_srli_epi64(_mm256_mul_epi32(a.odds, b.odds), bits)};
 }
 
+// Sums of products in 64 bits, which wrap.
+struct product_sums {
+  __m256i evens = _mm256_setzero_si256(), odds = evens;
+
+  void add(vector a, vector b) {
+    evens = _mm256_add_epi64(evens, _mm256_mul_epi32(a, b));
+    odds = _mm256_add_epi64(odds, _mm256_mul_epi32(odd(a), odd(b)));
+  }
+  // / 2^bits, rounded down: saturated, or the low 32 bits.
+  template <int bits>
+  vector saturated() const {
+    return saturated_shift<bits>(evens, odds);
+  }
+  template <int bits>
+  vector wrapped() const {
+    return even_odd(_mm256_srli_epi64(evens, bits), _mm256_slli_epi64(odds, 32 - bits));
+  }
+};
+
+template <int bits>
+inline vector shift_right(vector x) {
+  return _mm256_srai_epi32(x, bits);
+}
 inline vector larger(vector a, vector b) { return _mm256_max_epi32(a, b); }
 inline vector larger_unsigned(vector a, vector b) { return _mm256_max_epu32(a, b); }
 inline vector magnitude(vector x) { return _mm256_abs_epi32(x); }  // of -2^31: itself

@@ -69,6 +69,29 @@ inline factors product(factors a, factors b) {
   return saturated_product<bits>(a, b);
 }
 
+// Sums of products in 64 bits, which wrap.
+struct product_sums {
+  int64x2_t low = vdupq_n_s64(0), high = low;
+
+  void add(vector a, vector b) {
+    low = vmlal_s32(low, vget_low_s32(a), vget_low_s32(b));
+    high = vmlal_high_s32(high, a, b);
+  }
+  // / 2^bits, rounded down: saturated, or the low 32 bits.
+  template <int bits>
+  vector saturated() const {
+    return vqshrn_high_n_s64(vqshrn_n_s64(low, bits), high, bits);
+  }
+  template <int bits>
+  vector wrapped() const {
+    return vshrn_high_n_s64(vshrn_n_s64(low, bits), high, bits);
+  }
+};
+
+template <int bits>
+inline vector shift_right(vector x) {
+  return vshrq_n_s32(x, bits);
+}
 inline vector larger(vector a, vector b) { return vmaxq_s32(a, b); }
 inline vector larger_unsigned(vector a, vector b) {
   return vreinterpretq_s32_u32(vmaxq_u32(vreinterpretq_u32_s32(a), vreinterpretq_u32_s32(b)));
