@@ -27,3 +27,12 @@ inline int dc_remove_step_24(int64_t& x_prev, int64_t& y_prev, int in) {
 // n samples; in place allowed; n < 1 does nothing. The same bits as n one-sample calls.
 void dc_remove_block_16(dc_remove* filter, const int* in, int* out, int n);
 void dc_remove_block_24(dc_remove* filter, const int* in, int* out, int n);
+
+// Two channels, which don't wait for each other: the same bits. A channel's out may be any in.
+struct dc_remove_channel {
+  dc_remove* filter;
+  const int* in;
+  int* out;
+};
+void dc_remove_two_16(const dc_remove_channel* two, int n);
+void dc_remove_two_24(const dc_remove_channel* two, int n);

@@ -1,19 +1,24 @@
-#include "dsp/fade_block.h"
-
 #include <algorithm>
 
+#include "dsp/fade_block.h"
 #include "dsp/fixed.h"
 #include "dsp/kernels.h"
 
-int fade_block(const int* other, int* x, int depth, int step, int n) {
-  return kernels().fade_block(other, x, depth, step, n);
+void fade_block(fade* f, const int* other, int* x, int n) {
+  if (n < 1) return;
+  const int first = std::clamp(saturate_add(f->depth, f->step), 0, kFadeFull);
+  const int step = std::clamp(f->step, -kFadeFull, kFadeFull);
+  fade within = {first - step, step};
+  kernels().fade_block(&within, other, x, n);
+  f->depth = within.depth;
 }
 
 // A weighted mean of 32-bit words: it fits.
-int fade_block_portable(const int* other, int* x, int depth, int step, int n) {
+void fade_block_portable(fade* f, const int* other, int* x, int n) {
+  int depth = f->depth;
   for (int i = 0; i < n; ++i) {
-    depth = std::clamp(depth + step, 0, kFadeFull);
+    depth = std::clamp(depth + f->step, 0, kFadeFull);
     x[i] = wrap32((int64_t{kFadeFull - depth} * x[i] + int64_t{depth} * other[i]) >> 20);
   }
-  return depth;
+  f->depth = depth;
 }

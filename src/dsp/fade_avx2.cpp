@@ -3,7 +3,8 @@
 #include "dsp/avx2_internal.h"
 #include "dsp/fade_block.h"
 
-int fade_block_avx2(const int* other, int* x, int depth, int step, int n) {
+void fade_block_avx2(fade* f, const int* other, int* x, int n) {
+  const int step = f->step;
   const int whole = n - n % 8;
   if (whole >= 8) {
     const __m256i full = _mm256_set1_epi32(kFadeFull);
@@ -12,7 +13,7 @@ int fade_block_avx2(const int* other, int* x, int depth, int step, int n) {
     };
     const __m256i steps = _mm256_set1_epi32(step);
     const __m256i ahead = _mm256_mullo_epi32(steps, _mm256_setr_epi32(1, 2, 3, 4, 5, 6, 7, 8));
-    __m256i depths = limited(_mm256_add_epi32(_mm256_set1_epi32(depth), ahead));
+    __m256i depths = limited(_mm256_add_epi32(_mm256_set1_epi32(f->depth), ahead));
     for (int i = 0;;) {
       const __m256i a = load(x + i), b = load(other + i), rest = _mm256_sub_epi32(full, depths);
       const __m256i even = _mm256_add_epi64(_mm256_mul_epi32(a, rest), _mm256_mul_epi32(b, depths));
@@ -23,7 +24,7 @@ int fade_block_avx2(const int* other, int* x, int depth, int step, int n) {
       if (i == whole) break;
       depths = limited(_mm256_add_epi32(depths, _mm256_slli_epi32(steps, 3)));
     }
-    depth = _mm256_extract_epi32(depths, 7);
+    f->depth = _mm256_extract_epi32(depths, 7);
   }
-  return fade_block_portable(other + whole, x + whole, depth, step, n - whole);
+  if (whole < n) fade_block_portable(f, other + whole, x + whole, n - whole);
 }

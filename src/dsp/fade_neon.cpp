@@ -4,13 +4,14 @@
 
 #include "dsp/fade_block.h"
 
-int fade_block_neon(const int* other, int* x, int depth, int step, int n) {
+void fade_block_neon(fade* f, const int* other, int* x, int n) {
+  const int step = f->step;
   const int whole = n - n % 4;
   if (whole >= 4) {
     const int32x4_t full = vdupq_n_s32(kFadeFull);
     const auto limited = [=](int32x4_t d) { return vminq_s32(vmaxq_s32(d, vdupq_n_s32(0)), full); };
     const int32x4_t ahead = {step, 2 * step, 3 * step, 4 * step};
-    int32x4_t depths = limited(vaddq_s32(vdupq_n_s32(depth), ahead));
+    int32x4_t depths = limited(vaddq_s32(vdupq_n_s32(f->depth), ahead));
     for (int i = 0;;) {
       const int32x4_t a = vld1q_s32(x + i), b = vld1q_s32(other + i);
       const int32x4_t rest = vsubq_s32(full, depths);
@@ -22,7 +23,7 @@ int fade_block_neon(const int* other, int* x, int depth, int step, int n) {
       if (i == whole) break;
       depths = limited(vaddq_s32(depths, vdupq_n_s32(4 * step)));
     }
-    depth = vgetq_lane_s32(depths, 3);
+    f->depth = vgetq_lane_s32(depths, 3);
   }
-  return fade_block_portable(other + whole, x + whole, depth, step, n - whole);
+  if (whole < n) fade_block_portable(f, other + whole, x + whole, n - whole);
 }

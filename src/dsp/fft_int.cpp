@@ -3,8 +3,10 @@
 #include <algorithm>
 #include <array>
 
+#include "dsp/fft_int_block.h"
 #include "dsp/fixed.h"
 #include "dsp/howling_detector_internal.h"
+#include "dsp/kernels.h"
 #include "dsp/memory.h"
 
 namespace {
@@ -55,21 +57,6 @@ constexpr auto kBitReversal = [] {
       reversed[i] = static_cast<uint8_t>(reversed[i] | ((i >> bit & 1) << (kStages - 1 - bit)));
   return reversed;
 }();
-
-// One stage over all n values: (a, b) <- (a + b w, a - b w), a and b half a span apart.
-void butterflies(complex* data, int n, int half) {
-  const complex* twiddles = &kTwiddles[static_cast<size_t>(half - 1)];
-  for (int start = 0; start < n; start += 2 * half) {
-    complex* a = data + start;
-    complex* b = a + half;
-    const int count = std::min(half, n - start);
-    for (int j = 0; j < count; ++j) {
-      const complex t = multiply_q28(b[j], twiddles[j]);
-      b[j] = {wrap_sub64(a[j].re, t.re), wrap_sub64(a[j].im, t.im)};
-      a[j] = {wrap_add64(a[j].re, t.re), wrap_add64(a[j].im, t.im)};
-    }
-  }
-}
 
 uint64_t power_of(const complex& value) {
   const uint64_t re = static_cast<uint64_t>(value.re >> 13);
@@ -157,7 +144,24 @@ void fft_do_process(fft_int* fft) {
     if (i < j) std::swap(fft->data[i], fft->data[j]);
   }
   for (int half = 1; half < std::min(fft->n, kSize); half *= 2)
-    butterflies(fft->data, fft->n, half);
+    fft_stage(fft->data, fft->n, half, &kTwiddles[static_cast<size_t>(half - 1)]);
+}
+
+void fft_stage(complex* data, int n, int half, const complex* twiddles) {
+  kernels().fft_stage(data, n, half, twiddles);
+}
+
+void fft_stage_portable(complex* data, int n, int half, const complex* twiddles) {
+  for (int start = 0; start < n; start += 2 * half) {
+    complex* a = data + start;
+    complex* b = a + half;
+    const int count = std::min(half, n - start);
+    for (int j = 0; j < count; ++j) {
+      const complex t = multiply_q28(b[j], twiddles[j]);
+      b[j] = {wrap_sub64(a[j].re, t.re), wrap_sub64(a[j].im, t.im)};
+      a[j] = {wrap_add64(a[j].re, t.re), wrap_add64(a[j].im, t.im)};
+    }
+  }
 }
 
 // in ──► window ──► transform ──► |X|^2 ──► history ──► smoothing ──► peaks ──► marks, out

@@ -23,6 +23,9 @@ constexpr kernel_table kPortable = {
     .fade_block = fade_block_portable,
     .fir_sums_block = fir_sums_block_portable,
     .arithmetic = &kArithmeticPortable,
+    .notch_row_block = notch_row_block_portable,
+    .fft_stage = fft_stage_portable,
+    .scale_down_5_block = scale_down_5_block_portable,
 };
 
 #ifdef SONX_AVX2_KERNELS
@@ -38,6 +41,9 @@ constexpr kernel_table kAvx2 = {
     .fade_block = fade_block_avx2,
     .fir_sums_block = fir_sums_block_avx2,
     .arithmetic = &kArithmeticAvx2,
+    .notch_row_block = notch_row_block_avx2,
+    .fft_stage = fft_stage_avx2,
+    .scale_down_5_block = scale_down_5_block_avx2,
 };
 #endif
 
@@ -54,6 +60,9 @@ constexpr kernel_table kNeon = {
     .fade_block = fade_block_neon,
     .fir_sums_block = fir_sums_block_neon,
     .arithmetic = &kArithmeticNeon,
+    .notch_row_block = notch_row_block_portable,
+    .fft_stage = fft_stage_portable,
+    .scale_down_5_block = scale_down_5_block_neon,
 };
 #endif
 

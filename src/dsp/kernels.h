@@ -13,9 +13,12 @@
 #include "dsp/arithmetic_block.h"
 #include "dsp/comb_bank_block.h"
 #include "dsp/fade_block.h"
+#include "dsp/fft_int_block.h"
 #include "dsp/fir_block.h"
 #include "dsp/iir_chains_block.h"
 #include "dsp/mix_block.h"
+#include "dsp/notch_block.h"
+#include "dsp/scale_block.h"
 
 struct kernel_table {
   const char* name;  // portable, avx2, neon
@@ -29,6 +32,9 @@ struct kernel_table {
   decltype(::fade_block)* fade_block;
   decltype(::fir_sums_block)* fir_sums_block;
   const block_arithmetic* arithmetic;
+  decltype(::notch_row_block)* notch_row_block;
+  decltype(::fft_stage)* fft_stage;
+  decltype(::scale_down_5_block)* scale_down_5_block;
 };
 
 // What runs: null until the first call of kernels(). Several threads may choose at once: they come

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "dsp/block.h"
+#include "dsp/kernels.h"
 #include "dsp/memory.h"
 #include "dsp/notch_block.h"
 
@@ -39,4 +41,18 @@ void notch_block(notch* filter, const int* in, int* out, int n) {
   notch_registers registers(filter);
   for (int i = 0; i < n; ++i) out[i] = notch_step(registers, in[i]);
   registers.store(filter);
+}
+
+void notch_row_block(notch_share* row, int count, int* x, int n) {
+  kernels().notch_row_block(row, count, x, n);
+}
+
+void notch_row_block_portable(notch_share* row, int count, int* x, int n) {
+  for_each_block(n, [=](int64_t start, int frames) {
+    int notched[kBlockFrames];
+    for (notch_share* next = row; next < row + count; ++next) {
+      notch_block(next->filter, x + start, notched, frames);
+      fade_block(&next->share, notched, x + start, frames);
+    }
+  });
 }

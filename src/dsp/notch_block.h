@@ -1,6 +1,7 @@
 // The notch's step, and the notch over a block.
 #pragma once
 
+#include "dsp/fade_block.h"
 #include "dsp/fixed.h"
 #include "dsp/notch.h"
 
@@ -48,3 +49,15 @@ inline int notch_step(notch_registers& r, int in) {
 
 // n samples; in place allowed; n < 1 does nothing. The same bits as n calls of notch_process.
 void notch_block(notch* filter, const int* in, int* out, int n);
+
+// n samples in place through count notches in a row, each with a share of its own in its output;
+// the same bits as notch_block and fade_block for one notch after the other. n < 1 does nothing.
+struct notch_share {
+  notch* filter;
+  fade share;
+};
+void notch_row_block(notch_share* row, int count, int* x, int n);
+
+// The variants.
+void notch_row_block_portable(notch_share* row, int count, int* x, int n);
+void notch_row_block_avx2(notch_share* row, int count, int* x, int n);

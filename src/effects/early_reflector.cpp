@@ -133,8 +133,9 @@ inline void process(early_reflector* reflector, const int* in_left, const int* i
   run_allpasses(reflector->allpass_right, right, n);
   mix(reflector, in_left, left, n);
   mix(reflector, in_right, right, n);
-  dc_remove_block_24(reflector->dc_left, left, out_left, n);
-  dc_remove_block_24(reflector->dc_right, right, out_right, n);
+  const dc_remove_channel channels[] = {{reflector->dc_left, left, out_left},
+                                        {reflector->dc_right, right, out_right}};
+  dc_remove_two_24(channels, n);
 }
 
 }  // namespace

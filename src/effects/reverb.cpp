@@ -134,9 +134,9 @@ inline void process_block(reverb_t* reverb, const int* in_left, const int* in_ri
   const mix_input mix_right[] = {{in_right, dry}, {tail_right, wet1}, {tail_left, wet2}};
   mix_three_block(mix_left, left, n);
   mix_three_block(mix_right, right, n);
-  const auto remove_dc = width == 16 ? dc_remove_block_16 : dc_remove_block_24;
-  remove_dc(reverb->dc_left, left, out_left, n);
-  remove_dc(reverb->dc_right, right, out_right, n);
+  const dc_remove_channel channels[] = {{reverb->dc_left, left, out_left},
+                                        {reverb->dc_right, right, out_right}};
+  width == 16 ? dc_remove_two_16(channels, n) : dc_remove_two_24(channels, n);
 }
 
 }  // namespace

@@ -5,7 +5,6 @@
 #include "dsp/block.h"
 #include "dsp/dc_remove_block.h"
 #include "dsp/elliptic_block.h"
-#include "dsp/fade_block.h"
 #include "dsp/fixed.h"
 #include "dsp/memory.h"
 #include "dsp/notch_block.h"
@@ -51,11 +50,15 @@ void listen(howlingCancel* canceller, const int* in, int n) {
   for (int i = pending & 1; i < n; i += 2) *write++ = x[i];
 }
 
-// x + depth (notched - x), depth fading.
-void cut(notch* filter, howling_place& place, int* x, int n) {
-  int notched[kBlockFrames];
-  notch_block(filter, x, notched, n);
-  place.depth = fade_block(notched, x, place.depth, place.depth_step, n);
+// Every notch with its place's share in what it passes on; the shares fade.
+void cut(howlingCancel* canceller, int* x, int n) {
+  notch_share row[kPlaces];
+  for (int i = 0; i < kPlaces; ++i) {
+    const howling_place& place = canceller->places[i];
+    row[i] = {&canceller->notches[i], {place.depth, place.depth_step}};
+  }
+  notch_row_block(row, kPlaces, x, n);
+  for (int i = 0; i < kPlaces; ++i) canceller->places[i].depth = row[i].share.depth;
 }
 
 static_assert(kFullDepth == kFadeFull);
@@ -119,7 +122,7 @@ void howling_canceling_process(howlingCancel* canceller, int* in, int* out, int 
     int x[kBlockFrames];
     std::copy_n(in + start, count, x);
     listen(canceller, x, count);
-    for (int i = 0; i < kPlaces; ++i) cut(&canceller->notches[i], canceller->places[i], x, count);
+    cut(canceller, x, count);
     std::copy_n(x, count, out + start);
     start += count;
     pending += count;
