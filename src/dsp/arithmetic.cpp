@@ -77,5 +77,5 @@ int64_t energy(const int* in, int n) {
 }  // namespace
 
 const block_arithmetic kArithmeticPortable = {
-    scale,    scale_down_13, scale_down_each, multiply, mix,  add,
-    subtract, clip,          polynomial,      level,    peak, energy};
+    scale, scale_down_13, scale_down_each, multiply, mix,  add,   subtract,
+    clip,  polynomial,    polynomial,      level,    peak, energy};

@@ -31,6 +31,8 @@ struct block_arithmetic {
   void (*clip)(const int* in, const int* limits, int* out, int n);
   // polynomial_step; the coefficients stand apart from the samples.
   void (*polynomial)(const int* coefficients, const int* in, int* out, int n);
+  // The same for what polynomial_fits says yes to.
+  void (*fitting_polynomial)(const int* coefficients, const int* in, int* out, int n);
   // The largest magnitude and their sum.
   block_level (*level)(const int* in, int n);
   // The largest magnitude but for -2147483648, which is passed over.

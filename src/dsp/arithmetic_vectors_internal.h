@@ -79,6 +79,22 @@ void polynomial(const int* coefficients, const int* in, int* out, int n) {
   });
 }
 
+// Without saturation the factors can stay where the multiplication takes them.
+void fitting_polynomial(const int* coefficients, const int* in, int* out, int n) {
+  factors c[kPolynomialOrder];
+  for (int k = 0; k < kPolynomialOrder; ++k) c[k] = factors_of(splat(coefficients[k]));
+  in_vectors(n, [&](int i, auto words) {
+    const factors x = factors_of(load(in + i, words));
+    factors power = product<15>(c[0], x);
+    factors total = power;
+    for (int k = 1; k < kPolynomialOrder; ++k) {
+      power = product<23>(product<15>(c[k], x), power);
+      total = sum(total, power);
+    }
+    store(out + i, words_of(total), words);
+  });
+}
+
 block_level level(const int* in, int n) {
   vector largest = splat(0);
   wide_sum sum;
@@ -105,7 +121,7 @@ int64_t energy(const int* in, int n) {
 }
 
 constexpr block_arithmetic kVectorArithmetic = {
-    scale,    scale_down, scale_down_each, multiply, mix,  add,
-    subtract, clip,       polynomial,      level,    peak, energy};
+    scale, scale_down, scale_down_each,    multiply, mix,  add,   subtract,
+    clip,  polynomial, fitting_polynomial, level,    peak, energy};
 
 }  // namespace

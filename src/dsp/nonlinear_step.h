@@ -13,6 +13,20 @@ constexpr int clip_step(int x, int limit) {
 constexpr int kPolynomialOrder = 8;
 using polynomial_coefficients = int[kPolynomialOrder];
 
+// Whether nothing saturates in polynomial_step for any |x| up to largest.
+constexpr bool polynomial_fits(const int* c, int64_t largest) {
+  int64_t power = 0, sum = 0;  // bounds of their magnitudes
+  for (int k = 0; k < kPolynomialOrder; ++k) {
+    const int64_t coefficient = c[k];
+    const int64_t scaled = ((coefficient < 0 ? -coefficient : coefficient) * largest >> 15) + 1;
+    if (scaled > INT32_MAX) return false;
+    power = k == 0 ? scaled : (scaled * power >> 23) + 1;
+    sum += power;
+    if (sum > INT32_MAX) return false;
+  }
+  return true;
+}
+
 // The sum of the powers: the first one is x c0, the others the one before x (x c); c in Q15, x and
 // powers in Q23. Every product and every sum saturates.
 constexpr int polynomial_step(const int* c, int x) {

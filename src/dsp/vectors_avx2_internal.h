@@ -24,6 +24,23 @@ inline vector saturated_product(vector a, vector b) {
   return saturated_shift<bits>(_mm256_mul_epi32(a, b), _mm256_mul_epi32(odd(a), odd(b)));
 }
 
+// Eight words as factors and products of 32 bits: in the low halves of 64-bit lanes, the even ones
+// and the odd ones apart. What stands in the high halves doesn't count.
+struct factors {
+  __m256i even, odds;
+};
+inline factors factors_of(vector x) { return {x, odd(x)}; }
+inline vector words_of(factors x) { return even_odd(x.even, _mm256_slli_epi64(x.odds, 32)); }
+inline factors sum(factors a, factors b) {
+  return {_mm256_add_epi32(a.even, b.even), _mm256_add_epi32(a.odds, b.odds)};
+}
+// a x b / 2^bits, rounded down, where that fits.
+template <int bits>
+inline factors product(factors a, factors b) {
+  return {_mm256_srli_epi64(_mm256_mul_epi32(a.even, b.even), bits),
+          _mm256_srli_epi64(_mm256_mul_epi32(a.odds, b.odds), bits)};
+}
+
 inline vector larger(vector a, vector b) { return _mm256_max_epi32(a, b); }
 inline vector larger_unsigned(vector a, vector b) { return _mm256_max_epu32(a, b); }
 inline vector magnitude(vector x) { return _mm256_abs_epi32(x); }  // of -2^31: itself

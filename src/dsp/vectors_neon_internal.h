@@ -55,6 +55,16 @@ inline vector saturated_product(vector a, vector b) {
                            vmull_high_s32(a, b), bits);
 }
 
+// Words as factors and products that fit: here no matter, a narrowing that saturates costs no more.
+using factors = vector;
+inline factors factors_of(vector x) { return x; }
+inline vector words_of(factors x) { return x; }
+inline factors sum(factors a, factors b) { return vaddq_s32(a, b); }
+template <int bits>
+inline factors product(factors a, factors b) {
+  return saturated_product<bits>(a, b);
+}
+
 inline vector larger(vector a, vector b) { return vmaxq_s32(a, b); }
 inline vector larger_unsigned(vector a, vector b) {
   return vreinterpretq_s32_u32(vmaxq_u32(vreinterpretq_u32_s32(a), vreinterpretq_u32_s32(b)));

@@ -65,6 +65,13 @@ void glide(NLD* nld, int* limits, int n) {
   nld->clip_envelope = wrap_sub(target, distance);
 }
 
+// No limit from now on is beyond it: a glide from the one in force to the one set stays between
+// them, unless it wraps.
+int64_t highest_limit(const NLD* nld) {
+  const int from = nld->clip_envelope, to = nld->clip_level_scaled;
+  return from < 0 || to < 0 ? int64_t{1} << 31 : std::max(from, to);
+}
+
 void clip_block(NLD* nld, const int* in, int* out, int n) {
   for_each_block(n, [=](int64_t start, int count) {
     int limits[kBlockFrames];
@@ -95,9 +102,13 @@ void NLD_process(NLD* nld, int* in, int* out) {
 }
 
 void nld_block(NLD* nld, const int* in, int* out, int n) {
+  int64_t largest = int64_t{1} << 31;
   if (nld->clip_flag != 0) {
+    largest = highest_limit(nld);
     clip_block(nld, in, out, n);
     in = out;
   }
-  arithmetic().polynomial(nld->coefficients, in, out, n);
+  const bool fits = polynomial_fits(nld->coefficients, largest);
+  const block_arithmetic& block = arithmetic();
+  (fits ? block.fitting_polynomial : block.polynomial)(nld->coefficients, in, out, n);
 }

@@ -1,7 +1,10 @@
 #include "hp/smooth_volume.h"
 
+#include <algorithm>
 #include <cstdlib>
 
+#include "dsp/arithmetic_block.h"
+#include "dsp/block.h"
 #include "dsp/fixed.h"
 
 namespace {
@@ -54,11 +57,22 @@ void smooth_volume_process(smooth_volume_t* stage, int* in_left, int* in_right, 
                            int* out_right, int n) {
   const int target = stage->volume, shift = stage->shift;
   int gain = stage->soft_volume;
-  for (int i = 0; i < n; ++i) {
+  int i = 0;
+  for (; i < n && gain != target; ++i) {
     const int left = in_left[i], right = in_right[i];
     out_left[i] = saturate32(int64_t{left} * gain >> 13);
     out_right[i] = saturate32(int64_t{right} * gain >> 13);
-    if (gain != target) gain = ramp(gain, target, shift);
+    gain = ramp(gain, target, shift);
   }
   stage->soft_volume = gain;
+  if (gain == kUnity && out_left == in_left && out_right == in_right) return;
+
+  for_each_block(n - i, [=](int64_t start, int count) {
+    int left[kBlockFrames], right[kBlockFrames];
+    // Both are read before either is written.
+    arithmetic().scale(in_left + i + start, gain, left, count);
+    arithmetic().scale(in_right + i + start, gain, right, count);
+    std::copy_n(left, count, out_left + i + start);
+    std::copy_n(right, count, out_right + i + start);
+  });
 }

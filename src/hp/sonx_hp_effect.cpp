@@ -41,21 +41,19 @@ void follow_period(sonx_hp_handle_t* effect, uint32_t frames) {
                       static_cast<size_t>(effect->block_frames));
 }
 
-// Sample formats: read to a 24-bit sample, write from one.
+// Sample formats: read to a 24-bit sample, write from one; in 32 bits, which loops do in vectors.
+
+int shift_8_rounding(int word) { return (word >> 8) + (word >> 7 & 1); }  // (word + 128) / 256
 
 int read_16(int16_t word) { return word * 256; }
-int16_t write_16(int sample) {
-  return static_cast<int16_t>(
-      std::clamp<int64_t>((int64_t{sample} + 128) >> 8, INT16_MIN, INT16_MAX));
-}
+int16_t write_16(int sample) { return saturate16(shift_8_rounding(sample)); }
 
 int keep(int word) { return word; }
 
-int read_q31(int word) {
-  const int64_t rounded = int64_t{word} + 128;
-  return static_cast<int>((rounded > INT32_MAX ? 0x7FFFFF00 : rounded) >> 8);
+int read_q31(int word) { return std::min(shift_8_rounding(word), 0x7FFFFF); }
+int write_q31(int sample) {
+  return sample > 0x7FFFFF ? INT32_MAX : sample < -0x800000 ? INT32_MIN : wrap_shl(sample, 8);
 }
-int write_q31(int sample) { return saturate32(int64_t{sample} * 256); }
 
 // The buffer in place, block by block; the handle drives the chain's switch counter.
 template <typename Word, typename Read, typename Write>

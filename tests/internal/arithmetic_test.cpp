@@ -5,6 +5,7 @@
 #include "dsp/arithmetic_block.h"
 #include "dsp/block.h"
 #include "dsp/gain_ramp_block.h"
+#include "dsp/nonlinear_step.h"
 #include "effects/gain_slew_internal.h"
 #include "support/kernels.h"
 #include "support/signals.h"
@@ -99,6 +100,27 @@ TEST(Arithmetic, OfThePolynomialGivesThePortableBits) {
     for (const samples& c : kSets)
       expect_same(arithmetic(), [&](const block_arithmetic& s, const int* a, const int*, int* out,
                                     int n) { s.polynomial(c.data(), a, out, n); });
+  });
+}
+
+// With inputs up to the largest that fits, at the rails of that range too.
+TEST(Arithmetic, OfThePolynomialThatFitsGivesThePortableBits) {
+  const polynomial_coefficients kSets[] = {{123008, -511, 699050, -345, 310689, -288, 116508, -256},
+                                           {32768, 32768, 32768, 32768, 32768, 32768, 32768, 32768},
+                                           {-1, 1, -1, 1, -1, 1, -1, 1},
+                                           {-32768, 700000, -700000, 700000, 90000, -32768, 7, 0}};
+  with_each_kernel([&] {
+    for (const auto& c : kSets) {
+      int largest = 1 << 30;
+      while (!polynomial_fits(c, largest)) largest -= largest / 100 + 1;
+      ASSERT_GT(largest, 1 << 18);
+      samples x = noise(240, largest, 3), expected(240), found(240);
+      x[0] = largest;
+      x[1] = -largest;
+      kArithmeticPortable.polynomial(c, x.data(), expected.data(), 240);
+      arithmetic().fitting_polynomial(c, x.data(), found.data(), 240);
+      ASSERT_EQ(found, expected);
+    }
   });
 }
 
