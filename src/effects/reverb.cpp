@@ -2,8 +2,8 @@
 
 #include <iterator>
 
+#include "dsp/arithmetic_block.h"
 #include "dsp/block.h"
-#include "dsp/gain_block.h"
 #include "dsp/mix_block.h"
 #include "effects/room_internal.h"
 
@@ -124,8 +124,8 @@ inline void process_block(reverb_t* reverb, const int* in_left, const int* in_ri
   int left[kBlockFrames], right[kBlockFrames];  // into the combs, later the mix
   int tail_left[kBlockFrames], tail_right[kBlockFrames];
 
-  gain_block(in_left, reverb->gain, left, n);
-  gain_block(in_right, reverb->gain, right, n);
+  arithmetic().scale_down(in_left, reverb->gain, left, n);
+  arithmetic().scale_down(in_right, reverb->gain, right, n);
   run_bank<width>(reverb->comb_left, reverb->allpass_left, left, tail_left, n);
   run_bank<width>(reverb->comb_right, reverb->allpass_right, right, tail_right, n);
 

@@ -130,8 +130,6 @@ void virtual_bass_system_get_nld_clip_level(virtual_bass_system* bass, int* leve
 
 namespace {
 
-}
-
 // All input is read before any output is written, and the outputs are written left first.
 void process_block(virtual_bass_system* bass, const int* in_left, const int* in_right,
                    int* out_left, int* out_right, int n) {
