@@ -66,7 +66,7 @@ void run(elliptic* filter, const int* in, int* out, int n) {
     for (int m = j; m <= kOrder; ++m) partial[j] = mac(partial[j], a[m], y[kOrder - 1 - (m - j)]);
   int64_t sum = 0;
   for (int i = 0; i < n; ++i) {
-    sum = wrap_add64(inputs[i], partial[1]);
+    sum = wrap_add64(partial[1], inputs[i]);
     const int result = scale_down_wrapping<20>(sum);
 #pragma GCC unroll 6
     for (int j = 1; j <= kOrder; ++j) partial[j] = mac(partial[j + 1], a[j], result);

@@ -35,3 +35,10 @@ inline int iircomber_step(iircomber_registers& r, int x, int& cell) {
 
 // n samples in place; n < 1 does nothing. The same bits as n calls of iircomber_process.
 void iircomber_block(iircomber* comb, int* samples, int n);
+
+// Two channels, which don't wait for each other: the same bits.
+struct iircomber_channel {
+  iircomber* comb;
+  int* samples;
+};
+void iircomber_two_block(const iircomber_channel* two, int n);

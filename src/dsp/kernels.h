@@ -24,6 +24,7 @@ struct kernel_table {
   const char* name;  // portable, avx2, neon
   decltype(::iir_chains_32)* iir_chains_32;
   decltype(::iir_chains_wrapping)* iir_chains_wrapping;
+  const block_arithmetic* arithmetic;
   decltype(::comb_quartets_add_16)* comb_quartets_add_16;
   decltype(::comb_quartets_add_24)* comb_quartets_add_24;
   decltype(::allpass_block)* allpass_block;
@@ -31,7 +32,6 @@ struct kernel_table {
   decltype(::mix_wrapping_block)* mix_wrapping_block;
   decltype(::fade_block)* fade_block;
   decltype(::fir_sums_block)* fir_sums_block;
-  const block_arithmetic* arithmetic;
   decltype(::notch_row_block)* notch_row_block;
   decltype(::fft_stage)* fft_stage;
   decltype(::scale_down_5_block)* scale_down_5_block;

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <iterator>
 
+#include "dsp/arithmetic_block.h"
 #include "dsp/block.h"
 #include "effects/room_internal.h"
 #include "effects/stereo_widening_internal.h"
@@ -110,10 +111,10 @@ inline void feed(IIR* highpass, const int* in, int* fed, int n) {
 
 // wet x wet gain + in x dry gain, both Q13, each saturated and their sum too, into wet.
 inline void mix(const early_reflector* reflector, const int* in, int* wet, int n) {
-  const int wet_gain = reflector->wet_gain, dry_gain = reflector->dry_gain;
-  for (int i = 0; i < n; ++i)
-    wet[i] = saturate_add(saturate32(int64_t{wet_gain} * wet[i] >> 13),
-                          saturate32(int64_t{dry_gain} * in[i] >> 13));
+  int dry[kBlockFrames];
+  arithmetic().scale(in, reflector->dry_gain, dry, n);
+  arithmetic().scale(wet, reflector->wet_gain, wet, n);
+  arithmetic().add(wet, dry, wet, n);
 }
 
 // One block of at most kBlockFrames frames, 24-bit samples outside the combs' loops. The inputs are

@@ -75,14 +75,14 @@ void iirecho_processStereo(iirecho* echo, int* in_left, int* in_right, int* out_
   const int dry = echo->dry, wet = echo->wet;
   for_each_block(n, [&](int start, int count) {
     int left[kBlockFrames], right[kBlockFrames];
-    const auto channel = [&](iircomber* comb, const int* in, int* samples) {
-      std::copy_n(in, count, samples);
-      iircomber_block(comb, samples, count);
-      const mix_input mix[] = {{in, dry}, {samples, wet}};
-      mix_wrapping_block(mix, 2, samples, count);
-    };
-    channel(echo->comb_left, in_left + start, left);
-    channel(echo->comb_right, in_right + start, right);
+    std::copy_n(in_left + start, count, left);
+    std::copy_n(in_right + start, count, right);
+    const iircomber_channel loops[] = {{echo->comb_left, left}, {echo->comb_right, right}};
+    iircomber_two_block(loops, count);
+    const mix_input mix_left[] = {{in_left + start, dry}, {left, wet}};
+    const mix_input mix_right[] = {{in_right + start, dry}, {right, wet}};
+    mix_wrapping_block(mix_left, 2, left, count);
+    mix_wrapping_block(mix_right, 2, right, count);
     std::copy_n(left, count, out_left + start);
     std::copy_n(right, count, out_right + start);
   });
