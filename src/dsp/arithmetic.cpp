@@ -21,8 +21,11 @@ void scale_down_each(const int* in, const int* gains, int* out, int n) {
   for (int i = 0; i < n; ++i) out[i] = scale_down<17>(int64_t{in[i]} * gains[i]);
 }
 
-void multiply(const int* a, const int* b, int* out, int n) {
-  for (int i = 0; i < n; ++i) out[i] = saturate32(int64_t{a[i]} * b[i] >> 17);
+void scale_down_twice(const int* in, const int* gains, const int* gates, int* out, int n) {
+  for (int i = 0; i < n; ++i) {
+    const int gain = saturate32(int64_t{gates[i]} * gains[i] >> 17);
+    out[i] = scale_down<17>(int64_t{in[i]} * gain);
+  }
 }
 
 void mix(const int* a, int gain_a, const int* b, int gain_b, int* out, int n) {
@@ -77,5 +80,6 @@ int64_t energy(const int* in, int n) {
 }  // namespace
 
 const block_arithmetic kArithmeticPortable = {
-    scale, scale_down_13, scale_down_each, multiply, mix,  add,   subtract,
-    clip,  polynomial,    polynomial,      level,    peak, energy};
+    scale,    scale_down_13, scale_down_each, scale_down_twice, mix,   add,
+    subtract, clip,          polynomial,      polynomial,       level, peak,
+    energy};

@@ -19,8 +19,8 @@ struct block_arithmetic {
   void (*scale_down)(const int* in, int gain, int* out, int n);
   // in x gain, Q17, a gain for every sample, and -1 becomes 0.
   void (*scale_down_each)(const int* in, const int* gains, int* out, int n);
-  // a x b, Q17.
-  void (*multiply)(const int* a, const int* b, int* out, int n);
+  // in x (gain x gate), all Q17, gain x gate saturated too, and -1 becomes 0.
+  void (*scale_down_twice)(const int* in, const int* gains, const int* gates, int* out, int n);
   // a x gain_a, Q13, and b x gain_b; their sum; and -1 becomes 0.
   void (*mix)(const int* a, int gain_a, const int* b, int gain_b, int* out, int n);
   // a + b.

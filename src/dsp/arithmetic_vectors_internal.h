@@ -30,9 +30,11 @@ void scale_down_each(const int* in, const int* gains, int* out, int n) {
   });
 }
 
-void multiply(const int* a, const int* b, int* out, int n) {
+void scale_down_twice(const int* in, const int* gains, const int* gates, int* out, int n) {
   in_vectors(n, [=](int i, auto words) {
-    store(out + i, saturated_product<17>(load(a + i, words), load(b + i, words)), words);
+    const vector gain = saturated_product<17>(load(gates + i, words), load(gains + i, words));
+    const vector y = saturated_product<17>(load(in + i, words), gain);
+    store(out + i, silence_minus_one(y), words);
   });
 }
 
@@ -121,7 +123,8 @@ int64_t energy(const int* in, int n) {
 }
 
 constexpr block_arithmetic kVectorArithmetic = {
-    scale, scale_down, scale_down_each,    multiply, mix,  add,   subtract,
-    clip,  polynomial, fitting_polynomial, level,    peak, energy};
+    scale,    scale_down, scale_down_each, scale_down_twice,   mix,   add,
+    subtract, clip,       polynomial,      fitting_polynomial, level, peak,
+    energy};
 
 }  // namespace

@@ -65,7 +65,7 @@ uint64_t power_of(const complex& value) {
 }
 
 void push(uint64_t* history, uint64_t power) {
-  std::copy_backward(history, history + kHistory - 1, history + kHistory);
+  for (int k = kHistory - 1; k > 0; --k) history[k] = history[k - 1];
   history[0] = power;
 }
 

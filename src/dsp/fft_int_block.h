@@ -11,3 +11,4 @@ void fft_stage(complex* data, int n, int half, const complex* twiddles);
 // The variants.
 void fft_stage_portable(complex* data, int n, int half, const complex* twiddles);
 void fft_stage_avx2(complex* data, int n, int half, const complex* twiddles);
+void fft_stage_neon(complex* data, int n, int half, const complex* twiddles);

@@ -11,22 +11,29 @@ namespace {
 
 constexpr int kFewestSections = 3;  // below, lanes don't pay
 constexpr int kUnity = 1 << 28;
+constexpr int kSilence[kBlockFrames] = {};
 
 // What becomes of a section's results.
 struct scaled_32 {
-  static int down(int y) { return y >> 5; }
   static int handed_on(int y) { return y & ~31; }
   static constexpr auto* portable = iir_chains_32_portable;
 };
 struct unscaled {
-  static int down(int y) { return y; }
   static int handed_on(int y) { return y; }
   static constexpr auto* portable = iir_chains_wrapping_portable;
 };
 
-// Where a chain stands: its first row and column, and the lag of its column's or columns' end.
+// Where a chain stands: its first row and column, and how many columns it takes.
 struct place {
-  int top, column, last;
+  int top, column, columns;
+};
+
+// Where section k of a chain stands, and the step of its first sample.
+struct section_place {
+  int row, column, lag;
+
+  section_place(place p, int rows, int k)
+      : row(p.top + k % rows), column(p.column + k / rows), lag(k + k / rows) {}
 };
 
 int columns_of(const iir_chain& chain, lane_shape shape) {
@@ -49,7 +56,7 @@ void for_each_place(const iir_chain* chains, int chain_count, lane_shape shape, 
   int column = 0;
   for (const iir_chain* c = chains; c < chains + chain_count; ++c) {
     const int columns = columns_of(*c, shape);
-    use(*c, place{column / kColumns * shape.rows, column % kColumns, columns * shape.rows - 1});
+    use(*c, place{column / kColumns * shape.rows, column % kColumns, columns});
     column += columns;
   }
 }
@@ -67,15 +74,15 @@ void load_section(iir_lanes* lanes, int row, int column, const IIR& section) {
 // What follows a chain's sections down to the last row lets their results through.
 void load_chain(iir_lanes* lanes, const iir_chain& chain, int rows, place p) {
   lanes->head[p.column] = -1;
-  for (int lag = 0; lag <= p.last; ++lag) {
-    const int row = p.top + lag % rows, column = p.column + lag / rows;
-    lanes->lag[row][column] = lag;
-    if (lag < chain.count)
-      load_section(lanes, row, column, *chain.sections[lag]);
+  for (int k = 0; k < p.columns * rows; ++k) {
+    const section_place here(p, rows, k);
+    lanes->lag[here.row][here.column] = here.lag;
+    lanes->longest_lag = std::max(lanes->longest_lag, here.lag);
+    if (k < chain.count)
+      load_section(lanes, here.row, here.column, *chain.sections[k]);
     else
-      lanes->coef[row][0][column] = kUnity;
+      lanes->coef[here.row][0][here.column] = kUnity;
   }
-  lanes->longest_lag = std::max(lanes->longest_lag, p.last);
 }
 
 // x1 and x2 are the last samples that the chain's first section got, the last one first.
@@ -83,13 +90,35 @@ template <typename Scale>
 void store_chain(const iir_lanes& lanes, const iir_chain& chain, int rows, place p, int x1,
                  int x2) {
   for (int k = 0; k < chain.count; ++k) {
-    const int row = p.top + k % rows, column = p.column + k / rows;
-    const int y1 = lanes.last[k + 1][row][column], y2 = lanes.last[k][row][column];
+    const section_place here(p, rows, k);
+    const int y1 = lanes.last[here.lag + 1][here.row][here.column];
+    const int y2 = lanes.last[here.lag][here.row][here.column];
     const int words[] = {x1, x1, x2, y1, y2};
     std::copy_n(words, 5, chain.sections[k]->state);
     x1 = Scale::handed_on(y1);
     x2 = Scale::handed_on(y2);
   }
+}
+
+// Chains that end at the same step of one group, as nearly all do, leave it together.
+void store_outputs(const iir_chain* chains, int chain_count, lane_shape shape,
+                   const lane_rows* results, int n, const lane_kernels& kernels) {
+  int unused[kBlockFrames];
+  int* const nowhere = unused;
+  int* target[kColumns];
+  const int_row* rows = nullptr;
+  const auto flush = [&] {
+    if (rows != nullptr) kernels.deinterleave(rows, target, n);
+    std::fill_n(target, kColumns, nowhere);
+  };
+  for_each_place(chains, chain_count, shape, [&](const iir_chain& chain, place p) {
+    const section_place end(p, shape.rows, p.columns * shape.rows - 1);
+    const int_row* const from = results[p.top / shape.rows] + end.lag;
+    if (from != rows) flush();
+    rows = from;
+    target[end.column] = chain.out;
+  });
+  flush();
 }
 
 // kFewestLaneSamples <= n <= kBlockFrames samples through chains that find place in the shape.
@@ -101,7 +130,7 @@ void run_in_lanes(const iir_chain* chains, int chain_count, int n, int shape_ind
   std::memset(&lanes, 0, offsetof(iir_lanes, last));
   alignas(32) int_row in[kMostGroups][kLaneSteps], out[kMostGroups][kLaneSteps];
   const int* source[kMostGroups][kColumns];
-  for (auto& group : source) std::fill_n(group, kColumns, chains[0].in);  // where no chain starts
+  for (auto& group : source) std::fill_n(group, kColumns, kSilence);  // where no chain starts
   for_each_place(chains, chain_count, shape, [&](const iir_chain& chain, place p) {
     load_chain(&lanes, chain, shape.rows, p);
     source[p.top / shape.rows][p.column] = chain.in;
@@ -114,13 +143,10 @@ void run_in_lanes(const iir_chain* chains, int chain_count, int n, int shape_ind
   kernels.step[shape_index](&lanes, in, out, n);
 
   for_each_place(chains, chain_count, shape, [&](const iir_chain& chain, place p) {
-    const int group = p.top / shape.rows;
-    const int_row* const inputs = in[group] + n - 2;
+    const int_row* const inputs = in[p.top / shape.rows] + n - 2;
     store_chain<Scale>(lanes, chain, shape.rows, p, inputs[1][p.column], inputs[0][p.column]);
-    const int_row* const results = out[group] + p.last;
-    const int column = p.column + p.last / shape.rows;
-    for (int i = 0; i < n; ++i) chain.out[i] = Scale::down(results[i][column]);
   });
+  store_outputs(chains, chain_count, shape, out, n, kernels);
 }
 
 template <typename Scale>

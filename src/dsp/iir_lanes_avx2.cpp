@@ -30,9 +30,7 @@ inline __m256i mac(__m256i sum, __m256i a, __m256i b) {
 }
 
 // The high halves into the low ones.
-inline __m256i high_halves(__m256i a) {
-  return _mm256_castps_si256(_mm256_movehdup_ps(_mm256_castsi256_ps(a)));
-}
+inline __m256i high_halves(__m256i a) { return _mm256_shuffle_epi32(a, 0xF5); }
 // The low halves of one, the high halves of the other.
 inline __m256i halves(__m256i low, __m256i high) { return _mm256_blend_epi32(low, high, 0xAA); }
 
@@ -43,7 +41,7 @@ inline __m256i saturate(__m256i high, __m256i shifted) {
   const __m256i fits = _mm256_cmpeq_epi32(_mm256_srai_epi32(shifted, 4), high);
   const __m256i limit = _mm256_xor_si256(_mm256_srai_epi32(high, 31), _mm256_set1_epi32(INT32_MAX));
   const __m256i minus_one = _mm256_cmpeq_epi32(shifted, _mm256_set1_epi32(-1));
-  return _mm256_or_si256(_mm256_and_si256(shifted, _mm256_andnot_si256(minus_one, fits)),
+  return _mm256_or_si256(_mm256_and_si256(fits, _mm256_andnot_si256(minus_one, shifted)),
                          _mm256_andnot_si256(fits, limit));
 }
 
@@ -107,21 +105,17 @@ void step_lanes(iir_lanes* lanes, const lane_rows* in, lane_rows* out, int n) {
   row_registers row[all];
 #pragma GCC unroll 8
   for (int k = 0; k < all; ++k) row[k].load_from(*lanes, k);
-  const __m256i head = widen(lanes->head);
+  const __m256i handed_on = _mm256_set1_epi64x(results == rule::saturating ? ~31 : ~0);
+  const __m256i to_next_column = _mm256_andnot_si256(widen(lanes->head), handed_on);
+  __m256i crossing = _mm256_setzero_si256();
 
   const auto step = [&](int t) {
-    const auto handed_on = [](__m256i y) {
-      return results == rule::saturating ? _mm256_and_si256(y, _mm256_set1_epi64x(~31)) : y;
-    };
 #pragma GCC unroll 8
-    for (int k = 0; k < all; ++k) {
-      if (k % rows > 0) {
-        row[k].x = handed_on(row[k - 1].y);
-      } else {
-        const __m256i last = handed_on(row[k + rows - 1].y);
-        row[k].x =
-            _mm256_blendv_epi8(_mm256_permute4x64_epi64(last, 0x90), widen(in[k / rows][t]), head);
-      }
+    for (int k = 0; k < all; ++k)
+      row[k].x = k % rows == 0 ? widen(in[k / rows][t]) : _mm256_and_si256(row[k - 1].y, handed_on);
+    if (groups == 1) {
+      row[0].x = _mm256_or_si256(row[0].x, _mm256_and_si256(crossing, to_next_column));
+      crossing = _mm256_permute4x64_epi64(row[rows - 1].y, 0x90);
     }
     find_results<all, results>(row);
 #pragma GCC unroll 8
@@ -175,9 +169,34 @@ void interleave(const int* const (&column)[kColumns], lane_rows& rows, int n) {
   }
 }
 
+template <rule results>
+void deinterleave(const int_row* rows, int* const (&column)[kColumns], int n) {
+  const auto load_pair = [&](int low, int high) {
+    return _mm256_inserti128_si256(
+        _mm256_castsi128_si256(_mm_load_si128(reinterpret_cast<const __m128i*>(rows[low]))),
+        _mm_load_si128(reinterpret_cast<const __m128i*>(rows[high])), 1);
+  };
+  for (int next = 0; next < n; next += 8) {
+    const int i = next + 8 <= n ? next : n - 8;
+    const auto store = [&](int c, __m256i y) {
+      if (results == rule::saturating) y = _mm256_srai_epi32(y, 5);
+      _mm256_storeu_si256(reinterpret_cast<__m256i*>(column[c] + i), y);
+    };
+    const __m256i a = load_pair(i, i + 4), b = load_pair(i + 1, i + 5);
+    const __m256i c = load_pair(i + 2, i + 6), d = load_pair(i + 3, i + 7);
+    const __m256i ab_low = _mm256_unpacklo_epi32(a, b), ab_high = _mm256_unpackhi_epi32(a, b);
+    const __m256i cd_low = _mm256_unpacklo_epi32(c, d), cd_high = _mm256_unpackhi_epi32(c, d);
+    store(0, _mm256_unpacklo_epi64(ab_low, cd_low));
+    store(1, _mm256_unpackhi_epi64(ab_low, cd_low));
+    store(2, _mm256_unpacklo_epi64(ab_high, cd_high));
+    store(3, _mm256_unpackhi_epi64(ab_high, cd_high));
+  }
+}
+
 template <rule results, size_t... shape>
 constexpr lane_kernels lanes_of(std::index_sequence<shape...>) {
   return {interleave<results>,
+          deinterleave<results>,
           {step_lanes<kLaneShapes[shape].groups, kLaneShapes[shape].rows, results>...}};
 }
 template <rule results>

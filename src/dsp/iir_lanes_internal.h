@@ -4,7 +4,7 @@
 // after the other. Here every section runs one sample behind the one before it: at step t, section
 // k of a chain takes sample t - k, which section k - 1 made at step t - 1, and no section waits for
 // another within a step. The chains stand in columns of a few rows; a chain goes down its column
-// and on at the top of the next one:
+// and on at the top of the next one, where it arrives a step later still:
 //
 //              column 0   column 1   column 2   column 3
 //   row 0      left 0     left 3     right 0    right 3      a row is a vector; a step moves the
@@ -36,7 +36,7 @@
 constexpr int kColumns = 4;
 constexpr int kMostRows = 5;  // of all groups together
 constexpr int kMostGroups = 2;
-constexpr int kMostLaneLag = kColumns * kMostRows - 1;
+constexpr int kMostLaneLag = kColumns * (kMostRows + 1) - 2;
 constexpr int kLaneSteps = kBlockFrames + kMostLaneLag;
 constexpr int kFewestLaneSamples = 8;  // what a call takes at least
 
@@ -66,6 +66,8 @@ using lane_rows = int_row[kLaneSteps];
 struct lane_kernels {
   // The inputs of a group's chains, scaled as the sections need them, into rows.
   void (*interleave)(const int* const (&column)[kColumns], lane_rows& rows, int n);
+  // The other way round: n rows of results into columns, scaled as outputs.
+  void (*deinterleave)(const int_row* rows, int* const (&column)[kColumns], int n);
   // Runs n + longest_lag steps, the inputs beyond n counting for nothing, and fills `last`.
   void (*step[kLaneShapeCount])(iir_lanes* lanes, const lane_rows* in, lane_rows* out, int n);
 };

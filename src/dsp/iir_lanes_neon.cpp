@@ -77,20 +77,24 @@ void step_lanes(iir_lanes* lanes, const lane_rows* in, lane_rows* out, int n) {
   row_registers row[all];
 #pragma GCC unroll 8
   for (int k = 0; k < all; ++k) row[k].load_from(*lanes, k);
-  const uint32x4_t head = vreinterpretq_u32_s32(vld1q_s32(lanes->head));
+  const int32x4_t handed_on = vdupq_n_s32(results == rule::saturating ? ~31 : ~0);
+  const int32x4_t to_next_column = vbicq_s32(handed_on, vld1q_s32(lanes->head));
+  int32x4_t crossing = vdupq_n_s32(0);
 
   // A group's last row first: each takes what the one above made last.
   const auto step = [&](int t) {
-    const auto handed_on = [](int32x4_t y) {
-      return results == rule::saturating ? vbicq_s32(y, vdupq_n_s32(31)) : y;
-    };
 #pragma GCC unroll 8
     for (int g = 0; g < groups; ++g) {
       row_registers* const group = row + g * rows;
-      const int32x4_t last = handed_on(group[rows - 1].y);
+      int32x4_t top = vld1q_s32(in[g][t]);
+      if (groups == 1) {
+        top = vorrq_s32(top, vandq_s32(crossing, to_next_column));
+        crossing = vextq_s32(group[rows - 1].y, group[rows - 1].y, 3);
+      }
 #pragma GCC unroll 8
-      for (int k = rows - 1; k > 0; --k) group[k].step<results>(handed_on(group[k - 1].y));
-      group[0].step<results>(change(head, vld1q_s32(in[g][t]), vextq_s32(last, last, 3)));
+      for (int k = rows - 1; k > 0; --k)
+        group[k].step<results>(vandq_s32(group[k - 1].y, handed_on));
+      group[0].step<results>(top);
       vst1q_s32(out[g][t], group[rows - 1].y);
     }
   };
@@ -125,9 +129,20 @@ void interleave(const int* const (&column)[kColumns], lane_rows& rows, int n) {
   }
 }
 
+template <rule results>
+void deinterleave(const int_row* rows, int* const (&column)[kColumns], int n) {
+  for (int next = 0; next < n; next += 4) {
+    const int i = next + 4 <= n ? next : n - 4;
+    const int32x4x4_t y = vld4q_s32(rows[i]);
+    for (int c = 0; c < kColumns; ++c)
+      vst1q_s32(column[c] + i, results == rule::saturating ? vshrq_n_s32(y.val[c], 5) : y.val[c]);
+  }
+}
+
 template <rule results, size_t... shape>
 constexpr lane_kernels lanes_of(std::index_sequence<shape...>) {
   return {interleave<results>,
+          deinterleave<results>,
           {step_lanes<kLaneShapes[shape].groups, kLaneShapes[shape].rows, results>...}};
 }
 template <rule results>

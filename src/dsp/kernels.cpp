@@ -26,6 +26,7 @@ constexpr kernel_table kPortable = {
     .notch_row_block = notch_row_block_portable,
     .fft_stage = fft_stage_portable,
     .scale_down_5_block = scale_down_5_block_portable,
+    .shape_block = shape_block_portable,
 };
 
 #ifdef SONX_AVX2_KERNELS
@@ -44,6 +45,7 @@ constexpr kernel_table kAvx2 = {
     .notch_row_block = notch_row_block_avx2,
     .fft_stage = fft_stage_avx2,
     .scale_down_5_block = scale_down_5_block_avx2,
+    .shape_block = shape_block_avx2,
 };
 #endif
 
@@ -61,8 +63,9 @@ constexpr kernel_table kNeon = {
     .fade_block = fade_block_neon,
     .fir_sums_block = fir_sums_block_neon,
     .notch_row_block = notch_row_block_portable,
-    .fft_stage = fft_stage_portable,
+    .fft_stage = fft_stage_neon,
     .scale_down_5_block = scale_down_5_block_neon,
+    .shape_block = shape_block_neon,
 };
 #endif
 

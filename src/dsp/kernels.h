@@ -19,6 +19,7 @@
 #include "dsp/mix_block.h"
 #include "dsp/notch_block.h"
 #include "dsp/scale_block.h"
+#include "dsp/shape_block.h"
 
 struct kernel_table {
   const char* name;  // portable, avx2, neon
@@ -35,6 +36,7 @@ struct kernel_table {
   decltype(::notch_row_block)* notch_row_block;
   decltype(::fft_stage)* fft_stage;
   decltype(::scale_down_5_block)* scale_down_5_block;
+  decltype(::shape_block)* shape_block;
 };
 
 // What runs: null until the first call of kernels(). Several threads may choose at once: they come

@@ -39,6 +39,7 @@ void notch_process(notch* filter, int* in, int* out) { notch_block(filter, in, o
 
 void notch_block(notch* filter, const int* in, int* out, int n) {
   notch_registers registers(filter);
+#pragma GCC unroll 2  // what moves on to be the sample before last comes back to its register
   for (int i = 0; i < n; ++i) out[i] = notch_step(registers, in[i]);
   registers.store(filter);
 }

@@ -34,10 +34,11 @@ struct notch_registers {
 // x + x[n-2] + f x[n-1] - r f y[n-1] - r^2 y[n-2] and the residue, in Q13.
 inline int notch_step(notch_registers& r, int in) {
   const int64_t x = in;
-  int64_t sum = wrap_add64(r.residue, wrap_mul64(wrap_add64(x, r.x2), 8192));
-  sum = wrap_add64(sum, wrap_mul64(r.x1, r.freq) >> 15);
-  sum = wrap_sub64(sum, wrap_mul64(r.pole, r.y1));
-  sum = wrap_sub64(sum, wrap_mul64(r.radius_squared, r.y2) >> 13);
+  int64_t sum =
+      wrap_sub64(wrap_mul64(r.x1, r.freq) >> 15, wrap_mul64(r.radius_squared, r.y2) >> 13);
+  sum = wrap_add64(sum, wrap_mul64(wrap_add64(x, r.x2), 8192));
+  sum = wrap_add64(sum, r.residue);
+  sum = wrap_sub64(sum, wrap_mul64(r.pole, r.y1));  // last: it depends on the latest result
   const int64_t y = sum >> 13;
   r.residue = sum & 0x1FFF;
   r.x2 = r.x1;

@@ -18,6 +18,10 @@ inline void in_vectors(int n, Step step) {
 
 inline vector splat(int x) { return _mm256_set1_epi32(x); }
 
+inline vector wrap_add(vector a, vector b) { return _mm256_add_epi32(a, b); }
+inline vector wrap_sub(vector a, vector b) { return _mm256_sub_epi32(a, b); }
+inline vector both_bits(vector a, vector b) { return _mm256_and_si256(a, b); }
+
 // a x b / 2^bits, rounded down, saturated.
 template <int bits>
 inline vector saturated_product(vector a, vector b) {

@@ -48,6 +48,10 @@ inline vector silence_minus_one(vector x) {
 inline vector saturate_add(vector a, vector b) { return vqaddq_s32(a, b); }
 inline vector saturate_sub(vector a, vector b) { return vqsubq_s32(a, b); }
 
+inline vector wrap_add(vector a, vector b) { return vaddq_s32(a, b); }
+inline vector wrap_sub(vector a, vector b) { return vsubq_s32(a, b); }
+inline vector both_bits(vector a, vector b) { return vandq_s32(a, b); }
+
 // a x b / 2^bits, rounded down, saturated.
 template <int bits>
 inline vector saturated_product(vector a, vector b) {

@@ -68,8 +68,7 @@ void crossfeed_network_get_gain(crossfeed_network* network, int* gain) { *gain =
 namespace {
 
 inline void delayed(audio_delay* delay, const int* in, int* out, int n) {
-  std::copy_n(in, n, out);
-  audio_delay_block(delay, out, n);
+  audio_delay_block(delay, in, out, n);
 }
 
 // direct + other x gain + own highs x gain / 4, summed and saturated left to right, into direct.

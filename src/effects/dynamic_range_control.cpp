@@ -170,12 +170,11 @@ void dynamic_range_control_process(dynamic_range_control_t* drc, int* in, int* o
 
   int gain = drc->gain, gate = drc->denoise_gain;
   for_each_block(n, [&](int start, int count) {
-    int gains[kBlockFrames], gates[kBlockFrames], delayed[kBlockFrames];
+    int gains[kBlockFrames], gates[kBlockFrames];
     slew_block(gain, target, gate, gate_target, gains, gates, count);
-    arithmetic().multiply(gains, gates, gains, count);  // an open gate leaves the gain as it is
-    std::copy_n(in + start, count, delayed);
-    audio_delay_block(drc->delay, delayed, count);
-    arithmetic().scale_down_each(delayed, gains, out + start, count);
+    audio_delay_block(drc->delay, in + start, out + start, count);
+    // An open gate leaves the gain as it is.
+    arithmetic().scale_down_twice(out + start, gains, gates, out + start, count);
   });
   drc->gain = gain;
   drc->denoise_gain = gate;

@@ -5,6 +5,7 @@
 
 #include "dsp/arithmetic_block.h"
 #include "dsp/block.h"
+#include "dsp/iir_chains_block.h"
 #include "effects/room_internal.h"
 #include "effects/stereo_widening_internal.h"
 
@@ -102,11 +103,9 @@ void early_reflector_update(early_reflector* reflector) {
 
 namespace {
 
-// A quarter of the input, so that four combs do not overflow (-1 becomes 0), through the high-pass.
-inline void feed(IIR* highpass, const int* in, int* fed, int n) {
-  if (n < 1) return;  // never: lets the compiler see that fed is written
+// A quarter of the input, so that four combs do not overflow; -1 becomes 0.
+inline void quarter(const int* in, int* fed, int n) {
   for (int i = 0; i < n; ++i) fed[i] = silence_minus_one(in[i] >> 2);
-  iir_block_32(highpass, fed, fed, n);
 }
 
 // wet x wet gain + in x dry gain, both Q13, each saturated and their sum too, into wet.
@@ -126,8 +125,12 @@ inline void process(early_reflector* reflector, const int* in_left, const int* i
                     int* out_left, int* out_right, int n) {
   int fed_left[kBlockFrames], fed_right[kBlockFrames];
   int left[kBlockFrames], right[kBlockFrames];
-  feed(reflector->highpass_left, in_left, fed_left, n);
-  feed(reflector->highpass_right, in_right, fed_right, n);
+  if (n < 1) return;  // never: lets the compiler see that the buffers are written
+  quarter(in_left, fed_left, n);
+  quarter(in_right, fed_right, n);
+  const iir_chain highpasses[] = {{fed_left, fed_left, &reflector->highpass_left, 1},
+                                  {fed_right, fed_right, &reflector->highpass_right, 1}};
+  iir_chains_32(highpasses, 2, n);
   run_combs<24>({{reflector->comb_left, fed_left, left}, {reflector->comb_right, fed_right, right}},
                 n);
   run_allpasses(reflector->allpass_left, left, n);

@@ -7,7 +7,7 @@
 #include "dsp/fixed.h"
 #include "dsp/fixed_math.h"
 #include "dsp/gain_ramp_block.h"
-#include "dsp/iir_block.h"
+#include "dsp/iir_chains_block.h"
 #include "dsp/memory.h"
 
 namespace {
@@ -142,22 +142,37 @@ int64_t weighted(int64_t sum, int bits) {
   return static_cast<int64_t>(static_cast<uint64_t>(sum) << (-right & 63));
 }
 
-// The weighted energy of one channel's block.
-int64_t band_energy(IIR* const* low_pass, const int* band_shift, const int* in, int n) {
-  int64_t sums[kBands] = {};
-  for_each_block(n, [&](int start, int count) {
-    int rest[kBlockFrames], band[kBlockFrames];
-    std::copy_n(in + start, count, rest);
-    for (int k = 0; k < kSplits; ++k) {
-      iir_block_32(low_pass[k], rest, band, count);
-      arithmetic().subtract(rest, band, rest, count);
-      sums[k] = wrap_add64(sums[k], arithmetic().energy(band, count));
-    }
-    sums[kSplits] = wrap_add64(sums[kSplits], arithmetic().energy(rest, count));
-  });
+using band_energies = int64_t[kBands];
+
+int64_t weighted(const band_energies& sums, const int* band_shift) {
   int64_t total = 0;
   for (int k = 0; k < kBands; ++k) total = wrap_add64(total, weighted(sums[k], band_shift[k]));
   return total;
+}
+
+// The louder channel's weighted energy over the block. Both channels' sections step together.
+int64_t loudest(const smart_volume_control_t* control, const int* in_left, const int* in_right,
+                int n) {
+  band_energies sums[2] = {};  // left, right
+  for_each_block(n, [&](int64_t start, int count) {
+    int rest[2][kBlockFrames], band[2][kBlockFrames];
+    const int* in[2] = {in_left + start, in_right + start};
+    const auto add = [&](int c, int k, const int* x) {
+      sums[c][k] = wrap_add64(sums[c][k], arithmetic().energy(x, count));
+    };
+    for (int k = 0; k < kSplits; ++k) {
+      const iir_chain chains[] = {{in[0], band[0], &control->low_pass_left[k], 1},
+                                  {in[1], band[1], &control->low_pass_right[k], 1}};
+      iir_chains_32(chains, 2, count);
+      for (int c = 0; c < 2; ++c) {
+        arithmetic().subtract(in[c], band[c], rest[c], count);
+        in[c] = rest[c];
+        add(c, k, band[c]);
+      }
+    }
+    for (int c = 0; c < 2; ++c) add(c, kSplits, rest[c]);
+  });
+  return std::max(weighted(sums[0], control->band_shift), weighted(sums[1], control->band_shift));
 }
 
 void follow_energy(smart_volume_control_t* control, int64_t loudness) {
@@ -203,10 +218,7 @@ int block_gain(smart_volume_control_t* control, int64_t loudness) {
 void smart_volume_control_process(smart_volume_control_t* control, int* in_left, int* in_right,
                                   int* out_left, int* out_right, int n) {
   follow_peak(control, std::max(block_peak(in_left, n), block_peak(in_right, n)));
-  const int64_t loudness =
-      std::max(band_energy(control->low_pass_left, control->band_shift, in_left, n),
-               band_energy(control->low_pass_right, control->band_shift, in_right, n)) >>
-      24;
+  const int64_t loudness = loudest(control, in_left, in_right, n) >> 24;
   const int target = saturate32(int64_t{block_gain(control, loudness)} * 16);
 
   for_each_block(n, [=](int64_t start, int count) {

@@ -247,7 +247,7 @@ void make_harmonics(const speaker_boost_system_t* boost, int* x, int n) {
 // The harmonics take the place of the sub band, and the bands become their sum.
 void mix_bands(const channel& c, const int* harmonics, int n) {
   arithmetic().scale(harmonics, c.nld_gain, c.sub, n);
-  audio_delay_block(c.delay, c.sub, n);
+  audio_delay_block(c.delay, c.sub, c.sub, n);
   dynamic_range_control_process(c.drc_low, c.low, c.low, n);
   dynamic_range_control_process(c.drc_mid, c.mid, c.mid, n);
   dynamic_range_control_process(c.drc_high, c.high, c.high, n);

@@ -63,7 +63,10 @@ TEST(Arithmetic, OfEveryVariantGivesThePortableBits) {
         s.mix(a, gain, b, 5000, out, n);
       });
     }
-    for (auto two : {&set::scale_down_each, &set::multiply, &set::add, &set::subtract, &set::clip})
+    expect_same(found, [=](const set& s, const int* a, const int* b, int* out, int n) {
+      s.scale_down_twice(a, b, a, out, n);
+    });
+    for (auto two : {&set::scale_down_each, &set::add, &set::subtract, &set::clip})
       expect_same(found, [=](const set& s, const int* a, const int* b, int* out, int n) {
         (s.*two)(a, b, out, n);
       });

@@ -157,7 +157,7 @@ TEST(BlockKernels, OfTheDelayLinesGiveTheBitsOfOneSampleCalls) {
           [=] {
             return used(delay_line(audio_delay_init, length), audio_delay_set_delay, shorter);
           },
-          one, in_place_by(audio_delay_block));
+          one, audio_delay_block);
     }
   }
 }
