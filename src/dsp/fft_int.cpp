@@ -58,6 +58,11 @@ constexpr auto kBitReversal = [] {
   return reversed;
 }();
 
+void run_stages(fft_int* fft) {
+  for (int half = 1; half < std::min(fft->n, kSize); half *= 2)
+    fft_stage(fft->data, fft->n, half, &kTwiddles[static_cast<size_t>(half - 1)]);
+}
+
 uint64_t power_of(const complex& value) {
   const uint64_t re = static_cast<uint64_t>(value.re >> 13);
   const uint64_t im = static_cast<uint64_t>(value.im >> 13);
@@ -143,8 +148,7 @@ void fft_do_process(fft_int* fft) {
     const int j = kBitReversal[static_cast<size_t>(i)];
     if (i < j) std::swap(fft->data[i], fft->data[j]);
   }
-  for (int half = 1; half < std::min(fft->n, kSize); half *= 2)
-    fft_stage(fft->data, fft->n, half, &kTwiddles[static_cast<size_t>(half - 1)]);
+  run_stages(fft);
 }
 
 void fft_stage(complex* data, int n, int half, const complex* twiddles) {
@@ -168,9 +172,12 @@ void fft_stage_portable(complex* data, int n, int half, const complex* twiddles)
 //  24 bit     29 bit        37 bit     bins 2..62   8 frames
 void fft_int_dowin_process(fft_int* fft, int* in, int* out, int len) {
   const int count = std::clamp(len, 0, std::clamp(fft->n, 0, kSize));
-  for (int i = 0; i < count; ++i) fft->data[i] = {int64_t{in[i]} * kWindow[i] >> 23, 0};
-  for (int i = count; i < fft->n; ++i) fft->data[i] = {0, 0};
-  fft_do_process(fft);
+  const bool whole = fft->n == kSize;  // every value goes straight to where reversal would put it
+  for (int i = 0; i < fft->n; ++i) {
+    const size_t to = whole ? kBitReversal[static_cast<size_t>(i)] : static_cast<size_t>(i);
+    fft->data[to] = {i < count ? int64_t{in[i]} * kWindow[i] >> 23 : 0, 0};
+  }
+  whole ? run_stages(fft) : fft_do_process(fft);
   std::fill_n(fft->peak_power, kPeaks, int64_t{0});
   const band_totals totals = update_powers(fft);
   mark_peaks(fft, totals, out);

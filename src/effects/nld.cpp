@@ -53,15 +53,17 @@ void NLD_get_clip_flag(NLD* nld, int* flag) { *flag = nld->clip_flag; }
 namespace {
 
 // The clipper's limits for n samples, each by 2^-kGlide of the distance closer to the one set. The
-// distance alone goes from sample to sample; all of it wraps.
+// distance alone goes from sample to sample; all of it wraps. What is left of it when it no longer
+// moves stays: a level that has been in force for a while costs nothing.
 void glide(NLD* nld, int* limits, int n) {
   const int target = nld->clip_level_scaled;
   int distance = wrap_sub(target, nld->clip_envelope);
-  for (int i = 0; i < n; ++i) {
+  int i = 0;
+  for (; i < n && distance >> kGlide != 0; ++i) {
     distance = wrap_sub(distance, distance >> kGlide);
-    limits[i] = distance;
+    limits[i] = wrap_sub(target, distance);
   }
-  for (int i = 0; i < n; ++i) limits[i] = wrap_sub(target, limits[i]);
+  std::fill(limits + i, limits + n, wrap_sub(target, distance));
   nld->clip_envelope = wrap_sub(target, distance);
 }
 

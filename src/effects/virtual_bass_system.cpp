@@ -138,16 +138,16 @@ void process_block(virtual_bass_system* bass, const int* in_left, const int* in_
   const spectral_band_split &left = *bass->split_left, &right = *bass->split_right;
   IIR* const aligned_left[] = {left.high[0], left.high[1], bass->align_left};
   IIR* const aligned_right[] = {right.high[0], right.high[1], bass->align_right};
-  const iir_chain splits[] = {{in_left, low_left, left.low, 2},
-                              {in_right, low_right, right.low, 2},
-                              {in_left, high_left, aligned_left, 3},
-                              {in_right, high_right, aligned_right, 3}};
-  iir_chains_32(splits, 4, n);
+  const iir_chain bands[] = {{in_left, low_left, left.low, 2},
+                             {in_right, low_right, right.low, 2},
+                             {in_left, high_left, aligned_left, 3},
+                             {in_right, high_right, aligned_right, 3}};
+  iir_chains_32(bands, 4, n);
   for (int i = 0; i < n; ++i) plain[i] = wrap_add(low_left[i], low_right[i]) >> 1;
   nld_block(bass->nld, plain, harmonics, n);
-  const iir_chain mixed[] = {{harmonics, harmonics, &bass->nld_band, 1},
-                             {plain, plain, &bass->align_bass, 1}};
-  iir_chains_32(mixed, 2, n);
+  const iir_chain mid[] = {{harmonics, harmonics, &bass->nld_band, 1},
+                           {plain, plain, &bass->align_bass, 1}};
+  iir_chains_32(mid, 2, n);
   arithmetic().mix(plain, bass->origin_gain, harmonics, bass->nld_gain, bass->bass_buffer, n);
   arithmetic().scale_down(high_left, bass->high_band_gain, out_left, n);
   arithmetic().scale_down(high_right, bass->high_band_gain, out_right, n);
