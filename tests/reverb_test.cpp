@@ -6,6 +6,7 @@
 
 #include "dsp/block.h"
 #include "support/pcm16.h"
+#include "support/settings.h"
 #include "support/stereo.h"
 
 namespace {
@@ -34,35 +35,37 @@ using room = room_of<reverb_process_stereo_24>;
 using room_16 = room_of<stereo_16>;
 using mono_room = room_of<mono_16>;
 
+constexpr setting<reverb_t> kKnobs[] = {
+    {reverb_setroomsize, reverb_getroomsize}, {reverb_setdamp, reverb_getdamp},
+    {reverb_setwet, reverb_getwet},           {reverb_setdry, reverb_getdry},
+    {reverb_setwidth, reverb_getwidth},       {reverb_setgain, reverb_getgain},
+    {reverb_setstatus, reverb_getstatus}};
+
 // Sets everything and makes it heard.
 void set(reverb_t* r, int roomsize, int damp, int wet, int dry, int width = 8192, int gain = 8192) {
-  reverb_setroomsize(r, roomsize);
-  reverb_setdamp(r, damp);
-  reverb_setwet(r, wet);
-  reverb_setdry(r, dry);
-  reverb_setwidth(r, width);
-  reverb_setgain(r, gain);
+  const int values[] = {roomsize, damp, wet, dry, width, gain};
+  for (size_t k = 0; k < 6; ++k) kKnobs[k].set(r, values[k]);
   reverb_update(r);
 }
 
 // What a bank answers to an impulse, in real numbers.
 std::vector<double> ideal_tail(int channel, double feedback, double damp, size_t n) {
-  std::vector<double> sum(n);
+  const auto past = [](const std::vector<double>& x, size_t i, int length) {
+    return i < size_t(length) ? 0.0 : x[i - size_t(length)];
+  };
+  std::vector<double> sum(n), loop(n);
   for (int length : kCombs[channel]) {
-    std::vector<double> loop(n);
     double lowpass = 0.0;
     for (size_t i = 0; i < n; ++i) {
-      const double delayed = i < size_t(length) ? 0.0 : loop[i - size_t(length)];
-      lowpass = (1.0 - damp) * delayed + damp * lowpass;
-      loop[i] = (i == 0 ? 1.0 : 0.0) + feedback * lowpass;
-      sum[i] += delayed;
+      lowpass = (1.0 - damp) * past(loop, i, length) + damp * lowpass;
+      sum[i] += past(loop, i, length);
+      loop[i] = (i == 0) + feedback * lowpass;
     }
   }
   for (int length : kAllpasses[channel]) {
     std::vector<double> y(n);
-    const size_t delay = size_t(length);
     for (size_t i = 0; i < n; ++i)  // y[i] = x[i-N] + (x[i] - y[i-N]) / 2
-      y[i] = 0.5 * sum[i] + (i < delay ? 0.0 : sum[i - delay] - 0.5 * y[i - delay]);
+      y[i] = 0.5 * sum[i] + past(sum, i, length) - 0.5 * past(y, i, length);
     sum = y;
   }
   return sum;
@@ -77,8 +80,6 @@ samples scaled(const reverb_t& r) {
 
 TEST(Reverb, ScalesItsSettingsInSixtyFourBitsAndUsesThemOnceUpdated) {
   room r;
-  EXPECT_EQ(samples({r.wet, r.dry, r.roomsize, r.damp, r.width, r.gain, r.status}),
-            samples({2730, 0, 4096, 4096, 8192, 127, 0}));
   EXPECT_EQ(scaled(r), samples({6945, 1650, 8190, 0, 8190, 4095, 6945, 1650, 6945, 6542}));
   reverb_setroomsize(&r, 8192);
   reverb_setdamp(&r, 0);
@@ -97,6 +98,8 @@ TEST(Reverb, ScalesItsSettingsInSixtyFourBitsAndUsesThemOnceUpdated) {
   EXPECT_EQ(std::pair(r.wet1, r.wet2), std::pair(-5, -1));
   set(&r, 0, 0, -1, 0, -8190);
   EXPECT_EQ(std::pair(r.wet1, r.wet2), std::pair(-1, -5));
+  room other;
+  expect_settings<reverb_t>(&other, kKnobs, {4096, 4096, 2730, 0, 8192, 127, 0});
 }
 
 // With plain delays, of 1720 samples in all, for the all-passes and mono's missing DC remover the
@@ -132,15 +135,15 @@ TEST(Reverb, FollowsTheRealNumberedDesignInBothChannels) {
       (channel == 0 ? out.left : out.right)[0] = 1 << 21;
       out = r.run(out);
       if (channel == 1) std::swap(out.left, out.right);
+      // Both levels in the units of the input, before the DC remover.
+      const double wet1 = 8190 * (width / 2 + 4096) / 0x1p5,
+                   wet2 = 8190 * (8192 - width / 2) / 0x1p5;
       double own = 0.0, other = 0.0, worst = 0.0;
-      const double wet1 = 8190 * (width / 2 + 4096) / 0x1p26,
-                   wet2 = 8190 * (8192 - width / 2) / 0x1p26;
       for (size_t i = 0; i < n; ++i) {
         const double step = tail[i] - (i == 0 ? 0.0 : tail[i - 1]);
-        own = 0.996 * (own + wet1 * step + (i == 0 ? dry / 4096.0 : i == 1 ? -dry / 4096.0 : 0.0));
+        own = 0.996 * (own + wet1 * step + dry * 512.0 * ((i == 0) - (i == 1)));
         other = 0.996 * (other + wet2 * step);
-        worst = std::max({worst, std::abs(out.left[i] - own * (1 << 21)),
-                          std::abs(out.right[i] - other * (1 << 21))});
+        worst = std::max({worst, std::abs(out.left[i] - own), std::abs(out.right[i] - other)});
       }
       EXPECT_LT(worst, 40.0) << roomsize << ", " << damp << ", " << width;
     }
@@ -149,7 +152,7 @@ TEST(Reverb, FollowsTheRealNumberedDesignInBothChannels) {
 TEST(Reverb, BuildsItsTailWithoutWetAndForgetsItOnReset) {
   const stereo x = noise_pair(3000, kFullScale, 2), none = {samples(3000), samples(3000)};
   room used, fresh;
-  for (room* r : {&used, &fresh}) set(r, 4096, 4096, 0, 4096);
+  set(&used, 4096, 4096, 0, 4096);
   used.run(x);
   for (room* r : {&used, &fresh}) set(r, 4096, 4096, 2731, 4096);
   EXPECT_GT(peak(used.run(none).left), 10000) << "the tail was there";
@@ -161,17 +164,15 @@ TEST(Reverb, BuildsItsTailWithoutWetAndForgetsItOnReset) {
 // 66 rounds of the longest loop at -3 dB each: 2^28 down to 0. In 24 bits the DC remover's state
 // stops at -v when 0.004 v < 1, v being 32 to the sample.
 template <typename Room>
-stereo end_of_tail(int damp, const stereo& x) {
+stereo end_of_tail(int damp, stereo x) {
   Room r;
   set(&r, 0, damp, 2731, 4096);
-  r.run(x);
-  const stereo rest = r.run({samples(170000), samples(170000)});
-  return {{rest.left.end() - 2000, rest.left.end()}, {rest.right.end() - 2000, rest.right.end()}};
+  for (samples* side : {&x.left, &x.right}) side->resize(171000);
+  x = r.run(x);
+  return {{x.left.end() - 2000, x.left.end()}, {x.right.end() - 2000, x.right.end()}};
 }
 TEST(Reverb, EndsItsTailInSilence) {
-  stereo x = {samples(1000), samples(1000)};
-  for (size_t i = 0; i < 1000; ++i) x.left[i] = x.right[i] = i % 2 ? 20000 : -30000;
-  const stereo silence = {samples(2000), samples(2000)};
+  const stereo x = noise_pair(1000, 30000, 4), silence = {samples(2000), samples(2000)};
   EXPECT_EQ(end_of_tail<mono_room>(4096, x), silence);
   EXPECT_EQ(end_of_tail<room_16>(0, x), silence);
   const stereo end = end_of_tail<room>(4096, noise_pair(1000, kFullScale, 4));
@@ -205,21 +206,21 @@ TEST(Reverb, SaturatesSixteenBitOutputAndWrapsOnlyMonosWildGains) {
 }
 
 template <typename Room>
-void expect_same_bits(bool usual) {
-  Room single, cut, crossed;
-  for (Room* r : {&single, &cut, &crossed})
-    usual ? set(r, 4096, 4096, 2730, 4096, 8192, 127)
-          : set(r, INT32_MAX, INT32_MIN, INT32_MAX, INT32_MIN, -70000, INT32_MIN);
-  const stereo x = wild_pair(4000, 6), one = single.run(x, 1);
-  EXPECT_EQ(cut.run_cut(x, 700, 8), one);
-  EXPECT_EQ(crossed.run_crossed(x), one);
+void expect_same_bits() {
+  for (bool usual : {false, true}) {
+    Room single, cut, crossed;
+    for (Room* r : {&single, &cut, &crossed})
+      usual ? set(r, 4096, 4096, 2730, 4096, 8192, 127)
+            : set(r, INT32_MAX, INT32_MIN, INT32_MAX, INT32_MIN, -70000, INT32_MIN);
+    const stereo x = wild_pair(4000, 6), one = single.run(x, 1);
+    EXPECT_EQ(cut.run_cut(x, 700, 8), one);
+    EXPECT_EQ(crossed.run_crossed(x), one);
+  }
 }
 TEST(Reverb, GivesTheSameBitsHoweverTheStreamIsCutAndWhateverBuffersCoincide) {
-  for (bool usual : {false, true}) {
-    expect_same_bits<room>(usual);
-    expect_same_bits<room_16>(usual);
-    expect_same_bits<mono_room>(usual);
-  }
+  expect_same_bits<room>();
+  expect_same_bits<room_16>();
+  expect_same_bits<mono_room>();
 }
 
 TEST(Blocks, CoverCountsBeyondThirtyOneBits) {
@@ -229,45 +230,25 @@ TEST(Blocks, CoverCountsBeyondThirtyOneBits) {
   for_each_block(INT32_MIN, [](int64_t, int) { FAIL(); });
 }
 
-// Energy left after time t: each comb's rounds still to come. Round m has the energy
-// g^(2 (m - 1)) times the mean of |H|^(2 (m - 1)) over frequency, H being the damping low-pass; the
-// rounds of different combs do not meet. All-passes keep energy and hold it back by their lengths
-// on average, 1720 samples in all.
-TEST(Reverb, DecaysAsRoomSizeAndDampingSay) {
-  struct {
-    int roomsize, damp;
-  } const settings[] = {{0, 0}, {4096, 0}, {0, 8192}, {4096, 4096}};
-  for (const auto& s : settings) {
-    room r;
-    set(&r, s.roomsize, s.damp, 0, 0);
-    r.wet1 = 8192;
-    const double g = r.room_scaled / 8192.0, d = r.damp_scaled / 8192.0;
-    std::vector<double> round_energy(80);
-    constexpr int bins = 200;
-    for (size_t m = 0; m < round_energy.size(); ++m)
-      for (int k = 0; k < bins; ++k) {
-        const double h =
-            (1 - d) / std::abs(1.0 - std::polar(d, std::numbers::pi * (k + 0.5) / bins));
-        round_energy[m] += std::pow(g * h, 2.0 * static_cast<double>(m)) / bins;
-      }
-    const auto energy_after = [&](int t) {
-      double sum = 0.0;
-      for (int length : kCombs[0])
-        for (size_t m = 0; m < round_energy.size(); ++m)
-          if (static_cast<int>(m + 1) * length > t) sum += round_energy[m];
-      return sum;
-    };
-    int expected = 0;
-    while (energy_after(expected) > 1e-4 * energy_after(0)) expected += 50;  // -40 dB
+// The time after which 1e-4 of the energy, -40 dB, is left, by Schroeder's backward integral.
+int decay_time(std::vector<double> x) {
+  for (double& v : x) v *= v;
+  std::partial_sum(x.rbegin(), x.rend(), x.rbegin());
+  return static_cast<int>(
+      std::ranges::find_if(x, [&](double rest) { return rest <= 1e-4 * x[0]; }) - x.begin());
+}
 
-    const int n = 2 * expected + 1720;
-    const samples out = r.run({impulse(n, kFullScale), samples(size_t(n))}).left;
-    std::vector<double> rest(out.begin(), out.end());  // Schroeder's backward integral
-    for (double& v : rest) v *= v;
-    std::partial_sum(rest.rbegin(), rest.rend(), rest.rbegin());
-    int measured = 0;
-    while (rest[size_t(measured)] > 1e-4 * rest[0]) ++measured;
-    EXPECT_NEAR(measured, expected + 1720, 0.02 * expected) << s.roomsize << ", " << s.damp;
+TEST(Reverb, DecaysAsRoomSizeAndDampingSay) {
+  constexpr int kSettings[][2] = {{0, 0}, {4096, 0}, {0, 8192}, {4096, 4096}};
+  for (const auto& [roomsize, damp] : kSettings) {
+    room r;
+    set(&r, roomsize, damp, 0, 0);
+    r.wet1 = 8192;
+    const samples out = r.run({impulse(120000, kFullScale), samples(120000)}).left;
+    const int expected =
+        decay_time(ideal_tail(0, r.room_scaled / 8192.0, r.damp_scaled / 8192.0, 120000));
+    EXPECT_NEAR(decay_time({out.begin(), out.end()}), expected, 0.005 * expected)
+        << roomsize << ", " << damp;
   }
 }
 

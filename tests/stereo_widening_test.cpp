@@ -2,7 +2,11 @@
 
 #include <gtest/gtest.h>
 
+#include <functional>
+#include <numeric>
+
 #include "support/filter_theory.h"
+#include "support/settings.h"
 #include "support/stereo.h"
 
 namespace {
@@ -22,6 +26,7 @@ using widening = effect<stereo_widening_system, stereo_widening_system_init,
 
 // What section k is meant to be, truncated to Q28, 1.0 being one unit short of 2^28: 11 of the
 // difference circuit, the crossfeed's all-pass, low-pass and high-pass, the reflector's high-pass.
+// The band-passes have their edges at 250 and 12000 Hz, 723 and 5000 Hz.
 std::array<int, 5> theory(size_t k, double rate) {
   const section_words designs[] = {all_pass(250, rate, 13),
                                    all_pass(1675, rate, 13),
@@ -29,10 +34,10 @@ std::array<int, 5> theory(size_t k, double rate) {
                                    all_pass(50, rate, 13),
                                    all_pass(600, rate, 13),
                                    all_pass(5580, rate, 2),
-                                   band_pass(6125, 6125.0 / 11750.0, rate),  // edges 250, 12000
+                                   band_pass(6125, 6125.0 / 11750.0, rate),
                                    butterworth_low_pass(200, rate),
                                    butterworth_high_pass(7000, rate),
-                                   band_pass(2861.5, 2861.5 / 4277.0, rate),  // edges 723, 5000
+                                   band_pass(2861.5, 2861.5 / 4277.0, rate),
                                    butterworth_low_pass(200, rate),
                                    all_pass(500, rate, 2.5),
                                    butterworth_low_pass(1500, rate),
@@ -46,20 +51,13 @@ std::array<int, 5> theory(size_t k, double rate) {
 
 complex ideal(size_t k, double f, double rate) { return response(theory(k, rate).data(), f, rate); }
 
-// Every section with its number.
-std::vector<std::pair<IIR*, size_t>> sections(const stereo_widening_system& w) {
-  std::vector<std::pair<IIR*, size_t>> all;
-  for (IIR* section : w.difference->section) all.emplace_back(section, all.size());
+// Every section in the order of its design; the last eight are pairs of one design.
+std::vector<IIR*> sections(const stereo_widening_system& w) {
+  std::vector<IIR*> all(w.difference->section, w.difference->section + 11);
   const crossfeed_network& c = *w.crossfeed;
-  IIR* const pairs[] = {c.allpass_left,
-                        c.allpass_right,
-                        c.lowpass_left,
-                        c.lowpass_right,
-                        c.highpass_left,
-                        c.highpass_right,
-                        w.reflector->highpass_left,
-                        w.reflector->highpass_right};
-  for (size_t k = 0; k < 8; ++k) all.emplace_back(pairs[k], 11 + k / 2);
+  all.insert(all.end(),
+             {c.allpass_left, c.allpass_right, c.lowpass_left, c.lowpass_right, c.highpass_left,
+              c.highpass_right, w.reflector->highpass_left, w.reflector->highpass_right});
   return all;
 }
 
@@ -75,22 +73,24 @@ void expect_response(Effect& effect, int input, double f, int rate, complex left
   EXPECT_LT(std::abs(level(out.right) / level(tone) - right), error) << f << " Hz, " << input;
 }
 
-// A section as a plain gain, Q28.
-void set_gain(IIR* section, int b0) {
+// Sections as plain gains, Q28.
+void set_gain(std::initializer_list<IIR*> sections, int b0) {
   const int c[5] = {b0, 0, 0, 0, 0};
-  IIR_set_param(section, c);
+  for (IIR* section : sections) IIR_set_param(section, c);
 }
 
 TEST(StereoWidening, SectionsAreTheirDesignsAtEveryRateAndSilentAt192kHz) {
   widening w;
   for (int type : {1, 0, 2, 3, 1, 0, 4, 2, -1, 2, INT32_MAX}) {
-    for (const auto& [section, k] : sections(w)) section->state[0] = 7;
+    for (IIR* section : sections(w)) section->state[0] = 7;
     stereo_widening_system_set_sample_rate(&w, static_cast<SampleRateType>(type));
-    const int rate = kRates[type >= 0 && type < 3 ? type : 1];
-    for (const auto& [section, k] : sections(w)) {
-      const auto expected = type == 3 ? std::array<int, 5>{} : theory(k, rate);
-      EXPECT_TRUE(std::equal(expected.begin(), expected.end(), section->coef)) << k << ", " << type;
-      EXPECT_EQ(section->state[0], 0);
+    const auto all = sections(w);
+    for (size_t k = 0; k < all.size(); ++k) {
+      const auto expected = type == 3 ? std::array<int, 5>{}
+                                      : theory(k < 11 ? k : 11 + (k - 11) / 2,
+                                               kRates[type >= 0 && type < 3 ? type : 1]);
+      EXPECT_TRUE(std::equal(expected.begin(), expected.end(), all[k]->coef)) << k << ", " << type;
+      EXPECT_EQ(all[k]->state[0], 0);
     }
   }
 }
@@ -106,7 +106,7 @@ TEST(StereoWidening, DifferenceCircuitHasTheResponseOfItsMatrix) {
         circuit c;
         difference_circuit_set_sample_rate(&c, static_cast<SampleRateType>(type));
         difference_circuit_set_side_gain(&c, 5120);
-        set_gain(c.section[6], INT32_MAX);  // a spare: kept up but never run
+        set_gain({c.section[6]}, INT32_MAX);  // a spare: kept up but never run
         const complex all_passes = input == 0 ? h[0] * h[1] * h[2] : h[3] * h[4] * h[5];
         const complex own = all_passes * (mid + side + 0.25), other = all_passes * (mid - side);
         expect_response(c, input, f, kRates[type], input ? other : own, input ? own : other, 1e-3);
@@ -120,9 +120,8 @@ TEST(StereoWidening, CrossfeedDelaysAreHalfAMillisecondAndTheCapacityBeforeARate
   for (int type = -1; type < 5; ++type) {
     network c;
     if (type >= 0) crossfeed_network_set_sample_rate(&c, static_cast<SampleRateType>(type));
-    for (IIR* s : {c.allpass_left, c.allpass_right, c.highpass_left, c.highpass_right})
-      set_gain(s, 0);
-    for (IIR* s : {c.lowpass_left, c.lowpass_right}) set_gain(s, 1 << 28);
+    set_gain({c.allpass_left, c.allpass_right, c.highpass_left, c.highpass_right}, 0);
+    set_gain({c.lowpass_left, c.lowpass_right}, 1 << 28);
     stereo expected = {samples(200), samples(200)};
     expected.left[kDelay[type + 1] + 7] = 8192;  // gain 0.5 after init
     expected.right[kDelay[type + 1]] = 4096;
@@ -147,27 +146,21 @@ TEST(StereoWidening, CrossfeedHasItsResponseAndWithoutGainIsItsAllpass) {
 // Sections as plain gains show where sums wrap and where each one saturates.
 TEST(StereoWidening, DifferenceCircuitWrapsItsSums) {
   circuit d;
-  for (IIR* s : d.section) set_gain(s, 1 << 28);
-  set_gain(d.section[9], 0);
+  for (IIR* section : d.section) set_gain({section}, 1 << 28);
+  set_gain({d.section[9]}, 0);
   difference_circuit_set_side_gain(&d, INT32_MAX);
   // a = 2^26 - 1 (the sections' limit), b = 0: s = d = 2^26 - 1, mid = s,
   // side = (d + 2 d + d / 2 - d / 2) x 2^18 saturates, and its sum with mid and a / 4 wraps.
-  const int a = (1 << 26) - 1;
-  EXPECT_EQ(d.run({{1 << 27}, {0}}),
-            (stereo{{static_cast<int>(uint32_t(INT32_MAX) + uint32_t(a) + uint32_t(a >> 2))},
-                    {a - INT32_MAX}}));
+  EXPECT_EQ(d.run({{1 << 27}, {0}}), (stereo{{-2063597571}, {-2080374784}}));
   // The other way round side is at the lower rail: mid + 2^31 wraps to mid - 2^31.
-  EXPECT_EQ(
-      d.run({{0}, {1 << 27}}),
-      (stereo{{a + INT32_MIN}, {static_cast<int>(uint32_t(a) + uint32_t(a >> 2) + (1u << 31))}}));
+  EXPECT_EQ(d.run({{0}, {1 << 27}}), (stereo{{-2080374785}, {-2063597570}}));
 }
 
 TEST(StereoWidening, CrossfeedAndReflectorSaturateOneByOne) {
   network c;
   for (audio_delay* delay : {c.delay_left, c.delay_right}) audio_delay_set_delay(delay, 0);
-  for (IIR* s : {c.allpass_left, c.allpass_right, c.lowpass_left, c.lowpass_right})
-    set_gain(s, 1 << 28);
-  for (IIR* s : {c.highpass_left, c.highpass_right}) set_gain(s, -(1 << 28));
+  set_gain({c.allpass_left, c.allpass_right, c.lowpass_left, c.lowpass_right}, 1 << 28);
+  set_gain({c.highpass_left, c.highpass_right}, -(1 << 28));
   crossfeed_network_set_gain(&c, INT32_MAX);
   // The crossfed part and its sum clip at 2^31 - 1; 20000 x 2^16 is taken from what is left.
   EXPECT_NEAR(c.run_mono({20000})[0], INT32_MAX - 20000 * 65536, 2);
@@ -183,7 +176,7 @@ TEST(StereoWidening, CrossfeedAndReflectorSaturateOneByOne) {
 TEST(StereoWidening, EarlyReflectionsArriveAtTheLoopLengthsOnTheirOwnSide) {
   constexpr size_t n = 3000;
   reflector r;
-  for (IIR* s : {r.highpass_left, r.highpass_right}) set_gain(s, 1 << 28);
+  set_gain({r.highpass_left, r.highpass_right}, 1 << 28);
   for (allpass* s : {r.allpass_left[0], r.allpass_left[1], r.allpass_right[0], r.allpass_right[1]})
     allpass_setfeedback(s, 0);  // delays of 241 + 337 and 269 + 367 samples
   early_reflector_set_dry_gain(&r, 4096);
@@ -207,128 +200,116 @@ TEST(StereoWidening, EarlyReflectionsArriveAtTheLoopLengthsOnTheirOwnSide) {
   for (int k = 0; k < 4; ++k)
     EXPECT_EQ(std::pair(r.comb_right[k]->feedback, r.comb_right[k]->damp1), std::pair(8112, 0));
   // A quarter of -1 .. -4 is -1, which becomes 0.
-  set_gain(r.highpass_left, INT32_MAX);
+  set_gain({r.highpass_left}, INT32_MAX);
   r.run_mono({-4, -8, -5});
   EXPECT_EQ(samples(r.comb_left[0]->buffer, r.comb_left[0]->buffer + 3),
             samples({0, -16 * 32, -16 * 32}));
 }
 
-constexpr struct {
-  void (*set)(stereo_widening_system*, int);
-  void (*get)(stereo_widening_system*, int*);
-} kSettings[] = {{stereo_widening_system_setstatus, stereo_widening_system_getstatus},
-                 {stereo_widening_system_dc_set_side_gain, stereo_widening_system_dc_get_side_gain},
-                 {stereo_widening_system_cfn_set_gain, stereo_widening_system_cfn_get_gain},
-                 {stereo_widening_system_er_set_dry_gain, stereo_widening_system_er_get_dry_gain},
-                 {stereo_widening_system_er_set_wet_gain, stereo_widening_system_er_get_wet_gain},
-                 {stereo_widening_system_er_set_roomsize, stereo_widening_system_er_get_roomsize},
-                 {stereo_widening_system_er_set_damp, stereo_widening_system_er_get_damp}};
+constexpr setting<stereo_widening_system> kSettings[] = {
+    {stereo_widening_system_setstatus, stereo_widening_system_getstatus},
+    {stereo_widening_system_dc_set_side_gain, stereo_widening_system_dc_get_side_gain},
+    {stereo_widening_system_cfn_set_gain, stereo_widening_system_cfn_get_gain},
+    {stereo_widening_system_er_set_dry_gain, stereo_widening_system_er_get_dry_gain},
+    {stereo_widening_system_er_set_wet_gain, stereo_widening_system_er_get_wet_gain},
+    {stereo_widening_system_er_set_roomsize, stereo_widening_system_er_get_roomsize},
+    {stereo_widening_system_er_set_damp, stereo_widening_system_er_get_damp}};
 
 TEST(StereoWidening, SettingsReachTheirStages) {
   widening w;
+  expect_settings<stereo_widening_system>(&w, kSettings, {0, 4096, 4096, 6144, 6144, 4096, 4096});
+  const early_reflector& r = *w.reflector;
   const auto words = [&] {  // the record's own, and what the combs have of the last two
-    const early_reflector& r = *w.reflector;
-    return samples({w.status, w.difference->side_gain, w.crossfeed->gain, r.dry_gain, r.wet_gain,
-                    r.roomsize, r.damp, r.comb_left[3]->feedback, r.comb_right[0]->damp1});
+    return samples({w.difference->side_gain, w.crossfeed->gain, r.dry_gain, r.wet_gain,
+                    r.comb_left[3]->feedback, r.comb_right[0]->damp1});
   };
-  EXPECT_EQ(words(), samples({0, 4096, 4096, 6144, 6144, 4096, 4096, 6945, 1650}));
-  const samples set = {1, 2, 3, 4, 5, INT32_MAX, INT32_MIN, 611587730, -865337344};
-  for (size_t k = 0; k < 7; ++k) {
-    int got = 0;
-    kSettings[k].set(&w, set[k]);
-    kSettings[k].get(&w, &got);
-    EXPECT_EQ(got, set[k]);
-  }
+  const samples set = {1, 2, 3, 4, 5, INT32_MAX, INT32_MIN},
+                in_force = {2, 3, 4, 5, 611587730, -865337344};
+  EXPECT_EQ(words(), samples({1002, 1003, 1004, 1005, 6065, 405}));
+  for (size_t k = 0; k < 7; ++k) kSettings[k].set(&w, set[k]);
+  EXPECT_EQ(words(), in_force) << "2333 x 2^18 - 1 + 5779 and -3301 x 2^18 in the combs";
   stereo_widening_system_reset(&w);
   stereo_widening_system_set_sample_rate(&w, SAMPLE_RATE_44100);
-  EXPECT_EQ(words(), set) << "2333 x 2^18 - 1 + 5779 and -3301 x 2^18 in the combs";
+  EXPECT_EQ(words(), in_force);
 }
 
-TEST(StereoWidening, At192kHzOnlyTheRoomsTailIsLeft) {
-  widening w;
+TEST(StereoWidening, ForgetsEverythingAtResetAndAt192kHzAllButTheRoomsTail) {
+  widening w, fresh;
   const stereo x = noise_pair(4000, kFullScale, 9);
   w.run(x);
+  stereo_widening_system_reset(&w);
+  EXPECT_EQ(w.run(x), fresh.run_cut(x, 700, 15));
   stereo_widening_system_set_sample_rate(&w, SAMPLE_RATE_192000);
   EXPECT_GT(peak(w.run(x).left), 1 << 16);
   stereo_widening_system_reset(&w);
   EXPECT_EQ(w.run(x), (stereo{samples(4000), samples(4000)}));
 }
 
-// One frame at a time (each stage's one-frame function), random blocks, and outputs crossed over
-// the inputs, on ordinary and on wild samples and settings.
-TEST(StereoWidening, GivesTheSameBitsHoweverTheStreamIsCutAndWhateverBuffersCoincide) {
-  constexpr int n = 3000;
-  for (int type = 0; type < 4; ++type) {
-    widening single, cut, crossed;
-    for (widening* w : {&single, &cut, &crossed}) {
-      stereo_widening_system_set_sample_rate(w, static_cast<SampleRateType>(type));
-      constexpr int kWild[] = {1, INT32_MAX, INT32_MIN, INT32_MIN, 123456789, INT32_MAX, INT32_MIN};
-      for (size_t k = 0; k < 7 && type != 1; ++k) kSettings[k].set(w, kWild[k]);
-    }
-    const stereo x = wild_pair(n, 13);
-    stereo one = x, swapped = x;
-    for (size_t i = 0; i < n; ++i) {
-      int *l = &one.left[i], *r = &one.right[i];
-      difference_circuit_process_32(single.difference, l, r, l, r);
-      crossfeed_network_process_32(single.crossfeed, l, r, l, r);
-      early_reflector_process_32(single.reflector, l, r, l, r);
-    }
-    EXPECT_EQ(cut.run_cut(x, 700, 15), one) << type;
-    // Each stage on crossed buffers; three crossings leave the channels crossed.
-    int *l = swapped.left.data(), *r = swapped.right.data();
-    difference_circuit_process_block(crossed.difference, l, r, r, l, n);
-    crossfeed_network_process_block(crossed.crossfeed, r, l, l, r, n);
-    early_reflector_process_block(crossed.reflector, l, r, r, l, n);
-    EXPECT_EQ(swapped, (stereo{one.right, one.left})) << type;
-    stereo_widening_system_reset(&cut);
-    EXPECT_EQ(cut.run(x), one) << "after a reset as after init";
+void by_parts(widening* w, int* in_left, int* in_right, int* out_left, int* out_right, int n) {
+  for (int i = 0; i < n; ++i) {
+    int left, right;
+    difference_circuit_process_32(w->difference, in_left + i, in_right + i, &left, &right);
+    crossfeed_network_process_32(w->crossfeed, &left, &right, &left, &right);
+    early_reflector_process_32(w->reflector, &left, &right, out_left + i, out_right + i);
   }
+}
+
+TEST(StereoWidening, GivesTheBitsOfItsStagesWhicheverBuffersCoincide) {
+  expect_the_bits_of_its_parts<widening>(3000, by_parts, [](widening& w, const samples& words) {
+    kSettings[(words[0] & 255) % 7].set(&w, words[1]);
+    if (words[2] % 4 == 0)
+      stereo_widening_system_set_sample_rate(&w, static_cast<SampleRateType>(words[3] & 3));
+  });
+  // Each stage on crossed buffers; three crossings leave the channels crossed.
+  widening w, crossed;
+  stereo x = wild_pair(3000, 13), swapped = x;
+  int *left = swapped.left.data(), *right = swapped.right.data();
+  difference_circuit_process_block(crossed.difference, left, right, right, left, 3000);
+  crossfeed_network_process_block(crossed.crossfeed, right, left, left, right, 3000);
+  early_reflector_process_block(crossed.reflector, left, right, right, left, 3000);
+  x = w.run(x);
+  EXPECT_EQ(swapped, (stereo{x.right, x.left}));
 }
 
 TEST(StereoWidening, EndsTwiceAndStartsAgain) {
   widening w;
   circuit c;
   network f;
-  for (int k : {0, 1}) {
-    difference_circuit_end(&c);
-    crossfeed_network_end(&f);
-    stereo_widening_system_end(&w);
-    EXPECT_TRUE(w.difference == nullptr && c.section[10] == nullptr) << k;
-    EXPECT_EQ(std::pair(c.side_gain, f.gain), std::pair(0, 0));
-  }
+  difference_circuit_end(&c);
+  crossfeed_network_end(&f);
+  EXPECT_EQ(samples({c.side_gain, f.gain}), samples(2));
+  for (int k = 0; k < 2; ++k) stereo_widening_system_end(&w);
+  EXPECT_TRUE(!w.difference && !c.section[10]);
   stereo_widening_system_init(&w);
   EXPECT_GT(peak(w.run({impulse(9, kFullScale), samples(9)}).left), 0);
-  int left = 5, right = 6;
-  for (int count : {0, -1, INT32_MIN})
-    stereo_widening_system_process(&w, &left, &right, &left, &right, count);
-  EXPECT_EQ(std::pair(left, right), std::pair(5, 6));
+  int x[] = {5, 6};
+  for (int count : {0, -1, INT32_MIN}) w.frames(x, x + 1, x, x + 1, count);
+  EXPECT_EQ(std::pair(x[0], x[1]), std::pair(5, 6));
 }
 
-double correlation(const stereo& x, size_t first) {
-  double both = 0.0, left = 0.0, right = 0.0;
-  for (size_t i = first; i < x.left.size(); ++i) {
-    both += double(x.left[i]) * x.right[i];
-    left += double(x.left[i]) * x.left[i];
-    right += double(x.right[i]) * x.right[i];
-  }
-  return both / std::sqrt(left * right);
+// After a tenth of a second.
+double correlation(const stereo& x) {
+  const std::vector<double> left(x.left.begin() + 4800, x.left.end()),
+      right(x.right.begin() + 4800, x.right.end());
+  const auto product = [](const auto& a, const auto& b) {
+    return std::inner_product(a.begin(), a.end(), b.begin(), 0.0);
+  };
+  return product(left, right) / std::sqrt(product(left, left) * product(right, right));
 }
 
 TEST(StereoWidening, CorrelationFallsForAStereoSignalAndMonoGetsADifference) {
   const samples common = noise(48000, 1 << 20, 4);
   stereo x = noise_pair(48000, 1 << 19, 5);
-  for (size_t i = 0; i < common.size(); ++i) {
-    x.left[i] += common[i];
-    x.right[i] += common[i];
-  }
-  EXPECT_NEAR(correlation(x, 4800), 0.8, 0.01);  // 1 / (1 + 1/4)
+  for (samples* side : {&x.left, &x.right})
+    std::transform(side->begin(), side->end(), common.begin(), side->begin(), std::plus<>());
+  EXPECT_NEAR(correlation(x), 0.8, 0.01);  // 1 / (1 + 1/4)
   for (int type : {0, 1, 2}) {
     widening w;
     stereo_widening_system_set_sample_rate(&w, static_cast<SampleRateType>(type));
-    EXPECT_LT(correlation(w.run(x), 4800), 0.6);
+    EXPECT_LT(correlation(w.run(x)), 0.6);
   }
   circuit c;
-  EXPECT_LT(correlation(c.run({common, common}), 4800), 0.95);
+  EXPECT_LT(correlation(c.run({common, common})), 0.95);
 }
 
 }  // namespace
