@@ -1,6 +1,6 @@
 // Scaling down on AVX2, eight samples at a time: the second four take the odd places until the
 // words are put in order.
-#include "dsp/avx2_internal.h"
+#include "dsp/vectors_avx2_internal.h"
 #include "dsp/scale_block.h"
 
 void scale_down_5_block_avx2(const int64_t* x, int* out, int n) {
