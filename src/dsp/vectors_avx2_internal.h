@@ -10,6 +10,8 @@
 
 namespace {
 
+using vector = __m256i;
+
 inline __m256i load(const int* p) {
   return _mm256_loadu_si256(reinterpret_cast<const __m256i*>(p));
 }
@@ -34,7 +36,7 @@ inline void store(int* p, __m256i x, first_words words) {
 
 // Calls step(i, words) for eight of n words after the other, and for the few that are left.
 template <typename Step>
-inline void in_eights(int n, Step step) {
+inline void in_vectors(int n, Step step) {
   int i = 0;
   for (; i + 8 <= n; i += 8) step(i, all_words{});
   if (i < n) step(i, first_words(n - i));
@@ -84,13 +86,6 @@ inline __m256i saturated_shift(__m256i even, __m256i odds) {
   const __m256i sign = _mm256_srai_epi32(high, 31);
   const __m256i fits = _mm256_cmpeq_epi32(_mm256_srai_epi32(high, bits - 1), sign);
   return _mm256_blendv_epi8(limit_of(high), low, fits);
-}
-
-using vector = __m256i;
-
-template <typename Step>
-inline void in_vectors(int n, Step step) {
-  in_eights(n, step);
 }
 
 inline vector splat(int x) { return _mm256_set1_epi32(x); }
