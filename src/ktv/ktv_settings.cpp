@@ -1,6 +1,6 @@
 // The karaoke chain's settings: each goes to the module that it names.
-#include "ktv/pending_stages_internal.h"
 #include "ktv/teka_audio_tx_ktv.h"
+#include "ns/noise_suppressor.h"
 
 void teka_audio_tx_ktv_set_volume(teka_audio_tx_ktv_t* chain, int volume) {
   chain->volume = volume;
@@ -136,10 +136,10 @@ void teka_audio_tx_ktv_iirecho_getstatus(teka_audio_tx_ktv_t* chain, int* status
 }
 
 void teka_audio_tx_ktv_noise_canceling_setstatus(teka_audio_tx_ktv_t* chain, int status) {
-  chain->ns->status = status;
+  tekaNs_canceling_setstatus(chain->ns, status);
 }
 void teka_audio_tx_ktv_noise_canceling_getstatus(teka_audio_tx_ktv_t* chain, int* status) {
-  *status = chain->ns->status;
+  tekaNs_canceling_getstatus(chain->ns, status);
 }
 
 void teka_audio_tx_ktv_howling_canceling_setstatus(teka_audio_tx_ktv_t* chain, int status) {

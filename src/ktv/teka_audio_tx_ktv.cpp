@@ -6,13 +6,15 @@
 #include "dsp/block.h"
 #include "dsp/memory.h"
 #include "dsp/sample_formats.h"
-#include "ktv/pending_stages_internal.h"
+#include "ktv/noise_path_internal.h"
+#include "ns/noise_suppressor.h"
 
 namespace {
 
 constexpr int kUnity = 8192;         // Q13
 constexpr int kVoiceRate = 48000;    // Hz
 constexpr int kNoiseRate = 32000;    // Hz, of the noise suppressor
+constexpr int kNoisePolicy = 3;      // the strongest
 constexpr int kNoHistoryBlocks = 0;  // the compressor runs without look-ahead
 
 }  // namespace
@@ -27,7 +29,8 @@ void teka_audio_tx_ktv_init(teka_audio_tx_ktv_t* chain) {
   compressor_set_sample_rate(chain->compressor, chain->sample_rate);
   chain->iirecho = make<iirecho>(iirecho_init);
   chain->gramophone = make<gramophone>(gramophone_init);
-  chain->ns = allocate<NsxInst_t_>();
+  chain->ns = make<NsxInst_t_>(tekaNs_InitCore, static_cast<unsigned>(kNoiseRate));
+  tekaNs_set_policy_core(chain->ns, kNoisePolicy);
   chain->hpf = make<IIR>(IIR_init, kFilterCoefficients);
   chain->resampler_down = make<Resampler_t>(Resampler_config, kVoiceRate, kNoiseRate);
   chain->resampler_up = make<Resampler_t>(Resampler_config, kNoiseRate, kVoiceRate);
@@ -42,7 +45,7 @@ void teka_audio_tx_ktv_end(teka_audio_tx_ktv_t* chain) {
   end_and_release(chain->compressor, compressor_end);
   end_and_release(chain->iirecho, iirecho_end);
   end_and_release(chain->gramophone, gramophone_end);
-  release(chain->ns);
+  end_and_release(chain->ns, tekaNs_FreeCore);
   end_and_release(chain->resampler_down, Resampler_delete);
   end_and_release(chain->resampler_up, Resampler_delete);
   end_and_release(chain->hpf, IIR_end);
@@ -61,7 +64,8 @@ void teka_audio_tx_ktv_copy_left_to_right(int* left, int* right, int n) {
 }
 
 void teka_audio_tx_ktv_core_process(teka_audio_tx_ktv_t* chain, int* left, int* right, int n) {
-  chain->ns->status = 0;  // the noise path stays off, whatever was asked for
+  tekaNs_canceling_setstatus(chain->ns, 0);  // the noise path stays off, whatever was asked for
+  if (chain->ns->status) noise_path(chain, left, reinterpret_cast<short*>(right), n);
   if (chain->howling->status) howling_canceling_process(chain->howling, left, left, n);
   if (chain->gramophone->status) gramophone_process(chain->gramophone, left, left, n);
   if (chain->eq->status) equalizer_process_mono(chain->eq, left, left, n);

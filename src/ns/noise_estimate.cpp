@@ -1,0 +1,104 @@
+// Noise estimate: log-quantiles over time, and the parametric model that stands in at the start.
+#include "ns/logarithm_internal.h"
+#include "ns/noise_suppressor_internal.h"
+#include "spl/vectors.h"
+
+// After the header: its declarations make the exported ones visible.
+#include "ns/noise_estimate_tables.inc"
+
+namespace {
+
+// Quantile: the lower quartile, so a step up is a third of a step down.
+constexpr int kFirstQuantile = 8 << 8;   // ln |X|, Q8
+constexpr int kFirstDensity = 154;       // 0.3, Q9
+constexpr int kOneDensity = 512;         // Q9
+constexpr int kStep = 40 << 7;           // Q7, at a density of 1 or less, shared among the frames
+constexpr int kCycleStartStep = 8 << 7;  // the same before the first cycle is complete
+constexpr int kWidth = 3;                // half the window of the density, Q8
+constexpr int kWindowDensity = 512 * 256 / (2 * kWidth);  // that of one value in the window, Q9
+
+constexpr int kFirstModelBin = 5;  // the parametric model doesn't look below
+
+// One magnitude into one estimate: the quantile moves by an equal share of the step, shorter where
+// values are dense, and so does the density if the value is near. share = 1 / (age + 1), Q15.
+void follow(short& quantile, short& density, int value, int step, int age, int share) {
+  const int delta = density > kOneDensity ? (step << 9) / density : step;
+  const int move = (delta * share) >> 14;  // Q7 to Q8
+  quantile = static_cast<short>(std::max(
+      0, value > quantile ? quantile + ((move + 2) >> 2) : quantile - ((3 * move + 2) >> 2)));
+  if (std::abs(value - quantile) < kWidth)
+    density =
+        static_cast<short>((int64_t{density} * age * share + kWindowDensity * share + 16384) >> 15);
+}
+
+void take_over(NsxInst_t_* ns, const short* quantile) {
+  for (int k = 0; k < ns->bins; ++k)
+    ns->quantile_noise[k] = exp_q12(quantile[k] * 16, 16 - ns->stages);  // |X| to |X| / N
+}
+
+}  // namespace
+
+void reset_noise_estimate(NsxInst_t_* ns) {
+  for (int s = 0; s < kNsxEstimates; ++s) {
+    tekaSpl_Fill16(ns->log_quantile[s], kNsxMaxBins, kFirstQuantile);
+    tekaSpl_Fill16(ns->density[s], kNsxMaxBins, kFirstDensity);
+    ns->estimate_age[s] = kCycleFrames * (s + 1) / kNsxEstimates;
+  }
+}
+
+// Each estimate gives its quantile at the end of its cycle, a third of a cycle after the one before
+// it. Until the first cycle has passed, the last of them is read every frame.
+void NoiseEstimationC(NsxInst_t_* ns) {
+  const bool first_cycle = ns->frame_count < kCycleFrames;
+  for (int s = 0; s < kNsxEstimates; ++s) {
+    int& age = ns->estimate_age[s];
+    for (int k = 0; k < ns->bins; ++k) {
+      short &quantile = ns->log_quantile[s][k], &density = ns->density[s][k];
+      const int step = first_cycle && density <= kOneDensity ? kCycleStartStep : kStep;
+      follow(quantile, density, ns->log_magnitude[k], step, age, tekaNsx_kCounterDiv[age]);
+    }
+    if (age >= kCycleFrames) {
+      age = 0;
+      if (!first_cycle) take_over(ns, ns->log_quantile[s]);
+    }
+    ++age;
+  }
+  if (first_cycle) take_over(ns, ns->log_quantile[kNsxEstimates - 1]);
+}
+
+// White: the mean magnitude, overdriven. Pink: the line through ln |X| over ln(bin), by least
+// squares; its level and its slope are averaged within what a noise can have.
+void collect_start_model(NsxInst_t_* ns) {
+  int64_t magnitudes = 0;
+  for (int k = 0; k < ns->bins; ++k) {
+    ns->start_magnitude[k] += ns->magnitude[k];
+    magnitudes += ns->magnitude[k];
+  }
+  ns->white_level += magnitudes / ns->bins * ns->overdrive >> 8;
+
+  int64_t x = 0, xx = 0, y = 0, xy = 0;  // x in Q12, y in Q8
+  for (int k = kFirstModelBin; k < ns->bins; ++k) {
+    const int64_t log_bin = kLogOfBin[k], log_magnitude = ns->log_magnitude[k];
+    x += log_bin;
+    xx += log_bin * log_bin;
+    y += log_magnitude;
+    xy += log_bin * log_magnitude;
+  }
+  const int64_t n = ns->bins - kFirstModelBin, determinant = n * xx - x * x;
+  const int64_t level = (xx * y - x * xy) / determinant;               // Q8
+  const int64_t slope = ((x * y - n * xy) * (1 << 18)) / determinant;  // falling; Q20 / Q24 to Q14
+  ns->pink_level += static_cast<int>(std::max<int64_t>(level, 0));
+  ns->pink_slope += static_cast<int>(std::clamp<int64_t>(slope, 0, kOneQ14));
+}
+
+void start_noise(const NsxInst_t_* ns, unsigned int* noise) {
+  const int frames = ns->frame_count + 1;
+  const int64_t white = ns->white_level / frames;
+  const int level = ns->pink_level * 16 / frames;  // Q12
+  const int slope = ns->pink_slope / frames;
+  for (int k = 0; k < ns->bins; ++k) {
+    const int log_bin = kLogOfBin[std::max(k, kFirstModelBin)];
+    noise[k] = slope == 0 ? static_cast<unsigned>(std::min<int64_t>(white, UINT32_MAX))
+                          : exp_q12(level - (slope * log_bin >> 14), 16 - ns->stages);
+  }
+}

@@ -1,0 +1,208 @@
+// Noise suppressor: takes steady noise (a fan, a street, a hissing microphone) away from one
+// channel of speech.
+//
+// How it works. Overlapping frames of the signal are cut out with a window and transformed; each
+// bin of the spectrum gets a gain between a lower bound and 1 according to how far it stands above
+// the noise, and the frames are transformed back and added up. What the noise is has to be learnt
+// from the same signal:
+//
+//   noise estimate    the lower quartile over time of each bin's log magnitude, by stochastic
+//                     approximation, three estimates out of step, each starting over after 200
+//                     frames; in the first 50 frames blended with a noise of white and pink fitted
+//                     to the mean spectrum
+//   speech or noise   per bin, from a smoothed likelihood ratio between the two and the prior
+//                     probability of a pause
+//   noise update      the noise follows the magnitudes where a pause is likely
+//   gain              of Wiener's type, SNR / (overdrive + SNR), with the SNR estimated from the
+//                     frame before and the present one
+//   gain factor       what the frame as a whole gains or loses after that, by how much energy is
+//                     left of it
+//
+// Frames and rates. A call of tekaNs_ProcessCore takes one block and gives one:
+//
+//   rate (Hz)      block (samples)   analysis length   bins   latency
+//   8000           80, 10 ms         128               65     48 samples, 6 ms
+//   16000          160, 10 ms        256               129    96 samples, 6 ms
+//   32000          160, 5 ms         256               129    96 samples, 3 ms
+//
+// 32000 Hz runs on the sizes of 16000 Hz, with bins twice as wide and everything that counts frames
+// twice as fast.
+//
+// What a host sets is the policy, how far noise is turned down:
+//
+//   policy   overdrive   lower bound of a bin's gain   gain factor
+//   0        1.0         0.5    (-6 dB)                off
+//   1        1.0         0.25   (-12 dB)               on
+//   2        1.1         0.125  (-18 dB)               on
+//   3        1.25        0.09   (-21 dB)               on
+//
+// and where the prior probability of a pause comes from (tekaNs_set_prior_source):
+//
+//   0, presence   from the band post-processing (band_post.h). This is the default, and it has two
+//                 effects that a host must know. SPEECH CAN END THE PROCESS: ordinary speech at
+//                 -20 dBFS gets within a few frames to a place where the band post-processing has
+//                 no result, prints "Division Error ..." and calls exit(0). And steady noise louder
+//                 than about -55 dBFS counts as somebody's presence: nothing is then suppressed.
+//   1, own        from the suppressor's own features of the signal: likelihood ratio, spectral
+//                 flatness, spectral difference from the pauses before, each compared with a
+//                 threshold that is learnt from the last 512 frames. The band post-processing's
+//                 presence is not asked for, so the process can't end. For a host of today this is
+//                 the one to take.
+//
+// The output fades in over the first 656 samples and passes through the transient limiter of the
+// band post-processing, with either source.
+//
+// Published sources: quantile-based noise estimation (V. Stahl, A. Fischer, R. Bippus, ICASSP
+// 2000); decision-directed SNR and likelihood ratio (Y. Ephraim, D. Malah, IEEE Trans. ASSP 32,
+// 1984; J. Sohn, N. S. Kim, W. Sung, IEEE Signal Processing Letters 6, 1999).
+//
+// Memory: the record below, 14 KiB, held by the caller, and the 216 bytes of the band
+// post-processing, taken by tekaNs_InitCore; nothing is allocated per frame. One instance is used
+// from one thread at a time; the six dispatch pointers are the process's.
+#pragma once
+
+#include <stdint.h>
+
+#include "../export.h"
+#include "band_post.h"
+
+enum {
+  kNsxMaxFrame = 256,                  // analysis length, samples
+  kNsxMaxBins = kNsxMaxFrame / 2 + 1,  // magnitudes of a spectrum, bin 0 and the last one included
+  kNsxEstimates = 3,                   // quantile estimates that run side by side
+  kNsxFeatures = 3,                    // likelihood ratio, flatness, difference: in this order
+  kNsxHistogramBins = 1000
+};
+
+// Magnitudes "in Q16" are |X| / N, X being the N-point transform of a windowed frame of 16-bit
+// samples: a sine at full scale has one of about 0.35 * 32767 * 65536.
+struct NsxInst_t_ {
+  int status;              // for the owner's use: nothing here reads it
+  BPInfo_tag* band_post;   // made by tekaNs_InitCore, freed by tekaNs_FreeCore
+  short prior_non_speech;  // prior probability of a pause, Q14
+
+  // Set by init and policy.
+  int initialized;  // 1 after tekaNs_InitCore
+  unsigned int sample_rate;
+  int block_length;  // 80 or 160
+  int frame_length;  // N, 128 or 256
+  int bins;          // N / 2 + 1
+  int stages;        // log2 N
+  const short* window;
+  int policy;
+  int overdrive;       // Q8
+  int denoise_bound;   // lowest gain of a bin, Q14
+  int gain_factor_on;  // the gain factor of a frame is in use
+
+  // The frame in work.
+  int zero_input;     // all samples of the frame are 0
+  int norm;           // block normalisation: the frame was shifted up by this before the transform
+  int64_t energy_in;  // of the windowed frame
+  unsigned int magnitude_sum;           // of the bins' 16-bit magnitudes, times 2^norm
+  int64_t magnitude_energy;             // sum of the squares of |X| / N, Q32
+  short spectrum[kNsxMaxFrame + 2];     // pairs, real part first, X / N times 2^norm
+  unsigned int magnitude[kNsxMaxBins];  // Q16
+  short log_magnitude[kNsxMaxBins];     // ln |X|, Q8
+  unsigned short gain[kNsxMaxBins];     // Q14
+
+  // History of samples.
+  short analysis_buffer[kNsxMaxFrame];   // the last N input samples, oldest first
+  short synthesis_buffer[kNsxMaxFrame];  // overlap-add in progress, next output sample first
+  int frame_count;                       // frames with a signal since init; stays at its limit
+
+  // Start-up model of the noise, sums over the frames so far.
+  int64_t start_magnitude[kNsxMaxBins];  // Q16
+  int64_t white_level;                   // overdriven mean magnitude, Q16
+  int pink_level;                        // ln |X| at bin 1, Q8
+  int pink_slope;                        // fall of ln |X| per ln(bin), Q14
+
+  // Quantile noise estimate.
+  short log_quantile[kNsxEstimates][kNsxMaxBins];  // ln |X|, Q8
+  short density[kNsxEstimates][kNsxMaxBins];       // at the quantile, per 1.0 of ln |X|, Q9
+  int estimate_age[kNsxEstimates];                 // frames since each estimate started over
+  unsigned int quantile_noise[kNsxMaxBins];        // Q16
+
+  // Noise and signal of the frame before.
+  unsigned int noise[kNsxMaxBins];               // Q16, updated by speech probability
+  unsigned int pause_magnitude[kNsxMaxBins];     // Q16, mean spectrum of the pauses
+  unsigned int previous_magnitude[kNsxMaxBins];  // Q16
+
+  // Speech probability.
+  int log_likelihood[kNsxMaxBins];  // smoothed log-likelihood ratio, Q12
+  int feature[kNsxFeatures];        // Q12
+  int threshold[kNsxFeatures];      // Q12
+  int weight[kNsxFeatures];         // Q14, together 1
+  int64_t energy_norm;              // mean of magnitude_energy that scales the difference
+  int64_t energy_sum;               // of the window in progress, each frame's part by 512
+  int window_age;                   // frames since the histograms were started
+  unsigned short histogram[kNsxFeatures][kNsxHistogramBins];
+
+  int prior_source;  // 0: presence of the band post-processing, 1: own features
+};
+
+// ln(2^k), Q8, k = 0..8.
+extern SONX_EXPORT const short tekaNsx_kLogTable[9];
+// 1 / (k + 1), Q15, k = 0..200; the first is 32767.
+extern SONX_EXPORT const short tekaNsx_kCounterDiv[201];
+
+// The stages that a platform may have a faster form of. Every tekaNs_InitCore sets them to the
+// portable ones; they hold for all instances of the process.
+//
+//   AnalysisUpdate        takes a block of new samples in, gives the windowed frame (N samples)
+//   CreateComplexBuffer   windowed frame times 2^norm, the transform's input (N samples)
+//   NoiseEstimation       the quantile estimates follow log_magnitude; sets quantile_noise
+//   PrepareSpectrum       spectrum times gain, the inverse transform's input (N + 2 words)
+//   Denormalize           inverse transform's output times 2^shift, saturated (N samples)
+//   SynthesisUpdate       frame times window and gain factor (Q13) added up; gives a block
+extern SONX_EXPORT void (*tekaNsx_AnalysisUpdate)(NsxInst_t_*, const short* block, short* frame);
+extern SONX_EXPORT void (*tekaNsx_CreateComplexBuffer)(NsxInst_t_*, const short* frame,
+                                                       short* scaled);
+extern SONX_EXPORT void (*tekaNsx_NoiseEstimation)(NsxInst_t_*);
+extern SONX_EXPORT void (*tekaNsx_PrepareSpectrum)(NsxInst_t_*, short* spectrum);
+extern SONX_EXPORT void (*tekaNsx_Denormalize)(NsxInst_t_*, short* frame, int shift);
+extern SONX_EXPORT void (*tekaNsx_SynthesisUpdate)(NsxInst_t_*, const short* frame, short* block,
+                                                   short gain_factor);
+
+// Sets up an instance for a sample rate of 8000, 16000 or 32000 Hz: history cleared, policy 0,
+// prior probability of a pause 0.5, prior source 0, status 0. Returns 0, or -1 for another rate or
+// a null pointer (the instance is then left alone). The record need not hold anything before; a
+// running instance must go through tekaNs_FreeCore first, or its band post-processing's memory is
+// lost.
+SONX_EXPORT int tekaNs_InitCore(NsxInst_t_* ns, unsigned int fs);
+
+// Frees what init took; the instance then needs another init. Returns 0; a null pointer does
+// nothing.
+SONX_EXPORT int tekaNs_FreeCore(NsxInst_t_* ns);
+
+// Policy 0..3, at any time between two frames; takes effect with the next. Returns 0, or -1 for
+// another value, which changes nothing.
+SONX_EXPORT int tekaNs_set_policy_core(NsxInst_t_* ns, int mode);
+
+// Where the prior probability of a pause comes from: 0 = the band post-processing's presence,
+// 1 = the own features; see above. Takes effect with the next frame, from the probability that is
+// there. Returns 0, or -1 for another value, which changes nothing.
+SONX_EXPORT int tekaNs_set_prior_source(NsxInst_t_* ns, int source);
+SONX_EXPORT int tekaNs_get_prior_source(NsxInst_t_* ns, int* source);
+
+// A word kept for the owner, who may take it as on or off. No range; the suppressor never reads it.
+SONX_EXPORT void tekaNs_canceling_setstatus(NsxInst_t_* ns, int status);
+SONX_EXPORT void tekaNs_canceling_getstatus(NsxInst_t_* ns, int* status);
+
+// One frame: block_length samples of in to as many of out, 16-bit, which may be the same buffer.
+// Returns 0, or -1 if the instance is not initialised. MAY END THE PROCESS while the prior source
+// is 0: see above. Full scale doesn't wrap; the frames of zeros come out as zeros once the tail of
+// what was before has passed.
+SONX_EXPORT int tekaNs_ProcessCore(NsxInst_t_* ns, short* in, short* out);
+
+// The stages of a frame, in this order, for whoever wants to look between them. An instance that is
+// not initialised must not get here.
+//
+//   DataAnalysis      a block of input to spectrum, magnitudes (16-bit, |X| / N times 2^norm,
+//                     bins entries) and energies
+//   SpeechNoiseProb   from the SNRs before and after (Q11, bins entries each) to the probability
+//                     that each bin is noise (Q14); with prior source 1 renews the prior first
+//   DataSynthesis     gains onto the spectrum, back to samples: a block of output
+SONX_EXPORT void tekaNsx_DataAnalysis(NsxInst_t_* ns, short* in, unsigned short* magnitudes);
+SONX_EXPORT void tekaNsx_SpeechNoiseProb(NsxInst_t_* ns, unsigned short* non_speech_probability,
+                                         unsigned int* prior_snr, unsigned int* post_snr);
+SONX_EXPORT void tekaNsx_DataSynthesis(NsxInst_t_* ns, short* out);
