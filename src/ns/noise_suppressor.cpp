@@ -98,18 +98,18 @@ void tekaNs_canceling_getstatus(NsxInst_t_* ns, int* status) { *status = ns->sta
 
 namespace {
 
+bool starting_up(const NsxInst_t_* ns) { return ns->frame_count < kStartupFrames; }
+
 // a on the way to b, t of so many frames gone.
 uint64_t blend(uint64_t a, uint64_t b, int t) {
   const auto gone = static_cast<uint64_t>(t);
   return (b * gone + a * (kStartupFrames - gone)) / kStartupFrames;
 }
 
-// The noise that the frame is judged by, Q16: the quantile, at the start the parametric model.
-void present_noise(const NsxInst_t_* ns, unsigned int* noise) {
+// The noise that the frame is judged by, Q16: the quantile, at the start blended with the model.
+void present_noise(const NsxInst_t_* ns, const unsigned int* model, unsigned int* noise) {
   std::copy_n(ns->quantile_noise, ns->bins, noise);
-  if (ns->frame_count >= kStartupFrames) return;
-  unsigned int model[kNsxMaxBins];
-  start_noise(ns, model);
+  if (!starting_up(ns)) return;
   for (int k = 0; k < ns->bins; ++k)
     noise[k] = static_cast<unsigned>(blend(model[k], noise[k], ns->frame_count));
 }
@@ -169,12 +169,12 @@ unsigned short start_gain(const NsxInst_t_* ns, int k, uint64_t model) {
   return static_cast<unsigned short>(std::clamp(gain, ns->denoise_bound, kOneQ14));
 }
 
-void update_gain(NsxInst_t_* ns, const unsigned int* previous) {
-  for (int k = 0; k < ns->bins; ++k)
-    ns->gain[k] = wiener_gain(ns, directed(previous[k], snr_q11(ns->magnitude[k], ns->noise[k])));
-  if (ns->frame_count >= kStartupFrames) return;
-  unsigned int model[kNsxMaxBins];
-  start_noise(ns, model);
+void update_gain(NsxInst_t_* ns, const unsigned int* model, const unsigned int* previous) {
+  for (int k = 0; k < ns->bins; ++k) {
+    const unsigned int ratio = snr_q11(ns->magnitude[k], ns->noise[k]);
+    ns->gain[k] = wiener_gain(ns, directed(previous[k], ratio));
+  }
+  if (!starting_up(ns)) return;
   for (int k = 0; k < ns->bins; ++k)
     ns->gain[k] = static_cast<unsigned short>(
         blend(start_gain(ns, k, model[k]), ns->gain[k], ns->frame_count));
@@ -197,10 +197,11 @@ int tekaNs_ProcessCore(NsxInst_t_* ns, short* in, short* out) {
     return 0;
   }
 
-  unsigned int noise[kNsxMaxBins], previous[kNsxMaxBins];
+  unsigned int model[kNsxMaxBins], noise[kNsxMaxBins], previous[kNsxMaxBins];
   unsigned int prior_snr[kNsxMaxBins], post_snr[kNsxMaxBins];
   tekaNsx_NoiseEstimation(ns);
-  present_noise(ns, noise);
+  if (starting_up(ns)) start_noise(ns, model);
+  present_noise(ns, model, noise);
   previous_snr(ns, previous);
   for (int k = 0; k < ns->bins; ++k) {
     post_snr[k] = snr_q11(ns->magnitude[k], noise[k]);
@@ -216,7 +217,7 @@ int tekaNs_ProcessCore(NsxInst_t_* ns, short* in, short* out) {
   unsigned short non_speech_probability[kNsxMaxBins];
   tekaNsx_SpeechNoiseProb(ns, non_speech_probability, prior_snr, post_snr);
   update_noise(ns, non_speech_probability);
-  update_gain(ns, previous);
+  update_gain(ns, model, previous);
   tekaNsx_DataSynthesis(ns, out);
   BP_ns_post(ns->band_post, out, ns->block_length, out);
 
