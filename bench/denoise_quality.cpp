@@ -59,10 +59,17 @@ pcm with_step(std::vector<double> x, int rate) {
   return to_pcm(x);
 }
 
+void print_end(double seconds) {
+  if (seconds > 0.0)
+    std::printf(" ends after %.2f s |", seconds);
+  else
+    std::printf(" ends at once |");
+}
+
 void print_attenuation(const pcm& in, int rate, int policy, prior source) {
   const outcome result = run_suppressor(in, rate, policy, source);
   if (result.ended)
-    std::printf(" ends after %.2f s |", double(result.out.size()) / rate);
+    print_end(double(result.out.size()) / rate);
   else if (power_between(result.out, rate, kSettledFrom, kSteadySeconds) == 0.0)
     std::printf(" silent |");
   else
@@ -133,6 +140,11 @@ void report_steady() {
   std::printf("\n");
 }
 
+size_t speex_delay(int rate) {
+  const pcm in = to_pcm(steady_noise(kWhite, rate, 2.0, -30.0));
+  return delay_between(in, run_speex(in, rate, 0), rate);
+}
+
 // Sums over clips (and noises): what is left of the distance to the clean speech.
 struct score {
   double segmental = 0.0, distance = 0.0;
@@ -142,8 +154,12 @@ struct score {
 class speech_report {
  public:
   explicit speech_report(int rate, double level)
-      : rate_(rate), level_(level), speex_delay_(speex_delay()) {
+      : rate_(rate), level_(level), speex_delay_(speex_delay(rate)) {
     for (const clip& source : speech()) clips_.push_back(at_rate(source, rate, level));
+    const pcm in = to_pcm(steady_noise(kWhite, rate, 2.0, -30.0));
+    const size_t ours = delay_between(in, run_suppressor(in, rate, 0, prior::own).out, rate);
+    std::printf("Delays in samples at %d Hz: %zu, libspeexdsp %zu.\n\n", rate, ours, speex_delay_);
+    if (ours != latency_of(rate)) std::exit(2);
   }
 
   void print(const std::vector<noise_kind>& kinds, const char* title) {
@@ -222,11 +238,6 @@ class speech_report {
     std::printf("\n");
   }
 
-  size_t speex_delay() const {
-    const pcm in = to_pcm(steady_noise(kWhite, rate_, 2.0, -30.0));
-    return delay_between(in, run_speex(in, rate_, 0), rate_);
-  }
-
   int rate_;
   double level_;
   size_t speex_delay_;
@@ -247,35 +258,43 @@ void report_speech(int only_rate) {
   }
 }
 
+// With a faint hiss in the pauses, as any microphone has, and with pauses that are digital silence,
+// in which there is nothing to learn.
 void report_clean() {
+  constexpr double kHiss = -90.0;
   std::printf(
       "### Speech without noise, at %.0f dBFS\n\nLoss of the speech frames' level in dB, policies "
       "0 "
-      "to 3.\n\n| rate | voice | own 0 | 1 | 2 | 3 | presence 0 | 1 | 2 | 3 | libspeexdsp |\n"
-      "|---|---|---|---|---|---|---|---|---|---|---|\n",
-      kSpeechLevel);
+      "to 3, own prior: with white noise of %.0f dBFS, and with silent pauses. Presence prior: "
+      "policy 2.\n\n| rate | voice | hiss: 0 | 1 | 2 | 3 | silent: 0 | 1 | 2 | 3 | presence | "
+      "libspeexdsp |\n|---|---|---|---|---|---|---|---|---|---|---|---|\n",
+      kSpeechLevel, kHiss);
   const auto clips = speech();
   for (const int rate : kRates)
     for (const clip& source : clips) {
       const spoken_clip clean = at_rate(source, rate, kSpeechLevel);
       const double before = decibels(speech_power(clean.samples, clean.frames));
-      pcm in = to_pcm(clean.samples);
-      in.resize((in.size() / block_of(rate) + 1) * block_of(rate));
+      const auto loss = [&](const pcm& out, size_t delay) {
+        return before - decibels(speech_power(advanced(out, delay), clean.frames));
+      };
+      std::vector<double> x =
+          steady_noise(kWhite, rate, double(clean.samples.size()) / rate + 0.1, kHiss);
+      x.resize(clean.samples.size());
+      for (size_t i = 0; i < x.size(); ++i) x[i] += clean.samples[i];
+      pcm hiss = to_pcm(x), silent = to_pcm(clean.samples);
+      for (pcm* in : {&hiss, &silent})
+        in->resize((in->size() / block_of(rate) + 1) * block_of(rate));
       std::printf("| %d | %s |", rate, clean.name.c_str());
-      for (const prior prior_source : {prior::own, prior::presence})
-        for (int policy = 0; policy < kPolicies; ++policy) {
-          const outcome result = run_suppressor(in, rate, policy, prior_source);
-          if (result.ended)
-            std::printf(" ends after %.1f s |", double(result.out.size()) / rate - kLead);
-          else
-            std::printf(" %.2f |",
-                        before - decibels(speech_power(advanced(result.out, latency_of(rate)),
-                                                       clean.frames)));
-        }
-      std::printf(" %.2f |\n",
-                  before - decibels(speech_power(
-                               advanced(run_speex(in, rate, -15), static_cast<size_t>(rate / 50)),
-                               clean.frames)));
+      for (const pcm* in : {&hiss, &silent})
+        for (int policy = 0; policy < kPolicies; ++policy)
+          std::printf(" %.2f |",
+                      loss(run_suppressor(*in, rate, policy, prior::own).out, latency_of(rate)));
+      const outcome result = run_suppressor(hiss, rate, 2, prior::presence);
+      if (result.ended)
+        print_end(double(result.out.size()) / rate - kLead);
+      else
+        std::printf(" %.2f |", loss(result.out, latency_of(rate)));
+      std::printf(" %.2f |\n", loss(run_speex(hiss, rate, -15), speex_delay(rate)));
     }
   std::printf("\n");
 }
