@@ -66,32 +66,35 @@ void print_end(double seconds) {
     std::printf(" ends at once |");
 }
 
-void print_attenuation(const pcm& in, int rate, int policy, prior source) {
-  const outcome result = run_suppressor(in, rate, policy, source);
-  if (result.ended)
-    print_end(double(result.out.size()) / rate);
-  else if (power_between(result.out, rate, kSettledFrom, kSteadySeconds) == 0.0)
-    std::printf(" silent |");
-  else
-    std::printf(" %.1f |", attenuation(in, result.out, rate));
+// Of all four policies. When the process ends doesn't depend on them.
+void print_attenuations(const pcm& in, int rate, prior source) {
+  for (int policy = 0; policy < kPolicies; ++policy) {
+    const outcome result = run_suppressor(in, rate, policy, source);
+    if (result.ended) return print_end(double(result.out.size()) / rate);
+    if (power_between(result.out, rate, kSettledFrom, kSteadySeconds) == 0.0)
+      std::printf(" silent");
+    else
+      std::printf(" %.1f", attenuation(in, result.out, rate));
+    std::printf(policy + 1 < kPolicies ? "," : " |");
+  }
 }
 
 void report_levels() {
   std::printf(
-      "### Steady noise, presence prior\n\nAttenuation in dB after %.0f s, policies 0 to 3.\n",
+      "### Steady noise, presence prior\n\nAttenuation in dB after %.0f s, policies 0 to 3, or "
+      "when "
+      "the process ends.\n",
       kSettledFrom);
-  for (const int rate : kRates)
-    for (const noise_kind kind : kNoises) {
-      std::printf("\n%s, %d Hz\n\n| level (dBFS) | 0 | 1 | 2 | 3 |\n|---|---|---|---|---|\n",
-                  kind.name, rate);
-      for (const double level : {-90, -80, -70, -65, -60, -55, -50, -40, -30, -20}) {
-        std::printf("| %.0f |", level);
-        const pcm in = to_pcm(steady_noise(kind, rate, kSteadySeconds, level));
-        for (int policy = 0; policy < kPolicies; ++policy)
-          print_attenuation(in, rate, policy, prior::presence);
-        std::printf("\n");
-      }
+  for (const int rate : kRates) {
+    std::printf("\n| level (dBFS), %d Hz | white | pink | fan-like |\n|---|---|---|---|\n", rate);
+    for (const double level : {-90, -80, -70, -65, -60, -55, -50, -40, -30, -20}) {
+      std::printf("| %.0f |", level);
+      for (const noise_kind kind : kNoises)
+        print_attenuations(to_pcm(steady_noise(kind, rate, kSteadySeconds, level)), rate,
+                           prior::presence);
+      std::printf("\n");
     }
+  }
   std::printf("\n");
 }
 
@@ -133,6 +136,10 @@ void report_steady() {
       }
       std::printf("| %d | %s |", rate, kind.name);
       for (const span& one : db) one.print();
+      if (kind.kind == noise_kind::deep_pink) {  // scatters too much
+        std::printf(" - | - |\n");
+        continue;
+      }
       from_start.print();
       from_step.print();
       std::printf("\n");
@@ -164,9 +171,9 @@ class speech_report {
 
   void print(const std::vector<noise_kind>& kinds, const char* title) {
     std::printf(
-        "%s, %d Hz, speech at %.0f dBFS\n\n| | segmental SNR (dB) ||||| log-spectral distance (dB) "
-        "||||\n| | SNR 0 | 5 | 10 | 20 | ended | SNR 0 | 5 | 10 | 20 |\n|---|---|---|---|---|---|"
-        "---|---|---|---|\n",
+        "%s, %d Hz, speech at %.0f dBFS\n\n"
+        "| | SNR 0 dB | 5 | 10 | 20 | LSD at 0 dB | 5 | 10 | 20 | ended |\n"
+        "|---|---|---|---|---|---|---|---|---|---|\n",
         title, rate_, level_);
     std::map<std::string, std::map<int, score>> rows;
     for (const spoken_clip& clean : clips_) {
@@ -233,9 +240,8 @@ class speech_report {
       ended += by_snr[snr].ended;
       all += by_snr[snr].ended + by_snr[snr].runs;
     }
-    std::printf(" %d of %d |", ended, all);
     for (const int snr : kSnrs) std::printf(" %s |", mean(&score::distance, snr).c_str());
-    std::printf("\n");
+    std::printf(" %d of %d |\n", ended, all);
   }
 
   int rate_;
@@ -245,7 +251,10 @@ class speech_report {
 };
 
 void report_speech(int only_rate) {
-  std::printf("### Speech in noise\n\n");
+  std::printf(
+      "### Speech in noise\n\nSegmental SNR and log-spectral distance (LSD) in dB, means over the "
+      "voices: of the noisy speech, then what a suppressor adds. Ended: runs that ended the "
+      "process; * where some did.\n\n");
   for (const int rate : kRates) {
     if (only_rate != 0 && only_rate != rate) continue;
     speech_report report(rate, kSpeechLevel);

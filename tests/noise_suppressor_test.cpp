@@ -237,6 +237,26 @@ TEST(NoiseSuppressor, TurnsSteadyNoiseDownToThePolicysBoundByItsOwnPrior) {
     }
 }
 
+// One frame at two policies from the same state: SNR / (overdrive + SNR) above the bound.
+TEST(NoiseSuppressor, MoreOverdriveTakesMoreOfTheSameSnr) {
+  suppressor mild(16000, kOwn, 0);
+  mild.run(noise_of(kPink, 16000, 1.0, -40.0));
+  mild.run(speech_like(16000, 0.1, -30.0));
+  NsxInst_t_ strong = mild;  // shares the band post-processing, and so doesn't free it
+  ASSERT_EQ(tekaNs_set_policy_core(&strong, 3), 0);
+  pcm x = pcm_sine(160, 700.0, 16000.0, 1500.0), y = x;
+  tekaNs_ProcessCore(&mild, x.data(), x.data());
+  tekaNs_ProcessCore(&strong, y.data(), y.data());
+  int compared = 0;
+  for (int k = 0; k < mild.bins; ++k) {
+    const double gain = mild.gain[k] / 16384.0, snr = gain / (1.0 - gain);
+    if (gain < 0.501 || gain > 0.97) continue;
+    EXPECT_NEAR(strong.gain[k] / 16384.0, snr / (1.25 + snr), 0.003) << k;
+    ++compared;
+  }
+  EXPECT_GT(compared, 10);
+}
+
 TEST(NoiseSuppressor, LeavesAClearVoiceNearlyAsLoudAsItWas) {
   for (int rate : kRates) {
     pcm in = noise_of(kWhite, rate, 1.0, -80.0);
