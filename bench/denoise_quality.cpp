@@ -181,7 +181,14 @@ class speech_report {
       for (const noise_kind kind : kinds)
         for (const int snr : kSnrs) add_runs(clean, distance, kind, snr, rows);
     }
-    for (auto& [name, by_snr] : rows) print_row(name, by_snr, rows.begin()->second);
+    int all_ended = 0;
+    for (auto& [name, by_snr] : rows)
+      if (std::none_of(std::begin(kSnrs), std::end(kSnrs),
+                       [&](int snr) { return by_snr[snr].runs > 0; }))
+        for (const int snr : kSnrs) all_ended += by_snr[snr].ended;
+      else
+        print_row(name, by_snr, rows.begin()->second);
+    if (all_ended > 0) std::printf("\nPresence prior: all %d runs ended the process.\n", all_ended);
     std::printf("\n");
     std::fflush(stdout);
   }
