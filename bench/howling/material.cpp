@@ -15,7 +15,7 @@ namespace {
 namespace fs = std::filesystem;
 
 [[noreturn]] void give_up(const std::string& what) {
-  std::fprintf(stderr, "howling_loop: %s\n", what.c_str());
+  std::fprintf(stderr, "%s\n", what.c_str());
   std::exit(2);
 }
 

@@ -155,12 +155,14 @@ TEST_F(Tool, AWrongCommandLineEndsWithStatusOneAndLeavesTheOldOutputAlone) {
        "22050 Hz, at which the effect passes audio through unprocessed; it works at 44100 and "
        "48000 Hz"},
       {"ktv slow.wav out.wav", "48000"},
+      {"denoise slow.wav out.wav", "22050 Hz; the noise suppressor works at 8000, 16000 and 32000"},
       {"resample in.wav out.wav --rate 44100", "reaches 4000 8000 12000 16000 24000 32000"}};
   for (const char* arguments :
        {"hp in.wav", "hp missing.wav out.wav", "hp out.wav out.wav", "nonesuch", "",
         "boost slow.wav out.wav", "boost in.wav out.wav --threshold 0",
         "ktv in.wav out.wav --echo delay=351", "ktv in.wav out.wav --reverb size=1",
-        "ktv in.wav out.wav --voice-gain loud", "hp in.wav missing/out.wav"})
+        "ktv in.wav out.wav --voice-gain loud", "denoise in.wav out.wav --policy 4",
+        "denoise in.wav out.wav --prior both", "hp in.wav missing/out.wav"})
     wrong.emplace_back(arguments, "");
   for (const char* option :
        {"--effect wuff", "--eq 1,99", "--eq 0,0,0,0,0,0,0,0,0,0,0", "--room 101%",
@@ -231,6 +233,69 @@ TEST_F(Tool, AFileIsConvertedToAnotherRate) {
   EXPECT_NEAR(power_db(words, 3200, 28800) - 20 * std::log10(0.5), 0.0, 0.01);
   EXPECT_EQ(run("resample in.wav no.wav --rate 48000"), 1);
   EXPECT_NE(output_.find("has 48000 Hz already"), std::string::npos) << output_;
+}
+
+// Steady noise, whose correlation with itself is sharp.
+TEST_F(Tool, DenoisingTurnsNoiseDownWithoutMovingIt) {
+  for (const auto& [rate, channels, way] :
+       {std::tuple{8000, 1, "at 8000 Hz; "},
+        {16000, 2, "at 16000 Hz; "},
+        {32000, 1, "at 32000 Hz; "},
+        {48000, 2, "at 32000 Hz through the library's converter"},
+        {24000, 1, "at 16000 Hz through the library's converter"}}) {
+    SCOPED_TRACE(rate);
+    audio in = noise(rate, channels, 3.1);
+    for (short& v : in.samples) v = static_cast<short>(v / 20);  // peaks of -38 dBFS
+    write("in.wav", in);
+    double before = 0.0;
+    for (const char* policy : {"0", "2"}) {
+      ASSERT_EQ(run(std::string("denoise in.wav out.wav --policy ") + policy), 0) << output_;
+      EXPECT_NE(output_.find("prior from its own features"), std::string::npos) << output_;
+      EXPECT_NE(output_.find(way), std::string::npos) << output_;
+      SndfileHandle file(path("out.wav").string());
+      ASSERT_EQ(file.channels(), channels);
+      ASSERT_EQ(file.frames() * channels, static_cast<sf_count_t>(in.samples.size()));
+      pcm out(in.samples.size());
+      file.read(out.data(), file.frames() * channels);
+      double highest = 0.0, power = 0.0;
+      int moved = 0;
+      for (int lag = -400; lag <= 400; ++lag) {
+        double sum = 0.0;
+        for (int i = 2 * rate; i < 3 * rate; ++i)
+          sum += double(out[static_cast<size_t>(i * channels + channels - 1)]) *
+                 in.samples[static_cast<size_t>((i + lag + 1) * channels - 1)];
+        if (sum > highest) {
+          highest = sum;
+          moved = lag;
+        }
+      }
+      EXPECT_EQ(moved, 0);
+      for (int i = 2 * rate; i < 3 * rate; ++i)
+        power += std::pow(out[static_cast<size_t>(i * channels + channels - 1)], 2);
+      if (*policy == '0')
+        before = power;
+      else
+        EXPECT_NEAR(10 * std::log10(before / power), 12.0, 1.5) << "from 6 to 18 dB";
+    }
+  }
+}
+
+// Loud noise ends the library's process; faint noise doesn't.
+TEST_F(Tool, ThePresencePriorEndsInAnErrorAndLeavesTheOldOutputAlone) {
+  write("in.wav", noise(16000, 2, 1.0));
+  std::ofstream(path("out.wav")) << "precious";
+  EXPECT_EQ(run("denoise in.wav out.wav --prior presence"), 1);
+  EXPECT_NE(output_.find("the library has ended its process"), std::string::npos) << output_;
+  EXPECT_EQ(output_.find("Division"), std::string::npos) << output_;
+  EXPECT_EQ(read_text(path("out.wav")), "precious");
+  EXPECT_EQ(std::distance(fs::directory_iterator(folder_), {}), 2);
+
+  audio faint = noise(16000, 2, 1.0);
+  for (short& v : faint.samples) v = static_cast<short>(v / 300);
+  write("in.wav", faint);
+  EXPECT_EQ(run("denoise in.wav out.wav --prior presence"), 0) << output_;
+  EXPECT_NE(output_.find("prior from the presence"), std::string::npos) << output_;
+  EXPECT_EQ(read("out.wav").size(), 32000u);
 }
 
 TEST_F(Tool, AMeasuredResponseAgreesWithTheSetting) {

@@ -14,6 +14,7 @@
 
 #include "boost.h"
 #include "commands.h"
+#include "denoise.h"
 #include "ktv.h"
 #include "render.h"
 #include "settings.h"
@@ -29,7 +30,8 @@ const char* const kFooter =
 which walks through all of them in one go, and OUTDIR/NAME-boost.wav for the
 speaker boost. With --voice also OUTDIR/NAME-ktv-STAGE.wav, the file as a
 singer's voice through each stage of the karaoke chain and through a full
-setting, at 48000 Hz. A file at a rate that the effect does not process is
+setting, at 48000 Hz, and OUTDIR/NAME-denoise.wav, through the noise suppressor
+at 32000 Hz. A file at a rate that the effect does not process is
 converted to 44100 or 48000 Hz first. The steps at a switch are those of the
 switch-over rendering (for which a short file is repeated), over 0.1 s from the
 change into the effect of that row, beside the largest step that the input has
@@ -39,6 +41,7 @@ constexpr int kFormat = 4;  // 24 bits in 32
 constexpr size_t kPeriod = 480;
 // Of the speaker boost's limiters of the sum: loud recordings come out just below full scale.
 constexpr int kBoostThreshold = 19660;  // 60 %
+constexpr int kDenoiseRate = 32000;
 constexpr double kShortestStretch = 2;  // seconds per effect in the switch-over rendering
 
 struct demo_options {
@@ -133,8 +136,10 @@ class demo {
     all.step_out = step_out;
     print_row("switch-over", walk, all);
     if (boost_processes(rate_)) print_boost();
-    if (options_.voice)
+    if (options_.voice) {
       for (const demo_karaoke& karaoke : demo_karaokes()) print_karaoke(karaoke);
+      print_denoise();
+    }
     print_times(walk);
   }
 
@@ -209,6 +214,15 @@ class demo {
     writer.commit();
   }
 
+  // The noise suppressor at its own highest rate, with its own prior.
+  void print_denoise() const {
+    audio_reader reader(options_.in);
+    reader.convert_to(kDenoiseRate);
+    audio_writer writer(output("denoise"), kDenoiseRate, 16, reader.frames(), reader.channels());
+    print_stream("denoise", render_denoise(reader, writer, {}, stem_ + "-denoise"));
+    writer.commit();
+  }
+
   // A row for what has no switch.
   static void print_stream(const char* name, const stream_report& report) {
     print_levels(name, report.in, report.out);
@@ -260,7 +274,8 @@ void add_demo_command(CLI::App& app) {
   command->footer(kFooter);
   command->add_option("IN", options->in, "audio file that libsndfile reads")->required();
   command->add_option("OUTDIR", options->folder, "folder to write to, made if missing")->required();
-  command->add_flag("--voice", options->voice, "the file is a voice: render the karaoke chain too");
+  command->add_flag("--voice", options->voice,
+                    "the file is a voice: render the karaoke chain and the noise suppressor too");
   command->callback([options] { demo(*options).run(); });
 }
 

@@ -29,6 +29,8 @@ int32_t to_integer(float x, double scale) {
 
 }  // namespace
 
+short to_16_bits(float sample) { return static_cast<short>(to_integer(sample, 32768.0)); }
+
 period_buffer::period_buffer(int format, size_t frames)
     : format_(format),
       samples_(2 * frames),

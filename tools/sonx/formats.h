@@ -1,4 +1,4 @@
-// Between float samples (full scale 1.0) and the four sample formats of the headphone entry points.
+// Between float samples (full scale 1.0) and the sample formats that the library takes.
 #pragma once
 
 #include <cstddef>
@@ -6,6 +6,9 @@
 #include <vector>
 
 namespace sonx {
+
+// Rounded to the nearest step and clamped to full scale; 0 for what is no number.
+short to_16_bits(float sample);
 
 // One period of interleaved stereo in a HAL format, as it is handed to the library. The format is
 // one of SONX_FORMAT_*.

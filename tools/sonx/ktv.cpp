@@ -10,6 +10,7 @@
 #include <stdexcept>
 
 #include "commands.h"
+#include "formats.h"
 #include "settings.h"
 
 namespace sonx {
@@ -153,10 +154,6 @@ class karaoke {
  private:
   void* handle_;
 };
-
-short to_16_bits(float sample) {
-  return static_cast<short>(std::clamp(std::lround(sample * 32768.0F), -32768L, 32767L));
-}
 
 struct ktv_arguments {
   std::string in;

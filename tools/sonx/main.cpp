@@ -17,6 +17,7 @@ const char* const kExamples = R"(Examples:
   sonx response --effect preset --svg preset.svg
   sonx boost in.wav out.wav --volume 200%
   sonx ktv voice.wav out.wav --reverb room=70% --echo delay=250 --voice-gain 6 --tail 2
+  sonx denoise noisy.wav out.wav --policy 2
   sonx resample in.wav out.wav --rate 16000
   sonx demo in.mp3 out
 'sonx COMMAND --help' tells more about each.)";
@@ -33,6 +34,7 @@ int run(int argc, char** argv) {
   sonx::add_response_command(app);
   sonx::add_boost_command(app);
   sonx::add_ktv_command(app);
+  sonx::add_denoise_command(app);
   sonx::add_resample_command(app);
   sonx::add_demo_command(app);
   try {

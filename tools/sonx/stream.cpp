@@ -1,5 +1,6 @@
 #include "stream.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstdio>
 
@@ -11,11 +12,13 @@ stream_report stream(audio_reader& reader, audio_writer& writer, const stream_op
                      const period_process& process) {
   const int rate = reader.rate();
   std::vector<float> stereo(2 * options.period);
-  std::vector<int32_t> words(stereo.size());
+  std::vector<int32_t> words(options.channels * options.period);
   level_meter in(rate);
   level_meter out(rate);
   int64_t tail_left = std::llround(options.tail * rate);
   progress_bar progress(options.label, reader.frames() + tail_left);
+  tail_left += options.delay;
+  int64_t delay_left = options.delay;
   stopwatch busy;
   int64_t done = 0;
   for (;;) {
@@ -23,9 +26,12 @@ stream_report stream(audio_reader& reader, audio_writer& writer, const stream_op
     if (frames.all == 0) break;
     in.add(stereo.data(), frames.input);
     process(stereo, words, busy);
-    writer.write(words.data(), frames.all);
-    out.add(stereo.data(), frames.all);
-    done += static_cast<int64_t>(frames.all);
+    const auto first = static_cast<size_t>(
+        std::min(delay_left, static_cast<int64_t>(frames.all)));  // before it belongs to the delay
+    delay_left -= static_cast<int64_t>(first);
+    writer.write(&words[options.channels * first], frames.all - first);
+    out.add(&stereo[2 * first], frames.all - first);
+    done += static_cast<int64_t>(frames.all - first);
     progress.update(done);
   }
   const double seconds = busy.seconds();

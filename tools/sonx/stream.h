@@ -31,6 +31,8 @@ struct stream_options {
   size_t period;    // frames per call
   double tail = 0;  // seconds of silence after the input
   std::string label;
+  size_t channels = 2;  // of the output
+  int64_t delay = 0;    // frames that the process delays by: taken out, so that both ends line up
 };
 
 struct stream_report {
@@ -41,7 +43,7 @@ struct stream_report {
 };
 
 // Takes a period of interleaved stereo floats, full scale 1.0, and replaces it by the result, in
-// floats and as words with full scale at 2^31.
+// floats (stereo again) and as words of the output's channels with full scale at 2^31.
 using period_process =
     std::function<void(std::vector<float>& stereo, std::vector<int32_t>& words, stopwatch& busy)>;
 
