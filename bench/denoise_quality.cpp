@@ -152,6 +152,33 @@ size_t speex_delay(int rate) {
   return delay_between(in, run_speex(in, rate, 0), rate);
 }
 
+// What a voice without noise teaches has to be unlearnt when white noise sets in after it.
+void report_after_voice() {
+  std::printf(
+      "Seconds to converge on white noise of -40 dBFS after a voice at %.0f dBFS, policy 2, with "
+      "hiss in its pauses and with silent ones.\n\n| rate | hiss of -75 dBFS | -90 dBFS | silent "
+      "|\n|---|---|---|---|\n",
+      kSpeechLevel);
+  const clip voice = speech()[0];
+  for (const int rate : kRates) {
+    std::printf("| %d |", rate);
+    const pcm noise = to_pcm(steady_noise(kWhite, rate, kSteadySeconds, -40.0));
+    for (const double hiss : {-75.0, -90.0, -300.0}) {
+      std::vector<double> x = at_rate(voice, rate, kSpeechLevel).samples;
+      x.resize(x.size() / block_of(rate) * block_of(rate));
+      const auto pauses = steady_noise(kWhite, rate, double(x.size()) / rate + 0.1, hiss);
+      for (size_t i = 0; i < x.size(); ++i) x[i] += pauses[i];
+      pcm before = to_pcm(x), after = noise;
+      suppressor ns(rate, 2, prior::own);
+      ns.run(before);
+      ns.run(after);
+      std::printf(" %.1f |", convergence(noise, after, rate, 0.0));
+    }
+    std::printf("\n");
+  }
+  std::printf("\n");
+}
+
 // Sums over clips (and noises): what is left of the distance to the clean speech.
 struct score {
   double segmental = 0.0, distance = 0.0;
@@ -350,7 +377,10 @@ int main(int argc, char** argv) {
     return 1;
   }
   if (all || what == "levels") report_levels();
-  if (all || what == "steady") report_steady();
+  if (all || what == "steady") {
+    report_steady();
+    report_after_voice();
+  }
   if (all || what == "speech") report_speech(number);
   if (all || what == "clean") report_clean();
   return 0;
