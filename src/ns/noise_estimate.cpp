@@ -9,12 +9,12 @@
 namespace {
 
 // Quantile: the lower quartile, so a step up is a third of a step down.
-constexpr int kFirstQuantile = 8 << 8;   // ln |X|, Q8
-constexpr int kFirstDensity = 154;       // 0.3, Q9
-constexpr int kOneDensity = 512;         // Q9
-constexpr int kStep = 40 << 7;           // Q7, at a density of 1 or less, shared among the frames
-constexpr int kCycleStartStep = 8 << 7;  // the same before the first cycle is complete
-constexpr int kWidth = 3;                // half the window of the density, Q8
+constexpr int kFirstQuantile = 8 << 8;  // ln |X|, Q8
+constexpr int kFirstDensity = 154;      // 0.3, Q9
+constexpr int kOneDensity = 512;        // Q9
+constexpr int kStep = 40 << 7;          // Q7, shared among the frames; divided by a density above 1
+constexpr int kFirstCycleStep = 8 << 7;  // in the first cycle, at a density of 1 or less
+constexpr int kWidth = 3;                // of the density's window, to either side, Q8
 constexpr int kWindowDensity = 512 * 256 / (2 * kWidth);  // that of one value in the window, Q9
 
 constexpr int kFirstModelBin = 5;  // the parametric model doesn't look below
@@ -54,7 +54,7 @@ void NoiseEstimationC(NsxInst_t_* ns) {
     int& age = ns->estimate_age[s];
     for (int k = 0; k < ns->bins; ++k) {
       short &quantile = ns->log_quantile[s][k], &density = ns->density[s][k];
-      const int step = first_cycle && density <= kOneDensity ? kCycleStartStep : kStep;
+      const int step = first_cycle && density <= kOneDensity ? kFirstCycleStep : kStep;
       follow(quantile, density, ns->log_magnitude[k], step, age, tekaNsx_kCounterDiv[age]);
     }
     if (age >= kCycleFrames) {

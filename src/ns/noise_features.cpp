@@ -18,8 +18,8 @@ constexpr int64_t kLargest = 1 << 20;  // of a feature, 256.0 in Q12
 // Histogram bins per 1.0 of a feature: 0.1, 0.05 and 0.1 wide.
 constexpr int kBinsPerUnit[kNsxFeatures] = {10, 20, 10};
 
-constexpr int kLikelihoodRange = 100;  // bins below 10.0 count for the mean
-constexpr int kEnoughFrames = 154;     // 0.3 of the window, for a peak to count
+constexpr int kLikelihoodRange = 10;  // bins below 1.0, which noise alone has, count for the mean
+constexpr int kEnoughFrames = 154;    // 0.3 of the window, for a peak to count
 
 struct limits {
   int low, high;  // of a threshold, Q12
@@ -56,21 +56,23 @@ int64_t ratio_q12(int64_t num, int64_t den) {
 }
 
 // How much of the spectrum's variance over the bins the mean spectrum of the pauses doesn't
-// explain, in units of the usual energy. Sums of squares stay below 2^62: they are the mean squares
-// of frames, Q32.
+// explain, in units of the usual energy:
 //
 //   var(M) - cov(M, P)^2 / var(P)
+//
+// Magnitudes in Q12, with at most 27.5 bits, so that the squares of all bins add up to less than
+// 2^62; the energy goes from Q32 to Q24 with them.
 int64_t difference(const NsxInst_t_* ns) {
   int64_t mean_m = 0, mean_p = 0;
   for (int k = 0; k < ns->bins; ++k) {
-    mean_m += ns->magnitude[k];
-    mean_p += ns->pause_magnitude[k];
+    mean_m += ns->magnitude[k] >> 4;
+    mean_p += ns->pause_magnitude[k] >> 4;
   }
   mean_m /= ns->bins;
   mean_p /= ns->bins;
   int64_t variance_m = 0, variance_p = 0, covariance = 0;
   for (int k = 0; k < ns->bins; ++k) {
-    const int64_t m = ns->magnitude[k] - mean_m, p = ns->pause_magnitude[k] - mean_p;
+    const int64_t m = (ns->magnitude[k] >> 4) - mean_m, p = (ns->pause_magnitude[k] >> 4) - mean_p;
     variance_m += m * m;
     variance_p += p * p;
     covariance += m * p;
@@ -81,7 +83,7 @@ int64_t difference(const NsxInst_t_* ns) {
   const int down = std::max(0, 33 - std::countl_zero(largest));
   const int64_t c = covariance >> down, v = variance_p >> down;
   const int64_t explained = v == 0 ? 0 : (c * c / v) << down;
-  return ratio_q12(std::max<int64_t>(variance_m - explained, 0), ns->energy_norm);
+  return ratio_q12(std::max<int64_t>(variance_m - explained, 0), ns->energy_norm >> 8);
 }
 
 void count(NsxInst_t_* ns) {
@@ -95,7 +97,8 @@ void count(NsxInst_t_* ns) {
 
 // The likelihood ratio's threshold: 1.2 times its mean within the range; the upper limit if it
 // hardly fluctuates, which a window of noise alone does. Tells whether it fluctuates: variance of
-// at least 0.05, the mean within the range standing for one of its two means.
+// at least 0.05, the mean within the range standing for one of its two means. Frames outside the
+// histogram count as 0.
 bool draw_likelihood_threshold(NsxInst_t_* ns) {
   int64_t inside = 0, sum_inside = 0, sum = 0, squares = 0;
   for (int i = 0; i < kNsxHistogramBins; ++i) {

@@ -75,7 +75,9 @@ enum {
 };
 
 // Magnitudes "in Q16" are |X| / N, X being the N-point transform of a windowed frame of 16-bit
-// samples: a sine at full scale has one of about 0.35 * 32767 * 65536.
+// samples: a sine at full scale has one of about 0.36 * 32767 * 65536. SNRs are
+// ratios of magnitudes: a priori, what is left of the speech over the noise; a posteriori, the
+// whole magnitude over the noise.
 struct NsxInst_t_ {
   int status;              // for the owner's use: nothing here reads it
   BPInfo_tag* band_post;   // made by tekaNs_InitCore, freed by tekaNs_FreeCore
@@ -199,8 +201,9 @@ SONX_EXPORT int tekaNs_ProcessCore(NsxInst_t_* ns, short* in, short* out);
 //
 //   DataAnalysis      a block of input to spectrum, magnitudes (16-bit, |X| / N times 2^norm,
 //                     bins entries) and energies
-//   SpeechNoiseProb   from the SNRs before and after (Q11, bins entries each) to the probability
-//                     that each bin is noise (Q14); with prior source 1 renews the prior first
+//   SpeechNoiseProb   from the SNRs a priori and a posteriori (Q11, bins entries each) to the
+//                     probability that each bin is noise (Q14); with prior source 1 renews the
+//                     prior first
 //   DataSynthesis     gains onto the spectrum, back to samples: a block of output
 SONX_EXPORT void tekaNsx_DataAnalysis(NsxInst_t_* ns, short* in, unsigned short* magnitudes);
 SONX_EXPORT void tekaNsx_SpeechNoiseProb(NsxInst_t_* ns, unsigned short* non_speech_probability,

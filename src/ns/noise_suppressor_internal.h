@@ -7,9 +7,10 @@
 
 #include "ns/noise_suppressor.h"
 
-constexpr int kStartupFrames = 50;  // parametric noise model and gain blended in
-constexpr int kCycleFrames =
-    200;  // a quantile estimate's length; before that it's read every frame
+// Frames in which the parametric noise model and its gain are blended in.
+constexpr int kStartupFrames = 50;
+// Length of a quantile estimate; before the first is complete it's read every frame.
+constexpr int kCycleFrames = 200;
 
 constexpr int kOneQ14 = 16384;
 

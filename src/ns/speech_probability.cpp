@@ -14,8 +14,8 @@ constexpr int kWidthOfPause = 8;      // and on that of a pause
 constexpr int kPriorStep = 1638;      // 0.1, Q14
 constexpr int kLargestPrior = 16220;  // of a pause: speech is never ruled out by more than 0.99
 
-// Smoothed log-likelihood ratio of speech and noise for a bin, Q12. xi is the SNR before, gamma the
-// power ratio after, at least 1, both Q11:
+// Smoothed log-likelihood ratio of speech and noise for a bin, Q12. xi is the SNR a priori, gamma
+// the SNR a posteriori, taken as 1 where it is less, both Q11:
 //
 //   L += ((gamma 2 xi / (1 + 2 xi) - ln(1 + 2 xi)) - L) / 2
 int follow_likelihood(int likelihood, uint32_t xi, uint32_t gamma) {
