@@ -92,7 +92,8 @@ BENCHMARK(audio_delay_one_sample_calls);
 void audio_delay_in_block(benchmark::State& state) {
   audio_delay line;
   audio_delay_init(&line, kLength);
-  in_place_block_calls(state, [&](int* samples, int n) { audio_delay_block(&line, samples, samples, n); });
+  in_place_block_calls(state,
+                       [&](int* samples, int n) { audio_delay_block(&line, samples, samples, n); });
   audio_delay_end(&line);
 }
 BENCHMARK(audio_delay_in_block)->Name("audio_delay_block");

@@ -13,6 +13,10 @@ void scale(const int* in, int gain, int* out, int n) {
   for (int i = 0; i < n; ++i) out[i] = saturate32(int64_t{in[i]} * gain >> 13);
 }
 
+void scale_quarter(const int* in, int gain, int* out, int n) {
+  for (int i = 0; i < n; ++i) out[i] = saturate32(int64_t{in[i]} * gain >> 15);
+}
+
 void scale_down_13(const int* in, int gain, int* out, int n) {
   for (int i = 0; i < n; ++i) out[i] = scale_down<13>(int64_t{in[i]} * gain);
 }
@@ -80,6 +84,6 @@ int64_t energy(const int* in, int n) {
 }  // namespace
 
 const block_arithmetic kArithmeticPortable = {
-    scale,    scale_down_13, scale_down_each, scale_down_twice, mix,   add,
-    subtract, clip,          polynomial,      polynomial,       level, peak,
-    energy};
+    scale, scale_quarter, scale_down_13, scale_down_each, scale_down_twice, mix,
+    add,   subtract,      clip,          polynomial,      polynomial,       level,
+    peak,  energy};

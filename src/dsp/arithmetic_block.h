@@ -15,7 +15,9 @@ struct block_level {
 struct block_arithmetic {
   // in x gain, Q13.
   void (*scale)(const int* in, int gain, int* out, int n);
-  // The same, and -1 becomes 0.
+  // in x gain / 4, Q13.
+  void (*scale_quarter)(const int* in, int gain, int* out, int n);
+  // in x gain, Q13, and -1 becomes 0.
   void (*scale_down)(const int* in, int gain, int* out, int n);
   // in x gain, Q17, a gain for every sample, and -1 becomes 0.
   void (*scale_down_each)(const int* in, const int* gains, int* out, int n);

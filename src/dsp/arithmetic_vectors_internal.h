@@ -15,6 +15,13 @@ void scale(const int* in, int gain, int* out, int n) {
   });
 }
 
+void scale_quarter(const int* in, int gain, int* out, int n) {
+  const vector gains = splat(gain);
+  in_vectors(n, [=](int i, auto words) {
+    store(out + i, saturated_product<15>(load(in + i, words), gains), words);
+  });
+}
+
 void scale_down(const int* in, int gain, int* out, int n) {
   const vector gains = splat(gain);
   in_vectors(n, [=](int i, auto words) {
@@ -123,8 +130,8 @@ int64_t energy(const int* in, int n) {
 }
 
 constexpr block_arithmetic kVectorArithmetic = {
-    scale,    scale_down, scale_down_each, scale_down_twice,   mix,   add,
-    subtract, clip,       polynomial,      fitting_polynomial, level, peak,
-    energy};
+    scale, scale_quarter, scale_down, scale_down_each, scale_down_twice,   mix,
+    add,   subtract,      clip,       polynomial,      fitting_polynomial, level,
+    peak,  energy};
 
 }  // namespace

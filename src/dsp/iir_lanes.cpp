@@ -15,12 +15,10 @@ constexpr int kSilence[kBlockFrames] = {};
 
 // What becomes of a section's results.
 struct scaled_32 {
-  static int down(int y) { return y >> 5; }
   static int handed_on(int y) { return y & ~31; }
   static constexpr auto* portable = iir_chains_32_portable;
 };
 struct unscaled {
-  static int down(int y) { return y; }
   static int handed_on(int y) { return y; }
   static constexpr auto* portable = iir_chains_wrapping_portable;
 };
@@ -102,6 +100,27 @@ void store_chain(const iir_lanes& lanes, const iir_chain& chain, int rows, place
   }
 }
 
+// Chains that end at the same step of one group, as nearly all do, leave it together.
+void store_outputs(const iir_chain* chains, int chain_count, lane_shape shape,
+                   const lane_rows* results, int n, const lane_kernels& kernels) {
+  int unused[kBlockFrames];
+  int* const nowhere = unused;
+  int* target[kColumns];
+  const int_row* rows = nullptr;
+  const auto flush = [&] {
+    if (rows != nullptr) kernels.deinterleave(rows, target, n);
+    std::fill_n(target, kColumns, nowhere);
+  };
+  for_each_place(chains, chain_count, shape, [&](const iir_chain& chain, place p) {
+    const section_place end(p, shape.rows, p.columns * shape.rows - 1);
+    const int_row* const from = results[p.top / shape.rows] + end.lag;
+    if (from != rows) flush();
+    rows = from;
+    target[end.column] = chain.out;
+  });
+  flush();
+}
+
 // kFewestLaneSamples <= n <= kBlockFrames samples through chains that find place in the shape.
 template <typename Scale>
 void run_in_lanes(const iir_chain* chains, int chain_count, int n, int shape_index,
@@ -124,13 +143,10 @@ void run_in_lanes(const iir_chain* chains, int chain_count, int n, int shape_ind
   kernels.step[shape_index](&lanes, in, out, n);
 
   for_each_place(chains, chain_count, shape, [&](const iir_chain& chain, place p) {
-    const int group = p.top / shape.rows;
-    const int_row* const inputs = in[group] + n - 2;
+    const int_row* const inputs = in[p.top / shape.rows] + n - 2;
     store_chain<Scale>(lanes, chain, shape.rows, p, inputs[1][p.column], inputs[0][p.column]);
-    const section_place end(p, shape.rows, p.columns * shape.rows - 1);
-    const int_row* const results = out[group] + end.lag;
-    for (int i = 0; i < n; ++i) chain.out[i] = Scale::down(results[i][end.column]);
   });
+  store_outputs(chains, chain_count, shape, out, n, kernels);
 }
 
 template <typename Scale>

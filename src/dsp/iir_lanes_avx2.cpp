@@ -169,9 +169,34 @@ void interleave(const int* const (&column)[kColumns], lane_rows& rows, int n) {
   }
 }
 
+template <rule results>
+void deinterleave(const int_row* rows, int* const (&column)[kColumns], int n) {
+  const auto load_pair = [&](int low, int high) {
+    return _mm256_inserti128_si256(
+        _mm256_castsi128_si256(_mm_load_si128(reinterpret_cast<const __m128i*>(rows[low]))),
+        _mm_load_si128(reinterpret_cast<const __m128i*>(rows[high])), 1);
+  };
+  for (int next = 0; next < n; next += 8) {
+    const int i = next + 8 <= n ? next : n - 8;
+    const auto store = [&](int c, __m256i y) {
+      if (results == rule::saturating) y = _mm256_srai_epi32(y, 5);
+      _mm256_storeu_si256(reinterpret_cast<__m256i*>(column[c] + i), y);
+    };
+    const __m256i a = load_pair(i, i + 4), b = load_pair(i + 1, i + 5);
+    const __m256i c = load_pair(i + 2, i + 6), d = load_pair(i + 3, i + 7);
+    const __m256i ab_low = _mm256_unpacklo_epi32(a, b), ab_high = _mm256_unpackhi_epi32(a, b);
+    const __m256i cd_low = _mm256_unpacklo_epi32(c, d), cd_high = _mm256_unpackhi_epi32(c, d);
+    store(0, _mm256_unpacklo_epi64(ab_low, cd_low));
+    store(1, _mm256_unpackhi_epi64(ab_low, cd_low));
+    store(2, _mm256_unpacklo_epi64(ab_high, cd_high));
+    store(3, _mm256_unpackhi_epi64(ab_high, cd_high));
+  }
+}
+
 template <rule results, size_t... shape>
 constexpr lane_kernels lanes_of(std::index_sequence<shape...>) {
   return {interleave<results>,
+          deinterleave<results>,
           {step_lanes<kLaneShapes[shape].groups, kLaneShapes[shape].rows, results>...}};
 }
 template <rule results>

@@ -66,6 +66,8 @@ using lane_rows = int_row[kLaneSteps];
 struct lane_kernels {
   // The inputs of a group's chains, scaled as the sections need them, into rows.
   void (*interleave)(const int* const (&column)[kColumns], lane_rows& rows, int n);
+  // The other way round: n rows of results into columns, scaled as outputs.
+  void (*deinterleave)(const int_row* rows, int* const (&column)[kColumns], int n);
   // Runs n + longest_lag steps, the inputs beyond n counting for nothing, and fills `last`.
   void (*step[kLaneShapeCount])(iir_lanes* lanes, const lane_rows* in, lane_rows* out, int n);
 };

@@ -129,9 +129,20 @@ void interleave(const int* const (&column)[kColumns], lane_rows& rows, int n) {
   }
 }
 
+template <rule results>
+void deinterleave(const int_row* rows, int* const (&column)[kColumns], int n) {
+  for (int next = 0; next < n; next += 4) {
+    const int i = next + 4 <= n ? next : n - 4;
+    const int32x4x4_t y = vld4q_s32(rows[i]);
+    for (int c = 0; c < kColumns; ++c)
+      vst1q_s32(column[c] + i, results == rule::saturating ? vshrq_n_s32(y.val[c], 5) : y.val[c]);
+  }
+}
+
 template <rule results, size_t... shape>
 constexpr lane_kernels lanes_of(std::index_sequence<shape...>) {
   return {interleave<results>,
+          deinterleave<results>,
           {step_lanes<kLaneShapes[shape].groups, kLaneShapes[shape].rows, results>...}};
 }
 template <rule results>

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "dsp/arithmetic_block.h"
 #include "dsp/audio_delay_block.h"
 #include "dsp/block.h"
 #include "dsp/iir_chains_block.h"
@@ -71,13 +72,13 @@ inline void delayed(audio_delay* delay, const int* in, int* out, int n) {
   audio_delay_block(delay, in, out, n);
 }
 
-// direct + other x gain + own highs x gain / 4, summed and saturated left to right, into direct.
-inline void mix(int* direct, const int* other, const int* high, int gain, int n) {
-  for (int i = 0; i < n; ++i) {
-    const int lows = saturate32(int64_t{gain} * other[i] >> 13);
-    const int highs = saturate32(int64_t{gain} * high[i] >> 15);
-    direct[i] = saturate_add(saturate_add(direct[i], lows), highs);
-  }
+// direct + other x gain + own highs x gain / 4, summed and saturated left to right, into out.
+inline void mix(const int* direct, int* other, int* high, int gain, int* out, int n) {
+  const block_arithmetic& block = arithmetic();
+  block.scale(other, gain, other, n);
+  block.scale_quarter(high, gain, high, n);
+  block.add(direct, other, out, n);
+  block.add(out, high, out, n);
 }
 
 // One block of at most kBlockFrames frames, 24-bit samples throughout. The inputs are read before
@@ -101,10 +102,8 @@ inline void process(crossfeed_network* network, const int* in_left, const int* i
                               {from_right, from_right, &network->lowpass_right, 1}};
   iir_chains_32(chains, 6, n);
 
-  mix(direct_left, from_right, high_left, network->gain, n);
-  mix(direct_right, from_left, high_right, network->gain, n);
-  std::copy_n(direct_left, n, out_left);
-  std::copy_n(direct_right, n, out_right);
+  mix(direct_left, from_right, high_left, network->gain, out_left, n);
+  mix(direct_right, from_left, high_right, network->gain, out_right, n);
 }
 
 }  // namespace

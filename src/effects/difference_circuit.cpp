@@ -2,6 +2,7 @@
 
 #include <iterator>
 
+#include "dsp/arithmetic_block.h"
 #include "dsp/block.h"
 #include "dsp/iir_chains_block.h"
 #include "effects/room_internal.h"
@@ -48,10 +49,9 @@ namespace {
 // (s + band / 4 + low) / 2; every sum wraps.
 inline int middle(int s, int band, int low) { return wrap_add(wrap_add(s, band >> 2), low) >> 1; }
 
-// (high + 2 low + d / 2 - low / 2) x gain in Q13; the sums wrap, the result saturates.
-inline int widened(int d, int high, int low, int gain) {
-  const int bass = wrap_sub(wrap_add(wrap_shl(low, 1), d >> 1), low >> 1);
-  return saturate32(int64_t{wrap_add(high, bass)} * gain >> 13);
+// high + 2 low + d / 2 - low / 2; every sum wraps.
+inline int widened(int d, int high, int low) {
+  return wrap_add(high, wrap_sub(wrap_add(wrap_shl(low, 1), d >> 1), low >> 1));
 }
 
 // One block of at most kBlockFrames frames, 24-bit samples throughout. The inputs are read before
@@ -83,12 +83,13 @@ inline void process(difference_circuit* circuit, const int* in_left, const int* 
                              {d, side_high, section + kSideHigh, 1}};
   iir_chains_32(bands, 4, n);
 
-  const int gain = circuit->side_gain;
+  int side[kBlockFrames];
+  for (int i = 0; i < n; ++i) side[i] = widened(d[i], side_high[i], side_low[i]);
+  arithmetic().scale(side, circuit->side_gain, side, n);
   for (int i = 0; i < n; ++i) {
     const int mid = middle(s[i], mid_band[i], mid_low[i]);
-    const int side = widened(d[i], side_high[i], side_low[i], gain);
-    out_left[i] = wrap_add(wrap_add(mid, a[i] >> 2), side);
-    out_right[i] = wrap_sub(wrap_add(mid, b[i] >> 2), side);
+    out_left[i] = wrap_add(wrap_add(mid, a[i] >> 2), side[i]);
+    out_right[i] = wrap_sub(wrap_add(mid, b[i] >> 2), side[i]);
   }
 }
 

@@ -1,14 +1,21 @@
 #include "hp/channel_balance.h"
 
+#include <algorithm>
+
+#include "dsp/block.h"
 #include "dsp/fixed.h"
+#include "dsp/mix_block.h"
 
 namespace {
 
 constexpr int kUnity = 8192;  // Q13
 
 // own (1 - ratio) + other ratio, ratio in Q13; no rule for -1 here, a ratio of 0 changes nothing.
-inline int cross_mix(int own, int other, int64_t ratio) {
-  return saturate32(wrap_add64(own * (kUnity - ratio), other * ratio) >> 13);
+// The other channel comes in twice, so that its weights are words for a ratio of 2^31, too.
+void cross_mix(const int* own, const int* other, int64_t ratio, int* out, int n) {
+  const mix_input three[] = {
+      {own, static_cast<int>(kUnity - ratio)}, {other, static_cast<int>(ratio - 1)}, {other, 1}};
+  mix_three_block(three, out, n);
 }
 
 }  // namespace
@@ -49,11 +56,17 @@ void channel_balance_get_channel_num(channel_balance_t* balance, int* channels) 
 void channel_balance_process_stereo(channel_balance_t* balance, int* in_left, int* in_right,
                                     int* out_left, int* out_right, int n) {
   const int ratio = balance->channel_ration;
-  for (int i = 0; i < n; ++i) {
-    const int left = in_left[i], right = in_right[i];
-    out_left[i] = ratio > 0 ? cross_mix(left, right, ratio) : left;
-    out_right[i] = ratio > 0 ? right : cross_mix(right, left, -int64_t{ratio});
-  }
+  for_each_block(n, [=](int64_t start, int count) {
+    int left[kBlockFrames], right[kBlockFrames];
+    std::copy_n(in_left + start, count, left);
+    std::copy_n(in_right + start, count, right);
+    if (ratio > 0)
+      cross_mix(left, right, ratio, left, count);
+    else
+      cross_mix(right, left, -int64_t{ratio}, right, count);
+    std::copy_n(left, count, out_left + start);
+    std::copy_n(right, count, out_right + start);
+  });
 }
 
 void channel_balance_process_mono(channel_balance_t*, int* in_left, int* in_right, int* out,

@@ -57,6 +57,9 @@ TEST(Arithmetic, OfEveryVariantGivesThePortableBits) {
         s.scale(a, gain, out, n);
       });
       expect_same(found, [=](const set& s, const int* a, const int*, int* out, int n) {
+        s.scale_quarter(a, gain, out, n);
+      });
+      expect_same(found, [=](const set& s, const int* a, const int*, int* out, int n) {
         s.scale_down(a, gain, out, n);
       });
       expect_same(found, [=](const set& s, const int* a, const int* b, int* out, int n) {
