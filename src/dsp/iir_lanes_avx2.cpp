@@ -113,6 +113,7 @@ void step_lanes(iir_lanes* lanes, const lane_rows* in, lane_rows* out, int n) {
 #pragma GCC unroll 8
     for (int k = 0; k < all; ++k)
       row[k].x = k % rows == 0 ? widen(in[k / rows][t]) : _mm256_and_si256(row[k - 1].y, handed_on);
+    // A column's top takes an input or what crosses over; the other one is 0.
     if (groups == 1) {
       row[0].x = _mm256_or_si256(row[0].x, _mm256_and_si256(crossing, to_next_column));
       crossing = _mm256_permute4x64_epi64(row[rows - 1].y, 0x90);

@@ -64,7 +64,8 @@ constexpr int kLaneShapeCount = static_cast<int>(std::size(kLaneShapes));
 using lane_rows = int_row[kLaneSteps];
 
 struct lane_kernels {
-  // The inputs of a group's chains, scaled as the sections need them, into rows.
+  // The inputs of a group's chains, scaled as the sections need them, into rows; a column that no
+  // chain starts in takes silence.
   void (*interleave)(const int* const (&column)[kColumns], lane_rows& rows, int n);
   // The other way round: n rows of results into columns, scaled as outputs.
   void (*deinterleave)(const int_row* rows, int* const (&column)[kColumns], int n);

@@ -87,6 +87,7 @@ void step_lanes(iir_lanes* lanes, const lane_rows* in, lane_rows* out, int n) {
     for (int g = 0; g < groups; ++g) {
       row_registers* const group = row + g * rows;
       int32x4_t top = vld1q_s32(in[g][t]);
+      // A column's top takes an input or what crosses over; the other one is 0.
       if (groups == 1) {
         top = vorrq_s32(top, vandq_s32(crossing, to_next_column));
         crossing = vextq_s32(group[rows - 1].y, group[rows - 1].y, 3);
