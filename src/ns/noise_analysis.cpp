@@ -26,15 +26,10 @@ void CreateComplexBufferC(NsxInst_t_* ns, const short* frame, short* scaled) {
 
 namespace {
 
-constexpr int kLogOfQ16 = 2839;  // 16 ln 2, Q8
-
-// Magnitudes three times over: 16 bits at the frame's own scale, Q16, and logarithm. The root is
-// taken of a power that fills its 32 bits, so that small magnitudes have as many bits as large
-// ones.
+// Magnitudes three times over: 16 bits at the frame's own scale, Q16, and logarithm.
 //
-//   |X| / N 2^norm, Q16 ─┬─► whole part
-//                        ├─► × 2^-norm ──► Q16
-//                        └─► ln ──► + (stages - norm) ln 2 ──► ln |X|, at least 0, Q8
+//   |X| / N 2^norm ──► × 2^(16 - norm) ──► Q16
+//                  └──► ln ──► + (stages - norm) ln 2 ──► ln |X|, at least 0, Q8
 void measure(NsxInst_t_* ns, unsigned short* magnitudes) {
   const int scaling = ns->stages - ns->norm;  // -7..8
   const int log_scaling = scaling < 0 ? -tekaNsx_kLogTable[-scaling] : tekaNsx_kLogTable[scaling];
@@ -43,17 +38,15 @@ void measure(NsxInst_t_* ns, unsigned short* magnitudes) {
   for (int k = 0; k < ns->bins; ++k) {
     const int re = ns->spectrum[2 * k], im = ns->spectrum[2 * k + 1];
     const unsigned power = static_cast<unsigned>(re * re) + static_cast<unsigned>(im * im);
-    const int up = tekaSpl_NormU32(power) / 2;
-    const auto root = static_cast<uint64_t>(tekaSpl_SqrtFloor(power << (2 * up)));
-    const uint64_t magnitude = (root << 16) >> up;
-    magnitudes[k] = static_cast<unsigned short>(magnitude >> 16);
-    ns->magnitude[k] = static_cast<unsigned>(magnitude >> ns->norm);
-    const int log = ln_q8(std::max<uint64_t>(magnitude, 1)) - kLogOfQ16 + log_scaling;
-    ns->log_magnitude[k] = static_cast<short>(std::max(0, log));
-    ns->magnitude_sum += magnitudes[k];
+    const auto magnitude = static_cast<unsigned short>(tekaSpl_SqrtFloor(power));
+    magnitudes[k] = magnitude;
+    ns->magnitude[k] = unsigned{magnitude} << (16 - ns->norm);
+    ns->log_magnitude[k] =
+        static_cast<short>(std::max(0, ln_q8(std::max<unsigned>(magnitude, 1)) + log_scaling));
+    ns->magnitude_sum += magnitude;
     energy += power;
   }
-  ns->magnitude_energy = energy << (32 - 2 * ns->norm);  // below 2^62: the mean square of a frame
+  ns->magnitude_energy = energy << (32 - 2 * ns->norm);  // at most 2^62: the mean square of a frame
 }
 
 }  // namespace
