@@ -420,7 +420,7 @@ TEST(NoiseSuppressorDeathTest, LoudSpeechEndsTheProcessWithThePresencePriorOnly)
 // All there is, at all policies; then noise is turned down as by a new instance.
 TEST(NoiseSuppressor, ForgetsAMixedSignal) {
   for (int rate : kRates) {
-    const pcm noise = noise_of(kWhite, rate, 5.0, -40.0);
+    const pcm noise = noise_of(kWhite, rate, 9.0, -40.0);
     suppressor used(rate), fresh(rate);
     for (int policy : {3, 0, 1, 2}) {
       ASSERT_EQ(tekaNs_set_policy_core(&used, policy), 0);

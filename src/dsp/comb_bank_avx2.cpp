@@ -11,9 +11,9 @@
 // Products are 64 bits wide: even and odd lanes step in registers of their own, four 64-bit lanes
 // each. No product leaves 32 bits after the shift (walk_comb_lanes sees to that), so the low words
 // are the result and need no limit; what stands in the high words meanwhile is never looked at.
-#include "dsp/vectors_avx2_internal.h"
 #include "dsp/comb_bank_block.h"
 #include "dsp/comber_block.h"
+#include "dsp/vectors_avx2_internal.h"
 
 namespace {
 

@@ -1,7 +1,7 @@
 // A fade on AVX2, eight samples at a time. The depth runs straight to its limit and stays there: a
 // vector of eight depths moves by eight steps.
-#include "dsp/vectors_avx2_internal.h"
 #include "dsp/fade_block.h"
+#include "dsp/vectors_avx2_internal.h"
 
 void fade_block_avx2(fade* f, const int* other, int* x, int n) {
   const int step = f->step;

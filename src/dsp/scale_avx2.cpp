@@ -1,7 +1,7 @@
 // Scaling down on AVX2, eight samples at a time: the second four take the odd places until the
 // words are put in order.
-#include "dsp/vectors_avx2_internal.h"
 #include "dsp/scale_block.h"
+#include "dsp/vectors_avx2_internal.h"
 
 void scale_down_5_block_avx2(const int64_t* x, int* out, int n) {
   const __m256i in_order = _mm256_setr_epi32(0, 2, 4, 6, 1, 3, 5, 7);
