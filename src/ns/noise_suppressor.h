@@ -41,8 +41,9 @@
 //   0, presence   from the band post-processing (band_post.h). This is the default, and it has two
 //                 effects that a host must know. SPEECH CAN END THE PROCESS: ordinary speech at
 //                 -20 dBFS gets within a few frames to a place where the band post-processing has
-//                 no result, prints "Division Error ..." and calls exit(0). And steady noise louder
-//                 than about -55 dBFS counts as somebody's presence: nothing is then suppressed.
+//                 no result, prints "Division Error ..." and calls exit(0); so does any steady
+//                 sound that sets in with peaks above some -34 dBFS. And steady noise louder than
+//                 about -55 dBFS counts as somebody's presence: nothing is then suppressed.
 //   1, own        from the suppressor's own features of the signal: likelihood ratio, spectral
 //                 flatness, spectral difference from the pauses before, each compared with a
 //                 threshold that is learnt from the last 512 frames. The band post-processing's
