@@ -10,17 +10,11 @@
 //
 // No product leaves 32 bits after the shift (walk_comb_lanes sees to that), so the narrowing shift
 // is the result and needs no limit.
-#include <arm_neon.h>
-
 #include "dsp/comb_bank_block.h"
 #include "dsp/comber_block.h"
+#include "dsp/vectors_neon_internal.h"
 
 namespace {
-
-// Where a word is -1 it becomes 0.
-inline int32x4_t silence_minus_one(int32x4_t x) {
-  return vsubq_s32(x, vreinterpretq_s32_u32(vceqq_s32(x, vdupq_n_s32(-1))));
-}
 
 // a / 2^13, low 32 bits, -1 becomes 0; a is the products of the low and of the high two lanes.
 inline int32x4_t scale_down(int64x2_t low, int64x2_t high) {

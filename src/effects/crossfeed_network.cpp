@@ -68,10 +68,6 @@ void crossfeed_network_get_gain(crossfeed_network* network, int* gain) { *gain =
 
 namespace {
 
-inline void delayed(audio_delay* delay, const int* in, int* out, int n) {
-  audio_delay_block(delay, in, out, n);
-}
-
 // direct + other x gain + own highs x gain / 4, summed and saturated left to right, into out.
 inline void mix(const int* direct, int* other, int* high, int gain, int* out, int n) {
   const block_arithmetic& block = arithmetic();
@@ -92,8 +88,8 @@ inline void process(crossfeed_network* network, const int* in_left, const int* i
   int direct_left[kBlockFrames], high_left[kBlockFrames], from_left[kBlockFrames];
   int direct_right[kBlockFrames], high_right[kBlockFrames], from_right[kBlockFrames];
 
-  delayed(network->delay_left, in_left, from_left, n);
-  delayed(network->delay_right, in_right, from_right, n);
+  audio_delay_block(network->delay_left, in_left, from_left, n);
+  audio_delay_block(network->delay_right, in_right, from_right, n);
   const iir_chain chains[] = {{in_left, direct_left, &network->allpass_left, 1},
                               {in_right, direct_right, &network->allpass_right, 1},
                               {in_left, high_left, &network->highpass_left, 1},
