@@ -15,9 +15,10 @@ install(DIRECTORY src/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/sonx_proc_hal
   PATTERN "tuning_tables.h" EXCLUDE
   PATTERN "block.h" EXCLUDE
   PATTERN "fixed.h" EXCLUDE
+  PATTERN "square_root.h" EXCLUDE
   PATTERN "kernels.h" EXCLUDE
   PATTERN "loop.h" EXCLUDE
-  PATTERN "memory.h" EXCLUDE
+  PATTERN "allocation.h" EXCLUDE
   PATTERN "sample_formats.h" EXCLUDE
   PATTERN "log.h" EXCLUDE)
 

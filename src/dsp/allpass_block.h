@@ -2,7 +2,7 @@
 #pragma once
 
 #include "dsp/allpass.h"
-#include "dsp/fixed.h"
+#include "fixed.h"
 
 //   x ──┬──► × g ──► + ──┬──────► y
 //       │            ▲   └─► × g ─┐

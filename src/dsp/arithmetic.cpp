@@ -1,9 +1,9 @@
 #include <algorithm>
 
 #include "dsp/arithmetic_block.h"
-#include "dsp/fixed.h"
 #include "dsp/kernels.h"
 #include "dsp/nonlinear_step.h"
+#include "fixed.h"
 
 const block_arithmetic& arithmetic() { return *kernels().arithmetic; }
 

@@ -2,9 +2,9 @@
 
 #include <algorithm>
 
+#include "allocation.h"
 #include "dsp/audio_delay_block.h"
 #include "dsp/loop.h"
-#include "dsp/memory.h"
 
 void audio_delay_init(audio_delay* line, int n) {
   line->buffer = allocate<int>(n);

@@ -2,9 +2,9 @@
 
 #include <algorithm>
 
+#include "allocation.h"
 #include "dsp/comber_block.h"
 #include "dsp/loop.h"
-#include "dsp/memory.h"
 
 namespace {
 

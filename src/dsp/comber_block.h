@@ -2,7 +2,7 @@
 #pragma once
 
 #include "dsp/comber.h"
-#include "dsp/fixed.h"
+#include "fixed.h"
 
 constexpr int kCombBits16 = 13;  // how far up a 16-bit sample stands inside the loop
 constexpr int kCombBits24 = 5;

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "dsp/dc_remove.h"
-#include "dsp/fixed.h"
+#include "fixed.h"
 
 constexpr int64_t kDcRemovePole = 66840428;  // 0.996 in Q26
 

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "dsp/elliptic.h"
-#include "dsp/fixed.h"
+#include "fixed.h"
 
 constexpr int kEllipticInputs = 7;  // state words 0..6 are inputs, 7..12 are outputs
 constexpr int kEllipticWords = 13;

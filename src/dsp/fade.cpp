@@ -1,8 +1,8 @@
 #include <algorithm>
 
 #include "dsp/fade_block.h"
-#include "dsp/fixed.h"
 #include "dsp/kernels.h"
+#include "fixed.h"
 
 void fade_block(fade* f, const int* other, int* x, int n) {
   if (n < 1) return;

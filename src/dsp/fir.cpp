@@ -1,6 +1,6 @@
 #include "dsp/fir_block.h"
-#include "dsp/fixed.h"
 #include "dsp/kernels.h"
+#include "fixed.h"
 
 void fir_sums_block(const int* x, const int* coefficients, int taps, int64_t* sums, int n) {
   kernels().fir_sums_block(x, coefficients, taps, sums, n);

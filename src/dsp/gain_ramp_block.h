@@ -3,7 +3,7 @@
 
 #include <algorithm>
 
-#include "dsp/fixed.h"
+#include "fixed.h"
 
 constexpr int kLowestRampGain = 32;  // below, the gain is 0
 

@@ -2,8 +2,8 @@
 
 #include <algorithm>
 
+#include "allocation.h"
 #include "dsp/iir_block.h"
-#include "dsp/memory.h"
 
 namespace {
 

@@ -1,8 +1,8 @@
 // The biquad's steps and its block kernels.
 #pragma once
 
-#include "dsp/fixed.h"
 #include "dsp/iir.h"
+#include "fixed.h"
 
 // A section in registers: construct from the object, step over a block, store.
 struct iir_registers {

@@ -5,7 +5,7 @@
 #include <cstring>
 
 #include "dsp/block.h"
-#include "dsp/fixed.h"
+#include "fixed.h"
 
 namespace {
 

@@ -2,11 +2,11 @@
 
 #include <algorithm>
 
+#include "allocation.h"
 #include "dsp/block.h"
 #include "dsp/fir_block.h"
 #include "dsp/iircomber_block.h"
 #include "dsp/loop.h"
-#include "dsp/memory.h"
 #include "dsp/mix_block.h"
 
 void iircomber_init(iircomber* comb, int n) {

@@ -1,8 +1,8 @@
 // The echo comb's step, and the echo comb over a block.
 #pragma once
 
-#include "dsp/fixed.h"
 #include "dsp/iircomber.h"
+#include "fixed.h"
 
 // A comb in registers, all but its loop: construct from the object, step over a block, store.
 struct iircomber_registers {

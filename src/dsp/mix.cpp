@@ -1,6 +1,6 @@
-#include "dsp/fixed.h"
 #include "dsp/kernels.h"
 #include "dsp/mix_block.h"
+#include "fixed.h"
 
 void mix_three_block(const mix_input* three, int* out, int n) {
   kernels().mix_three_block(three, out, n);

@@ -3,7 +3,7 @@
 
 #include <algorithm>
 
-#include "dsp/fixed.h"
+#include "fixed.h"
 
 // What is above the limit becomes the limit, what is below -limit (which wraps) becomes that.
 constexpr int clip_step(int x, int limit) {

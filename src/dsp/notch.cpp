@@ -2,9 +2,9 @@
 
 #include <algorithm>
 
+#include "allocation.h"
 #include "dsp/block.h"
 #include "dsp/kernels.h"
-#include "dsp/memory.h"
 #include "dsp/notch_block.h"
 
 namespace {

@@ -2,8 +2,8 @@
 #pragma once
 
 #include "dsp/fade_block.h"
-#include "dsp/fixed.h"
 #include "dsp/notch.h"
+#include "fixed.h"
 
 // A notch in registers: construct from the object, step over a block, store.
 struct notch_registers {

@@ -1,6 +1,6 @@
-#include "dsp/fixed.h"
 #include "dsp/kernels.h"
 #include "dsp/scale_block.h"
+#include "fixed.h"
 
 void scale_down_5_block(const int64_t* x, int* out, int n) {
   kernels().scale_down_5_block(x, out, n);

@@ -3,7 +3,7 @@
 
 #include <cstdint>
 
-#include "dsp/fixed.h"
+#include "fixed.h"
 
 // Limits of the overdrive's pieces, on the magnitude of d = 2x: a third and two thirds of 2^23.
 constexpr int kLinearLimit = 2796201;

@@ -1,5 +1,5 @@
 // The vocabulary of the AVX2 kernels: a vector is eight 32-bit words, with the edges of
-// dsp/fixed.h. Kernels that are written once for all instruction sets have the same words in
+// fixed.h. Kernels that are written once for all instruction sets have the same words in
 // vectors_neon_internal.h. Only for files named *_avx2.cpp. All of it stands in an unnamed
 // namespace, so that no copy of it is left for others to link.
 #pragma once

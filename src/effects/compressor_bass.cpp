@@ -4,9 +4,9 @@
 
 #include "dsp/arithmetic_block.h"
 #include "dsp/block.h"
-#include "dsp/fixed.h"
 #include "dsp/gain_ramp_block.h"
-#include "dsp/sqrt_step.h"
+#include "fixed.h"
+#include "square_root.h"
 
 namespace {
 

@@ -3,12 +3,12 @@
 #include <algorithm>
 #include <cstdint>
 
+#include "allocation.h"
 #include "dsp/arithmetic_block.h"
 #include "dsp/audio_delay_block.h"
 #include "dsp/block.h"
-#include "dsp/fixed.h"
-#include "dsp/memory.h"
 #include "effects/gain_slew_internal.h"
+#include "fixed.h"
 
 namespace {
 

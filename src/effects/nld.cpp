@@ -2,12 +2,12 @@
 
 #include <algorithm>
 
+#include "allocation.h"
 #include "dsp/arithmetic_block.h"
 #include "dsp/block.h"
-#include "dsp/fixed.h"
-#include "dsp/memory.h"
 #include "dsp/nonlinear_step.h"
 #include "effects/nld_block.h"
+#include "fixed.h"
 
 namespace {
 

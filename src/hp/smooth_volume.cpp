@@ -5,7 +5,7 @@
 
 #include "dsp/arithmetic_block.h"
 #include "dsp/block.h"
-#include "dsp/fixed.h"
+#include "fixed.h"
 
 namespace {
 

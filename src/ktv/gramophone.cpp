@@ -1,8 +1,8 @@
 #include "ktv/gramophone.h"
 
+#include "allocation.h"
 #include "dsp/block.h"
 #include "dsp/elliptic_block.h"
-#include "dsp/memory.h"
 #include "dsp/shape_block.h"
 #include "dsp/shape_step.h"
 
