@@ -3,8 +3,8 @@
 #include <algorithm>
 
 #include "allocation.h"
-#include "dsp/allpass_block.h"
-#include "dsp/kernels.h"
+#include "dsp/kernels/allpass.h"
+#include "dsp/kernels/kernels.h"
 #include "dsp/loop.h"
 
 void allpass_init(allpass* section, int n) {

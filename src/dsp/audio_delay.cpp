@@ -3,7 +3,7 @@
 #include <algorithm>
 
 #include "allocation.h"
-#include "dsp/audio_delay_block.h"
+#include "dsp/kernels/audio_delay.h"
 #include "dsp/loop.h"
 
 void audio_delay_init(audio_delay* line, int n) {

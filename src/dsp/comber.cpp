@@ -3,7 +3,7 @@
 #include <algorithm>
 
 #include "allocation.h"
-#include "dsp/comber_block.h"
+#include "dsp/kernels/comber.h"
 #include "dsp/loop.h"
 
 namespace {

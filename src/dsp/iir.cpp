@@ -3,7 +3,7 @@
 #include <algorithm>
 
 #include "allocation.h"
-#include "dsp/iir_block.h"
+#include "dsp/kernels/iir.h"
 
 namespace {
 

@@ -4,8 +4,8 @@
 
 #include "allocation.h"
 #include "dsp/block.h"
-#include "dsp/kernels.h"
-#include "dsp/notch_block.h"
+#include "dsp/kernels/kernels.h"
+#include "dsp/kernels/notch.h"
 
 namespace {
 

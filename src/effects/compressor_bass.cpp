@@ -2,9 +2,9 @@
 
 #include <cstdint>
 
-#include "dsp/arithmetic_block.h"
 #include "dsp/block.h"
-#include "dsp/gain_ramp_block.h"
+#include "dsp/gain_ramp.h"
+#include "dsp/kernels/arithmetic.h"
 #include "fixed.h"
 #include "square_root.h"
 

@@ -4,9 +4,9 @@
 #include <cstdint>
 
 #include "allocation.h"
-#include "dsp/arithmetic_block.h"
-#include "dsp/audio_delay_block.h"
 #include "dsp/block.h"
+#include "dsp/kernels/arithmetic.h"
+#include "dsp/kernels/audio_delay.h"
 #include "effects/gain_slew_internal.h"
 #include "fixed.h"
 

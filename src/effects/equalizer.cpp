@@ -5,10 +5,10 @@
 #include <cmath>
 
 #include "allocation.h"
-#include "dsp/arithmetic_block.h"
 #include "dsp/block.h"
-#include "dsp/iir_block.h"
-#include "dsp/iir_chains_block.h"
+#include "dsp/kernels/arithmetic.h"
+#include "dsp/kernels/iir.h"
+#include "dsp/kernels/iir_chains.h"
 #include "log.h"
 
 // The level law's bits depend on single-precision sums being rounded at each step.

@@ -3,9 +3,9 @@
 #include <algorithm>
 
 #include "allocation.h"
-#include "dsp/arithmetic_block.h"
 #include "dsp/block.h"
-#include "dsp/nonlinear_step.h"
+#include "dsp/kernels/arithmetic.h"
+#include "dsp/kernels/nonlinear.h"
 #include "effects/nld_block.h"
 #include "fixed.h"
 

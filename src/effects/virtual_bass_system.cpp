@@ -3,9 +3,9 @@
 #include <algorithm>
 
 #include "allocation.h"
-#include "dsp/arithmetic_block.h"
 #include "dsp/block.h"
-#include "dsp/iir_chains_block.h"
+#include "dsp/kernels/arithmetic.h"
+#include "dsp/kernels/iir_chains.h"
 #include "effects/crossover_tables_internal.h"
 #include "effects/nld_block.h"
 #include "fixed.h"

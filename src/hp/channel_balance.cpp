@@ -3,7 +3,7 @@
 #include <algorithm>
 
 #include "dsp/block.h"
-#include "dsp/mix_block.h"
+#include "dsp/kernels/mix.h"
 #include "fixed.h"
 
 namespace {

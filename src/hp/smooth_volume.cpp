@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <cstdlib>
 
-#include "dsp/arithmetic_block.h"
 #include "dsp/block.h"
+#include "dsp/kernels/arithmetic.h"
 #include "fixed.h"
 
 namespace {

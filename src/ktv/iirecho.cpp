@@ -4,8 +4,8 @@
 
 #include "allocation.h"
 #include "dsp/block.h"
-#include "dsp/iircomber_block.h"
-#include "dsp/mix_block.h"
+#include "dsp/kernels/iircomber.h"
+#include "dsp/kernels/mix.h"
 #include "fixed.h"
 
 namespace {
