@@ -16,6 +16,8 @@
 
 #include <cstdint>
 
+constexpr int kOneQ13 = 1 << 13;
+
 constexpr int saturate32(int64_t value) {
   return value > INT32_MAX ? INT32_MAX : value < INT32_MIN ? INT32_MIN : static_cast<int>(value);
 }

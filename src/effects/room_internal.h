@@ -6,10 +6,9 @@
 
 #include "allocation.h"
 #include "dsp/audio_delay.h"
-#include "dsp/kernels/allpass.h"
-#include "dsp/kernels/comb_bank.h"
 #include "dsp/kernels/dc_remove.h"
 #include "dsp/kernels/iir.h"
+#include "dsp/kernels/kernels.h"
 #include "fixed.h"
 
 // Both knobs run over 0..8192 and take any value: the product is exact, its low 32 bits count.
@@ -32,10 +31,10 @@ template <int width>
 inline void run_combs(const comb_quartet (&two)[2], int n) {
   static_assert(width == 16 || width == 24);
   for (const comb_quartet& quartet : two) std::fill_n(quartet.sum, n, 0);
-  width == 16 ? comb_quartets_add_16(two, n) : comb_quartets_add_24(two, n);
+  width == 16 ? kernels().comb_quartets_add_16(two, n) : kernels().comb_quartets_add_24(two, n);
 }
 
 template <int allpasses>
 inline void run_allpasses(allpass* const (&section)[allpasses], int* samples, int n) {
-  for (allpass* s : section) allpass_block(s, samples, n);
+  for (allpass* s : section) kernels().allpass_block(s, samples, n);
 }

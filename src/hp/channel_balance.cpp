@@ -3,7 +3,7 @@
 #include <algorithm>
 
 #include "dsp/block.h"
-#include "dsp/kernels/mix.h"
+#include "dsp/kernels/kernels.h"
 #include "fixed.h"
 
 namespace {
@@ -15,7 +15,7 @@ constexpr int kUnity = 8192;  // Q13
 void cross_mix(const int* own, const int* other, int64_t ratio, int* out, int n) {
   const mix_input three[] = {
       {own, static_cast<int>(kUnity - ratio)}, {other, static_cast<int>(ratio - 1)}, {other, 1}};
-  mix_three_block(three, out, n);
+  kernels().mix_three_q13(three, out, n);
 }
 
 }  // namespace
