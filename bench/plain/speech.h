@@ -6,7 +6,7 @@
 #include <cstdlib>
 #include <iterator>
 
-#include "dsp/fixed.h"
+#include "fixed.h"
 #include "ktv/resampler.h"
 #include "ns/band_post.h"
 #include "ns/band_post_internal.h"

@@ -3,8 +3,8 @@
 #include <algorithm>
 
 #include "dsp/block.h"
-#include "dsp/fixed.h"
-#include "dsp/mix_block.h"
+#include "dsp/kernels/mix.h"
+#include "fixed.h"
 
 namespace {
 

@@ -3,9 +3,9 @@
 #include <algorithm>
 #include <cstdlib>
 
-#include "dsp/arithmetic_block.h"
 #include "dsp/block.h"
-#include "dsp/fixed.h"
+#include "dsp/kernels/arithmetic.h"
+#include "fixed.h"
 
 namespace {
 

@@ -3,9 +3,9 @@
 #include <algorithm>
 #include <cstddef>
 
+#include "allocation.h"
 #include "dsp/block.h"
-#include "dsp/fixed.h"
-#include "dsp/memory.h"
+#include "fixed.h"
 #include "hp/sonx_hp_handle_internal.h"
 #include "log.h"
 

@@ -3,10 +3,10 @@
 #include <algorithm>
 #include <cstring>
 
+#include "allocation.h"
 #include "dsp/block.h"
-#include "dsp/fixed.h"
-#include "dsp/memory.h"
 #include "dsp/sample_formats.h"
+#include "fixed.h"
 #include "hp/teka_hp_effect_untyped.h"
 #include "hp/tuning_tables.h"
 #include "log.h"

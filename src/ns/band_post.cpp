@@ -5,8 +5,8 @@
 #include <cstdlib>
 #include <iterator>
 
-#include "dsp/fixed.h"
-#include "dsp/memory.h"
+#include "allocation.h"
+#include "fixed.h"
 #include "ns/band_post_internal.h"
 
 namespace {

@@ -1,7 +1,7 @@
 // Speech probability: likelihood ratio of each bin, and the prior from the features.
 #include <cstdlib>
 
-#include "dsp/fixed.h"
+#include "fixed.h"
 #include "ns/logarithm_internal.h"
 #include "ns/noise_suppressor_internal.h"
 #include "ns/speech_indicator.inc"

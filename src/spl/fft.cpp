@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cstdint>
 
-#include "dsp/fixed.h"
+#include "fixed.h"
 #include "spl/vectors.h"
 
 namespace {

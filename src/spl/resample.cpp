@@ -2,7 +2,7 @@
 
 #include <cstdint>
 
-#include "dsp/fixed.h"
+#include "fixed.h"
 #include "spl/vectors.h"
 
 namespace {

@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <cstring>
 
-#include "dsp/sqrt_step.h"
+#include "square_root.h"
 
 namespace {
 
