@@ -13,7 +13,7 @@
 #include <sstream>
 
 #include "bits/subjects.h"
-#include "dsp/kernels.h"
+#include "dsp/kernels/kernels.h"
 
 // The library's debug lines are not what this is about.
 extern "C" int __android_log_print(int, const char*, const char*, ...) { return 0; }
