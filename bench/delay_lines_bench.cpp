@@ -3,10 +3,10 @@
 #include <algorithm>
 #include <vector>
 
-#include "dsp/allpass_block.h"
-#include "dsp/audio_delay_block.h"
-#include "dsp/comber_block.h"
-#include "dsp/iircomber_block.h"
+#include "dsp/kernels/allpass.h"
+#include "dsp/kernels/audio_delay.h"
+#include "dsp/kernels/comber.h"
+#include "dsp/kernels/iircomber.h"
 #include "support.h"
 
 namespace {

@@ -3,10 +3,10 @@
 #include <cstdint>
 #include <vector>
 
-#include "dsp/dc_remove_block.h"
-#include "dsp/elliptic_block.h"
-#include "dsp/iir_block.h"
-#include "dsp/notch_block.h"
+#include "dsp/kernels/dc_remove.h"
+#include "dsp/kernels/elliptic.h"
+#include "dsp/kernels/iir.h"
+#include "dsp/kernels/notch.h"
 #include "support.h"
 
 namespace {

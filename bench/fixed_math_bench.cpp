@@ -4,7 +4,7 @@
 #include <random>
 #include <vector>
 
-#include "dsp/sqrt_step.h"
+#include "square_root.h"
 #include "support.h"
 
 namespace {

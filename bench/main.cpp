@@ -9,7 +9,7 @@
 #include <utility>
 #include <vector>
 
-#include "dsp/kernels.h"
+#include "dsp/kernels/kernels.h"
 
 namespace {
 

@@ -17,7 +17,7 @@
 #include <random>
 #include <string>
 
-#include "dsp/kernels.h"
+#include "dsp/kernels/kernels.h"
 #include "plain/modules.h"
 
 namespace {

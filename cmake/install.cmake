@@ -6,20 +6,32 @@ install(TARGETS sonx_proc_hal sonx_proc_hal_static EXPORT sonx_proc_hal_targets
   LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
   ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR})
 
-# Internal headers stay behind.
-install(DIRECTORY src/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/sonx_proc_hal
-  FILES_MATCHING PATTERN "*.h"
-  PATTERN "*_block.h" EXCLUDE
-  PATTERN "*_step.h" EXCLUDE
-  PATTERN "*_internal.h" EXCLUDE
-  PATTERN "tuning_tables.h" EXCLUDE
-  PATTERN "block.h" EXCLUDE
-  PATTERN "fixed.h" EXCLUDE
-  PATTERN "kernels.h" EXCLUDE
-  PATTERN "loop.h" EXCLUDE
-  PATTERN "memory.h" EXCLUDE
-  PATTERN "sample_formats.h" EXCLUDE
-  PATTERN "log.h" EXCLUDE)
+# The public headers, by folder; no other header is installed.
+set(public_headers export.h)
+foreach(header
+    allpass audio_delay comber dc_remove elliptic fft_int fixed_math iir iircomber notch sample_rate)
+  list(APPEND public_headers dsp/${header}.h)
+endforeach()
+foreach(header
+    compressor compressor_bass crossfeed_network difference_circuit dynamic_range_control
+    early_reflector equalizer nld parameter_equalizer reverb smart_volume_control
+    speaker_boost_system spectral_band_split stereo_widening_system virtual_bass_system)
+  list(APPEND public_headers effects/${header}.h)
+endforeach()
+foreach(header
+    audio_effect_control channel_balance module_parameters smooth_volume sonx_hp_effect
+    teka_hp_effect teka_hp_effect_untyped)
+  list(APPEND public_headers hp/${header}.h)
+endforeach()
+foreach(header gramophone howling_cancel iirecho resampler sonx_ktv teka_audio_tx_ktv)
+  list(APPEND public_headers ktv/${header}.h)
+endforeach()
+list(APPEND public_headers
+  ns/band_post.h ns/noise_suppressor.h spl/by_two.h spl/fft.h spl/resample.h spl/vectors.h)
+foreach(header ${public_headers})
+  get_filename_component(folder ${header} DIRECTORY)
+  install(FILES src/${header} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/sonx_proc_hal/${folder})
+endforeach()
 
 set(config_dir ${CMAKE_INSTALL_LIBDIR}/cmake/sonx_proc_hal)
 install(EXPORT sonx_proc_hal_targets NAMESPACE sonx:: DESTINATION ${config_dir})

@@ -7,7 +7,7 @@
 #include <cstdint>
 #include <random>
 
-#include "dsp/sqrt_step.h"
+#include "square_root.h"
 
 namespace {
 

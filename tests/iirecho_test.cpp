@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "dsp/fixed.h"
+#include "fixed.h"
 #include "support/signals.h"
 #include "support/splits.h"
 

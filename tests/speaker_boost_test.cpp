@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "dsp/fixed.h"
+#include "fixed.h"
 #include "support/filter_theory.h"
 #include "support/settings.h"
 #include "support/stereo.h"

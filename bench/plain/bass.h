@@ -1,9 +1,9 @@
 // Virtual bass and speaker boost, sample by sample but for their dynamics.
 #pragma once
 
-#include "dsp/fixed.h"
 #include "effects/speaker_boost_system.h"
 #include "effects/virtual_bass_system.h"
+#include "fixed.h"
 #include "plain/dynamics.h"
 #include "plain/rooms.h"
 

@@ -6,12 +6,12 @@
 #include <algorithm>
 #include <cstdlib>
 
-#include "dsp/fixed.h"
 #include "dsp/fixed_math.h"
-#include "dsp/sqrt_step.h"
 #include "effects/compressor.h"
 #include "effects/compressor_bass.h"
 #include "effects/smart_volume_control.h"
+#include "fixed.h"
+#include "square_root.h"
 
 namespace plain {
 

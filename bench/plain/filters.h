@@ -1,9 +1,9 @@
 // The equalizers, sample by sample.
 #pragma once
 
-#include "dsp/fixed.h"
 #include "effects/equalizer.h"
 #include "effects/parameter_equalizer.h"
+#include "fixed.h"
 
 namespace plain {
 

@@ -3,7 +3,7 @@
 
 #include <algorithm>
 
-#include "dsp/fixed.h"
+#include "fixed.h"
 #include "ktv/gramophone.h"
 #include "ktv/howling_internal.h"
 #include "ktv/iirecho.h"

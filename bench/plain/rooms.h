@@ -1,9 +1,9 @@
 // Reverb and stereo widening, sample by sample.
 #pragma once
 
-#include "dsp/fixed.h"
 #include "effects/reverb.h"
 #include "effects/stereo_widening_system.h"
+#include "fixed.h"
 
 namespace plain {
 

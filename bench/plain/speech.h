@@ -6,10 +6,10 @@
 #include <cstdlib>
 #include <iterator>
 
-#include "dsp/fixed.h"
+#include "fixed.h"
 #include "ktv/resampler.h"
 #include "ns/band_post.h"
-#include "ns/band_post_internal.h"
+#include "ns/band_post_math.h"
 #include "spl/by_two.h"
 #include "spl/resample.h"
 

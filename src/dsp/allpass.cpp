@@ -2,10 +2,10 @@
 
 #include <algorithm>
 
-#include "dsp/allpass_block.h"
-#include "dsp/kernels.h"
+#include "allocation.h"
+#include "dsp/kernels/allpass.h"
+#include "dsp/kernels/kernels.h"
 #include "dsp/loop.h"
-#include "dsp/memory.h"
 
 void allpass_init(allpass* section, int n) {
   section->buffer = allocate<int>(n);

@@ -2,9 +2,9 @@
 
 #include <algorithm>
 
-#include "dsp/audio_delay_block.h"
+#include "allocation.h"
+#include "dsp/kernels/audio_delay.h"
 #include "dsp/loop.h"
-#include "dsp/memory.h"
 
 void audio_delay_init(audio_delay* line, int n) {
   line->buffer = allocate<int>(n);

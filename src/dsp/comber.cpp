@@ -2,9 +2,9 @@
 
 #include <algorithm>
 
-#include "dsp/comber_block.h"
+#include "allocation.h"
+#include "dsp/kernels/comber.h"
 #include "dsp/loop.h"
-#include "dsp/memory.h"
 
 namespace {
 

@@ -1,8 +1,8 @@
 #include "dsp/dc_remove.h"
 
 #include "dsp/block.h"
-#include "dsp/dc_remove_block.h"
-#include "dsp/scale_block.h"
+#include "dsp/kernels/dc_remove.h"
+#include "dsp/kernels/scale.h"
 
 void dc_remove_init(dc_remove* filter) { dc_remove_reset(filter); }
 

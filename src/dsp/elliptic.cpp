@@ -2,10 +2,10 @@
 
 #include <algorithm>
 
+#include "allocation.h"
 #include "dsp/block.h"
-#include "dsp/elliptic_block.h"
-#include "dsp/fir_block.h"
-#include "dsp/memory.h"
+#include "dsp/kernels/elliptic.h"
+#include "dsp/kernels/fir.h"
 
 void elliptic_init(elliptic* filter, const int* coefficients) {
   filter->coef = coefficients;

@@ -3,11 +3,11 @@
 #include <algorithm>
 #include <array>
 
-#include "dsp/fft_int_block.h"
-#include "dsp/fixed.h"
-#include "dsp/howling_detector_internal.h"
-#include "dsp/kernels.h"
-#include "dsp/memory.h"
+#include "allocation.h"
+#include "dsp/fft_peaks.h"
+#include "dsp/kernels/fft_stage.h"
+#include "dsp/kernels/kernels.h"
+#include "fixed.h"
 
 namespace {
 

@@ -1,7 +1,7 @@
 #include "dsp/fixed_math.h"
 
-#include "dsp/fixed.h"
-#include "dsp/sqrt_step.h"
+#include "fixed.h"
+#include "square_root.h"
 
 namespace {
 

@@ -2,8 +2,8 @@
 
 #include <algorithm>
 
-#include "dsp/iir_block.h"
-#include "dsp/memory.h"
+#include "allocation.h"
+#include "dsp/kernels/iir.h"
 
 namespace {
 

@@ -2,12 +2,12 @@
 
 #include <algorithm>
 
+#include "allocation.h"
 #include "dsp/block.h"
-#include "dsp/fir_block.h"
-#include "dsp/iircomber_block.h"
+#include "dsp/kernels/fir.h"
+#include "dsp/kernels/iircomber.h"
+#include "dsp/kernels/mix.h"
 #include "dsp/loop.h"
-#include "dsp/memory.h"
-#include "dsp/mix_block.h"
 
 void iircomber_init(iircomber* comb, int n) {
   comb->buffer = allocate<int>(n);

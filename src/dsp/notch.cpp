@@ -2,10 +2,10 @@
 
 #include <algorithm>
 
+#include "allocation.h"
 #include "dsp/block.h"
-#include "dsp/kernels.h"
-#include "dsp/memory.h"
-#include "dsp/notch_block.h"
+#include "dsp/kernels/kernels.h"
+#include "dsp/kernels/notch.h"
 
 namespace {
 

@@ -3,7 +3,7 @@
 
 #include <algorithm>
 
-#include "dsp/fixed.h"
+#include "fixed.h"
 
 // 16-bit samples: 8 bits up in, rounded down and saturated out.
 constexpr int from_16_bit(short word) { return word * 256; }

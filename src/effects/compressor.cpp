@@ -1,6 +1,6 @@
 #include "effects/compressor.h"
 
-#include "dsp/memory.h"
+#include "allocation.h"
 
 namespace {
 

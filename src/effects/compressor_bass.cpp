@@ -2,11 +2,11 @@
 
 #include <cstdint>
 
-#include "dsp/arithmetic_block.h"
 #include "dsp/block.h"
-#include "dsp/fixed.h"
-#include "dsp/gain_ramp_block.h"
-#include "dsp/sqrt_step.h"
+#include "dsp/gain_ramp.h"
+#include "dsp/kernels/arithmetic.h"
+#include "fixed.h"
+#include "square_root.h"
 
 namespace {
 

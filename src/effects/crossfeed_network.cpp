@@ -2,10 +2,10 @@
 
 #include <algorithm>
 
-#include "dsp/arithmetic_block.h"
-#include "dsp/audio_delay_block.h"
 #include "dsp/block.h"
-#include "dsp/iir_chains_block.h"
+#include "dsp/kernels/arithmetic.h"
+#include "dsp/kernels/audio_delay.h"
+#include "dsp/kernels/iir_chains.h"
 #include "effects/room_internal.h"
 #include "effects/stereo_widening_internal.h"
 

@@ -3,12 +3,12 @@
 #include <algorithm>
 #include <cstdint>
 
-#include "dsp/arithmetic_block.h"
-#include "dsp/audio_delay_block.h"
+#include "allocation.h"
 #include "dsp/block.h"
-#include "dsp/fixed.h"
-#include "dsp/memory.h"
+#include "dsp/kernels/arithmetic.h"
+#include "dsp/kernels/audio_delay.h"
 #include "effects/gain_slew_internal.h"
+#include "fixed.h"
 
 namespace {
 

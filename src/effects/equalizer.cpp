@@ -4,11 +4,11 @@
 #include <cfloat>
 #include <cmath>
 
-#include "dsp/arithmetic_block.h"
+#include "allocation.h"
 #include "dsp/block.h"
-#include "dsp/iir_block.h"
-#include "dsp/iir_chains_block.h"
-#include "dsp/memory.h"
+#include "dsp/kernels/arithmetic.h"
+#include "dsp/kernels/iir.h"
+#include "dsp/kernels/iir_chains.h"
 #include "log.h"
 
 // The level law's bits depend on single-precision sums being rounded at each step.

@@ -9,7 +9,7 @@
 #include <algorithm>
 #include <cstdint>
 
-#include "dsp/fixed.h"
+#include "fixed.h"
 
 // One sample's step of the gain towards its target. Far away it moves by a part of the distance
 // that shrinks with the distance, and by no less than a part of the gain itself: about 2^-12

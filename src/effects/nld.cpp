@@ -2,12 +2,12 @@
 
 #include <algorithm>
 
-#include "dsp/arithmetic_block.h"
+#include "allocation.h"
 #include "dsp/block.h"
-#include "dsp/fixed.h"
-#include "dsp/memory.h"
-#include "dsp/nonlinear_step.h"
+#include "dsp/kernels/arithmetic.h"
+#include "dsp/kernels/nonlinear.h"
 #include "effects/nld_block.h"
+#include "fixed.h"
 
 namespace {
 

@@ -2,9 +2,9 @@
 
 #include <algorithm>
 
-#include "dsp/arithmetic_block.h"
 #include "dsp/block.h"
-#include "dsp/iir_chains_block.h"
+#include "dsp/kernels/arithmetic.h"
+#include "dsp/kernels/iir_chains.h"
 
 namespace {
 

@@ -2,9 +2,9 @@
 
 #include <iterator>
 
-#include "dsp/arithmetic_block.h"
 #include "dsp/block.h"
-#include "dsp/mix_block.h"
+#include "dsp/kernels/arithmetic.h"
+#include "dsp/kernels/mix.h"
 #include "effects/room_internal.h"
 
 namespace {

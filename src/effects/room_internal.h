@@ -4,13 +4,13 @@
 
 #include <algorithm>
 
-#include "dsp/allpass_block.h"
+#include "allocation.h"
 #include "dsp/audio_delay.h"
-#include "dsp/comb_bank_block.h"
-#include "dsp/dc_remove_block.h"
-#include "dsp/fixed.h"
-#include "dsp/iir_block.h"
-#include "dsp/memory.h"
+#include "dsp/kernels/allpass.h"
+#include "dsp/kernels/comb_bank.h"
+#include "dsp/kernels/dc_remove.h"
+#include "dsp/kernels/iir.h"
+#include "fixed.h"
 
 // Both knobs run over 0..8192 and take any value: the product is exact, its low 32 bits count.
 //   feedback  5779 + 0.2848 v: 0.705 to 0.990, Q13

@@ -2,13 +2,13 @@
 
 #include <algorithm>
 
-#include "dsp/arithmetic_block.h"
+#include "allocation.h"
 #include "dsp/block.h"
-#include "dsp/fixed.h"
 #include "dsp/fixed_math.h"
-#include "dsp/gain_ramp_block.h"
-#include "dsp/iir_chains_block.h"
-#include "dsp/memory.h"
+#include "dsp/gain_ramp.h"
+#include "dsp/kernels/arithmetic.h"
+#include "dsp/kernels/iir_chains.h"
+#include "fixed.h"
 
 namespace {
 

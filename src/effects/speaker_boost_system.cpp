@@ -2,16 +2,16 @@
 
 #include <algorithm>
 
-#include "dsp/arithmetic_block.h"
-#include "dsp/audio_delay_block.h"
+#include "allocation.h"
 #include "dsp/block.h"
-#include "dsp/fixed.h"
-#include "dsp/iir_block.h"
-#include "dsp/iir_chains_block.h"
-#include "dsp/memory.h"
+#include "dsp/kernels/arithmetic.h"
+#include "dsp/kernels/audio_delay.h"
+#include "dsp/kernels/iir.h"
+#include "dsp/kernels/iir_chains.h"
 #include "effects/crossover_tables_internal.h"
 #include "effects/nld_block.h"
 #include "effects/spectral_band_split_block.h"
+#include "fixed.h"
 
 namespace {
 

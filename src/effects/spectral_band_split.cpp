@@ -1,7 +1,7 @@
 #include "effects/spectral_band_split.h"
 
-#include "dsp/iir_chains_block.h"
-#include "dsp/memory.h"
+#include "allocation.h"
+#include "dsp/kernels/iir_chains.h"
 #include "effects/spectral_band_split_block.h"
 
 void spectral_band_split_init(spectral_band_split* split, const int* low, const int* high) {

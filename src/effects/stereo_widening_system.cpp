@@ -1,7 +1,7 @@
 #include "effects/stereo_widening_system.h"
 
+#include "allocation.h"
 #include "dsp/block.h"
-#include "dsp/memory.h"
 
 void stereo_widening_system_init(stereo_widening_system* system) {
   system->status = 0;

@@ -1,10 +1,10 @@
 #include "ktv/gramophone.h"
 
+#include "allocation.h"
 #include "dsp/block.h"
-#include "dsp/elliptic_block.h"
-#include "dsp/memory.h"
-#include "dsp/shape_block.h"
-#include "dsp/shape_step.h"
+#include "dsp/kernels/elliptic.h"
+#include "dsp/kernels/overdrive.h"
+#include "dsp/kernels/shape.h"
 
 namespace {
 

@@ -2,12 +2,12 @@
 
 #include <algorithm>
 
+#include "allocation.h"
 #include "dsp/block.h"
-#include "dsp/dc_remove_block.h"
-#include "dsp/elliptic_block.h"
-#include "dsp/fixed.h"
-#include "dsp/memory.h"
-#include "dsp/notch_block.h"
+#include "dsp/kernels/dc_remove.h"
+#include "dsp/kernels/elliptic.h"
+#include "dsp/kernels/notch.h"
+#include "fixed.h"
 #include "ktv/howling_internal.h"
 
 namespace {

@@ -2,8 +2,8 @@
 // notches stand.
 #pragma once
 
-#include "dsp/howling_detector_internal.h"
-#include "dsp/log2_internal.h"
+#include "dsp/fft_peaks.h"
+#include "dsp/log2.h"
 #include "ktv/howling_cancel.h"
 
 constexpr int kPlaces = 5;

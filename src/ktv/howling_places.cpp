@@ -1,7 +1,7 @@
 #include <algorithm>
 #include <cstdlib>
 
-#include "dsp/fixed.h"
+#include "fixed.h"
 #include "ktv/howling_internal.h"
 
 namespace {

@@ -2,11 +2,11 @@
 
 #include <algorithm>
 
+#include "allocation.h"
 #include "dsp/block.h"
-#include "dsp/fixed.h"
-#include "dsp/iircomber_block.h"
-#include "dsp/memory.h"
-#include "dsp/mix_block.h"
+#include "dsp/kernels/iircomber.h"
+#include "dsp/kernels/mix.h"
+#include "fixed.h"
 
 namespace {
 

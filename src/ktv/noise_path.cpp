@@ -1,6 +1,6 @@
 #include "ktv/noise_path_internal.h"
 
-#include "dsp/fixed.h"
+#include "fixed.h"
 #include "ns/noise_suppressor.h"
 
 //   voice ─► / 256, saturate ─► 48 to 32 kHz ─► high-pass ─► suppressor ─► 32 to 48 kHz ─► × 256

@@ -4,7 +4,7 @@
 #include <iterator>
 #include <numeric>
 
-#include "dsp/memory.h"
+#include "allocation.h"
 #include "spl/by_two.h"
 #include "spl/resample.h"
 #include "spl/vectors.h"

@@ -2,7 +2,7 @@
 
 #include <cstdint>
 
-#include "dsp/memory.h"
+#include "allocation.h"
 #include "ktv/teka_audio_tx_ktv.h"
 #include "log.h"
 

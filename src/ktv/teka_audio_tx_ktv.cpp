@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <cstring>
 
+#include "allocation.h"
 #include "dsp/block.h"
-#include "dsp/memory.h"
 #include "dsp/sample_formats.h"
 #include "ktv/noise_path_internal.h"
 #include "ns/noise_suppressor.h"

@@ -2,10 +2,10 @@
 // over a block against their steps.
 #include <gtest/gtest.h>
 
-#include "dsp/arithmetic_block.h"
 #include "dsp/block.h"
-#include "dsp/gain_ramp_block.h"
-#include "dsp/nonlinear_step.h"
+#include "dsp/gain_ramp.h"
+#include "dsp/kernels/arithmetic.h"
+#include "dsp/kernels/nonlinear.h"
 #include "effects/gain_slew_internal.h"
 #include "support/kernels.h"
 #include "support/signals.h"

@@ -2,15 +2,15 @@
 // split, in place and beside, at the rails and down to silence.
 #include <gtest/gtest.h>
 
-#include "dsp/allpass_block.h"
-#include "dsp/audio_delay_block.h"
 #include "dsp/block.h"
-#include "dsp/comber_block.h"
-#include "dsp/dc_remove_block.h"
-#include "dsp/elliptic_block.h"
-#include "dsp/iir_block.h"
-#include "dsp/iircomber_block.h"
-#include "dsp/notch_block.h"
+#include "dsp/kernels/allpass.h"
+#include "dsp/kernels/audio_delay.h"
+#include "dsp/kernels/comber.h"
+#include "dsp/kernels/dc_remove.h"
+#include "dsp/kernels/elliptic.h"
+#include "dsp/kernels/iir.h"
+#include "dsp/kernels/iircomber.h"
+#include "dsp/kernels/notch.h"
 #include "support/delay_lines.h"
 #include "support/splits.h"
 

@@ -4,7 +4,7 @@
 #include <memory>
 
 #include "dsp/block.h"
-#include "dsp/iir_chains_block.h"
+#include "dsp/kernels/iir_chains.h"
 #include "support/kernels.h"
 #include "support/signals.h"
 

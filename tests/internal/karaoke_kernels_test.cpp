@@ -2,14 +2,14 @@
 // against one after the other: the same bits.
 #include <gtest/gtest.h>
 
-#include "dsp/dc_remove_block.h"
-#include "dsp/fft_int_block.h"
-#include "dsp/fir_block.h"
-#include "dsp/iircomber_block.h"
-#include "dsp/mix_block.h"
-#include "dsp/notch_block.h"
-#include "dsp/scale_block.h"
-#include "dsp/shape_block.h"
+#include "dsp/kernels/dc_remove.h"
+#include "dsp/kernels/fft_stage.h"
+#include "dsp/kernels/fir.h"
+#include "dsp/kernels/iircomber.h"
+#include "dsp/kernels/mix.h"
+#include "dsp/kernels/notch.h"
+#include "dsp/kernels/scale.h"
+#include "dsp/kernels/shape.h"
 #include "support/delay_lines.h"
 #include "support/kernels.h"
 #include "support/splits.h"

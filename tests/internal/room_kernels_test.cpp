@@ -4,9 +4,9 @@
 
 #include <array>
 
-#include "dsp/allpass_block.h"
-#include "dsp/comb_bank_block.h"
-#include "dsp/mix_block.h"
+#include "dsp/kernels/allpass.h"
+#include "dsp/kernels/comb_bank.h"
+#include "dsp/kernels/mix.h"
 #include "support/delay_lines.h"
 #include "support/kernels.h"
 #include "support/splits.h"

@@ -4,7 +4,7 @@
 
 #include <cstdlib>
 
-#include "dsp/kernels.h"
+#include "dsp/kernels/kernels.h"
 
 namespace {
 

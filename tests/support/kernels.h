@@ -3,7 +3,7 @@
 
 #include <gtest/gtest.h>
 
-#include "dsp/kernels.h"
+#include "dsp/kernels/kernels.h"
 
 // Calls test() once with each variant other than the portable one that runs here; what was chosen
 // before is chosen again after. The portable variants can be called directly.

@@ -1,0 +1,183 @@
+#include "dsp/kernels/iir_lanes.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <cstring>
+
+#include "dsp/block.h"
+#include "fixed.h"
+
+namespace {
+
+constexpr int kFewestSections = 3;  // below, lanes don't pay
+constexpr int kUnity = 1 << 28;
+constexpr int kSilence[kBlockFrames] = {};
+
+// What becomes of a section's results.
+struct scaled_32 {
+  static int handed_on(int y) { return y & ~31; }
+  static constexpr auto* portable = iir_chains_32_portable;
+};
+struct unscaled {
+  static int handed_on(int y) { return y; }
+  static constexpr auto* portable = iir_chains_wrapping_portable;
+};
+
+// Where a chain stands: its first row and column, and how many columns it takes.
+struct place {
+  int top, column, columns;
+};
+
+// Where section k of a chain stands, and the step of its first sample.
+struct section_place {
+  int row, column, lag;
+
+  section_place(place p, int rows, int k)
+      : row(p.top + k % rows), column(p.column + k / rows), lag(k + k / rows) {}
+};
+
+int columns_of(const iir_chain& chain, lane_shape shape) {
+  return (chain.count + shape.rows - 1) / shape.rows;
+}
+
+// Whether the chains find place; only one group has columns that go on in the next.
+bool fits(const iir_chain* chains, int chain_count, lane_shape shape) {
+  int columns = 0, widest = 0;
+  for (int c = 0; c < chain_count; ++c) {
+    columns += columns_of(chains[c], shape);
+    widest = std::max(widest, columns_of(chains[c], shape));
+  }
+  return columns <= shape.groups * kColumns && (shape.groups == 1 || widest == 1);
+}
+
+// Calls use(chain, place) for every chain.
+template <typename Use>
+void for_each_place(const iir_chain* chains, int chain_count, lane_shape shape, Use use) {
+  int column = 0;
+  for (const iir_chain* c = chains; c < chains + chain_count; ++c) {
+    const int columns = columns_of(*c, shape);
+    use(*c, place{column / kColumns * shape.rows, column % kColumns, columns});
+    column += columns;
+  }
+}
+
+void load_section(iir_lanes* lanes, int row, int column, const IIR& section) {
+  const int* coef = section.coef;
+  const int x1 = section.state[1], x2 = section.state[2];
+  const int y1 = section.state[3], y2 = section.state[4];
+  for (int i = 0; i < 5; ++i) lanes->coef[row][i][column] = coef[i];
+  lanes->first[row][column] =
+      mac(mac(mac(mac(0, coef[1], x1), coef[2], x2), coef[3], y1), coef[4], y2);
+  lanes->second[row][column] = mac(mac(0, coef[2], x1), coef[4], y1);
+}
+
+// What follows a chain's sections down to the last row lets their results through.
+void load_chain(iir_lanes* lanes, const iir_chain& chain, int rows, place p) {
+  lanes->head[p.column] = -1;
+  for (int k = 0; k < p.columns * rows; ++k) {
+    const section_place here(p, rows, k);
+    lanes->lag[here.row][here.column] = here.lag;
+    lanes->longest_lag = std::max(lanes->longest_lag, here.lag);
+    if (k < chain.count)
+      load_section(lanes, here.row, here.column, *chain.sections[k]);
+    else
+      lanes->coef[here.row][0][here.column] = kUnity;
+  }
+}
+
+// x1 and x2 are the last samples that the chain's first section got, the last one first.
+template <typename Scale>
+void store_chain(const iir_lanes& lanes, const iir_chain& chain, int rows, place p, int x1,
+                 int x2) {
+  for (int k = 0; k < chain.count; ++k) {
+    const section_place here(p, rows, k);
+    const int y1 = lanes.last[here.lag + 1][here.row][here.column];
+    const int y2 = lanes.last[here.lag][here.row][here.column];
+    const int words[] = {x1, x1, x2, y1, y2};
+    std::copy_n(words, 5, chain.sections[k]->state);
+    x1 = Scale::handed_on(y1);
+    x2 = Scale::handed_on(y2);
+  }
+}
+
+// Chains that end at the same step of one group, as nearly all do, leave it together.
+void store_outputs(const iir_chain* chains, int chain_count, lane_shape shape,
+                   const lane_rows* results, int n, const lane_kernels& kernels) {
+  int unused[kBlockFrames];
+  int* const nowhere = unused;
+  int* target[kColumns];
+  const int_row* rows = nullptr;
+  const auto flush = [&] {
+    if (rows != nullptr) kernels.deinterleave(rows, target, n);
+    std::fill_n(target, kColumns, nowhere);
+  };
+  for_each_place(chains, chain_count, shape, [&](const iir_chain& chain, place p) {
+    const section_place end(p, shape.rows, p.columns * shape.rows - 1);
+    const int_row* const from = results[p.top / shape.rows] + end.lag;
+    if (from != rows) flush();
+    rows = from;
+    target[end.column] = chain.out;
+  });
+  flush();
+}
+
+// kFewestLaneSamples <= n <= kBlockFrames samples through chains that find place in the shape.
+template <typename Scale>
+void run_in_lanes(const iir_chain* chains, int chain_count, int n, int shape_index,
+                  const lane_kernels& kernels) {
+  const lane_shape shape = kLaneShapes[shape_index];
+  iir_lanes lanes;
+  std::memset(&lanes, 0, offsetof(iir_lanes, last));
+  alignas(32) int_row in[kMostGroups][kLaneSteps], out[kMostGroups][kLaneSteps];
+  const int* source[kMostGroups][kColumns];
+  for (auto& group : source) std::fill_n(group, kColumns, kSilence);  // where no chain starts
+  for_each_place(chains, chain_count, shape, [&](const iir_chain& chain, place p) {
+    load_chain(&lanes, chain, shape.rows, p);
+    source[p.top / shape.rows][p.column] = chain.in;
+  });
+  for (int g = 0; g < shape.groups; ++g) {
+    kernels.interleave(source[g], in[g], n);
+    std::memset(in[g] + n, 0, sizeof(int_row) * static_cast<size_t>(lanes.longest_lag));
+  }
+
+  kernels.step[shape_index](&lanes, in, out, n);
+
+  for_each_place(chains, chain_count, shape, [&](const iir_chain& chain, place p) {
+    const int_row* const inputs = in[p.top / shape.rows] + n - 2;
+    store_chain<Scale>(lanes, chain, shape.rows, p, inputs[1][p.column], inputs[0][p.column]);
+  });
+  store_outputs(chains, chain_count, shape, out, n, kernels);
+}
+
+template <typename Scale>
+void run(const iir_chain* chains, int chain_count, int n, const lane_kernels& kernels) {
+  if (n < kFewestLaneSamples || n > kBlockFrames) return Scale::portable(chains, chain_count, n);
+  int sections = 0, shortest = kFewestSections;
+  for (int c = 0; c < chain_count; ++c) {
+    sections += chains[c].count;
+    shortest = std::min(shortest, chains[c].count);
+  }
+  if (sections < kFewestSections || shortest < 1) return Scale::portable(chains, chain_count, n);
+
+  for (int shape = 0; shape < kLaneShapeCount; ++shape) {
+    if (fits(chains, chain_count, kLaneShapes[shape]))
+      return run_in_lanes<Scale>(chains, chain_count, n, shape, kernels);
+  }
+  // Too much for one call: in halves, or a single chain that is longer than all columns.
+  if (chain_count == 1) return Scale::portable(chains, chain_count, n);
+  const int half = chain_count / 2;
+  run<Scale>(chains, half, n, kernels);
+  run<Scale>(chains + half, chain_count - half, n, kernels);
+}
+
+}  // namespace
+
+void iir_chains_32_in_lanes(const iir_chain* chains, int chain_count, int n,
+                            const lane_kernels& kernels) {
+  run<scaled_32>(chains, chain_count, n, kernels);
+}
+
+void iir_chains_wrapping_in_lanes(const iir_chain* chains, int chain_count, int n,
+                                  const lane_kernels& kernels) {
+  run<unscaled>(chains, chain_count, n, kernels);
+}

@@ -1,0 +1,80 @@
+// Sections as lanes of vectors, all stepping at once.
+//
+// A section needs its own last result, so that a chain run sample by sample waits for one section
+// after the other. Here every section runs one sample behind the one before it: at step t, section
+// k of a chain takes sample t - k, which section k - 1 made at step t - 1, and no section waits for
+// another within a step. The chains stand in columns of a few rows; a chain goes down its column
+// and on at the top of the next one, where it arrives a step later still:
+//
+//              column 0   column 1   column 2   column 3
+//   row 0      left 0     left 3     right 0    right 3      a row is a vector; a step moves the
+//   row 1      left 1     left 4     right 1    right 4      results one row down, and the last
+//   row 2      left 2     left 5     right 2    right 5      row's to the top of the next column
+//
+// A chain that doesn't fill its columns ends with sections that let their input through. More
+// chains than four columns hold stand in further groups of rows.
+//
+// Exact because:
+// - The carried sums, first = b1 x[n-1] + b2 x[n-2] - a1 y[n-1] - a2 y[n-2] and second =
+//   b2 x[n-1] - a2 y[n-1] once the sample is done, are the same products in another order, and
+//   64-bit addition wraps. They replace the history in the loop; it is rebuilt at the end from the
+//   last two results of every section.
+// - A section that waits for its first sample, or has done its last, steps along on whatever comes;
+//   it takes up its state at its first sample, and nobody listens to it after its last.
+// - From one section to the next a result y goes 5 bits down and up again: that is y without its
+//   low five bits, with nothing left to saturate. Only a chain's input needs the clamp.
+// - A section of b0 = 1.0 alone gives back an input whose low five bits are clear (so that it isn't
+//   -1), and of a chain's result they don't count; where results wrap, it gives back any.
+#pragma once
+
+#include <cstdint>
+#include <iterator>
+
+#include "dsp/block.h"
+#include "dsp/kernels/iir_chains.h"
+
+constexpr int kColumns = 4;
+constexpr int kMostRows = 5;  // of all groups together
+constexpr int kMostGroups = 2;
+constexpr int kMostLaneLag = kColumns * (kMostRows + 1) - 2;
+constexpr int kLaneSteps = kBlockFrames + kMostLaneLag;
+constexpr int kFewestLaneSamples = 8;  // what a call takes at least
+
+using int_row = int[kColumns];
+using int64_row = int64_t[kColumns];
+
+struct alignas(32) iir_lanes {
+  int64_row first[kMostRows], second[kMostRows];  // the carried sums before the first sample
+  int_row coef[kMostRows][5];                     // b0, b1, b2, -a1, -a2
+  int_row lag[kMostRows];                         // the step of a section's first sample
+  int_row head;                                   // -1 where a chain starts in a group of rows
+  int longest_lag;
+  // Results of step n - 2 and of those after it.
+  alignas(16) int_row last[kMostLaneLag + 2][kMostRows];
+};
+
+// The groups and the rows of each that there are kernels for, the cheapest first.
+struct lane_shape {
+  int groups, rows;
+};
+constexpr lane_shape kLaneShapes[] = {{1, 1}, {2, 1}, {1, 2}, {1, 3}, {1, 4}, {2, 2}, {1, 5}};
+constexpr int kLaneShapeCount = static_cast<int>(std::size(kLaneShapes));
+
+// The rows of one group at every step: inputs, or the results of its last row.
+using lane_rows = int_row[kLaneSteps];
+
+struct lane_kernels {
+  // The inputs of a group's chains, scaled as the sections need them, into rows; a column that no
+  // chain starts in takes silence.
+  void (*interleave)(const int* const (&column)[kColumns], lane_rows& rows, int n);
+  // The other way round: n rows of results into columns, scaled as outputs.
+  void (*deinterleave)(const int_row* rows, int* const (&column)[kColumns], int n);
+  // Runs n + longest_lag steps, the inputs beyond n counting for nothing, and fills `last`.
+  void (*step[kLaneShapeCount])(iir_lanes* lanes, const lane_rows* in, lane_rows* out, int n);
+};
+
+// iir_chains_32 and iir_chains_wrapping by way of lanes.
+void iir_chains_32_in_lanes(const iir_chain* chains, int chain_count, int n,
+                            const lane_kernels& kernels);
+void iir_chains_wrapping_in_lanes(const iir_chain* chains, int chain_count, int n,
+                                  const lane_kernels& kernels);
