@@ -1,7 +1,7 @@
 #include "render.h"
 
 #include <hp/sonx_hp_effect.h>
-#include <hp/sonx_hp_handle_internal.h>
+#include <hp/sonx_hp_handle.h>
 
 #include <algorithm>
 #include <chrono>
