@@ -2,12 +2,13 @@
 
 #include <algorithm>
 
+#include "allocation.h"
 #include "dsp/block.h"
 #include "dsp/kernels/arithmetic.h"
 #include "dsp/kernels/audio_delay.h"
 #include "dsp/kernels/iir_chains.h"
-#include "effects/room_internal.h"
-#include "effects/stereo_widening_internal.h"
+#include "effects/rates.h"
+#include "effects/stereo_widening_tables.h"
 
 namespace {
 

@@ -2,11 +2,13 @@
 
 #include <iterator>
 
+#include "allocation.h"
 #include "dsp/block.h"
 #include "dsp/kernels/arithmetic.h"
 #include "dsp/kernels/iir_chains.h"
-#include "effects/room_internal.h"
-#include "effects/stereo_widening_internal.h"
+#include "effects/rates.h"
+#include "effects/stereo_widening_tables.h"
+#include "fixed.h"
 
 namespace {
 
