@@ -2,10 +2,12 @@
 
 #include <iterator>
 
+#include "allocation.h"
 #include "dsp/block.h"
 #include "dsp/kernels/kernels.h"
-#include "effects/room_internal.h"
-#include "effects/stereo_widening_internal.h"
+#include "effects/rates.h"
+#include "effects/stereo_widening_tables.h"
+#include "fixed.h"
 
 namespace {
 

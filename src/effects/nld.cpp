@@ -6,7 +6,7 @@
 #include "dsp/block.h"
 #include "dsp/kernels/kernels.h"
 #include "dsp/kernels/nonlinear.h"
-#include "effects/nld_block.h"
+#include "effects/block_forms.h"
 #include "fixed.h"
 
 namespace {

@@ -4,11 +4,11 @@
 
 #include "dsp/block.h"
 #include "dsp/kernels/kernels.h"
+#include "fixed.h"
 
 namespace {
 
 constexpr int kBands = 10;
-constexpr int kUnityGain = 8192;  // Q13
 
 using band_words = int[5];
 
@@ -27,8 +27,8 @@ int set_rows(const int (*rows)[6], band_words* coef, band_words* state) {
 
 void parameter_equalizer_init(parameter_equalizer_t* equalizer) {
   *equalizer = {};
-  equalizer->gain_left = kUnityGain;
-  equalizer->gain_right = kUnityGain;
+  equalizer->gain_left = kOneQ13;
+  equalizer->gain_right = kOneQ13;
 }
 
 void parameter_equalizer_reset(parameter_equalizer_t* equalizer) {

@@ -2,7 +2,7 @@
 
 #include "allocation.h"
 #include "dsp/kernels/kernels.h"
-#include "effects/spectral_band_split_block.h"
+#include "effects/block_forms.h"
 
 void spectral_band_split_init(spectral_band_split* split, const int* low, const int* high) {
   for (IIR*& section : split->low) section = make<IIR>(IIR_init, low);

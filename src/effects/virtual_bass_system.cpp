@@ -5,8 +5,9 @@
 #include "allocation.h"
 #include "dsp/block.h"
 #include "dsp/kernels/kernels.h"
-#include "effects/crossover_tables_internal.h"
-#include "effects/nld_block.h"
+#include "effects/block_forms.h"
+#include "effects/crossover_tables.h"
+#include "effects/rates.h"
 #include "fixed.h"
 
 namespace {
@@ -48,8 +49,7 @@ void virtual_bass_system_init(virtual_bass_system* bass) {
 }
 
 void virtual_bass_system_set_sample_rate(virtual_bass_system* bass, SampleRateType rate) {
-  const bool known = rate >= SAMPLE_RATE_44100 && rate <= SAMPLE_RATE_192000;
-  const int row = known ? rate : SAMPLE_RATE_48000;
+  const int row = rate_row(rate);
   for (spectral_band_split* split : {bass->split_left, bass->split_right})
     spectral_band_split_reinit(split, kCrossover250[row].low, kCrossover250[row].high);
   IIR_reinit(bass->nld_band, kHarmonicBand[row]);

@@ -12,7 +12,7 @@
 #include "dsp/kernels/iircomber.h"
 #include "dsp/kernels/kernels.h"
 #include "dsp/kernels/notch.h"
-#include "effects/gain_slew_internal.h"
+#include "effects/gain_slew.h"
 #include "support/delay_lines.h"
 #include "support/splits.h"
 
