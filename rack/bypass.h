@@ -50,7 +50,9 @@ class bypass {
   }
 
  private:
-  static std::vector<int> line(int latency) { return std::vector<int>(static_cast<size_t>(latency)); }
+  static std::vector<int> line(int latency) {
+    return std::vector<int>(static_cast<size_t>(latency));
+  }
 
   int latency_, position_ = 0;
   fade fade_;

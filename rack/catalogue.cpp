@@ -11,22 +11,10 @@ extern const effect_definition kHeadphones, kKaraoke, kGraphicEqualizer, kParame
 namespace {
 
 constexpr const effect_definition* kEffects[] = {
-    &kHeadphones,
-    &kKaraoke,
-    &kGraphicEqualizer,
-    &kParametricEqualizer,
-    &kReverb,
-    &kStereoWidening,
-    &kVirtualBass,
-    &kSmartVolume,
-    &kCompressor,
-    &kSpeakerBoost,
-    &kBalance,
-    &kVolume,
-    &kGramophone,
-    &kEcho,
-    &kHowlingCanceller,
-    &kNoiseSuppressor,
+    &kHeadphones, &kKaraoke,        &kGraphicEqualizer, &kParametricEqualizer,
+    &kReverb,     &kStereoWidening, &kVirtualBass,      &kSmartVolume,
+    &kCompressor, &kSpeakerBoost,   &kBalance,          &kVolume,
+    &kGramophone, &kEcho,           &kHowlingCanceller, &kNoiseSuppressor,
 };
 
 }  // namespace

@@ -137,7 +137,8 @@ void sonx_rack::process(int* const samples[2], int n) {
   }
 
   for (int c = 0; c < 2; ++c) {
-    for (int i = 0; i < n; ++i) samples[c][i] = std::clamp(samples[c][i], -(1 << 23), (1 << 23) - 1);
+    for (int i = 0; i < n; ++i)
+      samples[c][i] = std::clamp(samples[c][i], -(1 << 23), (1 << 23) - 1);
     raise_peak(peak_out_[c], samples[c], n);
   }
 }

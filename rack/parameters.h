@@ -14,8 +14,9 @@ struct value_range {
 
 constexpr sonx_parameter number(const char* id, const char* name, const char* unit,
                                 value_range range, const char* description) {
-  return {id,          name, unit, description, SONX_NUMBER, range.minimum, range.maximum,
-          range.initial, range.step, 0,    0,           nullptr};
+  return {
+      id,         name, unit, description, SONX_NUMBER, range.minimum, range.maximum, range.initial,
+      range.step, 0,    0,    nullptr};
 }
 
 // A number whose slider moves by equal ratios: frequencies and times.
@@ -28,19 +29,26 @@ constexpr sonx_parameter ratio(const char* id, const char* name, const char* uni
 
 constexpr sonx_parameter toggle(const char* id, const char* name, bool initial,
                                 const char* description) {
-  return {id, name, "", description, SONX_SWITCH, 0.0, 1.0, initial ? 1.0 : 0.0, 1.0, 0, 0, nullptr};
+  return {id,  name, "", description, SONX_SWITCH, 0.0, 1.0, initial ? 1.0 : 0.0,
+          1.0, 0,    0,  nullptr};
 }
 
 template <size_t count>
 constexpr sonx_parameter choice(const char* id, const char* name,
                                 const std::array<const char*, count>& choices, int initial,
                                 const char* description) {
-  return {id,  name,
-          "",  description,
-          SONX_CHOICE, 0.0,
-          static_cast<double>(count - 1), static_cast<double>(initial),
-          1.0, 0,
-          static_cast<int>(count), choices.data()};
+  return {id,
+          name,
+          "",
+          description,
+          SONX_CHOICE,
+          0.0,
+          static_cast<double>(count - 1),
+          static_cast<double>(initial),
+          1.0,
+          0,
+          static_cast<int>(count),
+          choices.data()};
 }
 
 // A number that isn't NaN as the parameter takes it: within its range, on its steps.

@@ -98,17 +98,15 @@ int sonx_rack_slot_count(const sonx_rack* rack) {
 
 const sonx_effect* sonx_rack_slot(const sonx_rack* rack, int slot) {
   if (rack == nullptr) return nullptr;
-  return rack->with_row([=](const row& row) {
-    return has_slot(row, slot) ? &row.at(slot).effect().entry : nullptr;
-  });
+  return rack->with_row(
+      [=](const row& row) { return has_slot(row, slot) ? &row.at(slot).effect().entry : nullptr; });
 }
 
 int sonx_rack_set(sonx_rack* rack, int slot, int parameter, double value) {
   if (rack == nullptr || std::isnan(value)) return -1;
   return rack->with_row([=](row& row) {
     if (!has_parameter(row, slot, parameter)) return -1;
-    row.at(slot).set(parameter,
-                     settled(row.at(slot).effect().entry.parameters[parameter], value));
+    row.at(slot).set(parameter, settled(row.at(slot).effect().entry.parameters[parameter], value));
     return 0;
   });
 }
@@ -198,7 +196,8 @@ void sonx_rack_process_f32(sonx_rack* rack, const float* const* in, float* const
 
 void sonx_rack_process_s32(sonx_rack* rack, int32_t* interleaved, int channels, int frames) {
   const auto word = [=](int c, int i) -> int32_t& {
-    return interleaved[static_cast<size_t>(i) * static_cast<size_t>(channels) + static_cast<size_t>(c)];
+    return interleaved[static_cast<size_t>(i) * static_cast<size_t>(channels) +
+                       static_cast<size_t>(c)];
   };
   process(
       rack, channels, frames, [=](int c, int i) { return word(c, i) >> 8; },
@@ -207,7 +206,8 @@ void sonx_rack_process_s32(sonx_rack* rack, int32_t* interleaved, int channels, 
 
 void sonx_rack_process_s16(sonx_rack* rack, int16_t* interleaved, int channels, int frames) {
   const auto word = [=](int c, int i) -> int16_t& {
-    return interleaved[static_cast<size_t>(i) * static_cast<size_t>(channels) + static_cast<size_t>(c)];
+    return interleaved[static_cast<size_t>(i) * static_cast<size_t>(channels) +
+                       static_cast<size_t>(c)];
   };
   process(
       rack, channels, frames, [=](int c, int i) { return word(c, i) * 256; },

@@ -4,8 +4,8 @@
 
 namespace {
 
-constexpr int kRowFade = 20;         // ms
-constexpr int kLongestWarmUp = 3;    // s
+constexpr int kRowFade = 20;       // ms
+constexpr int kLongestWarmUp = 3;  // s
 constexpr int kLongestTail = 1 << 30;
 
 int block_of(const rack_settings& settings, int rate) {

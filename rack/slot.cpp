@@ -4,8 +4,8 @@
 
 namespace {
 
-constexpr int kInputFade = 20;            // ms: an instance that starts hears its input rise
-constexpr int kLoudest = (1 << 26) - 1;   // what may go from slot to slot: 18 dB over full scale
+constexpr int kInputFade = 20;           // ms: an instance that starts hears its input rise
+constexpr int kLoudest = (1 << 26) - 1;  // what may go from slot to slot: 18 dB over full scale
 
 std::unique_ptr<processor> make(const effect_definition& effect, int rate) {
   auto made = effect.make(rate);

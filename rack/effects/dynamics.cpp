@@ -109,8 +109,8 @@ class compressor final : public processor {
       dynamic_range_control_set_threshold(drc, dbfs_to_peak(values[kThreshold]));
       dynamic_range_control_set_attact_order(drc, follower_order(values[kAttack]));
       dynamic_range_control_set_release_order(drc, follower_order(values[kRelease]));
-      dynamic_range_control_set_denoise_threshold(
-          drc, nearest(8388608 * db_to_linear(values[kGate])));
+      dynamic_range_control_set_denoise_threshold(drc,
+                                                  nearest(8388608 * db_to_linear(values[kGate])));
     }
   }
 

@@ -1,8 +1,8 @@
 // Echo: src/ktv/iirecho.h.
 #include <iterator>
 
-#include "effect.h"
 #include "echo_words.h"
+#include "effect.h"
 #include "module.h"
 #include "module_state.h"
 

@@ -4,13 +4,14 @@
 #include "ktv/iirecho.h"
 #include "parameters.h"
 
-#define SONX_ECHO_SETTINGS(id, name)                                                             \
-  number(id "time", name "Time", "ms", {1, 350, 1, 1}, "Time to the first repeat and between repeats."), \
-      number(id "feedback", name "Feedback", "%", {0, 100, 50},                                  \
-             "How slowly the repeats fade: at 100 each is 4.6 dB softer than the one before."),  \
-      number(id "dry", name "Plain sound", "%", {0, 100, 33},                                    \
-             "How loud the sound itself is; the echo's level holds some of it too."),            \
-      number(id "wet", name "Echo level", "%", {0, 100, 67},                                     \
+#define SONX_ECHO_SETTINGS(id, name)                                                            \
+  number(id "time", name "Time", "ms", {1, 350, 1, 1},                                          \
+         "Time to the first repeat and between repeats."),                                      \
+      number(id "feedback", name "Feedback", "%", {0, 100, 50},                                 \
+             "How slowly the repeats fade: at 100 each is 4.6 dB softer than the one before."), \
+      number(id "dry", name "Plain sound", "%", {0, 100, 33},                                   \
+             "How loud the sound itself is; the echo's level holds some of it too."),           \
+      number(id "wet", name "Echo level", "%", {0, 100, 67},                                    \
              "How loud the echo is, the sound that it starts with included.")
 
 enum { kEchoTime, kEchoFeedback, kEchoDry, kEchoWet, kEchoSettings };

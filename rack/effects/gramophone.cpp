@@ -32,8 +32,8 @@ int never(const double*, int) { return -1; }
 
 extern constinit const effect_definition kGramophone = {
     .entry = {"gramophone", "Gramophone",
-              "Makes a voice sound like an old record through a horn; it keeps a faint noise.", 1, 1,
-              std::size(kRates), kRates, 0, nullptr},
+              "Makes a voice sound like an old record through a horn; it keeps a faint noise.", 1,
+              1, std::size(kRates), kRates, 0, nullptr},
     .whole_blocks = false,
     .fade = kPhaseFade,
     .latency = no_latency,

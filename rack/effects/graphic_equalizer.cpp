@@ -35,8 +35,7 @@ class graphic_equalizer final : public processor {
     set(values);
   }
   int take_over(const processor& running, const double* values) noexcept override {
-    copy_state(*static_cast<const graphic_equalizer&>(running).equalizer_.get(),
-               *equalizer_.get());
+    copy_state(*static_cast<const graphic_equalizer&>(running).equalizer_.get(), *equalizer_.get());
     set(values);
     return block_frames(kHertz[rate_]) * 4;
   }
@@ -51,8 +50,7 @@ class graphic_equalizer final : public processor {
     int indices[kBands];
     band_indices(values, indices);
     equalizer_set_param_index(equalizer_.get(), indices, rate_);
-    if (!is_on(values[kAutomatic]))
-      equalizer_set_gain(equalizer_.get(), db_to_q13(values[kGain]));
+    if (!is_on(values[kAutomatic])) equalizer_set_gain(equalizer_.get(), db_to_q13(values[kGain]));
   }
 
   SampleRateType rate_;

@@ -7,14 +7,14 @@
 #include "conversions.h"
 #include "effect.h"
 #include "graphic_equalizer_words.h"
-#include "reverb_words.h"
 #include "module.h"
 #include "module_state.h"
+#include "reverb_words.h"
 
 namespace {
 
-constexpr std::array<const char*, 6> kEffects = {"none",   "stereo-widening",  "virtual-bass",
-                                                 "preset", "reverb", "graphic-equalizer"};
+constexpr std::array<const char*, 6> kEffects = {"none",   "stereo-widening", "virtual-bass",
+                                                 "preset", "reverb",          "graphic-equalizer"};
 constexpr std::array<const char*, 8> kAdapters = {"none",      "adapter-1", "adapter-2",
                                                   "adapter-3", "adapter-4", "adapter-5",
                                                   "adapter-6", "adapter-7"};

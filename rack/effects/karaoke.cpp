@@ -6,12 +6,12 @@
 #include <iterator>
 
 #include "conversions.h"
-#include "effect.h"
 #include "echo_words.h"
+#include "effect.h"
 #include "graphic_equalizer_words.h"
-#include "reverb_words.h"
 #include "module.h"
 #include "module_state.h"
+#include "reverb_words.h"
 
 namespace {
 
@@ -122,8 +122,8 @@ int tail(const double* values, int rate) {
 
 extern constinit const effect_definition kKaraoke = {
     .entry = {"karaoke", "Karaoke chain",
-              "Colours a singer's voice: the mean of both channels goes in, stereo comes out.", 1, 2,
-              std::size(kRates), kRates, std::size(kParameters), kParameters},
+              "Colours a singer's voice: the mean of both channels goes in, stereo comes out.", 1,
+              2, std::size(kRates), kRates, std::size(kParameters), kParameters},
     .whole_blocks = true,
     .fade = kPhaseFade,
     .latency = no_latency,

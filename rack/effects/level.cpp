@@ -49,8 +49,8 @@ class balance final : public processor {
 
 constexpr double kSilence = -80.0;  // dB, and what stands for silence
 
-constexpr sonx_parameter kVolumeParameters[] = {
-    number("gain", "Gain", "dB", {kSilence, 18, 0}, "Louder or softer; the lowest value is silence.")};
+constexpr sonx_parameter kVolumeParameters[] = {number(
+    "gain", "Gain", "dB", {kSilence, 18, 0}, "Louder or softer; the lowest value is silence.")};
 
 // 0 dB = 8192, -80 dB = 0. The gain is in force at once: the rack's fade takes the place of the
 // module's own, which ends in a step of half a percent.

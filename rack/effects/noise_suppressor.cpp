@@ -17,8 +17,8 @@
 namespace {
 
 constexpr std::array<const char*, 4> kPolicies = {"6 dB", "12 dB", "18 dB", "21 dB"};
-constexpr sonx_parameter kParameters[] = {choice(
-    "policy", "Reduction", kPolicies, 0, "How far steady noise is turned down.")};
+constexpr sonx_parameter kParameters[] = {
+    choice("policy", "Reduction", kPolicies, 0, "How far steady noise is turned down.")};
 constexpr int kRates[] = {8000, 16000, 32000, 48000};
 
 constexpr int kOwnPrior = 1;

@@ -44,8 +44,9 @@ consteval texts compose_all(const char* left, const char* right,
   texts all{};
   for (int i = 0; i < static_cast<int>(all.size()); ++i) {
     const int section = i / kPerSection;
-    all[static_cast<size_t>(i)] = compose(section < kSections ? left : right,
-                                          section % kSections + 1, after[static_cast<size_t>(i % kPerSection)]);
+    all[static_cast<size_t>(i)] =
+        compose(section < kSections ? left : right, section % kSections + 1,
+                after[static_cast<size_t>(i % kPerSection)]);
   }
   return all;
 }
@@ -72,9 +73,9 @@ consteval auto make_parameters() {
         ratio(id(kFrequency), name(kFrequency), "Hz",
               {kBiquadFrequencyMinimum, kBiquadFrequencyMaximum, frequency},
               "Middle of a peak, an all-pass or a shelf's slope, or corner of a pass.");
-    section[kGain] = number(id(kGain), name(kGain), "dB",
-                            {kBiquadGainMinimum, kBiquadGainMaximum, 0},
-                            "Gain of a peak or shelf; other shapes have none.");
+    section[kGain] =
+        number(id(kGain), name(kGain), "dB", {kBiquadGainMinimum, kBiquadGainMaximum, 0},
+               "Gain of a peak or shelf; other shapes have none.");
     section[kQ] = ratio(id(kQ), name(kQ), "", {kBiquadQMinimum, kBiquadQMaximum, 1},
                         "How narrow a peak is, how steep a shelf or how sharp a corner.");
     frequency = i + kPerSection == kIds.size() / 2 ? 31.25 : 2 * frequency;

@@ -5,9 +5,9 @@
 
 #include "conversions.h"
 #include "effect.h"
-#include "reverb_words.h"
 #include "module.h"
 #include "module_state.h"
+#include "reverb_words.h"
 
 namespace {
 

@@ -2,8 +2,8 @@
 // SONX_REVERB_SETTINGS.
 #pragma once
 
-#include "parameter_groups.h"
 #include "effects/reverb.h"
+#include "parameter_groups.h"
 
 struct reverb_words {
   int roomsize, damp, wet, dry, width, gain;

@@ -12,16 +12,16 @@
 
 namespace {
 
-#define SONX_CONTROLLER(id, name)                                                                 \
-  number(id "_threshold", name " threshold", "dBFS", {-40, 0, 0},                                 \
-         "The level that this band is limited to."),                                              \
-      number(id "_makeup", name " make-up", "dB", {-24, 18, 0},                                   \
-             "How loud this band gets, before its limit."),                                       \
-      ratio(id "_attack", name " attack", "ms", {5, 160, 5},                                      \
-            "How fast this band's level follower rises; 5 ms is at once."),                       \
-      ratio(id "_release", name " release", "ms", {5, 10240, 160},                                \
-            "How fast this band's level follower falls."),                                        \
-      number(id "_gate", name " gate", "dBFS", {-132.5, -30.2, -90.31},                           \
+#define SONX_CONTROLLER(id, name)                                           \
+  number(id "_threshold", name " threshold", "dBFS", {-40, 0, 0},           \
+         "The level that this band is limited to."),                        \
+      number(id "_makeup", name " make-up", "dB", {-24, 18, 0},             \
+             "How loud this band gets, before its limit."),                 \
+      ratio(id "_attack", name " attack", "ms", {5, 160, 5},                \
+            "How fast this band's level follower rises; 5 ms is at once."), \
+      ratio(id "_release", name " release", "ms", {5, 10240, 160},          \
+            "How fast this band's level follower falls."),                  \
+      number(id "_gate", name " gate", "dBFS", {-132.5, -30.2, -90.31},     \
              "The mean level below which this band is turned down, by up to 14.5 dB.")
 
 constexpr sonx_parameter kParameters[] = {

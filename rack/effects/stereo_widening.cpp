@@ -79,9 +79,8 @@ class stereo_widening final : public processor {
 }  // namespace
 
 extern constinit const effect_definition kStereoWidening = {
-    .entry = {"stereo-widening", "Stereo widening",
-              "Takes music on headphones out of the head.", 2, 2, std::size(kRates), kRates,
-              std::size(kParameters), kParameters},
+    .entry = {"stereo-widening", "Stereo widening", "Takes music on headphones out of the head.", 2,
+              2, std::size(kRates), kRates, std::size(kParameters), kParameters},
     .whole_blocks = false,
     .fade = kPhaseFade,
     .latency = no_latency,

@@ -19,8 +19,7 @@ constexpr sonx_parameter kParameters[] = {
     number("highs", "Everything else", "%", {0, 200, 100}, "How loud the rest above 250 Hz is."),
     number("clip", "Clip level", "%", {1, 100, 25},
            "Share of full scale from which the bass is squared off, which makes more harmonics."),
-    ratio("cutoff", "Harmonics up to", "Hz", {200, 2000, 500},
-          "Where the harmonics are cut off.")};
+    ratio("cutoff", "Harmonics up to", "Hz", {200, 2000, 500}, "Where the harmonics are cut off.")};
 enum { kHarmonics, kBass, kHighs, kClip, kCutoff };
 
 constexpr int kRates[] = {44100, 48000, 96000};

@@ -88,17 +88,17 @@ typedef enum { SONX_NUMBER, SONX_SWITCH, SONX_CHOICE } sonx_parameter_kind;
 typedef struct {
   const char *id, *name, *unit, *description;  // "room", "Room size", "%", one sentence
   sonx_parameter_kind kind;
-  double minimum, maximum, initial, step;      // in the unit; step 0 = continuous
-  int logarithmic;                             // how a slider should move
+  double minimum, maximum, initial, step;  // in the unit; step 0 = continuous
+  int logarithmic;                         // how a slider should move
   int choice_count;
-  const char* const* choices;                  // SONX_CHOICE: values 0, 1, ..
+  const char* const* choices;  // SONX_CHOICE: values 0, 1, ..
 } sonx_parameter;
 
 typedef struct {
   const char *id, *name, *description;
   int inputs, outputs;  // 1 or 2 each; 1 and 1: each channel is processed on its own
   int rate_count;
-  const int* rates;     // Hz, ascending
+  const int* rates;  // Hz, ascending
   int parameter_count;
   const sonx_parameter* parameters;
 } sonx_effect;
