@@ -1,13 +1,11 @@
 #include "effects/compressor.h"
 
 #include "allocation.h"
+#include "effects/rates.h"
 
 namespace {
 
-constexpr int kLongestFrame = 960;  // samples; what the delays are taken for
-
-// Samples per block by rate type: about 5 ms.
-constexpr int kFrameLength[] = {220, 240, 480, kLongestFrame};
+constexpr int kLongestFrame = frame_length(SAMPLE_RATE_192000);  // the delays are taken for it
 
 dynamic_range_control_t* make_channel(int volume, int history_len) {
   auto* drc = make<dynamic_range_control_t>(dynamic_range_control_init, history_len, kLongestFrame);
@@ -30,10 +28,8 @@ void compressor_init(compressor_t* compressor, int volume, int history_len) {
 }
 
 void compressor_set_sample_rate(compressor_t* compressor, SampleRateType rate) {
-  const bool known = rate >= SAMPLE_RATE_44100 && rate <= SAMPLE_RATE_192000;
-  const int frame_len = kFrameLength[known ? rate : SAMPLE_RATE_48000];
-  dynamic_range_control_reinit(compressor->left, frame_len);
-  dynamic_range_control_reinit(compressor->right, frame_len);
+  dynamic_range_control_reinit(compressor->left, frame_length(rate));
+  dynamic_range_control_reinit(compressor->right, frame_length(rate));
 }
 
 void compressor_reset(compressor_t* compressor) {

@@ -5,14 +5,13 @@
 
 #include "allocation.h"
 #include "dsp/block.h"
-#include "dsp/kernels/arithmetic.h"
 #include "dsp/kernels/audio_delay.h"
-#include "effects/gain_slew_internal.h"
+#include "dsp/kernels/kernels.h"
+#include "effects/gain_slew.h"
 #include "fixed.h"
 
 namespace {
 
-constexpr int kUnity = 8192;       // 1.0 in Q13
 constexpr int kHeadroom = 7936;    // 0.96875 in Q13
 constexpr int kGateFloor = 1536;   // 0.1875 in Q13
 constexpr int kGateStart = 8192;   // Q17: far down, opens through the slew
@@ -32,8 +31,8 @@ void dynamic_range_control_init(dynamic_range_control_t* drc, int history_len, i
   drc->threshold = 32767;
   drc->attact_order = 0;
   drc->release_order = 5;
-  drc->volume = kUnity;
-  drc->gain = kUnity * 16;
+  drc->volume = kOneQ13;
+  drc->gain = kOneQ17;
   drc->denoise_threshold = 256;
   clear_followers(drc);
   drc->history_len = history_len;
@@ -113,7 +112,7 @@ struct measurement {
 };
 
 measurement measure(const int* x, int n) {
-  const block_level level = arithmetic().level(x, n);
+  const block_level level = kernels().level(x, n);
   return {static_cast<int>(level.largest >> 8), n > 0 ? wrap32(level.sum / n) : 0};
 }
 
@@ -125,8 +124,8 @@ void follow(int& follower, int level, int rise_order, int fall_order) {
 // The gate's gain, Q13: proportional to the mean below the threshold, not below the floor. The
 // product keeps its low 32 bits.
 int gate_gain(const dynamic_range_control_t* drc) {
-  if (drc->mean_env >= drc->denoise_threshold) return kUnity;
-  return std::max(wrap_div(wrap_mul(drc->mean_env, kUnity), drc->denoise_threshold), kGateFloor);
+  if (drc->mean_env >= drc->denoise_threshold) return kOneQ13;
+  return std::max(wrap_div(wrap_mul(drc->mean_env, kOneQ13), drc->denoise_threshold), kGateFloor);
 }
 
 // The block's target gain, Q13.
@@ -174,7 +173,7 @@ void dynamic_range_control_process(dynamic_range_control_t* drc, int* in, int* o
     slew_block(gain, target, gate, gate_target, gains, gates, count);
     audio_delay_block(drc->delay, in + start, out + start, count);
     // An open gate leaves the gain as it is.
-    arithmetic().scale_down_twice(out + start, gains, gates, out + start, count);
+    kernels().scale_twice_to_silence_q17(out + start, gains, gates, out + start, count);
   });
   drc->gain = gain;
   drc->denoise_gain = gate;

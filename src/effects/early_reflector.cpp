@@ -3,11 +3,14 @@
 #include <algorithm>
 #include <iterator>
 
+#include "allocation.h"
 #include "dsp/block.h"
-#include "dsp/kernels/arithmetic.h"
-#include "dsp/kernels/iir_chains.h"
-#include "effects/room_internal.h"
-#include "effects/stereo_widening_internal.h"
+#include "dsp/kernels/dc_remove.h"
+#include "dsp/kernels/kernels.h"
+#include "effects/rates.h"
+#include "effects/room.h"
+#include "effects/stereo_widening_tables.h"
+#include "fixed.h"
 
 namespace {
 
@@ -94,8 +97,8 @@ void early_reflector_get_damp(early_reflector* reflector, int* damp) { *damp = r
 
 void early_reflector_update(early_reflector* reflector) {
   const auto set = [=](comber* comb) {
-    comb_setsetdamp(comb, room_damping(reflector->damp));
-    comb_setfeedback(comb, room_feedback(reflector->roomsize));
+    comb_setsetdamp(comb, room_damping_q13(reflector->damp));
+    comb_setfeedback(comb, room_feedback_q13(reflector->roomsize));
   };
   std::for_each_n(reflector->comb_left, std::size(kCombs), set);
   std::for_each_n(reflector->comb_right, std::size(kCombs), set);
@@ -111,9 +114,9 @@ inline void quarter(const int* in, int* fed, int n) {
 // wet x wet gain + in x dry gain, both Q13, each saturated and their sum too, into wet.
 inline void mix(const early_reflector* reflector, const int* in, int* wet, int n) {
   int dry[kBlockFrames];
-  arithmetic().scale(in, reflector->dry_gain, dry, n);
-  arithmetic().scale(wet, reflector->wet_gain, wet, n);
-  arithmetic().add(wet, dry, wet, n);
+  kernels().scale_q13(in, reflector->dry_gain, dry, n);
+  kernels().scale_q13(wet, reflector->wet_gain, wet, n);
+  kernels().add(wet, dry, wet, n);
 }
 
 // One block of at most kBlockFrames frames, 24-bit samples outside the combs' loops. The inputs are
@@ -130,11 +133,11 @@ inline void process(early_reflector* reflector, const int* in_left, const int* i
   quarter(in_right, fed_right, n);
   const iir_chain highpasses[] = {{fed_left, fed_left, &reflector->highpass_left, 1},
                                   {fed_right, fed_right, &reflector->highpass_right, 1}};
-  iir_chains_32(highpasses, 2, n);
-  run_combs<24>({{reflector->comb_left, fed_left, left}, {reflector->comb_right, fed_right, right}},
-                n);
-  run_allpasses(reflector->allpass_left, left, n);
-  run_allpasses(reflector->allpass_right, right, n);
+  kernels().iir_chains_32(highpasses, 2, n);
+  sum_of_combs<24>(
+      {{reflector->comb_left, fed_left, left}, {reflector->comb_right, fed_right, right}}, n);
+  allpass_series(reflector->allpass_left, left, n);
+  allpass_series(reflector->allpass_right, right, n);
   mix(reflector, in_left, left, n);
   mix(reflector, in_right, right, n);
   const dc_remove_channel channels[] = {{reflector->dc_left, left, out_left},

@@ -1,13 +1,14 @@
 #include "effects/smart_volume_control.h"
 
 #include <algorithm>
+#include <iterator>
 
 #include "allocation.h"
 #include "dsp/block.h"
 #include "dsp/fixed_math.h"
 #include "dsp/gain_ramp.h"
-#include "dsp/kernels/arithmetic.h"
-#include "dsp/kernels/iir_chains.h"
+#include "dsp/kernels/kernels.h"
+#include "effects/rates.h"
 #include "fixed.h"
 
 namespace {
@@ -31,9 +32,8 @@ constexpr int kLowPass[][kSplits][5] = {
 
 constexpr int kBandShift[kBands] = {3, 1, 0, 2};
 
-constexpr int kUnity = 8192;                    // 1.0 in Q13
-constexpr int kLowestGain = kUnity / 4;         // -12 dB
-constexpr int kHighestGain = kUnity * 4;        // +12 dB
+constexpr int kLowestGain = kOneQ13 / 4;        // -12 dB
+constexpr int kHighestGain = kOneQ13 * 4;       // +12 dB
 constexpr int64_t kReferenceEnergy = 67277003;  // the target at level 8192
 constexpr int kFullPeak = 32768;                // full scale of 24 bits as |sample| >> 8
 
@@ -42,12 +42,12 @@ constexpr int kFullPeak = 32768;                // full scale of 24 bits as |sam
 void smart_volume_control_init(smart_volume_control_t* control) {
   control->status = 0;
   control->gain = 0;
-  control->gain_init = kUnity * 16;
+  control->gain_init = kOneQ17;
   control->attack_order = 3;
   control->release_order = 7;
   control->peak_env = 0;
   std::copy_n(kBandShift, kBands, control->band_shift);
-  smart_volume_control_set_level(control, kUnity);
+  smart_volume_control_set_level(control, kOneQ13);
   for (int k = 0; k < kSplits; ++k) {
     for (IIR** section : {&control->low_pass_left[k], &control->low_pass_right[k]}) {
       *section = make<IIR>(IIR_init, kLowPass[SAMPLE_RATE_48000][k]);
@@ -71,8 +71,7 @@ void smart_volume_control_end(smart_volume_control_t* control) {
 }
 
 void smart_volume_control_set_sample_rate(smart_volume_control_t* control, SampleRateType rate) {
-  const bool known = rate >= SAMPLE_RATE_44100 && rate <= SAMPLE_RATE_96000;
-  const auto& sets = kLowPass[known ? rate : SAMPLE_RATE_48000];
+  const auto& sets = kLowPass[rate_row(rate, std::size(kLowPass))];
   for (int k = 0; k < kSplits; ++k) {
     IIR_reinit(control->low_pass_left[k], sets[k]);
     IIR_reinit(control->low_pass_right[k], sets[k]);
@@ -128,7 +127,7 @@ void smart_volume_control_get_release_order(smart_volume_control_t* control, int
 namespace {
 
 // Largest |x| >> 8; the lowest 32-bit value, which has no magnitude, is passed over.
-int block_peak(const int* x, int n) { return arithmetic().peak(x, n) >> 8; }
+int block_peak(const int* x, int n) { return kernels().peak(x, n) >> 8; }
 
 void follow_peak(smart_volume_control_t* control, int level) {
   int& peak = control->peak_env;
@@ -158,14 +157,14 @@ int64_t loudest(const smart_volume_control_t* control, const int* in_left, const
     int rest[2][kBlockFrames], band[2][kBlockFrames];
     const int* in[2] = {in_left + start, in_right + start};
     const auto add = [&](int c, int k, const int* x) {
-      sums[c][k] = wrap_add64(sums[c][k], arithmetic().energy(x, count));
+      sums[c][k] = wrap_add64(sums[c][k], kernels().energy(x, count));
     };
     for (int k = 0; k < kSplits; ++k) {
       const iir_chain chains[] = {{in[0], band[0], &control->low_pass_left[k], 1},
                                   {in[1], band[1], &control->low_pass_right[k], 1}};
-      iir_chains_32(chains, 2, count);
+      kernels().iir_chains_32(chains, 2, count);
       for (int c = 0; c < 2; ++c) {
-        arithmetic().subtract(in[c], band[c], rest[c], count);
+        kernels().subtract(in[c], band[c], rest[c], count);
         in[c] = rest[c];
         add(c, k, band[c]);
       }
@@ -190,7 +189,7 @@ int wanted_gain(const smart_volume_control_t* control) {
   const int64_t target = control->energy_target, estimate = control->energy_est;
   const bool quiet = estimate < (target >> 1);
   const bool loud = estimate > wrap_mul64(target, 2);
-  if (!quiet && !loud) return kUnity;
+  if (!quiet && !loud) return kOneQ13;
   const int64_t ratio = wrap_div64(wrap_mul64(target, quiet ? 448 : 640), estimate);
   return (sqrt_fixed(static_cast<uint32_t>(ratio) * 2) & 0xFFFF) << 8;
 }
@@ -201,7 +200,7 @@ int limited_gain(int gain, int peak) {
   const int boosted = saturate32((int64_t{gain} * peak) >> 13);
   if (boosted <= kFullPeak) return gain;  // so peak is positive below
   const int highest = boosted > kFullPeak * 3 / 2 ? kFullPeak / 4 * 3 : kFullPeak / 8 * 7;
-  return std::max(highest * kUnity / peak, kUnity);
+  return std::max(highest * kOneQ13 / peak, kOneQ13);
 }
 
 // The block's gain, Q13: the present one when there is next to nothing to measure.
@@ -225,8 +224,8 @@ void smart_volume_control_process(smart_volume_control_t* control, int* in_left,
     int gains[kBlockFrames], left[kBlockFrames], right[kBlockFrames];
     control->gain = gain_ramp_block<5, 7>(control->gain, target, gains, count);
     // Both are read before either is written.
-    arithmetic().scale_down_each(in_left + start, gains, left, count);
-    arithmetic().scale_down_each(in_right + start, gains, right, count);
+    kernels().scale_each_to_silence_q17(in_left + start, gains, left, count);
+    kernels().scale_each_to_silence_q17(in_right + start, gains, right, count);
     std::copy_n(left, count, out_left + start);
     std::copy_n(right, count, out_right + start);
   });

@@ -4,13 +4,12 @@
 
 #include "allocation.h"
 #include "dsp/block.h"
-#include "dsp/kernels/arithmetic.h"
 #include "dsp/kernels/audio_delay.h"
 #include "dsp/kernels/iir.h"
-#include "dsp/kernels/iir_chains.h"
-#include "effects/crossover_tables_internal.h"
-#include "effects/nld_block.h"
-#include "effects/spectral_band_split_block.h"
+#include "dsp/kernels/kernels.h"
+#include "effects/block_forms.h"
+#include "effects/crossover_tables.h"
+#include "effects/rates.h"
 #include "fixed.h"
 
 namespace {
@@ -37,8 +36,6 @@ constexpr int kPreFilter[][5] = {
     {157546209, -148535990, 52515403, 326985330, -120075497},  // 96000 Hz
     {},                                                        // 192000 Hz: silence
 };
-
-constexpr int kFrameLength[] = {220, 240, 480, 960};  // samples, about 5 ms
 
 // What left and right have each of their own.
 struct channel {
@@ -86,7 +83,7 @@ int look_ahead(const speaker_boost_system_t* boost) {
 
 void speaker_boost_system_init(speaker_boost_system_t* boost) {
   boost->status = 0;
-  boost->nld_gain_left = boost->nld_gain_right = 8192;
+  boost->nld_gain_left = boost->nld_gain_right = kOneQ13;
   boost->channel_num = 2;
   boost->history_len = 2;
   boost->frame_len = 60;
@@ -109,10 +106,8 @@ void speaker_boost_system_init(speaker_boost_system_t* boost) {
 }
 
 void speaker_boost_system_set_sample_rate(speaker_boost_system_t* boost, SampleRateType rate) {
-  const bool known = rate >= SAMPLE_RATE_44100 && rate <= SAMPLE_RATE_192000;
-  const int row = known ? rate : SAMPLE_RATE_48000;
-  const int crossover_row = row == SAMPLE_RATE_192000 ? SAMPLE_RATE_48000 : row;
-  boost->frame_len = kFrameLength[row];
+  const int row = rate_row(rate), crossover_row = rate_row(rate, 3);
+  boost->frame_len = frame_length(rate);
   for (int k = 0; k < kSplits; ++k) {
     const crossover_set& set = kCrossovers[k][crossover_row];
     spectral_band_split_reinit(boost->split_left[k], set.low, set.high);
@@ -217,7 +212,7 @@ namespace {
 
 // In the channel's high band stands what is above the crossovers so far.
 void split_block(const channel& c, const int* in, int n) {
-  iir_block_32(c.pre, in, c.high, n);
+  iir_block<iir_step_32>(c.pre, in, c.high, n);
   spectral_band_split_block(c.split[0], c.high, c.sub, c.high, n);
   spectral_band_split_block(c.split[1], c.high, c.low, c.high, n);
   spectral_band_split_block(c.split[2], c.high, c.mid, c.high, n);
@@ -228,7 +223,7 @@ void split_blocks(const channel& left, const int* in_left, const channel& right,
                   const int* in_right, int n) {
   const iir_chain pre[] = {{in_left, left.high, &left.pre, 1},
                            {in_right, right.high, &right.pre, 1}};
-  iir_chains_32(pre, 2, n);
+  kernels().iir_chains_32(pre, 2, n);
   const auto split = [&](int k, int* low_left, int* low_right) {
     spectral_band_splits_block({left.split[k], left.high, low_left, left.high},
                                {right.split[k], right.high, low_right, right.high}, n);
@@ -241,12 +236,12 @@ void split_blocks(const channel& left, const int* in_left, const channel& right,
 // N of the sketch: in place.
 void make_harmonics(const speaker_boost_system_t* boost, int* x, int n) {
   nld_block(boost->nld, x, x, n);
-  iir_block_32(boost->nld_band, x, x, n);
+  iir_block<iir_step_32>(boost->nld_band, x, x, n);
 }
 
 // The harmonics take the place of the sub band, and the bands become their sum.
 void mix_bands(const channel& c, const int* harmonics, int n) {
-  arithmetic().scale(harmonics, c.nld_gain, c.sub, n);
+  kernels().scale_q13(harmonics, c.nld_gain, c.sub, n);
   audio_delay_block(c.delay, c.sub, c.sub, n);
   dynamic_range_control_process(c.drc_low, c.low, c.low, n);
   dynamic_range_control_process(c.drc_mid, c.mid, c.mid, n);

@@ -3,7 +3,9 @@
 
 #include <cstdio>
 #include <exception>
+#include <filesystem>
 
+#include "command_line.h"
 #include "commands.h"
 #include "log.h"
 #include "progress.h"
@@ -11,9 +13,10 @@
 namespace {
 
 const char* const kExamples = R"(Examples:
-  sonx hp in.flac out.wav --effect widening
+  sonx hp in.flac out.flac --effect widening
   sonx hp in.wav out.wav --effect eq --eq 6,4,2,0,0,0,0,1,2,3
   sonx hp in.wav out.wav --at 5:effect=bass --at 10:effect=reverb,room=90%
+  sonx hp in.wav - --effect bass | aplay
   sonx response --effect preset --svg preset.svg
   sonx boost in.wav out.wav --volume 200%
   sonx ktv voice.wav out.wav --reverb room=70% --echo delay=250 --voice-gain 6 --tail 2
@@ -27,6 +30,7 @@ int run(int argc, char** argv) {
                "sonx");
   app.require_subcommand(1);
   app.footer(kExamples);
+  app.set_version_flag("--version", "sonx " SONX_VERSION);
   app.add_flag_callback(
       "--log", [] { sonx::show_debug_log(); },
       "show the library's debug log lines on standard error");
@@ -39,8 +43,13 @@ int run(int argc, char** argv) {
   sonx::add_demo_command(app);
   try {
     app.parse(argc, argv);
+  } catch (const CLI::Success& help) {
+    return app.exit(help);
   } catch (const CLI::ParseError& error) {
-    return app.exit(error) == 0 ? 0 : 1;
+    const std::string command = sonx::called_command(app);
+    std::fprintf(stderr, "sonx: %s ('sonx %s--help' tells more)\n",
+                 sonx::explain(app, error).c_str(), command.empty() ? "" : (command + " ").c_str());
+    return 1;
   }
   return 0;
 }
@@ -51,8 +60,10 @@ int main(int argc, char** argv) {
   sonx::catch_interrupts();
   try {
     return run(argc, argv);
+  } catch (const std::filesystem::filesystem_error& error) {
+    std::fprintf(stderr, "sonx: '%s': %s\n", error.path1().c_str(), error.code().message().c_str());
   } catch (const std::exception& error) {
     std::fprintf(stderr, "sonx: %s\n", error.what());
-    return 1;
   }
+  return 1;
 }
