@@ -143,9 +143,9 @@ struct four_sums {
   int64x2_t low = vdupq_n_s64(0), high = low;
 
   void add(const int* four, int factor) {
-    const int32x4_t x = vld1q_s32(four), factors = vdupq_n_s32(factor);
-    low = vmlal_s32(low, vget_low_s32(x), vget_low_s32(factors));
-    high = vmlal_high_s32(high, x, factors);
+    const int32x4_t x = vld1q_s32(four), w = vdupq_n_s32(factor);
+    low = vmlal_s32(low, vget_low_s32(x), vget_low_s32(w));
+    high = vmlal_high_s32(high, x, w);
   }
   void store_to(int64_t* four) const {
     vst1q_s64(four, low);
