@@ -117,11 +117,11 @@ inline void bank_block(comber* const (&combs)[8], allpass* const (&sections)[4],
 }
 
 // One block of at most kBlockFrames frames. The inputs are read before the outputs are written, so
-// any two of the four buffers may be one.
+// that buffers may coincide.
 //
 //   in ─┬─► × gain ──► combs ──► all-passes ──► tail_left, tail_right ──► mix ──► DC ──► out
-//       │    Q13       loops at 2^13 (16-bit) or 2^5 (24-bit) of the       ▲ Q13
-//       └────────────── sample scale ──────────────────────────────────────┘
+//       │     Q13      13 (16-bit) or 5 (24-bit) bits up in the loops     ▲ Q13
+//       └─────────────────────────────────────────────────────────────────┘
 template <int width>
 inline void process_block(reverb_t* reverb, const int* in_left, const int* in_right, int* out_left,
                           int* out_right, int n) {
@@ -165,7 +165,7 @@ void reverb_process_stereo_24(reverb_t* reverb, int* in_left, int* in_right, int
   });
 }
 
-// The left bank alone; gain and mix in 32-bit words that wrap.
+// The left bank alone; gain (Q14 of half the input) and mix (Q13) in 32-bit words that wrap.
 void reverb_processMono(reverb_t* reverb, short* in, short* out, int n) {
   const int gain = reverb->gain, dry = reverb->dry_scaled, wet = reverb->wet1;
   for_each_block(n, [=](int64_t start, int count) {
