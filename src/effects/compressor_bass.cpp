@@ -4,7 +4,7 @@
 
 #include "dsp/block.h"
 #include "dsp/gain_ramp.h"
-#include "dsp/kernels/arithmetic.h"
+#include "dsp/kernels/kernels.h"
 #include "fixed.h"
 #include "square_root.h"
 
@@ -42,7 +42,7 @@ void compresso_bassr_getstatus(compressor_bass* compressor, int* status) {
   *status = compressor->status;
 }
 
-int find_current_max_bass(int* x, int n) { return arithmetic().peak(x, n) >> 8; }
+int find_current_max_bass(int* x, int n) { return kernels().peak(x, n) >> 8; }
 
 // Once per block, and per sample the gain:
 //
@@ -76,8 +76,8 @@ void compressor_bass_process(compressor_bass* compressor, int* in, int* out, int
 
   const int target_q17 = target_gain_q17(compressor, peak);
   for_each_block(n, [=](int64_t start, int count) {
-    int gains[kBlockFrames];
-    compressor->gain = gain_ramp_block<7, 9>(compressor->gain, target_q17, gains, count);
-    arithmetic().scale_down_each(in + start, gains, out + start, count);
+    int gains_q17[kBlockFrames];
+    compressor->gain = gain_ramp_block<7, 9>(compressor->gain, target_q17, gains_q17, count);
+    kernels().scale_each_to_silence_q17(in + start, gains_q17, out + start, count);
   });
 }

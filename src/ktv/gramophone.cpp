@@ -3,8 +3,8 @@
 #include "allocation.h"
 #include "dsp/block.h"
 #include "dsp/kernels/elliptic.h"
+#include "dsp/kernels/kernels.h"
 #include "dsp/kernels/overdrive.h"
-#include "dsp/kernels/shape.h"
 
 namespace {
 
@@ -32,7 +32,7 @@ void bit_shift_porocess(int* in, int* out) { *out = bit_shift_step(*in); }
 void gramophone_process(gramophone* effect, int* in, int* out, int n) {
   for_each_block(n, [&](int start, int count) {
     int shaped[kBlockFrames];
-    shape_block(in + start, shaped, count);
+    kernels().overdrive_bit_shift(in + start, shaped, count);
     elliptic_block(effect->filter, shaped, out + start, count);
   });
 }
