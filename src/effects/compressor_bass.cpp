@@ -15,7 +15,7 @@ constexpr int kQuiet = 24576;  // block peak that takes the default gain: 0.75 o
 // Fixed gains beyond full scale, the highest level first.
 constexpr struct {
   int above;  // level
-  int gain;   // Q17
+  int gain_q17;
 } kOverload[] = {{90112, 18432}, {65536, 47104}, {32768, 71680}};
 
 }  // namespace
@@ -63,7 +63,7 @@ int levelling_gain_q17(int peak) {
 
 int target_gain_q17(const compressor_bass* compressor, int peak) {
   for (const auto& overload : kOverload)
-    if (compressor->level > overload.above) return overload.gain;
+    if (compressor->level > overload.above) return overload.gain_q17;
   return peak <= kQuiet ? compressor->default_gain : levelling_gain_q17(peak);
 }
 

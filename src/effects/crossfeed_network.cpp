@@ -68,11 +68,11 @@ void crossfeed_network_get_gain(crossfeed_network* network, int* gain) { *gain =
 
 namespace {
 
-// out = direct + other x gain + high x gain / 4, gain Q13; products saturate, and so does each sum,
-// from left to right.
-inline void mix(const int* direct, int* other, int* high, int gain, int* out, int n) {
-  kernels().scale_q13(other, gain, other, n);
-  kernels().scale_q15(high, gain, high, n);
+// out = direct + other x gain + high x gain / 4; products saturate, and so does each sum, from left
+// to right. A gain in Q13 is a quarter of itself in Q15.
+inline void mix(const int* direct, int* other, int* high, int gain_q13, int* out, int n) {
+  kernels().scale_q13(other, gain_q13, other, n);
+  kernels().scale_q15(high, gain_q13, high, n);
   kernels().add(direct, other, out, n);
   kernels().add(out, high, out, n);
 }

@@ -128,7 +128,6 @@ inline void process(early_reflector* reflector, const int* in_left, const int* i
                     int* out_left, int* out_right, int n) {
   int fed_left[kBlockFrames], fed_right[kBlockFrames];
   int left[kBlockFrames], right[kBlockFrames];
-  if (n < 1) return;  // both callers have n >= 1; without this GCC warns of unset buffers
   quarter(in_left, fed_left, n);
   quarter(in_right, fed_right, n);
   const iir_chain highpasses[] = {{fed_left, fed_left, &reflector->highpass_left, 1},

@@ -32,8 +32,8 @@ constexpr int kLowPass[][kSplits][5] = {
 
 constexpr int kBandShift[kBands] = {3, 1, 0, 2};
 
-constexpr int kLowestGain = kOneQ13 / 4;        // -12 dB
-constexpr int kHighestGain = kOneQ13 * 4;       // +12 dB
+constexpr int kLowestGainQ13 = kOneQ13 / 4;     // -12 dB
+constexpr int kHighestGainQ13 = kOneQ13 * 4;    // +12 dB
 constexpr int64_t kReferenceEnergy = 67277003;  // the target at level 8192
 constexpr int kFullPeak = 32768;                // full scale of 24 bits as |sample| >> 8
 
@@ -209,7 +209,7 @@ int block_gain_q13(smart_volume_control_t* control, int64_t loudness) {
   if (loudness <= control->energy_floor) return control->gain >> 4;
   control->hold_count = 0;
   follow_energy(control, loudness);
-  return limited_gain_q13(std::clamp(wanted_gain_q13(control), kLowestGain, kHighestGain),
+  return limited_gain_q13(std::clamp(wanted_gain_q13(control), kLowestGainQ13, kHighestGainQ13),
                           control->peak_env);
 }
 
@@ -222,11 +222,11 @@ void smart_volume_control_process(smart_volume_control_t* control, int* in_left,
   const int target_q17 = saturate32(int64_t{block_gain_q13(control, loudness)} * 16);
 
   for_each_block(n, [=](int64_t start, int count) {
-    int gains[kBlockFrames], left[kBlockFrames], right[kBlockFrames];
-    control->gain = gain_ramp_block<5, 7>(control->gain, target_q17, gains, count);
+    int gains_q17[kBlockFrames], left[kBlockFrames], right[kBlockFrames];
+    control->gain = gain_ramp_block<5, 7>(control->gain, target_q17, gains_q17, count);
     // Both are read before either is written.
-    kernels().scale_each_to_silence_q17(in_left + start, gains, left, count);
-    kernels().scale_each_to_silence_q17(in_right + start, gains, right, count);
+    kernels().scale_each_to_silence_q17(in_left + start, gains_q17, left, count);
+    kernels().scale_each_to_silence_q17(in_right + start, gains_q17, right, count);
     std::copy_n(left, count, out_left + start);
     std::copy_n(right, count, out_right + start);
   });

@@ -44,7 +44,7 @@ struct channel {
   audio_delay* delay;
   dynamic_range_control_t *drc_low, *drc_mid, *drc_high, *drc_full;
   int *sub, *low, *mid, *high, *sum;
-  int nld_gain;
+  int nld_gain_q13;
 };
 
 channel left_of(const speaker_boost_system_t* b) {
@@ -241,7 +241,7 @@ void make_harmonics(const speaker_boost_system_t* boost, int* x, int n) {
 
 // c.sum = delayed harmonics + low + mid + high after their controllers; wraps.
 void mix_bands(const channel& c, const int* harmonics, int n) {
-  kernels().scale_q13(harmonics, c.nld_gain, c.sub, n);
+  kernels().scale_q13(harmonics, c.nld_gain_q13, c.sub, n);
   audio_delay_block(c.delay, c.sub, c.sub, n);
   dynamic_range_control_process(c.drc_low, c.low, c.low, n);
   dynamic_range_control_process(c.drc_mid, c.mid, c.mid, n);
