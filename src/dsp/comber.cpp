@@ -2,9 +2,9 @@
 
 #include <algorithm>
 
-#include "allocation.h"
 #include "dsp/kernels/comber.h"
 #include "dsp/loop.h"
+#include "dsp/memory.h"
 
 namespace {
 
@@ -28,14 +28,15 @@ void comb_init(comber* comb, int n) {
   comb->feedback = 4096;
   comb->filter_store = 0;
   comb_setsetdamp(comb, 8192);
-  comb->buffer = allocate<int>(n);
   comb->length = n;
   comb->index = 0;
+  if (!take(comb->buffer, n)) comb_end(comb);
 }
 
 void comb_reset(comber* comb) {
   comb->index = 0;
   comb->filter_store = 0;
+  if (!has_memory(comb)) return;
   std::fill_n(comb->buffer, std::max(comb->length, 1), 0);
 }
 
@@ -49,12 +50,14 @@ void comb_setsetdamp(comber* comb, int damp) {
 }
 
 int comb_process_16(int x, comber* comb) {
+  if (!has_memory(comb)) return x;
   int out = 0;
   comb_block_add_16(comb, &x, &out, 1);
   return out;
 }
 
 int comb_process_24(int x, comber* comb) {
+  if (!has_memory(comb)) return x;
   int out = 0;
   comb_block_add_24(comb, &x, &out, 1);
   return out;

@@ -2,14 +2,14 @@
 
 #include <algorithm>
 
-#include "allocation.h"
 #include "dsp/block.h"
 #include "dsp/kernels/elliptic.h"
 #include "dsp/kernels/fir.h"
+#include "dsp/memory.h"
 
 void elliptic_init(elliptic* filter, const int* coefficients) {
   filter->coef = coefficients;
-  filter->state = allocate<int>(kEllipticWords);
+  if (!take(filter->state, kEllipticWords)) elliptic_end(filter);
 }
 
 void elliptic_setcoef(elliptic* filter, const int* coefficients) {
@@ -17,7 +17,9 @@ void elliptic_setcoef(elliptic* filter, const int* coefficients) {
   elliptic_resetstate(filter);
 }
 
-void elliptic_resetstate(elliptic* filter) { std::fill_n(filter->state, kEllipticWords, 0); }
+void elliptic_resetstate(elliptic* filter) {
+  if (has_memory(filter)) std::fill_n(filter->state, kEllipticWords, 0);
+}
 
 void elliptic_end(elliptic* filter) {
   release(filter->state);
@@ -36,7 +38,10 @@ void step_by_step(elliptic* filter, const int* in, int* out, int n) {
 
 }  // namespace
 
-void elliptic_process(elliptic* filter, int* in, int* out) { step_by_step(filter, in, out, 1); }
+void elliptic_process(elliptic* filter, int* in, int* out) {
+  if (!has_memory(filter)) return pass(in, out, 1);
+  step_by_step(filter, in, out, 1);
+}
 
 namespace {
 

@@ -2,15 +2,14 @@
 
 #include <algorithm>
 
-#include "allocation.h"
 #include "dsp/block.h"
 #include "dsp/kernels/fir.h"
 #include "dsp/kernels/iircomber.h"
 #include "dsp/kernels/mix.h"
 #include "dsp/loop.h"
+#include "dsp/memory.h"
 
 void iircomber_init(iircomber* comb, int n) {
-  comb->buffer = allocate<int>(n);
   comb->capacity = n;
   comb->index = 0;
   comb->feedback = 4096;
@@ -19,11 +18,13 @@ void iircomber_init(iircomber* comb, int n) {
   comb->a1 = 5734;
   comb->delay = 0;
   comb->x1 = comb->y1 = 0;
+  if (!take(comb->buffer, n)) iircomber_end(comb);
 }
 
 void iircomber_reset(iircomber* comb) {
   comb->index = 0;
   comb->x1 = comb->y1 = 0;
+  if (!has_memory(comb)) return;
   std::fill_n(comb->buffer, std::max(comb->capacity, 1), 0);
 }
 
@@ -50,6 +51,7 @@ void step_by_step(iircomber* comb, int* samples, int n) {
 }  // namespace
 
 int iircomber_process(int x, iircomber* comb) {
+  if (!has_memory(comb)) return x;
   step_by_step(comb, &x, 1);
   return x;
 }

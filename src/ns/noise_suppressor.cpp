@@ -38,14 +38,24 @@ void (*tekaNsx_PrepareSpectrum)(NsxInst_t_*, short*) = PrepareSpectrumC;
 void (*tekaNsx_Denormalize)(NsxInst_t_*, short*, int) = DenormalizeC;
 void (*tekaNsx_SynthesisUpdate)(NsxInst_t_*, const short*, short*, short) = SynthesisUpdateC;
 
+namespace {
+
+// Writes nothing where nothing changes: other instances may be running in other threads.
+template <typename Function>
+void point(Function*& dispatch, Function* stage) {
+  if (dispatch != stage) dispatch = stage;
+}
+
+}  // namespace
+
 int tekaNs_InitCore(NsxInst_t_* ns, unsigned int fs) {
   if (ns == nullptr || (fs != 8000 && fs != 16000 && fs != 32000)) return -1;
-  tekaNsx_AnalysisUpdate = AnalysisUpdateC;
-  tekaNsx_CreateComplexBuffer = CreateComplexBufferC;
-  tekaNsx_NoiseEstimation = NoiseEstimationC;
-  tekaNsx_PrepareSpectrum = PrepareSpectrumC;
-  tekaNsx_Denormalize = DenormalizeC;
-  tekaNsx_SynthesisUpdate = SynthesisUpdateC;
+  point(tekaNsx_AnalysisUpdate, AnalysisUpdateC);
+  point(tekaNsx_CreateComplexBuffer, CreateComplexBufferC);
+  point(tekaNsx_NoiseEstimation, NoiseEstimationC);
+  point(tekaNsx_PrepareSpectrum, PrepareSpectrumC);
+  point(tekaNsx_Denormalize, DenormalizeC);
+  point(tekaNsx_SynthesisUpdate, SynthesisUpdateC);
 
   *ns = NsxInst_t_{};
   const frame_sizes& sizes = fs == 8000 ? kNarrow : kWide;
@@ -61,8 +71,8 @@ int tekaNs_InitCore(NsxInst_t_* ns, unsigned int fs) {
   reset_noise_estimate(ns);
   reset_features(ns);
   ns->band_post = BP_ns_init(static_cast<int>(fs), ns->bins);
-  ns->initialized = 1;
-  return 0;
+  ns->initialized = ns->band_post != nullptr;
+  return ns->initialized ? 0 : -1;
 }
 
 int tekaNs_FreeCore(NsxInst_t_* ns) {

@@ -148,8 +148,8 @@ extern SONX_EXPORT const short tekaNsx_kLogTable[9];
 // 1 / (k + 1), Q15, k = 0..200; the first is 32767.
 extern SONX_EXPORT const short tekaNsx_kCounterDiv[201];
 
-// The stages that a platform may have a faster form of. Every tekaNs_InitCore sets them to the
-// portable ones; they hold for all instances of the process.
+// The stages that a platform may have a faster form of. Every tekaNs_InitCore sets those that are
+// not the portable ones to these; they hold for all instances of the process.
 //
 //   AnalysisUpdate        takes a block of new samples in, gives the windowed frame (N samples)
 //   CreateComplexBuffer   windowed frame times 2^norm, the transform's input (N samples)
@@ -168,7 +168,8 @@ extern SONX_EXPORT void (*tekaNsx_SynthesisUpdate)(NsxInst_t_*, const short* fra
 
 // Sets up an instance for a sample rate of 8000, 16000 or 32000 Hz: history cleared, policy 0,
 // prior probability of a pause 0.5, prior source 0, status 0. Returns 0, or -1 for another rate or
-// a null pointer (the instance is then left alone). The record need not hold anything before; a
+// a null pointer (the instance is then left alone), or -1 if memory is short (it is then not
+// initialised, and holds none). The record need not hold anything before; a
 // running instance must go through tekaNs_FreeCore first, or its band post-processing's memory is
 // lost.
 SONX_EXPORT int tekaNs_InitCore(NsxInst_t_* ns, unsigned int fs);
