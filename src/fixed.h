@@ -16,6 +16,11 @@
 
 #include <cstdint>
 
+constexpr int kOneQ11 = 1 << 11;
+constexpr int kOneQ13 = 1 << 13;
+constexpr int kOneQ14 = 1 << 14;
+constexpr int kOneQ17 = 1 << 17;
+
 constexpr int saturate32(int64_t value) {
   return value > INT32_MAX ? INT32_MAX : value < INT32_MIN ? INT32_MIN : static_cast<int>(value);
 }

@@ -6,7 +6,7 @@
 #include <cmath>
 #include <cstdlib>
 
-#include "ns/band_post_internal.h"
+#include "ns/band_post_math.h"
 #include "support/pcm16.h"
 
 namespace {

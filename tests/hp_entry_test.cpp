@@ -6,7 +6,7 @@
 #include <utility>
 
 #include "hp/sonx_hp_effect.h"
-#include "hp/sonx_hp_handle_internal.h"
+#include "hp/sonx_hp_handle.h"
 #include "support/log_capture.h"
 #include "support/pcm16.h"
 #include "support/signals.h"

@@ -4,7 +4,7 @@
 #pragma once
 
 #include "dsp/sample_formats.h"
-#include "hp/sonx_hp_handle_internal.h"
+#include "hp/sonx_hp_handle.h"
 #include "ktv/teka_audio_tx_ktv.h"
 #include "plain/bass.h"
 #include "plain/filters.h"

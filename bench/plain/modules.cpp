@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <iterator>
 
-#include "effects/nld_block.h"
+#include "effects/block_forms.h"
 #include "hp/sonx_hp_effect.h"
 #include "plain/chains.h"
 #include "plain/speech.h"

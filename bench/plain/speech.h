@@ -9,7 +9,7 @@
 #include "fixed.h"
 #include "ktv/resampler.h"
 #include "ns/band_post.h"
-#include "ns/band_post_internal.h"
+#include "ns/band_post_math.h"
 #include "spl/by_two.h"
 #include "spl/resample.h"
 

@@ -1,13 +1,11 @@
 #include "effects/compressor.h"
 
 #include "effects/memory.h"
+#include "effects/rates.h"
 
 namespace {
 
-constexpr int kLongestFrame = 960;  // samples; what the delays are taken for
-
-// Samples per block by rate type: about 5 ms.
-constexpr int kFrameLength[] = {220, 240, 480, kLongestFrame};
+constexpr int kLongestFrame = frame_length(SAMPLE_RATE_192000);  // the delays are taken for it
 
 bool make_channel(dynamic_range_control_t*& drc, int volume, int history_len) {
   if (!make(drc, dynamic_range_control_init, history_len, kLongestFrame)) return false;
@@ -31,10 +29,8 @@ void compressor_init(compressor_t* compressor, int volume, int history_len) {
 }
 
 void compressor_set_sample_rate(compressor_t* compressor, SampleRateType rate) {
-  const bool known = rate >= SAMPLE_RATE_44100 && rate <= SAMPLE_RATE_192000;
-  const int frame_len = kFrameLength[known ? rate : SAMPLE_RATE_48000];
-  on(compressor->left, dynamic_range_control_reinit, frame_len);
-  on(compressor->right, dynamic_range_control_reinit, frame_len);
+  on(compressor->left, dynamic_range_control_reinit, frame_length(rate));
+  on(compressor->right, dynamic_range_control_reinit, frame_length(rate));
 }
 
 void compressor_reset(compressor_t* compressor) {

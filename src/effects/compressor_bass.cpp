@@ -10,8 +10,7 @@
 
 namespace {
 
-constexpr int kUnity = 131072;  // 1.0 in Q17
-constexpr int kQuiet = 24576;   // block peak that takes the default gain: 0.75 of full scale
+constexpr int kQuiet = 24576;  // block peak that takes the default gain: 0.75 of full scale
 
 // Fixed gains beyond full scale, the highest level first.
 constexpr struct {
@@ -23,7 +22,7 @@ constexpr struct {
 
 void compressor_bass_init(compressor_bass* compressor) {
   compressor->status = 1;
-  compressor->default_gain = kUnity;
+  compressor->default_gain = kOneQ17;
   compressor_bass_reset(compressor);
 }
 

@@ -7,8 +7,8 @@
 #include "dsp/kernels/audio_delay.h"
 #include "dsp/kernels/iir_chains.h"
 #include "effects/memory.h"
-#include "effects/room_internal.h"
-#include "effects/stereo_widening_internal.h"
+#include "effects/rates.h"
+#include "effects/stereo_widening_tables.h"
 
 namespace {
 

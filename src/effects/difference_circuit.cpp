@@ -6,8 +6,9 @@
 #include "dsp/kernels/arithmetic.h"
 #include "dsp/kernels/iir_chains.h"
 #include "effects/memory.h"
-#include "effects/room_internal.h"
-#include "effects/stereo_widening_internal.h"
+#include "effects/rates.h"
+#include "effects/stereo_widening_tables.h"
+#include "fixed.h"
 
 namespace {
 

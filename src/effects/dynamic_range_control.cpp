@@ -6,13 +6,12 @@
 #include "dsp/block.h"
 #include "dsp/kernels/arithmetic.h"
 #include "dsp/kernels/audio_delay.h"
-#include "effects/gain_slew_internal.h"
+#include "effects/gain_slew.h"
 #include "effects/memory.h"
 #include "fixed.h"
 
 namespace {
 
-constexpr int kUnity = 8192;       // 1.0 in Q13
 constexpr int kHeadroom = 7936;    // 0.96875 in Q13
 constexpr int kGateFloor = 1536;   // 0.1875 in Q13
 constexpr int kGateStart = 8192;   // Q17: far down, opens through the slew
@@ -32,8 +31,8 @@ void dynamic_range_control_init(dynamic_range_control_t* drc, int history_len, i
   drc->threshold = 32767;
   drc->attact_order = 0;
   drc->release_order = 5;
-  drc->volume = kUnity;
-  drc->gain = kUnity * 16;
+  drc->volume = kOneQ13;
+  drc->gain = kOneQ17;
   drc->denoise_threshold = 256;
   clear_followers(drc);
   drc->history_len = history_len;
@@ -127,8 +126,8 @@ void follow(int& follower, int level, int rise_order, int fall_order) {
 // The gate's gain, Q13: proportional to the mean below the threshold, not below the floor. The
 // product keeps its low 32 bits.
 int gate_gain(const dynamic_range_control_t* drc) {
-  if (drc->mean_env >= drc->denoise_threshold) return kUnity;
-  return std::max(wrap_div(wrap_mul(drc->mean_env, kUnity), drc->denoise_threshold), kGateFloor);
+  if (drc->mean_env >= drc->denoise_threshold) return kOneQ13;
+  return std::max(wrap_div(wrap_mul(drc->mean_env, kOneQ13), drc->denoise_threshold), kGateFloor);
 }
 
 // The block's target gain, Q13.

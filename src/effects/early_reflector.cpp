@@ -5,10 +5,13 @@
 
 #include "dsp/block.h"
 #include "dsp/kernels/arithmetic.h"
+#include "dsp/kernels/dc_remove.h"
 #include "dsp/kernels/iir_chains.h"
 #include "effects/memory.h"
-#include "effects/room_internal.h"
-#include "effects/stereo_widening_internal.h"
+#include "effects/rates.h"
+#include "effects/room.h"
+#include "effects/stereo_widening_tables.h"
+#include "fixed.h"
 
 namespace {
 
@@ -97,8 +100,8 @@ void early_reflector_get_damp(early_reflector* reflector, int* damp) { *damp = r
 
 void early_reflector_update(early_reflector* reflector) {
   const auto set = [=](comber* comb) {
-    on(comb, comb_setsetdamp, room_damping(reflector->damp));
-    on(comb, comb_setfeedback, room_feedback(reflector->roomsize));
+    on(comb, comb_setsetdamp, room_damping_q13(reflector->damp));
+    on(comb, comb_setfeedback, room_feedback_q13(reflector->roomsize));
   };
   std::for_each_n(reflector->comb_left, std::size(kCombs), set);
   std::for_each_n(reflector->comb_right, std::size(kCombs), set);
@@ -134,10 +137,10 @@ inline void process(early_reflector* reflector, const int* in_left, const int* i
   const iir_chain highpasses[] = {{fed_left, fed_left, &reflector->highpass_left, 1},
                                   {fed_right, fed_right, &reflector->highpass_right, 1}};
   iir_chains_32(highpasses, 2, n);
-  run_combs<24>({{reflector->comb_left, fed_left, left}, {reflector->comb_right, fed_right, right}},
-                n);
-  run_allpasses(reflector->allpass_left, left, n);
-  run_allpasses(reflector->allpass_right, right, n);
+  sum_of_combs<24>(
+      {{reflector->comb_left, fed_left, left}, {reflector->comb_right, fed_right, right}}, n);
+  allpass_series(reflector->allpass_left, left, n);
+  allpass_series(reflector->allpass_right, right, n);
   mix(reflector, in_left, left, n);
   mix(reflector, in_right, right, n);
   const dc_remove_channel channels[] = {{reflector->dc_left, left, out_left},

@@ -3,12 +3,15 @@
 #include <algorithm>
 #include <cfloat>
 #include <cmath>
+#include <iterator>
 
 #include "dsp/block.h"
 #include "dsp/kernels/arithmetic.h"
 #include "dsp/kernels/iir.h"
 #include "dsp/kernels/iir_chains.h"
 #include "effects/memory.h"
+#include "effects/rates.h"
+#include "fixed.h"
 #include "log.h"
 
 // The level law's bits depend on single-precision sums being rounded at each step.
@@ -18,7 +21,6 @@ namespace {
 
 constexpr int kBands = 10;
 constexpr int kLargestIndex = 15;
-constexpr int kUnityGain = 8192;  // Q13
 
 constexpr int kPassThrough[5] = {268435456, 0, 0, 0, 0};  // Q28
 
@@ -40,7 +42,7 @@ void set_band(equalizer_t* equalizer, int band, const int* row) {
 }
 
 int set_from_table(equalizer_t* equalizer, const int* indices, const band_rows* table) {
-  equalizer->gain = kUnityGain;
+  equalizer->gain = kOneQ13;
   for (int k = 0; k < kBands; ++k) {
     const int index = std::clamp(indices[k], -kLargestIndex, kLargestIndex);
     equalizer->gain_index[k] = index;
@@ -61,7 +63,7 @@ float counted(int index, bool boosts_only) {
 
 void equalizer_init(equalizer_t* equalizer) {
   equalizer->status = 0;
-  equalizer->gain = kUnityGain;
+  equalizer->gain = kOneQ13;
   std::fill_n(equalizer->gain_index, kBands, 0);
   bool whole = true;
   for (int k = 0; k < kBands; ++k)
@@ -97,26 +99,19 @@ void equalizer_getparameter(equalizer_t* equalizer, int (*rows)[5]) {
 }
 
 int equalizer_set_param_index_44100(equalizer_t* equalizer, int* indices) {
-  return set_from_table(equalizer, indices, kTables[0]);
+  return set_from_table(equalizer, indices, kTables[SAMPLE_RATE_44100]);
 }
 
 int equalizer_set_param_index_48000(equalizer_t* equalizer, int* indices) {
-  return set_from_table(equalizer, indices, kTables[1]);
+  return set_from_table(equalizer, indices, kTables[SAMPLE_RATE_48000]);
 }
 
 int equalizer_set_param_index_96000(equalizer_t* equalizer, int* indices) {
-  return set_from_table(equalizer, indices, kTables[2]);
+  return set_from_table(equalizer, indices, kTables[SAMPLE_RATE_96000]);
 }
 
 int equalizer_set_param_index(equalizer_t* equalizer, int* indices, SampleRateType rate) {
-  switch (rate) {
-    case SAMPLE_RATE_44100:
-      return equalizer_set_param_index_44100(equalizer, indices);
-    case SAMPLE_RATE_96000:
-      return equalizer_set_param_index_96000(equalizer, indices);
-    default:
-      return equalizer_set_param_index_48000(equalizer, indices);
-  }
+  return set_from_table(equalizer, indices, kTables[rate_row(rate, std::size(kTables))]);
 }
 
 void equalizer_get_param_index(equalizer_t* equalizer, int* indices) {
@@ -143,7 +138,7 @@ int calc_gain_from_idxs(int* indices) {
 
   const float total_offset = std::clamp(total, -kLargestOffset, kLargestOffset);
   const float gain_db = std::min(-21.0F * total_offset / kLargestOffset, 6.0F);
-  const int gain = static_cast<int>(std::pow(10.0, double{gain_db} / 20.0) * kUnityGain);
+  const int gain = static_cast<int>(std::pow(10.0, double{gain_db} / 20.0) * kOneQ13);
   __android_log_print(kLogDebug, "_T_sonx_hp_proc",
                       "neg_flag %d, total_offset %f, calc_gain %fdB 0x%x", boost_count,
                       double{total_offset}, double{gain_db}, static_cast<unsigned>(gain));

@@ -5,8 +5,8 @@
 #include "dsp/block.h"
 #include "dsp/kernels/arithmetic.h"
 #include "dsp/kernels/nonlinear.h"
+#include "effects/block_forms.h"
 #include "effects/memory.h"
-#include "effects/nld_block.h"
 #include "fixed.h"
 
 namespace {

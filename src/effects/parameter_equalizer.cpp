@@ -5,11 +5,11 @@
 #include "dsp/block.h"
 #include "dsp/kernels/arithmetic.h"
 #include "dsp/kernels/iir_chains.h"
+#include "fixed.h"
 
 namespace {
 
 constexpr int kBands = 10;
-constexpr int kUnityGain = 8192;  // Q13
 
 using band_words = int[5];
 
@@ -28,8 +28,8 @@ int set_rows(const int (*rows)[6], band_words* coef, band_words* state) {
 
 void parameter_equalizer_init(parameter_equalizer_t* equalizer) {
   *equalizer = {};
-  equalizer->gain_left = kUnityGain;
-  equalizer->gain_right = kUnityGain;
+  equalizer->gain_left = kOneQ13;
+  equalizer->gain_right = kOneQ13;
 }
 
 void parameter_equalizer_reset(parameter_equalizer_t* equalizer) {

@@ -1,12 +1,15 @@
 #include "effects/reverb.h"
 
+#include <algorithm>
 #include <iterator>
 
 #include "dsp/block.h"
 #include "dsp/kernels/arithmetic.h"
+#include "dsp/kernels/dc_remove.h"
 #include "dsp/kernels/mix.h"
 #include "effects/memory.h"
-#include "effects/room_internal.h"
+#include "effects/room.h"
+#include "fixed.h"
 
 namespace {
 
@@ -64,12 +67,12 @@ void reverb_end(reverb_t* reverb) {
 
 void reverb_setroomsize(reverb_t* reverb, int v) {
   reverb->roomsize = v;
-  reverb->room_scaled = room_feedback(v);
+  reverb->room_scaled = room_feedback_q13(v);
 }
 
 void reverb_setdamp(reverb_t* reverb, int v) {
   reverb->damp = v;
-  reverb->damp_scaled = room_damping(v);
+  reverb->damp_scaled = room_damping_q13(v);
 }
 
 void reverb_setwet(reverb_t* reverb, int v) {
@@ -109,10 +112,10 @@ namespace {
 
 // One channel's eight combs and four all-passes.
 template <int width>
-inline void run_bank(comber* const (&combs)[8], allpass* const (&sections)[4], const int* in,
-                     int* tail, int n) {
-  run_combs<width>({{combs, in, tail}, {combs + 4, in, tail}}, n);
-  run_allpasses(sections, tail, n);
+inline void bank_block(comber* const (&combs)[8], allpass* const (&sections)[4], const int* in,
+                       int* tail, int n) {
+  sum_of_combs<width>({{combs, in, tail}, {combs + 4, in, tail}}, n);
+  allpass_series(sections, tail, n);
 }
 
 // One block of at most kBlockFrames frames. The inputs are read before the outputs are written, so
@@ -129,8 +132,8 @@ inline void process_block(reverb_t* reverb, const int* in_left, const int* in_ri
 
   arithmetic().scale_down(in_left, reverb->gain, left, n);
   arithmetic().scale_down(in_right, reverb->gain, right, n);
-  run_bank<width>(reverb->comb_left, reverb->allpass_left, left, tail_left, n);
-  run_bank<width>(reverb->comb_right, reverb->allpass_right, right, tail_right, n);
+  bank_block<width>(reverb->comb_left, reverb->allpass_left, left, tail_left, n);
+  bank_block<width>(reverb->comb_right, reverb->allpass_right, right, tail_right, n);
 
   const int dry = reverb->dry_scaled, wet1 = reverb->wet1, wet2 = reverb->wet2;
   const mix_input mix_left[] = {{in_left, dry}, {tail_left, wet1}, {tail_right, wet2}};
@@ -174,7 +177,7 @@ void reverb_processMono(reverb_t* reverb, short* in, short* out, int n) {
     const short* x = in + start;
     int fed[kBlockFrames], tail[kBlockFrames];
     for (int i = 0; i < count; ++i) fed[i] = wrap_mul(gain, x[i]) >> 14;
-    run_bank<16>(reverb->comb_left, reverb->allpass_left, fed, tail, count);
+    bank_block<16>(reverb->comb_left, reverb->allpass_left, fed, tail, count);
     for (int i = 0; i < count; ++i)
       out[start + i] = saturate16(wrap_add(wrap_mul(dry, x[i]), wrap_mul(wet, tail[i])) >> 13);
   });

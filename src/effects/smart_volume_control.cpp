@@ -1,6 +1,7 @@
 #include "effects/smart_volume_control.h"
 
 #include <algorithm>
+#include <iterator>
 
 #include "dsp/block.h"
 #include "dsp/fixed_math.h"
@@ -8,6 +9,7 @@
 #include "dsp/kernels/arithmetic.h"
 #include "dsp/kernels/iir_chains.h"
 #include "effects/memory.h"
+#include "effects/rates.h"
 #include "fixed.h"
 
 namespace {
@@ -31,9 +33,8 @@ constexpr int kLowPass[][kSplits][5] = {
 
 constexpr int kBandShift[kBands] = {3, 1, 0, 2};
 
-constexpr int kUnity = 8192;                    // 1.0 in Q13
-constexpr int kLowestGain = kUnity / 4;         // -12 dB
-constexpr int kHighestGain = kUnity * 4;        // +12 dB
+constexpr int kLowestGain = kOneQ13 / 4;        // -12 dB
+constexpr int kHighestGain = kOneQ13 * 4;       // +12 dB
 constexpr int64_t kReferenceEnergy = 67277003;  // the target at level 8192
 constexpr int kFullPeak = 32768;                // full scale of 24 bits as |sample| >> 8
 
@@ -42,12 +43,12 @@ constexpr int kFullPeak = 32768;                // full scale of 24 bits as |sam
 void smart_volume_control_init(smart_volume_control_t* control) {
   control->status = 0;
   control->gain = 0;
-  control->gain_init = kUnity * 16;
+  control->gain_init = kOneQ17;
   control->attack_order = 3;
   control->release_order = 7;
   control->peak_env = 0;
   std::copy_n(kBandShift, kBands, control->band_shift);
-  smart_volume_control_set_level(control, kUnity);
+  smart_volume_control_set_level(control, kOneQ13);
   bool whole = true;
   for (int k = 0; k < kSplits; ++k)
     for (IIR** section : {&control->low_pass_left[k], &control->low_pass_right[k]})
@@ -71,8 +72,7 @@ void smart_volume_control_end(smart_volume_control_t* control) {
 }
 
 void smart_volume_control_set_sample_rate(smart_volume_control_t* control, SampleRateType rate) {
-  const bool known = rate >= SAMPLE_RATE_44100 && rate <= SAMPLE_RATE_96000;
-  const auto& sets = kLowPass[known ? rate : SAMPLE_RATE_48000];
+  const auto& sets = kLowPass[rate_row(rate, std::size(kLowPass))];
   for (int k = 0; k < kSplits; ++k) {
     on(control->low_pass_left[k], IIR_reinit, sets[k]);
     on(control->low_pass_right[k], IIR_reinit, sets[k]);
@@ -190,7 +190,7 @@ int wanted_gain(const smart_volume_control_t* control) {
   const int64_t target = control->energy_target, estimate = control->energy_est;
   const bool quiet = estimate < (target >> 1);
   const bool loud = estimate > wrap_mul64(target, 2);
-  if (!quiet && !loud) return kUnity;
+  if (!quiet && !loud) return kOneQ13;
   const int64_t ratio = wrap_div64(wrap_mul64(target, quiet ? 448 : 640), estimate);
   return (sqrt_fixed(static_cast<uint32_t>(ratio) * 2) & 0xFFFF) << 8;
 }
@@ -201,7 +201,7 @@ int limited_gain(int gain, int peak) {
   const int boosted = saturate32((int64_t{gain} * peak) >> 13);
   if (boosted <= kFullPeak) return gain;  // so peak is positive below
   const int highest = boosted > kFullPeak * 3 / 2 ? kFullPeak / 4 * 3 : kFullPeak / 8 * 7;
-  return std::max(highest * kUnity / peak, kUnity);
+  return std::max(highest * kOneQ13 / peak, kOneQ13);
 }
 
 // The block's gain, Q13: the present one when there is next to nothing to measure.

@@ -7,10 +7,10 @@
 #include "dsp/kernels/audio_delay.h"
 #include "dsp/kernels/iir.h"
 #include "dsp/kernels/iir_chains.h"
-#include "effects/crossover_tables_internal.h"
+#include "effects/block_forms.h"
+#include "effects/crossover_tables.h"
 #include "effects/memory.h"
-#include "effects/nld_block.h"
-#include "effects/spectral_band_split_block.h"
+#include "effects/rates.h"
 #include "fixed.h"
 
 namespace {
@@ -37,8 +37,6 @@ constexpr int kPreFilter[][5] = {
     {157546209, -148535990, 52515403, 326985330, -120075497},  // 96000 Hz
     {},                                                        // 192000 Hz: silence
 };
-
-constexpr int kFrameLength[] = {220, 240, 480, 960};  // samples, about 5 ms
 
 // What left and right have each of their own.
 struct channel {
@@ -86,7 +84,7 @@ int look_ahead(const speaker_boost_system_t* boost) {
 
 void speaker_boost_system_init(speaker_boost_system_t* boost) {
   boost->status = 0;
-  boost->nld_gain_left = boost->nld_gain_right = 8192;
+  boost->nld_gain_left = boost->nld_gain_right = kOneQ13;
   boost->channel_num = 2;
   boost->history_len = 2;
   boost->frame_len = 60;
@@ -110,10 +108,8 @@ void speaker_boost_system_init(speaker_boost_system_t* boost) {
 }
 
 void speaker_boost_system_set_sample_rate(speaker_boost_system_t* boost, SampleRateType rate) {
-  const bool known = rate >= SAMPLE_RATE_44100 && rate <= SAMPLE_RATE_192000;
-  const int row = known ? rate : SAMPLE_RATE_48000;
-  const int crossover_row = row == SAMPLE_RATE_192000 ? SAMPLE_RATE_48000 : row;
-  boost->frame_len = kFrameLength[row];
+  const int row = rate_row(rate), crossover_row = rate_row(rate, 3);
+  boost->frame_len = frame_length(rate);
   for (int k = 0; k < kSplits; ++k) {
     const crossover_set& set = kCrossovers[k][crossover_row];
     on(boost->split_left[k], spectral_band_split_reinit, set.low, set.high);

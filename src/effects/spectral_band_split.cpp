@@ -1,8 +1,8 @@
 #include "effects/spectral_band_split.h"
 
 #include "dsp/kernels/iir_chains.h"
+#include "effects/block_forms.h"
 #include "effects/memory.h"
-#include "effects/spectral_band_split_block.h"
 
 void spectral_band_split_init(spectral_band_split* split, const int* low, const int* high) {
   bool whole = true;

@@ -5,9 +5,10 @@
 #include "dsp/block.h"
 #include "dsp/kernels/arithmetic.h"
 #include "dsp/kernels/iir_chains.h"
-#include "effects/crossover_tables_internal.h"
+#include "effects/block_forms.h"
+#include "effects/crossover_tables.h"
 #include "effects/memory.h"
-#include "effects/nld_block.h"
+#include "effects/rates.h"
 #include "fixed.h"
 
 namespace {
@@ -50,8 +51,7 @@ void virtual_bass_system_init(virtual_bass_system* bass) {
 }
 
 void virtual_bass_system_set_sample_rate(virtual_bass_system* bass, SampleRateType rate) {
-  const bool known = rate >= SAMPLE_RATE_44100 && rate <= SAMPLE_RATE_192000;
-  const int row = known ? rate : SAMPLE_RATE_48000;
+  const int row = rate_row(rate);
   for (spectral_band_split* split : {bass->split_left, bass->split_right})
     on(split, spectral_band_split_reinit, kCrossover250[row].low, kCrossover250[row].high);
   on(bass->nld_band, IIR_reinit, kHarmonicBand[row]);

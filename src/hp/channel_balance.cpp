@@ -8,13 +8,12 @@
 
 namespace {
 
-constexpr int kUnity = 8192;  // Q13
-
-// own (1 - ratio) + other ratio, ratio in Q13; no rule for -1 here, a ratio of 0 changes nothing.
-// The other channel comes in twice, so that its weights are words for a ratio of 2^31, too.
-void cross_mix(const int* own, const int* other, int64_t ratio, int* out, int n) {
-  const mix_input three[] = {
-      {own, static_cast<int>(kUnity - ratio)}, {other, static_cast<int>(ratio - 1)}, {other, 1}};
+// own (1 - ratio) + other ratio, saturated, -1 kept, so that a ratio of 0 changes nothing. The other
+// channel is added with two gains, so that each fits in 32 bits for a ratio of 2^31 too.
+void cross_mix(const int* own, const int* other, int64_t ratio_q13, int* out, int n) {
+  const mix_input three[] = {{own, static_cast<int>(kOneQ13 - ratio_q13)},
+                             {other, static_cast<int>(ratio_q13 - 1)},
+                             {other, 1}};
   mix_three_block(three, out, n);
 }
 
@@ -50,9 +49,9 @@ void channel_balance_get_channel_num(channel_balance_t* balance, int* channels) 
 }
 
 //   ratio > 0:  left ──► × (1 - ratio) ──► + ──► left        right ──┬──────────► right
-//                                          ▲                         │
+//                             Q13          ▲                         │
 //                                          └──────── × ratio ◄───────┘
-//   ratio < 0:  the same with the channels' roles changed and -ratio
+//   ratio < 0:  the same with left and right exchanged and -ratio
 void channel_balance_process_stereo(channel_balance_t* balance, int* in_left, int* in_right,
                                     int* out_left, int* out_right, int n) {
   const int ratio = balance->channel_ration;

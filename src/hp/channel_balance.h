@@ -1,8 +1,8 @@
 // Channel balance: mixes one channel into the other by a signed ratio, for listeners with one
 // weaker ear, and can fold stereo to mono.
 //
-// Ratio 0 leaves both channels as they are. Towards +8192 the left output turns into the right
-// channel, towards -8192 the right output turns into the left one; the other output stays.
+// Ratio 0 leaves both channels as they are. At +8192 the left output is the right channel, at -8192
+// the right output is the left one, between them a mix; the other output is not changed.
 //
 // Samples are 24-bit in 32-bit words, the ratio is Q13 (8192 = 1.0). Latency: none. Memory: the
 // record itself; there is no history. Settings take effect at the next process call.
@@ -10,6 +10,7 @@
 
 #include "../export.h"
 
+// "ration" in the names below is the interface's own spelling of ratio.
 struct channel_balance_t {
   int status;          // 1 = the chain runs this stage; processing itself does not look at it
   int channel_ration;  // cross-mix ratio, Q13, signed: > 0 right into left, < 0 left into right
@@ -42,7 +43,7 @@ SONX_EXPORT void channel_balance_process_stereo(channel_balance_t* balance, int*
                                                 int* in_right, int* out_left, int* out_right,
                                                 int n);
 
-// n frames folded to their mean, whatever the ratio; the 32-bit sum wraps, which 24-bit samples
-// cannot reach. out may be either input.
+// out = (left + right) / 2, rounded down, for n frames, whatever the ratio; the 32-bit sum wraps,
+// which 24-bit samples cannot reach. out may be either input.
 SONX_EXPORT void channel_balance_process_mono(channel_balance_t* balance, int* in_left,
                                               int* in_right, int* out, int n);

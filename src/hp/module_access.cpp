@@ -1,4 +1,4 @@
-// Direct access to the chain's modules: a record in, a record out, past the fade.
+// Direct access to the chain's modules by their parameter records, without a fade.
 #include "allocation.h"
 #include "hp/teka_hp_effect.h"
 

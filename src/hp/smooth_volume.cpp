@@ -9,10 +9,8 @@
 
 namespace {
 
-constexpr int kUnity = 8192;  // Q13
-
-// The next frame's gain on the way to target.
-inline int ramp(int gain, int target, int shift) {
+// One frame's step of the gain to the target, any Q. Differences wrap, shift counts are modulo 32.
+inline int ramp_step(int gain, int target, int shift) {
   const int slow = shift & 31, fast = (shift - 2) & 31;
   const auto closer_than_2_to = [&](int exponent) {
     return std::abs(int64_t{wrap_sub(target, gain)}) < int64_t{1} << exponent;
@@ -26,12 +24,12 @@ inline int ramp(int gain, int target, int shift) {
 
 void smooth_volume_init(smooth_volume_t* stage) {
   stage->soft_volume = 0;
-  stage->volume = kUnity;
+  stage->volume = kOneQ13;
   smooth_volume_set_smooth_buffer_num(stage, 2);
 }
 
 void smooth_volume_reset(smooth_volume_t* stage) {
-  stage->soft_volume = wrap_sub(kUnity, stage->volume);
+  stage->soft_volume = wrap_sub(kOneQ13, stage->volume);
 }
 
 void smooth_volume_end(smooth_volume_t*) {}
@@ -51,27 +49,30 @@ void smooth_volume_get_smooth_buffer_num(smooth_volume_t* stage, int* number) {
   *number = stage->smooth_buffer_num;
 }
 
-//   left, right ──► × gain (Q13) ──► saturate ──► left, right;   gain ──► ramp ──► next frame's
-//   gain
+//   left, right ──► × gain ──► saturate ──► left, right
+//                     ▲ Q13
+//     target ──► ramp_step, each frame
+//
+// The gain at the target is constant, and the rest of the call runs over blocks.
 void smooth_volume_process(smooth_volume_t* stage, int* in_left, int* in_right, int* out_left,
                            int* out_right, int n) {
-  const int target = stage->volume, shift = stage->shift;
-  int gain = stage->soft_volume;
+  const int target_q13 = stage->volume, shift = stage->shift;
+  int gain_q13 = stage->soft_volume;
   int i = 0;
-  for (; i < n && gain != target; ++i) {
+  for (; i < n && gain_q13 != target_q13; ++i) {
     const int left = in_left[i], right = in_right[i];
-    out_left[i] = saturate32(int64_t{left} * gain >> 13);
-    out_right[i] = saturate32(int64_t{right} * gain >> 13);
-    gain = ramp(gain, target, shift);
+    out_left[i] = saturate32(int64_t{left} * gain_q13 >> 13);
+    out_right[i] = saturate32(int64_t{right} * gain_q13 >> 13);
+    gain_q13 = ramp_step(gain_q13, target_q13, shift);
   }
-  stage->soft_volume = gain;
-  if (gain == kUnity && out_left == in_left && out_right == in_right) return;
+  stage->soft_volume = gain_q13;
+  if (gain_q13 == kOneQ13 && out_left == in_left && out_right == in_right) return;
 
   for_each_block(n - i, [=](int64_t start, int count) {
     int left[kBlockFrames], right[kBlockFrames];
     // Both are read before either is written.
-    arithmetic().scale(in_left + i + start, gain, left, count);
-    arithmetic().scale(in_right + i + start, gain, right, count);
+    arithmetic().scale(in_left + i + start, gain_q13, left, count);
+    arithmetic().scale(in_right + i + start, gain_q13, right, count);
     std::copy_n(left, count, out_left + i + start);
     std::copy_n(right, count, out_right + i + start);
   });

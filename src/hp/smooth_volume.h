@@ -1,9 +1,9 @@
-// Smooth volume: one gain for both channels that glides to its target frame by frame. It stands
-// last in the headphone chain, which fades through it when its settings change.
+// Smooth volume: one gain for both channels that moves to its target frame by frame. It is the last
+// stage of the headphone chain, which fades with it when its settings change.
 //
-// Each frame the gain moves by 1/2^shift of the remaining distance, faster over the last 2^shift
-// steps, and snaps to the target from less than 2^(shift-2) away. With the default shift of 7, the
-// way from full volume to silence takes 503 frames and the way back 660 (10 and 14 ms at 48 kHz).
+// Each frame the gain moves by 1/2^shift of the remaining distance, by a further 4/2^shift within
+// 2^shift of the target, and is set to the target within 2^(shift-2). With the default shift of 7,
+// from full volume to silence takes 503 frames and back 660 (10 and 14 ms at 48 kHz).
 //
 // Samples are 24-bit in 32-bit words, gains Q13 (8192 = 1.0). Latency: none. Memory: the record.
 #pragma once
@@ -17,11 +17,11 @@ struct smooth_volume_t {
   int shift;              // smooth_buffer_num + 5
 };
 
-// Gain 0, target 8192, ramp speed 2 (shift 7): the first sound rises from silence.
+// Gain 0, target 8192, ramp speed 2 (shift 7): the output fades in.
 SONX_EXPORT void smooth_volume_init(smooth_volume_t* stage);
 
-// Restarts the ramp from the other end: the gain becomes 8192 - target, so a target of unity is
-// approached from silence and a target of 0 from unity.
+// Restarts the ramp: the gain becomes 8192 - target, so that a target of 1.0 is reached from silence
+// and a target of 0 from 1.0.
 SONX_EXPORT void smooth_volume_reset(smooth_volume_t* stage);
 
 // Nothing to free: does nothing.
@@ -31,7 +31,7 @@ SONX_EXPORT void smooth_volume_end(smooth_volume_t* stage);
 SONX_EXPORT void smooth_volume_set_volume(smooth_volume_t* stage, int volume);
 SONX_EXPORT void smooth_volume_get_volume(smooth_volume_t* stage, int* volume);
 
-// Jumps the gain in force (Q13), without a ramp.
+// Sets the gain in force (Q13) at once, without a ramp.
 SONX_EXPORT void smooth_volume_set_soft_volume(smooth_volume_t* stage, int volume);
 
 // Ramp speed: the ramp's shift becomes number + 5. Meant for -3..25; shift counts are taken modulo

@@ -6,7 +6,7 @@
 #include "dsp/block.h"
 #include "fixed.h"
 #include "hp/memory.h"
-#include "hp/sonx_hp_handle_internal.h"
+#include "hp/sonx_hp_handle.h"
 #include "log.h"
 
 namespace {
@@ -26,7 +26,7 @@ void set_format(sonx_hp_handle_t* effect, int format_type) {
   effect->bytes_per_sample = effect->bits_per_sample / 8;
 }
 
-// The block that divides the period, or else the one that leaves the shorter last block.
+// The block length that divides the period, or else the one with the smaller remainder.
 uint32_t choose_block(uint32_t frames) {
   const uint32_t short_rest = frames % kShortBlock, long_rest = frames % kLongBlock;
   if (short_rest == 0) return kShortBlock;
@@ -41,7 +41,7 @@ void follow_period(sonx_hp_handle_t* effect, uint32_t frames) {
                       static_cast<size_t>(effect->block_frames));
 }
 
-// Sample formats: read to a 24-bit sample, write from one; in 32 bits, which loops do in vectors.
+// Sample formats: read gives a 24-bit sample, write takes one. In 32 bits, so that loops vectorise.
 
 int shift_8_rounding(int word) { return (word >> 8) + (word >> 7 & 1); }  // (word + 128) / 256
 
@@ -55,7 +55,7 @@ int write_q31(int sample) {
   return sample > 0x7FFFFF ? INT32_MAX : sample < -0x800000 ? INT32_MIN : wrap_shl(sample, 8);
 }
 
-// The buffer in place, block by block; the handle drives the chain's switch counter.
+// The buffer in place, block by block, with the chain's switch counter.
 template <typename Word, typename Read, typename Write>
 void process_interleaved(sonx_hp_handle_t* effect, Word* buffer, size_t frames, Read read,
                          Write write) {

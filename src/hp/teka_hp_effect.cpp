@@ -16,17 +16,16 @@ namespace {
 constexpr char kLogTag[] = "sonx_hp_proc";
 
 constexpr int kOn = 1;
-constexpr int kUnity = 8192;       // Q13
 constexpr int kHistoryBlocks = 2;  // the compressor's look-ahead
 constexpr int kNoAdapters = 0, kAdapters = 7;
 
-// The switch counter's values: teka_hp_effect.h tells their meaning.
+// The switch counter's values, see teka_hp_effect.h.
 constexpr int kCounterIdle = -1;
 constexpr int kCounterFadeIn = 2;
 constexpr int kCounterSwitch = 4;
 constexpr int kCounterFadeOut = 6;
 
-// The compressor's volume by effect, Q13: headroom for what the effect raises.
+// The compressor's volume by effect, Q13: leaves headroom for what the effect amplifies.
 constexpr int kGainWidening = 5168;          // -4.0 dB
 constexpr int kGainVirtualBass = 4608;       // -5.0 dB
 constexpr int kGainParametricPreset = 6368;  // -2.2 dB
@@ -39,7 +38,7 @@ void teka_hp_effect_init(teka_hp_effect_t* chain) {
   chain->debug_enable = 0;
   chain->active_status = 0;
   chain->switch_counter = kCounterIdle;
-  chain->volume = kUnity;
+  chain->volume = kOneQ13;
   chain->sample_rate_type = SAMPLE_RATE_48000;
   bool whole = take(chain->params);
   whole &= make(chain->eq, equalizer_init);
@@ -49,7 +48,7 @@ void teka_hp_effect_init(teka_hp_effect_t* chain) {
   whole &= make(chain->vbs, virtual_bass_system_init);
   whole &= make(chain->svc, smart_volume_control_init);
   whole &= make(chain->cb, channel_balance_init);
-  whole &= make(chain->comp, compressor_init, kUnity, kHistoryBlocks);
+  whole &= make(chain->comp, compressor_init, kOneQ13, kHistoryBlocks);
   whole &= make(chain->sv, smooth_volume_init);
   whole &= take(chain->work_left, kBlockFrames);
   whole &= take(chain->work_right, kBlockFrames);
@@ -92,7 +91,7 @@ void teka_hp_effect_set_sample_rate(teka_hp_effect_t* chain, unsigned int rate) 
   on(chain->comp, compressor_set_sample_rate, type);
 }
 
-// ---- The fade: from any state towards the switch point.
+// ---- The fade: from any state to the switch point.
 
 void teka_hp_effect_update_smooth_status(teka_hp_effect_t* chain) {
   if (!has_memory(chain)) return;
@@ -100,9 +99,9 @@ void teka_hp_effect_update_smooth_status(teka_hp_effect_t* chain) {
   if (counter < kCounterFadeIn) {
     counter = kCounterFadeOut;
     smooth_volume_set_volume(chain->sv, 0);
-    // A stage that is already silent fades from full scale down: the way a stream starts.
+    // When already silent, as at the start of a stream, the fade-out starts at 1.0.
     if (chain->sv->soft_volume == chain->sv->volume)
-      smooth_volume_set_soft_volume(chain->sv, kUnity);
+      smooth_volume_set_soft_volume(chain->sv, kOneQ13);
   } else if (counter <= kCounterSwitch) {
     counter = kCounterSwitch;
   }
@@ -134,7 +133,7 @@ void teka_hp_effect_getparameter(teka_hp_effect_t* chain, audio_effect_control_a
   if (has_memory(chain)) *record = *chain->params;
 }
 
-// ---- The record's way to the modules. Each enable_* returns the effect's make-up gain.
+// ---- From the record to the modules. Each enable_* returns the compressor's volume, Q13.
 
 namespace {
 
@@ -184,7 +183,7 @@ void load_parametric_equalizer(parameter_equalizer_t* p_eq, int gain_left, int g
 
 int enable_parametric_preset(parameter_equalizer_t* p_eq, int rate) {
   const auto& preset = tuning::kParametricPreset[rate == SAMPLE_RATE_44100 ? 0 : 1];
-  load_parametric_equalizer(p_eq, kUnity, kUnity, preset, preset);
+  load_parametric_equalizer(p_eq, kOneQ13, kOneQ13, preset, preset);
   return kGainParametricPreset;
 }
 
@@ -206,7 +205,7 @@ int enable_graphic_equalizer(equalizer_t* eq, int* indices, int rate) {
   equalizer_reset(eq);
   equalizer_setstatus(eq, kOn);
   equalizer_set_param_index(eq, indices, static_cast<SampleRateType>(rate));
-  return kUnity;  // the equalizer levels itself
+  return kOneQ13;  // the equalizer levels itself
 }
 
 void enable_adapter_correction(parameter_equalizer_t* p_eq, int rate, int adapter) {
@@ -226,45 +225,45 @@ void teka_hp_effect_update_parameter(teka_hp_effect_t* chain) {
   const int rate = chain->sample_rate_type;
   switch_off_all(chain);
 
-  int gain = kUnity;
+  int gain_q13 = kOneQ13;
   bool known = true;
   switch (effect) {
     case SONX_EFFECT_STEREO_WIDENING:
-      gain = enable_stereo_widening(chain->sws);
+      gain_q13 = enable_stereo_widening(chain->sws);
       break;
     case SONX_EFFECT_VIRTUAL_BASS:
-      gain = enable_virtual_bass(chain->vbs, rate);
+      gain_q13 = enable_virtual_bass(chain->vbs, rate);
       break;
     case SONX_EFFECT_PARAMETRIC_EQUALIZER:
-      gain = enable_parametric_preset(chain->p_eq, rate);
+      gain_q13 = enable_parametric_preset(chain->p_eq, rate);
       break;
     case SONX_EFFECT_REVERB:
-      gain = enable_reverb(chain->reverb, record.data);
+      gain_q13 = enable_reverb(chain->reverb, record.data);
       break;
     case SONX_EFFECT_GRAPHIC_EQUALIZER:
-      gain = enable_graphic_equalizer(chain->eq, record.data, rate);
+      gain_q13 = enable_graphic_equalizer(chain->eq, record.data, rate);
       break;
     default:
       known = false;
   }
-  if (known) compressor_set_volume(chain->comp, gain);
+  if (known) compressor_set_volume(chain->comp, gain_q13);
 
-  // The effects that are equalizers themselves leave no room for an adapter's.
+  // The parametric equalizer holds the preset or the correction, and only one equalizer runs.
   const bool equalizes =
       effect == SONX_EFFECT_PARAMETRIC_EQUALIZER || effect == SONX_EFFECT_GRAPHIC_EQUALIZER;
   if (!equalizes && adapter > kNoAdapters && adapter <= kAdapters) {
     enable_adapter_correction(chain->p_eq, rate, adapter);
-    compressor_set_volume(chain->comp, gain);
+    compressor_set_volume(chain->comp, gain_q13);
   }
   __android_log_print(kLogDebug, kLogTag, "effect_type %d, hpadapter_type %d, gain 0x%x", effect,
-                      adapter, static_cast<unsigned int>(gain));
+                      adapter, static_cast<unsigned int>(gain_q13));
 }
 
 // ---- Processing.
 
 namespace {
 
-// At the counter's 4 the new settings come in, and the fade-in starts at 2.
+// At 4 the new settings are applied, at 2 the fade-in starts.
 void pass_switch_point(teka_hp_effect_t* chain) {
   if (chain->switch_counter == kCounterSwitch) {
     chain->active_status = chain->status;
@@ -276,7 +275,7 @@ void pass_switch_point(teka_hp_effect_t* chain) {
   if (chain->switch_counter == kCounterFadeIn) smooth_volume_set_volume(chain->sv, chain->volume);
 }
 
-void run_modules(teka_hp_effect_t* chain, int* left, int* right, int n) {
+void process_modules(teka_hp_effect_t* chain, int* left, int* right, int n) {
   if (chain->active_status == kOn) {
     if (chain->cb->status) channel_balance_process_stereo(chain->cb, left, right, left, right, n);
     if (chain->vbs->status) virtual_bass_system_process(chain->vbs, left, right, left, right, n);
@@ -295,8 +294,8 @@ void run_modules(teka_hp_effect_t* chain, int* left, int* right, int n) {
   smooth_volume_process(chain->sv, left, right, left, right, n);
 }
 
-// Any planar format through the work buffers. read(word) gives a 24-bit sample,
-// write(sample) the output's word; it may change the sample in the work buffer.
+// Any planar format through the work buffers. read(word) gives a 24-bit sample, write(sample) the
+// output's word; it may change the sample in the work buffer.
 template <typename Word, typename Read, typename Write>
 void process_planar(teka_hp_effect_t* chain, const Word* in_left, const Word* in_right,
                     Word* out_left, Word* out_right, int n, Read read, Write write) {
@@ -309,7 +308,7 @@ void process_planar(teka_hp_effect_t* chain, const Word* in_left, const Word* in
       left[i] = read(in_left[start + i]);
       right[i] = read(in_right[start + i]);
     }
-    run_modules(chain, left, right, count);
+    process_modules(chain, left, right, count);
     if (chain->cb->channel_num != 2) right = left;
     for (int i = 0; i < count; ++i) {
       const Word l = write(left[i]), r = write(right[i]);
@@ -325,7 +324,7 @@ void teka_hp_effect_core_process(teka_hp_effect_t* chain, int* left, int* right,
   if (!has_memory(chain)) return;
   pass_switch_point(chain);
   for_each_block_or_empty(frames, [=](int start, int count) {
-    run_modules(chain, left + start, right + start, count);
+    process_modules(chain, left + start, right + start, count);
   });
 }
 

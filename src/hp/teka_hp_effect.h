@@ -1,28 +1,27 @@
-// The headphone effect chain: the modules in a row, the record that selects which of them run, and
-// the fade through which a change of settings is heard as no more than a dip.
+// The headphone effect chain: the modules in series, the record that selects which of them run, and
+// the fade that makes a change of settings a short dip instead of a click.
 //
 //   in ─► channel balance ─► virtual bass ─► parametric or else graphic equalizer
 //      ─► stereo widening or else reverb ─► smart volume ─► compressor ─► smooth volume ─► out
 //
 // A module runs when its status word is not 0; the compressor and the smooth volume always run.
-// sonx_hp_effect.h is the way in for a HAL with interleaved buffers; the planar functions here
-// serve callers with planar data. Samples inside are 24-bit in 32-bit words, gains Q13 (8192
-// = 1.0).
+// sonx_hp_effect.h is for a HAL with interleaved buffers, the functions here for callers with planar
+// data. Samples inside are 24-bit in 32-bit words, gains Q13 (8192 = 1.0).
 //
-// How a change happens. switch_counter runs the sequence; whoever drives the chain decrements it
-// after each block while it is not negative (sonx_hp_effect_process does, the planar entry points
-// leave it to their caller):
+// How a change happens. switch_counter is the state of the sequence; the owner of the chain
+// decrements it after each block while it is not negative (sonx_hp_effect_process does so, the
+// planar entry points leave it to their caller):
 //
 //   6, 5  fading out with the old settings      2, 1, 0  fading in
 //   4     the new settings are applied          -1       idle
 //   3     running, still silent (with blocks of 256 frames; 37 dB down with 240, see
 //         sonx_hp_effect.h)
 //
-// A change during 6 and 5 is absorbed by the fade-out under way; during 4..2 the sequence goes back
-// to 4. While the chain is off (active_status not 1), audio still passes the smooth volume.
+// A change during 6 and 5 is part of the present fade-out; during 4..2 the counter goes back to 4.
+// While the chain is off (active_status not 1), audio still passes the smooth volume.
 //
 // Latency: the compressor's look-ahead, 440 frames at 44100 Hz, 480 at 48000, 960 at 96000, 1920 at
-// 192000. Memory: about 215 KB, taken by init. One chain is used from one thread at a time; any
+// 192000. Memory: 210 KB, taken by init. One chain is used from one thread at a time; any
 // function may be called between two process calls.
 #pragma once
 
@@ -70,22 +69,22 @@ SONX_EXPORT void teka_hp_effect_reset(teka_hp_effect_t* chain);
 // Ends and frees all modules and buffers.
 SONX_EXPORT void teka_hp_effect_end(teka_hp_effect_t* chain);
 
-// Rate in Hz: 44100, 96000 or 192000, any other value counts as 48000. Reaches the modules with
-// rate-dependent filters at once (their histories are cleared); the equalizers follow with their
+// Rate in Hz: 44100, 96000 or 192000, any other value counts as 48000. Takes effect at once in the
+// modules with rate-dependent filters (their histories are cleared), in the equalizers with their
 // next parameters.
 SONX_EXPORT void teka_hp_effect_set_sample_rate(teka_hp_effect_t* chain, unsigned int rate);
 
-// 1 switches the chain on, any other value off, through the fade (which starts even if the value is
-// the old one). With debug_enable set: stored, and the modules reset, without a fade and without
-// reaching active_status.
+// 1 switches the chain on, any other value off, with the fade (which starts even if the value is
+// the old one). With debug_enable set: stored, and the modules reset, without a fade; active_status
+// stays as it is.
 SONX_EXPORT void teka_hp_effect_setstatus(teka_hp_effect_t* chain, int status);
 SONX_EXPORT void teka_hp_effect_getstatus(teka_hp_effect_t* chain, int* status);
 
 SONX_EXPORT void teka_hp_effect_debug_enable_setstatus(teka_hp_effect_t* chain, int status);
 SONX_EXPORT void teka_hp_effect_debug_enable_getstatus(teka_hp_effect_t* chain, int* status);
 
-// Copies the record; if any word differs from the last one and status is 1, starts the fade at
-// whose middle it takes effect. The getter copies all 31 words out.
+// Copies the record; if any word differs from the last one and status is 1, starts the fade, in the
+// middle of which the record takes effect. The getter copies all 31 words out.
 SONX_EXPORT void teka_hp_effect_setparameter(teka_hp_effect_t* chain,
                                              audio_effect_control_acdb_t* record);
 SONX_EXPORT void teka_hp_effect_getparameter(teka_hp_effect_t* chain,
@@ -98,10 +97,10 @@ SONX_EXPORT void teka_hp_effect_update_smooth_status(teka_hp_effect_t* chain);
 // adapter and make-up gain (debug).
 SONX_EXPORT void teka_hp_effect_update_parameter(teka_hp_effect_t* chain);
 
-// Direct access to the modules: takes effect at once, past the fade, and lasts until the next
+// Direct access to the modules: takes effect at once, without a fade, and lasts until the next
 // switch point of the chain. The equalizers and the reverb are reset when their status changes,
-// virtual bass and stereo widening always. Each getter fills the whole record, but that the
-// parametric equalizer's rows are left as they were.
+// virtual bass and stereo widening always. Each getter fills the whole record, except that the
+// parametric equalizer's rows are not written.
 SONX_EXPORT void teka_hp_effect_eq_setparameter_data(teka_hp_effect_t* chain,
                                                      eq_param_acdb_t* record);
 SONX_EXPORT void teka_hp_effect_eq_getparameter_data(teka_hp_effect_t* chain,

@@ -1,5 +1,5 @@
-// The headphone chain's planar entry points for callers that declare all buffers untyped. They
-// stand in a header of their own, so that elsewhere the compiler checks the buffers' type.
+// The headphone chain's planar entry points for callers that declare all buffers untyped. A header
+// of its own, so that for all others the compiler checks the buffers' type.
 #pragma once
 
 #include "teka_hp_effect.h"

@@ -1,5 +1,5 @@
-// The headphone effect's fixed tuning, as words ready for the modules. docs/tuning.md says what it
-// is meant to do. Coefficients are Q28 rows b0, b1, b2, -a1, -a2; index 0 of a rate is 44100 Hz.
+// The headphone effect's fixed tuning, in the modules' own formats. docs/tuning.md says what it is
+// meant to do. Coefficients are Q28 rows b0, b1, b2, -a1, -a2; index 0 of a rate is 44100 Hz.
 #pragma once
 
 namespace tuning {

@@ -7,7 +7,7 @@
 
 #include "allocation.h"
 #include "fixed.h"
-#include "ns/band_post_internal.h"
+#include "ns/band_post_math.h"
 
 namespace {
 
@@ -22,11 +22,11 @@ constexpr int kSmoothing = 9830;  // 0.3, Q15
 constexpr int kSpreadRange = 150 << 15, kSpreadMiddle = 100 << 15, kSpreadWidth = 10;
 constexpr int kDeviationRange = 200 << 15, kDeviationMiddle = 200 << 15, kDeviationWidth = 40;
 
-constexpr int kUnityGain = 32767;
+constexpr int kUnityGain = 32767;       // Q15, as near to 1.0 as 16 bits come
 constexpr int kTransient = 513;         // Q8 logarithm of the crest factor, about 2
 constexpr int kRecovery = 50;           // gain steps per sample
 constexpr int kAtOnce = 32767;          // from any gain to any target in one sample
-constexpr int kTwice = 2 * kUnityGain;  // 2.0 in Q15, all but two steps
+constexpr int kTwice = 2 * kUnityGain;  // 2.0 in Q15 less two steps
 
 template <int length>
 void append(short (&history)[length], short newest) {
@@ -95,7 +95,7 @@ void follow(int& smallest, int& largest, int value) {
   largest = std::max(largest, value);
 }
 
-// The end of a tracker's span: its smallest value becomes the floor if the range was wide enough.
+// At the end of a tracker's span its smallest value becomes the floor if the range was wide enough.
 void restart(int& smallest, int& largest, int value, int range, int& floor) {
   if (int64_t{largest} - smallest > range) floor = smallest;
   smallest = largest = value;
@@ -115,7 +115,7 @@ void update_floors(BPInfo_tag* bp, int spread, int dev) {
   }
 }
 
-// The mean sigmoid of the measures that are above their floors, Q15.
+// The mean of the sigmoids of those measures that are above their floors, Q15.
 int presence_now(const BPInfo_tag* bp) {
   int sum = 0, terms = 0;
   const auto add = [&](int measure, int floor, int middle, int width) {
@@ -130,11 +130,10 @@ int presence_now(const BPInfo_tag* bp) {
 
 }  // namespace
 
-//   spectrum ──► deviation ──┬──► smooth ──► − floor ──► sigmoid ──┐
-//                            └──► trackers ──► floor               + / terms ──► smooth ──►
-//                            presence
-//   peaks ─────► spread ─────┬──► smooth ──► − floor ──► sigmoid ──┘              0.3        Q15
-//                  Q8 → Q15  └──► trackers ──► floor
+//   spectrum ─► deviation ─┬─► smooth ──► − floor ─► sigmoid ─┐
+//                          └─► trackers ──► ▲                 ├─► mean ─► smooth ─► presence, Q15
+//   peaks ────► spread ────┬─► smooth ──► − floor ─► sigmoid ─┘
+//               Q8 to Q15  └─► trackers ──► ▲                     all "smooth" by 0.3
 short BP_ns_app(BPInfo_tag* bp, unsigned short* spectrum, unsigned int total, short shift) {
   const int dev = wrap_shl(deviation(spectrum, bp->bins, total, shift), 7);  // Q8 to Q15
   const int spread = wrap_shl(peak_spread(bp), 7);
@@ -159,8 +158,8 @@ short BP_ns_app(BPInfo_tag* bp, unsigned short* spectrum, unsigned int total, sh
 
 namespace {
 
-// out = in × gain, the gain on its way from where it starts to the target. What steps out of the
-// interval between the two is set to the target.
+// out = in × gain, rounded down, while the gain moves from *gain to target by step (all Q15); a
+// step beyond the target ends there.
 void ramp(const short* in, int n, short* out, short target, short* gain, int step) {
   const int start = *gain, low = std::min<int>(start, target), high = std::max<int>(start, target);
   const int move = start < target ? step : -step;
@@ -175,9 +174,9 @@ void ramp(const short* in, int n, short* out, short target, short* gain, int ste
 
 }  // namespace
 
-//   io ──► peak, mean ──► crest ──► target and step     Q15
-//                                        ▼
-//   in ──────────────────────────────► × gain ──► io
+//   io ──► peak, mean ──► crest ──► target and step, Q15
+//                                       ▼
+//   in ──────────────────────────────► × gain, Q15 ──► io
 int BP_ns_post(BPInfo_tag* bp, short* in, int n, short* io) {
   short largest = 0;  // in 16 bits: the magnitude of -32768 becomes -32768
   uint32_t sum = 0;

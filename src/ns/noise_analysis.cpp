@@ -1,16 +1,17 @@
-// Analysis: from a block of samples to the spectrum of a windowed frame, its magnitudes and sums.
-#include "ns/logarithm_internal.h"
-#include "ns/noise_suppressor_internal.h"
+#include "ns/noise_analysis.h"
+
+#include <algorithm>
+
+#include "ns/logarithm.h"
+#include "ns/noise_estimate.h"
+#include "ns/noise_frame.h"
 #include "spl/fft.h"
 #include "spl/vectors.h"
 
-int64_t frame_energy(const NsxInst_t_* ns, const short* frame) {
-  int scale = 0;
-  const int64_t energy = tekaSpl_Energy16(frame, ns->frame_length, &scale);
-  return energy << scale;
-}
+namespace {
 
-void AnalysisUpdateC(NsxInst_t_* ns, const short* block, short* frame) {
+// Moves the block into the last N samples, then frame = those times window (Q14), rounded.
+void analysis_update(NsxInst_t_* ns, const short* block, short* frame) {
   short* const buffer = ns->analysis_buffer;
   const int kept = ns->frame_length - ns->block_length;
   tekaSpl_Copy16(buffer + ns->block_length, buffer, kept);
@@ -19,17 +20,15 @@ void AnalysisUpdateC(NsxInst_t_* ns, const short* block, short* frame) {
     frame[i] = static_cast<short>((buffer[i] * ns->window[i] + 8192) >> 14);
 }
 
-void CreateComplexBufferC(NsxInst_t_* ns, const short* frame, short* scaled) {
+void create_complex_buffer(NsxInst_t_* ns, const short* frame, short* scaled) {
   for (int i = 0; i < ns->frame_length; ++i)
     scaled[i] = static_cast<short>(frame[i] * (1 << ns->norm));
 }
 
-namespace {
-
-// Magnitudes three times over: 16 bits at the frame's own scale, Q16, and logarithm.
+// Each magnitude in three forms: 16 bits at the frame's own scale, Q16, and logarithm.
 //
-//   |X| / N 2^norm ──► × 2^(16 - norm) ──► Q16
-//                  └──► ln ──► + (stages - norm) ln 2 ──► ln |X|, at least 0, Q8
+//   |X| / N 2^norm ─┬─► × 2^(16 - norm) ──► |X| / N, Q16
+//                   └─► ln ──► + (stages - norm) ln 2 ──► ln |X|, at least 0, Q8
 void measure(NsxInst_t_* ns, unsigned short* magnitudes) {
   const int scaling = ns->stages - ns->norm;  // -7..8
   const int log_scaling = scaling < 0 ? -tekaNsx_kLogTable[-scaling] : tekaNsx_kLogTable[scaling];
@@ -51,8 +50,16 @@ void measure(NsxInst_t_* ns, unsigned short* magnitudes) {
 
 }  // namespace
 
-//   block ─► last N samples ─► × window ─► energy_in
-//                                      └─► × 2^norm ─► real FFT, 1 / N ─► spectrum ─► magnitudes
+void (*tekaNsx_AnalysisUpdate)(NsxInst_t_*, const short*, short*) = analysis_update;
+void (*tekaNsx_CreateComplexBuffer)(NsxInst_t_*, const short*, short*) = create_complex_buffer;
+
+void use_portable_analysis() {
+  dispatch(tekaNsx_AnalysisUpdate, analysis_update);
+  dispatch(tekaNsx_CreateComplexBuffer, create_complex_buffer);
+}
+
+//   block ─► last N samples ─► × window ─┬─► energy_in
+//                                        └─► × 2^norm ─► real FFT, 1 / N ─► spectrum ─► magnitudes
 void tekaNsx_DataAnalysis(NsxInst_t_* ns, short* in, unsigned short* magnitudes) {
   short frame[kNsxMaxFrame], scaled[kNsxMaxFrame];
   tekaNsx_AnalysisUpdate(ns, in, frame);

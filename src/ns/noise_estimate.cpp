@@ -1,26 +1,32 @@
-// Noise estimate: log-quantiles over time, and the parametric model that stands in at the start.
-#include "ns/logarithm_internal.h"
-#include "ns/noise_suppressor_internal.h"
+#include "ns/noise_estimate.h"
+
+#include <algorithm>
+#include <cstdlib>
+
+#include "fixed.h"
+#include "ns/logarithm.h"
+#include "ns/noise_frame.h"
 #include "spl/vectors.h"
 
-// After the header: its declarations make the exported ones visible.
+// After noise_suppressor.h, whose declarations make the exported tables visible.
 #include "ns/noise_estimate_tables.inc"
 
 namespace {
 
-// Quantile: the lower quartile, so a step up is a third of a step down.
+// The quantile is the lower quartile, so a step up is a third of a step down.
 constexpr int kFirstQuantile = 8 << 8;  // ln |X|, Q8
 constexpr int kFirstDensity = 154;      // 0.3, Q9
 constexpr int kOneDensity = 512;        // Q9
-constexpr int kStep = 40 << 7;          // Q7, shared among the frames; divided by a density above 1
+constexpr int kStep = 40 << 7;          // Q7, times the frame's share; divided by a density above 1
 constexpr int kFirstCycleStep = 8 << 7;  // in the first cycle, at a density of 1 or less
-constexpr int kWidth = 3;                // of the density's window, to either side, Q8
+constexpr int kWidth = 3;                // half width of the density's window, Q8
 constexpr int kWindowDensity = 512 * 256 / (2 * kWidth);  // that of one value in the window, Q9
 
-constexpr int kFirstModelBin = 5;  // the parametric model doesn't look below
+constexpr int kFirstModelBin = 5;  // of the parametric model: the bins below are left out
 
-// One magnitude into one estimate: the quantile moves by an equal share of the step, shorter where
-// values are dense, and so does the density if the value is near. share = 1 / (age + 1), Q15.
+// One log magnitude (Q8) into one estimate: the quantile moves by a share of the step, which is
+// divided by the density where values are dense; the density follows where the value is near the
+// quantile. share = 1 / (age + 1), Q15.
 void follow(short& quantile, short& density, int value, int step, int age, int share) {
   const int delta = density > kOneDensity ? (step << 9) / density : step;
   const int move = (delta * share) >> 14;  // Q7 to Q8
@@ -31,24 +37,14 @@ void follow(short& quantile, short& density, int value, int step, int age, int s
         static_cast<short>((int64_t{density} * age * share + kWindowDensity * share + 16384) >> 15);
 }
 
-void take_over(NsxInst_t_* ns, const short* quantile) {
+void set_quantile_noise(NsxInst_t_* ns, const short* quantile) {
   for (int k = 0; k < ns->bins; ++k)
     ns->quantile_noise[k] = exp_q12(quantile[k] * 16, 16 - ns->stages);  // |X| to |X| / N
 }
 
-}  // namespace
-
-void reset_noise_estimate(NsxInst_t_* ns) {
-  for (int s = 0; s < kNsxEstimates; ++s) {
-    tekaSpl_Fill16(ns->log_quantile[s], kNsxMaxBins, kFirstQuantile);
-    tekaSpl_Fill16(ns->density[s], kNsxMaxBins, kFirstDensity);
-    ns->estimate_age[s] = kCycleFrames * (s + 1) / kNsxEstimates;
-  }
-}
-
-// Each estimate gives its quantile at the end of its cycle, a third of a cycle after the one before
-// it. Until the first cycle has passed, the last of them is read every frame.
-void NoiseEstimationC(NsxInst_t_* ns) {
+// Each estimate's quantile is read at the end of its cycle, a third of a cycle after that of the
+// estimate before it; during the first cycle, the last estimate's is read every frame.
+void noise_estimation(NsxInst_t_* ns) {
   const bool first_cycle = ns->frame_count < kCycleFrames;
   for (int s = 0; s < kNsxEstimates; ++s) {
     int& age = ns->estimate_age[s];
@@ -59,15 +55,28 @@ void NoiseEstimationC(NsxInst_t_* ns) {
     }
     if (age >= kCycleFrames) {
       age = 0;
-      if (!first_cycle) take_over(ns, ns->log_quantile[s]);
+      if (!first_cycle) set_quantile_noise(ns, ns->log_quantile[s]);
     }
     ++age;
   }
-  if (first_cycle) take_over(ns, ns->log_quantile[kNsxEstimates - 1]);
+  if (first_cycle) set_quantile_noise(ns, ns->log_quantile[kNsxEstimates - 1]);
+}
+
+}  // namespace
+
+void (*tekaNsx_NoiseEstimation)(NsxInst_t_*) = noise_estimation;
+void use_portable_estimate() { dispatch(tekaNsx_NoiseEstimation, noise_estimation); }
+
+void reset_noise_estimate(NsxInst_t_* ns) {
+  for (int s = 0; s < kNsxEstimates; ++s) {
+    tekaSpl_Fill16(ns->log_quantile[s], kNsxMaxBins, kFirstQuantile);
+    tekaSpl_Fill16(ns->density[s], kNsxMaxBins, kFirstDensity);
+    ns->estimate_age[s] = kCycleFrames * (s + 1) / kNsxEstimates;
+  }
 }
 
 // White: the mean magnitude, overdriven. Pink: the line through ln |X| over ln(bin), by least
-// squares; its level and its slope are averaged within what a noise can have.
+// squares; its level and its slope are limited, then averaged.
 void collect_start_model(NsxInst_t_* ns) {
   int64_t magnitudes = 0;
   for (int k = 0; k < ns->bins; ++k) {

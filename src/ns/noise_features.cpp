@@ -1,12 +1,13 @@
-// Features of a frame that tell speech from noise, their histograms, and the thresholds and weights
-// that are drawn from them once per window of 512 frames.
+#include "ns/noise_features.h"
+
+#include <algorithm>
 #include <bit>
 #include <cstdlib>
 #include <iterator>
 
-#include "ns/logarithm_internal.h"
-#include "ns/noise_suppressor_internal.h"
-#include "spl/vectors.h"
+#include "fixed.h"
+#include "ns/logarithm.h"
+#include "ns/noise_frame.h"
 
 namespace {
 
@@ -18,8 +19,8 @@ constexpr int64_t kLargest = 1 << 20;  // of a feature, 256.0 in Q12
 // Histogram bins per 1.0 of a feature: 0.1, 0.05 and 0.1 wide.
 constexpr int kBinsPerUnit[kNsxFeatures] = {10, 20, 10};
 
-constexpr int kLikelihoodRange = 10;  // bins below 1.0, which noise alone has, count for the mean
-constexpr int kEnoughFrames = 154;    // 0.3 of the window, for a peak to count
+constexpr int kLikelihoodRange = 10;  // bins below 1.0, where noise alone lies: those of the mean
+constexpr int kEnoughFrames = 154;    // 0.3 of the window: the least for a peak to count
 
 struct limits {
   int low, high;  // of a threshold, Q12
@@ -55,8 +56,8 @@ int64_t ratio_q12(int64_t num, int64_t den) {
   return den == 0 ? (num == 0 ? 0 : kLargest) : std::min((num << 12) / den, kLargest);
 }
 
-// How much of the spectrum's variance over the bins the mean spectrum of the pauses doesn't
-// explain, in units of the usual energy:
+// The part of the spectrum's variance over the bins that the mean spectrum of the pauses doesn't
+// explain, relative to energy_norm, Q12:
 //
 //   var(M) - cov(M, P)^2 / var(P)
 //
@@ -93,13 +94,13 @@ void count(NsxInst_t_* ns) {
   }
 }
 
-// In what follows a bin's middle is 2 i + 1, in units of half a bin.
+// Below, a bin's middle is 2 i + 1, in units of half a bin.
 
-// The likelihood ratio's threshold: 1.2 times its mean within the range; the upper limit if it
-// hardly fluctuates, which a window of noise alone does. Tells whether it fluctuates: variance of
-// at least 0.05, the mean within the range standing for one of its two means. Frames outside the
-// histogram count as 0.
-bool draw_likelihood_threshold(NsxInst_t_* ns) {
+// The likelihood ratio's threshold: 1.2 times its mean within the range, or the upper limit if the
+// ratio hardly fluctuates, as in a window of noise alone. Returns whether it fluctuates: whether its
+// variance, with the mean within the range in place of one of the two means, is at least 0.05.
+// Frames outside the histogram count as 0.
+bool set_likelihood_threshold(NsxInst_t_* ns) {
   int64_t inside = 0, sum_inside = 0, sum = 0, squares = 0;
   for (int i = 0; i < kNsxHistogramBins; ++i) {
     const int64_t frames = ns->histogram[kLikelihood][i], middle = 2 * i + 1;
@@ -124,8 +125,8 @@ struct peak {
   int frames, middle;
 };
 
-// The highest place of a histogram; the second highest is counted in if it's next to it and at
-// least half as high.
+// The highest bin of a histogram, joined with the second highest if that is next to it and
+// more than half as high.
 peak highest_peak(const unsigned short* histogram) {
   peak first = {0, 0}, second = {0, 0};
   for (int i = 0; i < kNsxHistogramBins; ++i) {
@@ -142,10 +143,11 @@ peak highest_peak(const unsigned short* histogram) {
   return first;
 }
 
-// Thresholds below the usual flatness and above the usual difference of the window's frames, where
-// these have a clear peak; the features that have one share the weight with the likelihood ratio.
-void draw_thresholds(NsxInst_t_* ns) {
-  const bool fluctuates = draw_likelihood_threshold(ns);
+// Thresholds at 0.9 of the window's most frequent flatness and 1.2 of its most frequent difference,
+// where the histogram has a clear peak; the features that have one share the weight with the
+// likelihood ratio.
+void set_thresholds(NsxInst_t_* ns) {
+  const bool fluctuates = set_likelihood_threshold(ns);
 
   const peak flat = highest_peak(ns->histogram[kFlatness]);
   const bool use_flatness = flat.frames >= kEnoughFrames && flat.middle >= 24;  // 0.6
@@ -165,8 +167,8 @@ void draw_thresholds(NsxInst_t_* ns) {
   ns->weight[kLikelihood] = kOneQ14 - ns->weight[kFlatness] - ns->weight[kDifference];
 }
 
-// The energy that the difference is measured by: the mean over the start-up, then, window by
-// window, half of what it was and half of the window's mean.
+// The energy that the difference is relative to: the mean over the start-up, then, window by
+// window, the mean of its old value and the window's mean.
 void follow_energy(NsxInst_t_* ns) {
   if (ns->frame_count < kStartupFrames)
     ns->energy_norm += (ns->magnitude_energy - ns->energy_norm) / (ns->frame_count + 1);
@@ -189,7 +191,7 @@ void update_features(NsxInst_t_* ns) {
   smooth(ns->feature[kDifference], difference(ns));
   count(ns);
   if (++ns->window_age < kWindowFrames) return;
-  draw_thresholds(ns);
+  set_thresholds(ns);
   ns->energy_norm = (ns->energy_norm + ns->energy_sum) / 2;
   ns->energy_sum = 0;
   ns->window_age = 0;

@@ -1,8 +1,15 @@
 #include "ns/noise_suppressor.h"
 
+#include <algorithm>
+#include <cstdint>
 #include <iterator>
 
-#include "ns/noise_suppressor_internal.h"
+#include "fixed.h"
+#include "ns/noise_analysis.h"
+#include "ns/noise_estimate.h"
+#include "ns/noise_features.h"
+#include "ns/noise_frame.h"
+#include "ns/noise_synthesis.h"
 #include "ns/noise_windows.inc"
 
 namespace {
@@ -21,41 +28,28 @@ struct policy_row {
 };
 constexpr policy_row kPolicies[] = {{256, 8192, 0}, {256, 4096, 1}, {282, 2048, 1}, {320, 1475, 1}};
 
-constexpr int kOneQ11 = 2048;
 constexpr int kPreviousWeight = 32113;  // 0.98 of the frame before, Q15
-constexpr int kPresentWeight = 655;     // 0.02 of the present one
+constexpr int kPresentWeight = 655;     // 0.02 of the present one, Q15
 constexpr int kNoiseRate = 1638;        // 0.1, Q14
-constexpr int kSpeechRate = 164;        // 0.01
-constexpr int kPauseRate = 819;         // 0.05
+constexpr int kSpeechRate = 164;        // 0.01, Q14
+constexpr int kPauseRate = 819;         // 0.05, Q14
 constexpr int kLikelyNoise = 13107;     // a speech probability of 0.2 or less, Q14
 
-}  // namespace
-
-void (*tekaNsx_AnalysisUpdate)(NsxInst_t_*, const short*, short*) = AnalysisUpdateC;
-void (*tekaNsx_CreateComplexBuffer)(NsxInst_t_*, const short*, short*) = CreateComplexBufferC;
-void (*tekaNsx_NoiseEstimation)(NsxInst_t_*) = NoiseEstimationC;
-void (*tekaNsx_PrepareSpectrum)(NsxInst_t_*, short*) = PrepareSpectrumC;
-void (*tekaNsx_Denormalize)(NsxInst_t_*, short*, int) = DenormalizeC;
-void (*tekaNsx_SynthesisUpdate)(NsxInst_t_*, const short*, short*, short) = SynthesisUpdateC;
-
-namespace {
-
-// Writes nothing where nothing changes: other instances may be running in other threads.
-template <typename Function>
-void point(Function*& dispatch, Function* stage) {
-  if (dispatch != stage) dispatch = stage;
+// num / den in Q11, at most kSnrLimit; 0 / 0 is 0.
+constexpr uint32_t kSnrLimit = INT32_MAX;
+uint32_t snr_q11(uint64_t num, uint64_t den) {
+  if (num == 0) return 0;
+  return den == 0 ? kSnrLimit
+                  : static_cast<uint32_t>(std::min<uint64_t>((num << 11) / den, kSnrLimit));
 }
 
 }  // namespace
 
 int tekaNs_InitCore(NsxInst_t_* ns, unsigned int fs) {
   if (ns == nullptr || (fs != 8000 && fs != 16000 && fs != 32000)) return -1;
-  point(tekaNsx_AnalysisUpdate, AnalysisUpdateC);
-  point(tekaNsx_CreateComplexBuffer, CreateComplexBufferC);
-  point(tekaNsx_NoiseEstimation, NoiseEstimationC);
-  point(tekaNsx_PrepareSpectrum, PrepareSpectrumC);
-  point(tekaNsx_Denormalize, DenormalizeC);
-  point(tekaNsx_SynthesisUpdate, SynthesisUpdateC);
+  use_portable_analysis();
+  use_portable_estimate();
+  use_portable_synthesis();
 
   *ns = NsxInst_t_{};
   const frame_sizes& sizes = fs == 8000 ? kNarrow : kWide;
@@ -110,13 +104,13 @@ namespace {
 
 bool starting_up(const NsxInst_t_* ns) { return ns->frame_count < kStartupFrames; }
 
-// a on the way to b, t of so many frames gone.
+// From a to b by t / kStartupFrames.
 uint64_t blend(uint64_t a, uint64_t b, int t) {
-  const auto gone = static_cast<uint64_t>(t);
-  return (b * gone + a * (kStartupFrames - gone)) / kStartupFrames;
+  const auto weight = static_cast<uint64_t>(t);
+  return (b * weight + a * (kStartupFrames - weight)) / kStartupFrames;
 }
 
-// The noise that the frame is judged by, Q16: the quantile, at the start blended with the model.
+// The noise that the frame's SNRs refer to, Q16: the quantile, at the start blended with the model.
 void present_noise(const NsxInst_t_* ns, const unsigned int* model, unsigned int* noise) {
   std::copy_n(ns->quantile_noise, ns->bins, noise);
   if (!starting_up(ns)) return;
@@ -124,7 +118,7 @@ void present_noise(const NsxInst_t_* ns, const unsigned int* model, unsigned int
     noise[k] = static_cast<unsigned>(blend(model[k], noise[k], ns->frame_count));
 }
 
-// What was left of the frame before, over the noise as it was then: Q11.
+// The frame before after its gain, over the noise of that frame: Q11.
 void previous_snr(const NsxInst_t_* ns, unsigned int* snr) {
   for (int k = 0; k < ns->bins; ++k)
     snr[k] = snr_q11(uint64_t{ns->previous_magnitude[k]} * ns->gain[k] >> 14, ns->noise[k]);
@@ -145,7 +139,7 @@ unsigned int approach(unsigned int value, unsigned int target, int64_t rate) {
 
 // The noise moves toward the magnitude by the probability that the bin is noise, slowly where
 // speech is likely. Where the likelihood changes from one bin to the next, the smaller of both
-// results counts. The pauses' mean spectrum follows in likely noise alone.
+// results counts. The mean spectrum of the pauses moves only in bins of likely noise.
 void update_noise(NsxInst_t_* ns, const unsigned short* non_speech_probability) {
   bool was_noise = true;
   for (int k = 0; k < ns->bins; ++k) {
@@ -162,14 +156,14 @@ void update_noise(NsxInst_t_* ns, const unsigned short* non_speech_probability) 
   }
 }
 
-// SNR / (overdrive + SNR) within the bound and 1, Q14.
+// snr / (overdrive + snr), from the lower bound to 1: Q14 from an SNR in Q11.
 unsigned short wiener_gain(const NsxInst_t_* ns, uint64_t snr) {
   const uint64_t sum = (static_cast<uint64_t>(ns->overdrive) << 3) + snr;  // Q8 to Q11
   const auto gain = static_cast<int>(((snr << 14) + sum / 2) / sum);
   return static_cast<unsigned short>(std::clamp(gain, ns->denoise_bound, kOneQ14));
 }
 
-// The gain of spectral subtraction from the mean spectrum since init, Q14.
+// The gain of spectral subtraction of the model's noise (Q16) from the mean spectrum since init, Q14.
 unsigned short start_gain(const NsxInst_t_* ns, int k, uint64_t model) {
   const int64_t magnitude = ns->start_magnitude[k];
   const auto noise = static_cast<int64_t>(model * static_cast<uint64_t>(ns->overdrive) >> 8) *
@@ -192,11 +186,10 @@ void update_gain(NsxInst_t_* ns, const unsigned int* model, const unsigned int* 
 
 }  // namespace
 
-//   in ─┬─► analysis ─┬─► quantiles ─► noise ─► SNRs ─┐
-//       │             ├─► features ───────────────────┴─► speech probability ─► noise update ─┐
-//       │             └─► presence ─► prior ─────────────► ▲                                  │
-//       └─► peaks ────────► ▲                                     synthesis ◄─ gain ◄─ SNR ◄──┘
-//                                                                     └─► limiter ─► out
+//   in ─┬─► analysis ─┬─► quantiles ─► noise ─► SNRs ─► speech probability ─► noise update ─► SNR
+//       │             ├─► features ───────────────────► ▲                                      │
+//       │             └─► presence ─► prior ──────────► ▲                                      ▼
+//       └─► peaks ──────► ▲                            out ◄─ limiter ◄─ synthesis ◄───────── gain
 int tekaNs_ProcessCore(NsxInst_t_* ns, short* in, short* out) {
   if (ns == nullptr || ns->initialized != 1) return -1;
   unsigned short magnitudes[kNsxMaxBins];

@@ -1,22 +1,21 @@
-// Noise suppressor: takes steady noise (a fan, a street, a hissing microphone) away from one
-// channel of speech.
+// Noise suppressor: reduces steady noise (a fan, a street, a hissing microphone) in one channel of
+// speech.
 //
-// How it works. Overlapping frames of the signal are cut out with a window and transformed; each
-// bin of the spectrum gets a gain between a lower bound and 1 according to how far it stands above
-// the noise, and the frames are transformed back and added up. What the noise is has to be learnt
-// from the same signal:
+// How it works. Overlapping windowed frames of the signal are transformed; each bin of the spectrum
+// gets a gain between a lower bound and 1 by its ratio to the noise, and the frames are transformed
+// back and added up. The noise is estimated from the same signal:
 //
 //   noise estimate    the lower quartile over time of each bin's log magnitude, by stochastic
-//                     approximation, three estimates out of step, each starting over after 200
-//                     frames; in the first 50 frames blended with a noise of white and pink fitted
-//                     to the mean spectrum
+//                     approximation; three estimates, each of which starts over every 200 frames, a
+//                     third of that apart; in the first 50 frames blended with white or pink noise
+//                     fitted to the mean spectrum
 //   speech or noise   per bin, from a smoothed likelihood ratio between the two and the prior
 //                     probability of a pause
-//   noise update      the noise follows the magnitudes where a pause is likely
+//   noise update      the noise moves toward the magnitudes where a pause is likely
 //   gain              of Wiener's type, SNR / (overdrive + SNR), with the SNR estimated from the
 //                     frame before and the present one
-//   gain factor       what the frame as a whole gains or loses after that, by how much energy is
-//                     left of it
+//   gain factor       one more gain for the frame as a whole, by the share of its energy that is
+//                     left
 //
 // Frames and rates. A call of tekaNs_ProcessCore takes one block and gives one:
 //
@@ -28,7 +27,7 @@
 // 32000 Hz runs on the sizes of 16000 Hz, with bins twice as wide and everything that counts frames
 // twice as fast.
 //
-// What a host sets is the policy, how far noise is turned down:
+// A host sets the policy, how far noise is reduced:
 //
 //   policy   overdrive   lower bound of a bin's gain   gain factor
 //   0        1.0         0.5    (-6 dB)                off
@@ -40,15 +39,14 @@
 //
 //   0, presence   from the band post-processing (band_post.h). This is the default, and it has two
 //                 effects that a host must know. SPEECH CAN END THE PROCESS: ordinary speech at
-//                 -20 dBFS gets within a few frames to a place where the band post-processing has
-//                 no result, prints "Division Error ..." and calls exit(0); so does any steady
-//                 sound that sets in with peaks above some -34 dBFS. And steady noise louder than
-//                 about -55 dBFS counts as somebody's presence: nothing is then suppressed.
+//                 -20 dBFS within a few frames reaches values for which the band post-processing
+//                 has no result; it then prints "Division Error ..." and calls exit(0). So does any
+//                 steady sound that starts with peaks above some -34 dBFS. And steady noise louder
+//                 than about -55 dBFS counts as a voice: nothing is then suppressed.
 //   1, own        from the suppressor's own features of the signal: likelihood ratio, spectral
 //                 flatness, spectral difference from the pauses before, each compared with a
-//                 threshold that is learnt from the last 512 frames. The band post-processing's
-//                 presence is not asked for, so the process can't end. For a host of today this is
-//                 the one to take.
+//                 threshold that is renewed every 512 frames. The band post-processing's presence
+//                 is not computed, so the process can't end. New hosts should use this one.
 //
 // The output fades in over the first 656 samples and passes through the transient limiter of the
 // band post-processing, with either source.
@@ -76,9 +74,8 @@ enum {
 };
 
 // Magnitudes "in Q16" are |X| / N, X being the N-point transform of a windowed frame of 16-bit
-// samples: a sine at full scale has one of about 0.36 * 32767 * 65536. SNRs are
-// ratios of magnitudes: a priori, what is left of the speech over the noise; a posteriori, the
-// whole magnitude over the noise.
+// samples: for a sine at full scale about 0.36 * 32767 * 65536. SNRs are ratios of magnitudes:
+// a priori, that of the speech alone to the noise; a posteriori, the whole magnitude to the noise.
 struct NsxInst_t_ {
   int status;              // for the owner's use: nothing here reads it
   BPInfo_tag* band_post;   // made by tekaNs_InitCore, freed by tekaNs_FreeCore
@@ -97,7 +94,7 @@ struct NsxInst_t_ {
   int denoise_bound;   // lowest gain of a bin, Q14
   int gain_factor_on;  // the gain factor of a frame is in use
 
-  // The frame in work.
+  // The present frame.
   int zero_input;     // all samples of the frame are 0
   int norm;           // block normalisation: the frame was shifted up by this before the transform
   int64_t energy_in;  // of the windowed frame
@@ -148,15 +145,15 @@ extern SONX_EXPORT const short tekaNsx_kLogTable[9];
 // 1 / (k + 1), Q15, k = 0..200; the first is 32767.
 extern SONX_EXPORT const short tekaNsx_kCounterDiv[201];
 
-// The stages that a platform may have a faster form of. Every tekaNs_InitCore sets those that are
-// not the portable ones to these; they hold for all instances of the process.
+// The stages of which a platform may have a faster form. Every tekaNs_InitCore sets them to the
+// portable ones, where they are not that already; they are shared by all instances of the process.
 //
-//   AnalysisUpdate        takes a block of new samples in, gives the windowed frame (N samples)
+//   AnalysisUpdate        appends a block of new samples, writes the windowed frame (N samples)
 //   CreateComplexBuffer   windowed frame times 2^norm, the transform's input (N samples)
 //   NoiseEstimation       the quantile estimates follow log_magnitude; sets quantile_noise
 //   PrepareSpectrum       spectrum times gain, the inverse transform's input (N + 2 words)
 //   Denormalize           inverse transform's output times 2^shift, saturated (N samples)
-//   SynthesisUpdate       frame times window and gain factor (Q13) added up; gives a block
+//   SynthesisUpdate       overlap-adds frame times window and gain factor (Q13); writes a block
 extern SONX_EXPORT void (*tekaNsx_AnalysisUpdate)(NsxInst_t_*, const short* block, short* frame);
 extern SONX_EXPORT void (*tekaNsx_CreateComplexBuffer)(NsxInst_t_*, const short* frame,
                                                        short* scaled);
@@ -168,10 +165,9 @@ extern SONX_EXPORT void (*tekaNsx_SynthesisUpdate)(NsxInst_t_*, const short* fra
 
 // Sets up an instance for a sample rate of 8000, 16000 or 32000 Hz: history cleared, policy 0,
 // prior probability of a pause 0.5, prior source 0, status 0. Returns 0, or -1 for another rate or
-// a null pointer (the instance is then left alone), or -1 if memory is short (it is then not
-// initialised, and holds none). The record need not hold anything before; a
-// running instance must go through tekaNs_FreeCore first, or its band post-processing's memory is
-// lost.
+// a null pointer (the instance is then left alone), or -1 if memory is short (the instance
+// is then not initialised and holds none). The record need not hold anything before; a running
+// instance must go through tekaNs_FreeCore first, or its band post-processing's memory is lost.
 SONX_EXPORT int tekaNs_InitCore(NsxInst_t_* ns, unsigned int fs);
 
 // Frees what init took; the instance then needs another init. Returns 0; a null pointer does
@@ -188,25 +184,25 @@ SONX_EXPORT int tekaNs_set_policy_core(NsxInst_t_* ns, int mode);
 SONX_EXPORT int tekaNs_set_prior_source(NsxInst_t_* ns, int source);
 SONX_EXPORT int tekaNs_get_prior_source(NsxInst_t_* ns, int* source);
 
-// A word kept for the owner, who may take it as on or off. No range; the suppressor never reads it.
+// A word for the owner's use, on or off say. Any value; the suppressor never reads it.
 SONX_EXPORT void tekaNs_canceling_setstatus(NsxInst_t_* ns, int status);
 SONX_EXPORT void tekaNs_canceling_getstatus(NsxInst_t_* ns, int* status);
 
 // One frame: block_length samples of in to as many of out, 16-bit, which may be the same buffer.
 // Returns 0, or -1 if the instance is not initialised. MAY END THE PROCESS while the prior source
-// is 0: see above. Full scale doesn't wrap; the frames of zeros come out as zeros once the tail of
-// what was before has passed.
+// is 0: see above. Full scale doesn't wrap; frames of zeros come out as zeros once the overlap with
+// the frames before has passed.
 SONX_EXPORT int tekaNs_ProcessCore(NsxInst_t_* ns, short* in, short* out);
 
-// The stages of a frame, in this order, for whoever wants to look between them. An instance that is
-// not initialised must not get here.
+// The stages of a frame, in this order, for callers that inspect what is between them. The instance
+// must be initialised; this is not checked.
 //
 //   DataAnalysis      a block of input to spectrum, magnitudes (16-bit, |X| / N times 2^norm,
 //                     bins entries) and energies
 //   SpeechNoiseProb   from the SNRs a priori and a posteriori (Q11, bins entries each) to the
-//                     probability that each bin is noise (Q14); with prior source 1 renews the
+//                     probability that each bin is noise (Q14); with prior source 1 updates the
 //                     prior first
-//   DataSynthesis     gains onto the spectrum, back to samples: a block of output
+//   DataSynthesis     applies the gains to the spectrum and transforms back: a block of output
 SONX_EXPORT void tekaNsx_DataAnalysis(NsxInst_t_* ns, short* in, unsigned short* magnitudes);
 SONX_EXPORT void tekaNsx_SpeechNoiseProb(NsxInst_t_* ns, unsigned short* non_speech_probability,
                                          unsigned int* prior_snr, unsigned int* post_snr);

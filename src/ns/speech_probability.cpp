@@ -1,16 +1,17 @@
 // Speech probability: likelihood ratio of each bin, and the prior from the features.
+#include <algorithm>
+#include <cstdint>
 #include <cstdlib>
 
 #include "fixed.h"
-#include "ns/logarithm_internal.h"
-#include "ns/noise_suppressor_internal.h"
+#include "ns/logarithm.h"
+#include "ns/noise_frame.h"
 #include "ns/speech_indicator.inc"
 
 namespace {
 
-constexpr int kOneQ11 = 2048;
-constexpr int kWidthOfSpeech = 4;     // slope of an indicator on the side of speech
-constexpr int kWidthOfPause = 8;      // and on that of a pause
+constexpr int kSlopeOfSpeech = 4;     // of an indicator on the side of speech
+constexpr int kSlopeOfPause = 8;      // and on the side of a pause
 constexpr int kPriorStep = 1638;      // 0.1, Q14
 constexpr int kLargestPrior = 16220;  // of a pause: speech is never ruled out by more than 0.99
 
@@ -26,9 +27,10 @@ int follow_likelihood(int likelihood, uint32_t xi, uint32_t gamma) {
   return saturate32(likelihood + ((ratio - likelihood) >> 1));
 }
 
-// 1 / (1 + e^(-2 x)) for x = width (value - threshold), Q12 each, by a table of quarters: Q14.
-int indicator(int width, int64_t distance) {
-  const int64_t x = std::min<int64_t>(std::abs(distance) * width, 4 << 12);
+// 1 / (1 + e^(-2 x)) in Q14 for x = slope * distance, distance in Q12, by a table with four steps per
+// 1.0 of x and straight lines between them.
+int indicator(int slope, int64_t distance) {
+  const int64_t x = std::min<int64_t>(std::abs(distance) * slope, 4 << 12);
   const int64_t step = std::min<int64_t>(x >> 10, 15), rest = x - (step << 10);
   const int64_t low = kIndicator[step], high = kIndicator[step + 1];
   const int half = static_cast<int>(low + ((high - low) * rest >> 10));
@@ -37,11 +39,11 @@ int indicator(int width, int64_t distance) {
 
 // The probability of speech that a feature gives by its distance on the side of speech, Q14.
 int speech_indicator(int64_t distance) {
-  return indicator(distance < 0 ? kWidthOfPause : kWidthOfSpeech, distance);
+  return indicator(distance < 0 ? kSlopeOfPause : kSlopeOfSpeech, distance);
 }
 
-// The own prior: the weighted indicators, smoothed. Speech is less flat than noise, and more
-// different from the pauses.
+// The prior from the features: the weighted indicators, smoothed. Speech is less flat than noise,
+// and its difference from the pauses is larger.
 void follow_prior(NsxInst_t_* ns) {
   const auto above = [&](int f) { return int64_t{ns->feature[f]} - ns->threshold[f]; };
   const int speech = (ns->weight[kLikelihood] * speech_indicator(above(kLikelihood)) +
@@ -53,7 +55,7 @@ void follow_prior(NsxInst_t_* ns) {
   ns->prior_non_speech = static_cast<short>(std::clamp(prior, 0, kLargestPrior));
 }
 
-// prior / (prior + (1 - prior) e^likelihood), Q14, without ever forming a power above 1.
+// prior / (prior + (1 - prior) e^likelihood), Q14; only powers up to 1 are formed.
 unsigned short noise_probability(int64_t prior, int likelihood) {
   const int64_t power = exp_q12(-std::abs(int64_t{likelihood}), 30);  // Q30
   const int64_t one = int64_t{1} << 30;

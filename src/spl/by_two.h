@@ -3,7 +3,7 @@
 // The filter (order 17) is the sum of two all-pass branches of four first-order sections each,
 // which run at the lower rate: sixteen multiplications per sample of the lower rate, one word of
 // state per section. The state is an array of 8 words, zeroed before the first call and owned by
-// the caller; each direction of each stream needs its own. Coefficients:
+// the caller; each stream and direction needs its own. Coefficients:
 // tools/make_resampler_tables.py.
 //
 // Quality, measured between 24 and 48 kHz (at other rates all frequencies move in proportion),
@@ -22,8 +22,8 @@
 // Tones between 11.52 and 12 kHz keep an image, those between 12 and 12.48 kHz an alias.
 //
 // Latency: the table's delay. The delay grows towards the band edge (not linear in phase).
-// Rounding: branches run with 10 fractional bits, the result is rounded once, to the nearest step,
-// and saturates. An input that stays silent leaves the state at zero after a while.
+// Rounding: branches have 10 fractional bits, the result is rounded once, to the nearest step, and
+// saturates. With silent input the state decays to zero.
 #pragma once
 
 #include "../export.h"
@@ -31,9 +31,9 @@
 constexpr int tekaSpl_kBy2StateWords = 8;
 
 // n samples to 2 n samples, any n; n < 1 does nothing. out must not overlap with in, except that in
-// may be the last n samples of out's 2 n. However a stream is cut, the samples are the same.
+// may be the last n samples of out's 2 n. The output does not depend on how a stream is cut.
 SONX_EXPORT void tekaSpl_UpsampleBy2(const short* in, int n, short* out, int* state);
 
 // n samples to n / 2 samples; an odd n drops the last sample, n < 2 does nothing. out may be in.
-// However a stream is cut into even lengths, the samples are the same.
+// The output does not depend on how a stream is cut into even lengths.
 SONX_EXPORT void tekaSpl_DownsampleBy2(const short* in, int n, short* out, int* state);

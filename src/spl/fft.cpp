@@ -17,17 +17,18 @@ constexpr int kSine[] = {
 };
 constexpr const int* kCosine = kSine + kMostPoints / 4;
 
-// (a << 15 + product) / 2^(15 + shift), rounded, saturated: a butterfly's one rounding.
+// q15 / 2^(15 + shift), rounded, saturated: a butterfly's one rounding.
 inline short rounded(int64_t q15, int shift) {
   const int64_t value = (q15 + (int64_t{1} << (14 + shift))) >> (15 + shift);
   return saturate16(static_cast<int>(value));
 }
 
-// One stage: pairs that stand span apart within groups of 2 span, both results divided by 2^shift.
+// One stage: butterflies of the pairs k and k + span within groups of 2 span, both results divided
+// by 2^shift.
 //
 //   a ──────┬──► + ──► a'       w = e^(-+ 2 pi i j / (2 span)), Q15; sign = +1 forward, -1 inverse
 //   b ─ ×w ─┴──► − ──► b'
-void run_stage(short* data, int points, int span, int sign, int shift) {
+void butterfly_stage(short* data, int points, int span, int sign, int shift) {
   const int step = kMostPoints / (2 * span);
   for (int j = 0; j < span; ++j) {
     const int64_t cosine = kCosine[j * step], sine = sign * kSine[j * step];
@@ -48,7 +49,7 @@ void run_stage(short* data, int points, int span, int sign, int shift) {
 void bit_reverse(short* data, int stages) {
   const int points = 1 << stages;
   for (int k = 1, mirrored = 0; k < points; ++k) {
-    // Adds 1 at the mirrored number's top: the carry runs downward.
+    // mirrored + 1 in reversed binary: the carry goes to lower bits.
     int bit = points >> 1;
     for (; mirrored & bit; bit >>= 1) mirrored ^= bit;
     mirrored ^= bit;
@@ -58,7 +59,7 @@ void bit_reverse(short* data, int stages) {
 
 void forward(short* data, int stages) {
   bit_reverse(data, stages);
-  for (int span = 1; span < 1 << stages; span *= 2) run_stage(data, 1 << stages, span, +1, 1);
+  for (int span = 1; span < 1 << stages; span *= 2) butterfly_stage(data, 1 << stages, span, +1, 1);
 }
 
 // A stage's results reach at most 1 + sqrt(2) times the largest word. Up to 13572 that
@@ -69,7 +70,7 @@ int inverse(short* data, int stages) {
   for (int span = 1; span < 1 << stages; span *= 2) {
     const int peak = tekaSpl_MaxAbsValue16(data, 2 << stages);
     const int shift = peak <= 13572 ? 0 : peak <= 27144 ? 1 : 2;
-    run_stage(data, 1 << stages, span, -1, shift);
+    butterfly_stage(data, 1 << stages, span, -1, shift);
     scale += shift;
   }
   return scale;
@@ -95,8 +96,8 @@ int tekaSpl_ComplexInverseFft(short* data, int stages) {
   return allowed(stages) ? inverse(data, stages) : -1;
 }
 
-// By way of the complex transform with imaginary parts of 0: twice the work of packing even and odd
-// samples into one pair, but no word inside outgrows the samples, whatever their wave form.
+// A complex transform with imaginary parts of 0: twice the work of packing even and odd samples into
+// one pair, but no intermediate word exceeds the largest sample.
 int tekaSpl_RealFft(const short* x, short* bins, int stages) {
   if (!allowed(stages)) return -1;
   const int points = 1 << stages;

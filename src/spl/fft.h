@@ -13,8 +13,7 @@
 //
 // Accuracy: signal-to-noise ratio in dB against a transform in double precision, for noise at full
 // scale (uniform, real and imaginary parts); "there and back" is inverse(forward(x)) against
-// x / 2^scale. The figures are about that, within 0.5 dB from one noise to another; a test holds
-// them for one.
+// x / 2^scale. The figures vary by 0.5 dB from one noise to another; a test holds them for one.
 //
 //   stages                 1     2     3     4     5     6     7     8     9    10
 //   forward               91.3  85.5  82.0  79.2  76.5  74.0  71.2  68.7  65.8  63.0
@@ -26,9 +25,8 @@
 
 #include "../export.h"
 
-// Swaps the pairs so that pair k goes to the place with the reversed bits of k; doing it twice
-// restores the order. The transforms below do this by themselves. 0, or -1 if stages is not in
-// 1..10; data is then left alone.
+// Moves pair k to the index with the reversed bits of k; doing it twice restores the order. The
+// transforms below include it. 0, or -1 if stages is not in 1..10; data is then left alone.
 SONX_EXPORT int tekaSpl_ComplexBitReverse(short* data, int stages);
 
 // Forward transform: 0, or -1 if stages is not in 1..10; data is then left alone.

@@ -9,8 +9,8 @@ namespace {
 
 #include "spl/resample_tables.inc"
 
-// Sum of row[j] x[j], Q15 to sample scale. Each half of a row has less than 2.0 in absolute values,
-// so that half of the sum fits in 32 bits, where it runs in lanes.
+// Sum of row[j] x[j] (Q15 x samples) over x[0..taps), as a sample. The absolute values of each half
+// of a row add up to less than 2.0, so that half of the sum fits in 32 bits and vectorises.
 template <int taps>
 inline short dot_product(const int16_t (&row)[taps], const int16_t* x) {
   int older = 0, newer = 0;
@@ -19,25 +19,26 @@ inline short dot_product(const int16_t (&row)[taps], const int16_t* x) {
   return saturate16(static_cast<int>((int64_t{older} + newer + 16384) >> 15));
 }
 
-// A block, chunk samples at a time; a chunk is a number of whole turns of M samples in, L out.
+// A block, chunk samples at a time; a chunk is a whole number of periods of M samples in, L out.
 //
-//   window: [0, taps - 1)                  the samples before the chunk
-//           [taps - 1, taps - 1 + chunk)   the chunk
+//   window[0 .. taps - 2]                    the samples before the chunk
+//   window[taps - 1 .. taps - 2 + chunk]     the chunk
 template <int block, int chunk, int M, int scratch_words, int L, int taps>
 void resample(const int16_t (&rows)[L][taps], const short* in, short* out, short* history,
               void* scratch) {
-  constexpr int kPast = taps - 1;
+  constexpr int kHistory = taps - 1;
   static_assert(block % chunk == 0 && chunk % M == 0);
-  static_assert((kPast + chunk) * sizeof(int16_t) <= scratch_words * sizeof(int32_t));
+  static_assert((kHistory + chunk) * sizeof(int16_t) <= scratch_words * sizeof(int32_t));
   int16_t* window = static_cast<int16_t*>(scratch);
-  tekaSpl_Copy16(history, window, kPast);
+  tekaSpl_Copy16(history, window, kHistory);
   for (int start = 0; start < block; start += chunk) {
-    tekaSpl_Copy16(in + start, window + kPast, chunk);
-    for (int turn = 0; turn < chunk; turn += M)
-      for (int m = 0; m < L; ++m) *out++ = dot_product(rows[m * M % L], window + turn + m * M / L);
-    tekaSpl_Copy16(window + chunk, window, kPast);
+    tekaSpl_Copy16(in + start, window + kHistory, chunk);
+    for (int period = 0; period < chunk; period += M)
+      for (int m = 0; m < L; ++m)
+        *out++ = dot_product(rows[m * M % L], window + period + m * M / L);
+    tekaSpl_Copy16(window + chunk, window, kHistory);
   }
-  tekaSpl_Copy16(window, history, kPast);
+  tekaSpl_Copy16(window, history, kHistory);
 }
 
 template <int length>

@@ -7,9 +7,10 @@
 // the nearest step, ties upward, and saturated.
 //
 // A kernel keeps its newest taps - 1 samples in a state record of the caller's, zeroed by its reset
-// function before the first call; blocks then join without a seam. scratch is working memory of the
-// given number of 32-bit words (4 bytes each, aligned to 2), of no meaning before or after. Kernels
-// that make a block shorter work in place; those that make it longer need out apart from in.
+// function before the first call; consecutive blocks form one stream. scratch is working memory of
+// the given number of 32-bit words (4 bytes each, aligned to 2); its contents before and after have
+// no meaning. Kernels that make a block shorter work in place; those that make it longer need out
+// apart from in.
 //
 //   kernel                     in   out  scratch words  L / M   taps per phase
 //   Resample16khzTo48khz      160   480       336         3      48

@@ -14,7 +14,7 @@ unsigned int magnitude(int value) {
   return value < 0 ? 0u - static_cast<unsigned int>(value) : static_cast<unsigned int>(value);
 }
 
-// The largest key(x[i]); a plain loop, so that it runs in lanes.
+// The largest key(x[i]); a plain loop, which compilers vectorise.
 template <typename T, typename Key>
 auto largest(const T* x, int n, Key key) {
   if (n < 1) return decltype(key(T{})){};

@@ -23,7 +23,7 @@ SONX_EXPORT int tekaSpl_MaxValue32(const int* x, int n);
 SONX_EXPORT int tekaSpl_MinValue32(const int* x, int n);
 SONX_EXPORT unsigned int tekaSpl_MaxAbsValue32(const int* x, int n);
 
-// Where it stands: the first index, if it occurs more than once.
+// The index of that value, the first one if it occurs more than once.
 SONX_EXPORT int tekaSpl_MaxIndex16(const short* x, int n);
 SONX_EXPORT int tekaSpl_MinIndex16(const short* x, int n);
 SONX_EXPORT int tekaSpl_MaxAbsIndex16(const short* x, int n);

@@ -6,7 +6,7 @@
 #include "dsp/gain_ramp.h"
 #include "dsp/kernels/arithmetic.h"
 #include "dsp/kernels/nonlinear.h"
-#include "effects/gain_slew_internal.h"
+#include "effects/gain_slew.h"
 #include "support/kernels.h"
 #include "support/signals.h"
 

@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "ktv/noise_path_internal.h"
-#include "ns/logarithm_internal.h"
+#include "ns/logarithm.h"
 #include "ns/noise_suppressor.h"
 
 TEST(Logarithms, AreRightWithinAStepOverTheirWholeRange) {

@@ -14,6 +14,7 @@
 
 #include "commands.h"
 #include "formats.h"
+#include "messages.h"
 #include "settings.h"
 
 namespace sonx {
@@ -29,8 +30,9 @@ const char* const kFooter =
     R"(Splits each channel at 250 Hz, 950 Hz and 2.8 kHz, replaces the lowest band by
 harmonics around 400 Hz that a small loudspeaker can play, and limits each other
 band and then the sum, with make-up volume. Each value is for both sides, or
-LEFT/RIGHT. Options without a band's name are for the sum. Works at 44100, 48000
-and 96000 Hz. The output is as long as the input and comes 240 samples later.
+LEFT/RIGHT. Options without a band's name are for the sum. The boost works at
+44100, 48000 and 96000 Hz, to which a file at another rate is converted, and
+back. OUT has 24 bits, is as long as IN and comes 240 samples later.
 The limiters look ahead by 120 samples each: sudden peaks of loud material pass
 them in part, so lower --threshold where the report tells of clipping.
 
@@ -76,8 +78,7 @@ constexpr parameter_option kParameters[] = {
 constexpr const char* kBands[] = {"full", "low", "mid", "high"};
 
 struct boost_arguments {
-  std::string in;
-  std::string out;
+  file_options files;
   std::string nld_gain;
   std::string values[std::size(kBands)][std::size(kParameters)];
   int period = kMaxPeriod;
@@ -86,7 +87,7 @@ struct boost_arguments {
 
 // "VALUE" or "LEFT/RIGHT"
 std::array<std::string, 2> sides(const std::string& text) {
-  const size_t slash = text.find('/');
+  const size_t slash = text.find_first_of(",/");
   if (slash == std::string::npos) return {text, text};
   return {text.substr(0, slash), text.substr(slash + 1)};
 }
@@ -173,25 +174,23 @@ class boost_module {
 };
 
 void run(const boost_arguments& arguments) {
-  audio_reader reader(arguments.in);
-  if (!boost_processes(reader.rate())) {
-    throw std::runtime_error("'" + arguments.in + "' has " + std::to_string(reader.rate()) +
-                             " Hz; the speaker boost has filters for 44100, 48000 and 96000 Hz");
-  }
   const boost_options options{parse_settings(arguments), arguments.period,
                               parse_seconds(arguments.tail, "--tail")};
-  audio_writer writer(arguments.out, reader.rate(), 24, reader.frames());
-  const stream_report report = render_boost(reader, writer, options, "sonx boost");
-  writer.commit();
-  std::printf("%s: %d Hz, %.3f s -> %s, 24 bits, delayed by %d samples\n", arguments.in.c_str(),
-              reader.rate(), static_cast<double>(report.frames) / reader.rate(),
-              arguments.out.c_str(), kBoostDelay);
+  file_job job(arguments.files, kBoostRates);
+  job.open_output(24);
+  const stream_report report = render_boost(job.reader(), job.writer(), options, "sonx boost");
+  job.finish(options.tail);
+  say("%s, delayed by %d samples at %d Hz\n", job.describe(report.frames).c_str(), kBoostDelay,
+      job.reader().rate());
   print_levels(report);
 }
 
 }  // namespace
 
-bool boost_processes(int rate) { return rate == 44100 || rate == 48000 || rate == 96000; }
+const effect_rates kBoostRates = {"the speaker boost", "44100, 48000 and 96000 Hz", [](int rate) {
+                                    if (rate >= 88200) return 96000;
+                                    return rate % 11025 == 0 ? 44100 : 48000;
+                                  }};
 
 stream_report render_boost(audio_reader& reader, audio_writer& writer, const boost_options& options,
                            const std::string& label) {
@@ -210,8 +209,7 @@ void add_boost_command(CLI::App& app) {
   CLI::App* command = app.add_subcommand("boost", "run a file through the speaker boost");
   auto arguments = std::make_shared<boost_arguments>();
   command->footer(kFooter);
-  command->add_option("IN", arguments->in, "audio file that libsndfile reads")->required();
-  command->add_option("OUT", arguments->out, "WAV file to write, 24 bits")->required();
+  arguments->files.add_to(*command);
   command
       ->add_option("--nld-gain", arguments->nld_gain,
                    "level of the bass harmonics, percent or Q13 [100%]")
@@ -230,6 +228,7 @@ void add_boost_command(CLI::App& app) {
       ->capture_default_str();
   command->add_option("--tail", arguments->tail, "silence to append to the input [0]")
       ->type_name("SECONDS");
+  arguments->files.add_no_convert_to(*command);
   command->callback([arguments] { run(*arguments); });
 }
 

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "audio_file.h"
+#include "file_job.h"
 #include "stream.h"
 
 struct speaker_boost_system_t;
@@ -27,8 +27,8 @@ struct boost_options {
 // Samples by which the boost delays the sound, at every rate.
 constexpr int kBoostDelay = 240;
 
-// Whether there are filters for this rate.
-bool boost_processes(int rate);
+// There are filters for these rates.
+extern const effect_rates kBoostRates;
 
 stream_report render_boost(audio_reader& reader, audio_writer& writer, const boost_options& options,
                            const std::string& label);

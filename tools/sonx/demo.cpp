@@ -30,9 +30,8 @@ const char* const kFooter =
 which walks through all of them in one go, and OUTDIR/NAME-boost.wav for the
 speaker boost. With --voice also OUTDIR/NAME-ktv-STAGE.wav, the file as a
 singer's voice through each stage of the karaoke chain and through a full
-setting, at 48000 Hz, and OUTDIR/NAME-denoise.wav, through the noise suppressor
-at 32000 Hz. A file at a rate that the effect does not process is
-converted to 44100 or 48000 Hz first. The steps at a switch are those of the
+setting, and OUTDIR/NAME-denoise.wav, through the noise suppressor. A file at a
+rate at which an effect does not work is converted first, and stays so. The steps at a switch are those of the
 switch-over rendering (for which a short file is repeated), over 0.1 s from the
 change into the effect of that row, beside the largest step that the input has
 there.)";
@@ -41,7 +40,6 @@ constexpr int kFormat = 4;  // 24 bits in 32
 constexpr size_t kPeriod = 480;
 // Of the speaker boost's limiters of the sum: loud recordings come out just below full scale.
 constexpr int kBoostThreshold = 19660;  // 60 %
-constexpr int kDenoiseRate = 32000;
 constexpr double kShortestStretch = 2;  // seconds per effect in the switch-over rendering
 
 struct demo_options {
@@ -60,12 +58,12 @@ const std::vector<demo_effect>& demo_effects() {
   static const std::vector<demo_effect> effects = {
       {"none", {}, 0},
       {"widening", {{"effect", "widening"}}, 0},
-      {"bass", {{"effect", "bass"}}, 0},
       {"preset", {{"effect", "preset"}}, 0},
       {"reverb-room", {{"effect", "reverb"}, {"room", "35%"}, {"damp", "60%"}, {"wet", "70%"}}, 1},
       {"reverb-hall", {{"effect", "reverb"}, {"room", "88%"}, {"damp", "25%"}, {"wet", "85%"}}, 4},
       {"eq", {{"effect", "eq"}, {"eq", "6/4/2/0/-1/-1/0/2/4/5"}}, 0},
       {"adapter-1", {{"adapter", "1"}}, 0},
+      {"bass", {{"effect", "bass"}}, 0},  // last: its make-up gain is heard to stay
   };
   return effects;
 }
@@ -102,12 +100,6 @@ audio_effect_control_acdb_t record_of(const demo_effect& effect) {
   return settings.record();
 }
 
-// The rate to render at: the file's own, or the nearest of its family that the effect processes.
-int render_rate(int file_rate) {
-  if (hp_effect::processes(file_rate)) return file_rate;
-  return file_rate % 11025 == 0 ? 44100 : 48000;
-}
-
 class demo {
  public:
   explicit demo(const demo_options& options) : options_(options) {
@@ -123,7 +115,8 @@ class demo {
     for (size_t i = 0; i < demo_effects().size(); ++i) {
       const demo_effect& effect = demo_effects()[i];
       const render_report report = render_one(effect);
-      print_row(effect.name, report, i == 0 ? walk.stretches.back() : walk.stretches[i]);
+      print_row(effect.name, decibels(report.stretches.back().gain_db), report,
+                i == 0 ? walk.stretches.back() : walk.stretches[i]);
     }
     float step_in = 0;
     float step_out = 0;
@@ -134,8 +127,8 @@ class demo {
     stretch_report all = walk.stretches.front();
     all.step_in = step_in;
     all.step_out = step_out;
-    print_row("switch-over", walk, all);
-    if (boost_processes(rate_)) print_boost();
+    print_row("switch-over", "", walk, all);
+    print_boost();
     if (options_.voice) {
       for (const demo_karaoke& karaoke : demo_karaokes()) print_karaoke(karaoke);
       print_denoise();
@@ -152,16 +145,18 @@ class demo {
     audio_reader reader(options_.in);
     reader.convert_to(rate_);
     reader.repeat(times);
-    audio_writer writer(output(name), rate_, 24, reader.frames());
+    audio_writer writer(output(name), {.rate = rate_, .bits = 24, .frames = reader.frames()});
     render_report report = render(reader, writer, how, stem_ + "-" + name);
-    writer.commit();
+    writer.commit(report.frames);
+    if (times_rendered_++ == 0) reader.warn_of_faults();
     return report;
   }
 
   void announce() {
     const audio_reader reader(options_.in);
-    if (reader.frames() == 0) throw std::runtime_error("'" + options_.in + "' holds no audio");
-    rate_ = render_rate(reader.file_rate());
+    if (reader.frames() == 0) throw std::runtime_error("'" + options_.in + "' holds no sound");
+    rate_ = kHpRates.nearest(reader.file_rate());
+    channels_ = reader.channels();
     seconds_ = static_cast<double>(reader.frames()) / reader.file_rate();
     std::printf("%s: %d Hz, %s, %.1f s", options_.in.c_str(), reader.file_rate(),
                 reader.describe_channels().c_str(), seconds_);
@@ -193,59 +188,61 @@ class demo {
 
   // The speaker boost stands outside the headphone chain and has no switch.
   void print_boost() const {
-    audio_reader reader(options_.in);
-    reader.convert_to(rate_);
-    audio_writer writer(output("boost"), rate_, 24, reader.frames());
     boost_options how;
     how.settings = {{speaker_boost_system_drc_full_left_set_threshold, kBoostThreshold},
                     {speaker_boost_system_drc_full_right_set_threshold, kBoostThreshold}};
-    print_stream("boost", render_boost(reader, writer, how, stem_ + "-boost"));
-    writer.commit();
+    print_stream("boost", kBoostRates, 24, 2,
+                 [&](auto&... files) { return render_boost(files..., how, stem_ + "-boost"); });
   }
 
-  // The voice's chain, at its own rate.
   void print_karaoke(const demo_karaoke& karaoke) const {
-    audio_reader reader(options_.in);
-    reader.convert_to(kKaraokeRate);
-    audio_writer writer(output(karaoke.name), kKaraokeRate, 16, reader.frames());
     karaoke_options how = parse_stages(karaoke.stages);
     how.tail = karaoke.tail;
-    print_stream(karaoke.name, render_karaoke(reader, writer, how, stem_ + "-" + karaoke.name));
-    writer.commit();
+    print_stream(karaoke.name, kKaraokeRates, 16, 2, [&](auto&... files) {
+      return render_karaoke(files..., how, stem_ + "-" + karaoke.name);
+    });
   }
 
-  // The noise suppressor at its own highest rate, with its own prior.
+  // With its own prior.
   void print_denoise() const {
-    audio_reader reader(options_.in);
-    reader.convert_to(kDenoiseRate);
-    audio_writer writer(output("denoise"), kDenoiseRate, 16, reader.frames(), reader.channels());
-    print_stream("denoise", render_denoise(reader, writer, {}, stem_ + "-denoise"));
-    writer.commit();
+    print_stream("denoise", kDenoiseRates, 16, channels_, [&](auto&... files) {
+      return render_denoise(files..., denoise_options{}, stem_ + "-denoise");
+    });
   }
 
-  // A row for what has no switch.
-  static void print_stream(const char* name, const stream_report& report) {
-    print_levels(name, report.in, report.out);
+  // The file at the effect's rate, and its row in the table. Without a switch, there is no step.
+  template <typename Render>
+  void print_stream(const char* name, const effect_rates& rates, int bits, int channels,
+                    Render render) const {
+    audio_reader reader(options_.in);
+    reader.convert_to(rates.nearest(reader.file_rate()));
+    audio_writer writer(
+        output(name),
+        {.rate = reader.rate(), .bits = bits, .frames = reader.frames(), .channels = channels});
+    const stream_report report = render(reader, writer);
+    writer.commit(report.frames);
+    print_levels(name, "", report.in, report.out);
     std::printf("  %7s %7s  %8.0f\n", "", "", report.speed);
     std::fflush(stdout);
   }
 
-  static void print_levels(const char* name, const levels& in, const levels& out) {
-    std::printf("%-14s %6s %6s  %6s %6s", name, decibels(in.peak_dbfs).c_str(),
+  static void print_levels(const char* name, const std::string& gain, const levels& in,
+                           const levels& out) {
+    std::printf("%-14s %7s  %6s %6s  %6s %6s", name, gain.c_str(), decibels(in.peak_dbfs).c_str(),
                 decibels(out.peak_dbfs).c_str(), decibels(in.lufs).c_str(),
                 decibels(out.lufs).c_str());
   }
 
   static void print_head() {
-    std::printf("%-14s %13s  %13s  %15s  %8s\n", "", "peak dBFS", "loudness LUFS", "step at switch",
-                "times");
-    std::printf("%-14s %6s %6s  %6s %6s  %7s %7s  %8s\n", "effect", "in", "out", "in", "out", "in",
-                "out", "realtime");
+    std::printf("%-14s %7s  %13s  %13s  %15s  %8s\n", "", "make-up", "peak dBFS", "loudness LUFS",
+                "step at switch", "times");
+    std::printf("%-14s %7s  %6s %6s  %6s %6s  %7s %7s  %8s\n", "effect", "dB", "in", "out", "in",
+                "out", "in", "out", "realtime");
   }
 
-  static void print_row(const char* name, const render_report& report,
+  static void print_row(const char* name, const std::string& gain, const render_report& report,
                         const stretch_report& change) {
-    print_levels(name, report.in, report.out);
+    print_levels(name, gain, report.in, report.out);
     std::printf("  %7.4f %7.4f  %8.0f\n", change.step_in, change.step_out, report.speed);
     std::fflush(stdout);
   }
@@ -257,11 +254,15 @@ class demo {
                   demo_effects()[i % demo_effects().size()].name,
                   i + 1 < walk.stretches.size() ? "," : "\n");
     }
+    const stretch_report& last = walk.stretches.back();
+    std::printf("%s", gain_note(last.record, last.gain_db).c_str());
   }
 
   const demo_options& options_;
   std::string stem_;
   int rate_ = 0;
+  int channels_ = 0;
+  int times_rendered_ = 0;
   double seconds_ = 0;
 };
 

@@ -1,4 +1,6 @@
 // sonx hp: a file through the headphone effect, with timed changes.
+#include <hp/sonx_hp_effect.h>
+
 #include <CLI/CLI.hpp>
 
 #include <algorithm>
@@ -10,6 +12,8 @@
 #include <vector>
 
 #include "commands.h"
+#include "file_job.h"
+#include "messages.h"
 #include "render.h"
 #include "settings.h"
 
@@ -21,7 +25,8 @@ const char* const kFooter =
     R"(The output is as long as the input. The effect delays the sound by its
 limiter's look-ahead (440 samples at 44100 Hz, 480 at other rates: about 10 ms),
 so the last 10 ms of the input, and a reverb's tail, come only with --tail.
-Works at rates from 44050 to 48050 Hz, as the effect itself: 44100 and 48000 Hz.
+The effect works at 44100 and 48000 Hz; a file at another rate is converted to
+one of these and back. A file of more than 16 bits goes through it with 24.
 A timed change takes effect at the next period and fades, 2 blocks out and some
 in, so that nothing clicks. It changes what it names; a new effect starts from
 that effect's defaults.
@@ -33,11 +38,10 @@ Examples:
   sonx hp in.wav out.wav --at 5:effect=bass --at 10:effect=eq,eq=6/3/0 --at 15:effect=none)";
 
 struct hp_options {
-  std::string in;
-  std::string out;
+  file_options files;
   effect_options effect;
   std::vector<std::string> changes;
-  int format = 1;
+  int format = 0;  // as the file
   int period = 480;
   std::string tail = "0";
 };
@@ -46,6 +50,12 @@ struct timed_settings {
   double seconds;
   effect_settings settings;
 };
+
+std::string at(double seconds) {
+  char text[64];
+  std::snprintf(text, sizeof text, "at %.3f s", seconds);
+  return text;
+}
 
 // Each text is "SECONDS:name=value,name=value"; in order of time, the initial settings first.
 std::vector<timed_settings> parse_changes(const std::vector<std::string>& texts,
@@ -75,50 +85,57 @@ std::vector<timed_settings> parse_changes(const std::vector<std::string>& texts,
 }
 
 void print_report(const render_report& report, int rate) {
-  std::printf("\n%9s %9s  %-22s %13s  %13s  %15s\n", "", "", "", "peak dBFS", "loudness LUFS",
-              "step at switch");
-  std::printf("%9s %9s  %-22s %6s %6s  %6s %6s  %7s %7s\n", "from s", "to s", "effect", "in", "out",
-              "in", "out", "in", "out");
+  say("\n%9s %9s  %-22s %7s  %13s  %13s  %15s\n", "", "", "", "make-up", "peak dBFS",
+      "loudness LUFS", "step at switch");
+  say("%9s %9s  %-22s %7s  %6s %6s  %6s %6s  %7s %7s\n", "from s", "to s", "effect", "dB", "in",
+      "out", "in", "out", "in", "out");
   for (const stretch_report& row : report.stretches) {
-    std::printf("%9.3f %9.3f  %-22s %6s %6s  %6s %6s  %7.4f %7.4f\n",
-                static_cast<double>(row.begin) / rate, static_cast<double>(row.end) / rate,
-                short_name(row.record).c_str(), decibels(row.in.peak_dbfs).c_str(),
-                decibels(row.out.peak_dbfs).c_str(), decibels(row.in.lufs).c_str(),
-                decibels(row.out.lufs).c_str(), row.step_in, row.step_out);
+    say("%9.3f %9.3f  %-22s %7.1f  %6s %6s  %6s %6s  %7.4f %7.4f\n",
+        static_cast<double>(row.begin) / rate, static_cast<double>(row.end) / rate,
+        short_name(row.record).c_str(), row.gain_db, decibels(row.in.peak_dbfs).c_str(),
+        decibels(row.out.peak_dbfs).c_str(), decibels(row.in.lufs).c_str(),
+        decibels(row.out.lufs).c_str(), row.step_in, row.step_out);
   }
-  std::printf("\n%s%.0f times real time\n", clipping_note(report.out).c_str(), report.speed);
+  const stretch_report& last = report.stretches.back();
+  say("\n%s%s%.0f times real time\n", gain_note(last.record, last.gain_db).c_str(),
+      clipping_note(report.out).c_str(), report.speed);
+}
+
+void warn_of_idle(const timed_settings& change) {
+  const std::string idle = change.settings.idle_words();
+  if (!idle.empty()) warn((change.seconds > 0 ? at(change.seconds) + ": " : "") + idle);
 }
 
 void run(const hp_options& options) {
-  audio_reader reader(options.in);
-  if (!hp_effect::processes(reader.rate())) {
-    throw std::runtime_error("'" + options.in + "' has " + std::to_string(reader.rate()) +
-                             " Hz, at which the effect passes audio through unprocessed; it works "
-                             "at 44100 and 48000 Hz (44050..48050 Hz)");
-  }
-  render_options how;
-  how.format = options.format;
-  how.period = static_cast<size_t>(options.period);
-  how.tail = parse_seconds(options.tail, "--tail");
+  file_job job(options.files, kHpRates);
+  const int format = options.format != 0        ? options.format
+                     : job.reader().bits() > 16 ? SONX_FORMAT_24_IN_32
+                                                : SONX_FORMAT_16_BIT;
+  render_options how{
+      format, static_cast<size_t>(options.period), parse_seconds(options.tail, "--tail"), {}};
   const auto changes = parse_changes(options.changes, options.effect.settings());
   for (const auto& [seconds, settings] : changes) {
     how.changes.push_back({seconds, settings.record()});
   }
+  job.open_output(format == SONX_FORMAT_16_BIT ? 16 : 24);
+  const render_report report = render(job.reader(), job.writer(), how, "sonx hp");
+  job.finish(how.tail);
 
-  const int bits = options.format == 1 ? 16 : 24;
-  audio_writer writer(options.out, reader.rate(), bits, reader.frames());
-  const render_report report = render(reader, writer, how, "sonx hp");
-  writer.commit();
-
-  std::printf("%s: %d Hz, %s, %.3f s -> %s, %d bits, delayed by %d samples\n", options.in.c_str(),
-              reader.rate(), reader.describe_channels().c_str(),
-              static_cast<double>(report.frames) / reader.rate(), options.out.c_str(), bits,
-              chain_delay(reader.rate()));
-  std::printf("format %d, period %d frames\n", options.format, options.period);
-  for (const auto& [seconds, settings] : changes) {
-    std::printf("at %.3f s: %s\n", seconds, settings.describe().c_str());
+  const int rate = job.reader().rate();
+  say("%s\n", job.describe(report.frames).c_str());
+  say("format %d, period %d frames, delayed by %d samples at %d Hz (%.1f ms)\n", format,
+      options.period, chain_delay(rate), rate, 1000.0 * chain_delay(rate) / rate);
+  for (size_t i = 0; i < changes.size(); ++i) {
+    const auto& [seconds, settings] = changes[i];
+    if (i < report.stretches.size()) {
+      say("%s: %s\n", at(seconds).c_str(), settings.describe().c_str());
+      warn_of_idle(changes[i]);
+    } else {
+      warn(at(seconds) + ": left out, since the sound ends " +
+           at(static_cast<double>(report.frames) / rate));
+    }
   }
-  print_report(report, reader.rate());
+  print_report(report, rate);
 }
 
 }  // namespace
@@ -128,29 +145,28 @@ void add_hp_command(CLI::App& app) {
       app.add_subcommand("hp", "run a file through the headphone effect, as an audio HAL does");
   auto options = std::make_shared<hp_options>();
   command->footer(kFooter);
-  command->add_option("IN", options->in, "audio file that libsndfile reads")->required();
-  command->add_option("OUT", options->out, "WAV file to write: 16 bits in format 1, else 24")
-      ->required();
+  options->files.add_to(*command);
   options->effect.add_to(*command);
   command
       ->add_option("--at", options->changes,
-                   "a change at a time, SECONDS:name=value,..: names are effect, adapter, eq "
-                   "(gains separated by /), room, damp, wet, dry, width, gain and word numbers; "
+                   "a change at a time, SECONDS:name=value,..: names are effect, adapter, eq, "
+                   "room, damp, wet, dry, width, gain and word numbers; "
                    "can be repeated")
       ->type_name("CHANGE")
       ->expected(1)
       ->take_all();
   command
-      ->add_option(
-          "--format", options->format,
-          "sample format at the effect's door: 1 16 bits, 2 and 4 24 bits in 32, 3 32 bits")
-      ->check(CLI::Range(1, 4))
-      ->capture_default_str();
+      ->add_option("--format", options->format,
+                   "sample format at the effect's door: 1 16 bits, 2 and 4 24 bits in 32, 3 32 "
+                   "bits; without "
+                   "it 2 for a file of more than 16 bits, else 1. OUT has 16 bits with 1, else 24")
+      ->check(CLI::Range(1, 4));
   command->add_option("--period", options->period, "frames per call")
       ->check(CLI::Range(1, 1 << 20))
       ->capture_default_str();
   command->add_option("--tail", options->tail, "silence to append to the input [0]")
       ->type_name("SECONDS");
+  options->files.add_no_convert_to(*command);
   command->callback([options] { run(*options); });
 }
 

@@ -11,6 +11,7 @@
 
 #include "commands.h"
 #include "formats.h"
+#include "messages.h"
 #include "settings.h"
 
 namespace sonx {
@@ -22,8 +23,9 @@ constexpr int kBands = 10;
 constexpr double kLowestGain = -40, kHighestGain = 12;  // dB
 
 const char* const kFooter =
-    R"(Takes a voice at 48000 Hz, mono or the mean of a stereo file, and gives stereo.
-Only the stages that are named run. Levels are a percentage of 1.0 or the Q13
+    R"(Takes a voice, mono or the mean of a stereo file, and gives stereo. The chain
+works at 48000 Hz, to which a file at another rate is converted, and back, and
+in 16 bits; OUT has 24 where IN has more than 16. Only the stages that are named run. Levels are a percentage of 1.0 or the Q13
 word (8192 is 1.0). The voice gain is heard through the compressor, which
 --voice-gain switches on. The output is as long as the input: an echo's or a
 reverb's tail comes with --tail.
@@ -75,7 +77,11 @@ std::vector<chosen_value> choose(const stage_value (&values)[count], const std::
     const auto match = std::find_if(chosen.begin(), chosen.end(), [&](const chosen_value& one) {
       return one.value->name == name;
     });
-    if (match == chosen.end()) throw std::runtime_error("there is no setting '" + name + "'");
+    if (match == chosen.end()) {
+      std::vector<std::string> known;
+      for (const stage_value& value : values) known.push_back(value.name);
+      throw std::runtime_error("there is no setting '" + name + "'" + suggestion(name, known));
+    }
     const stage_value& value = *match->value;
     match->word = value.level ? parse_level(given, name, kUnity, value.highest)
                               : parse_in_range(given, name, 0, value.highest);
@@ -156,32 +162,28 @@ class karaoke {
 };
 
 struct ktv_arguments {
-  std::string in;
-  std::string out;
+  file_options files;
   karaoke_stages stages;
   int period = 240;
   std::string tail = "0";
 };
 
 void run(const ktv_arguments& arguments) {
-  audio_reader reader(arguments.in);
-  if (reader.rate() != kKaraokeRate) {
-    throw std::runtime_error("'" + arguments.in + "' has " + std::to_string(reader.rate()) +
-                             " Hz; the karaoke chain works at 48000 Hz");
-  }
   karaoke_options options = parse_stages(arguments.stages);
   options.period = arguments.period;
   options.tail = parse_seconds(arguments.tail, "--tail");
-  audio_writer writer(arguments.out, kKaraokeRate, 16, reader.frames());
-  const stream_report report = render_karaoke(reader, writer, options, "sonx ktv");
-  writer.commit();
-  std::printf("%s: %s, %.3f s -> %s, 16 bits\n%s\n", arguments.in.c_str(),
-              reader.describe_channels().c_str(), static_cast<double>(report.frames) / kKaraokeRate,
-              arguments.out.c_str(), describe(arguments.stages).c_str());
+  file_job job(arguments.files, kKaraokeRates);
+  job.open_output(job.reader().bits());
+  const stream_report report = render_karaoke(job.reader(), job.writer(), options, "sonx ktv");
+  job.finish(options.tail);
+  say("%s\n%s\n", job.describe(report.frames).c_str(), describe(arguments.stages).c_str());
   print_levels(report);
 }
 
 }  // namespace
+
+const effect_rates kKaraokeRates = {"the karaoke chain", "48000 Hz",
+                                    [](int) { return kKaraokeRate; }};
 
 karaoke_options parse_stages(const karaoke_stages& stages) {
   karaoke_options options;
@@ -243,9 +245,7 @@ void add_ktv_command(CLI::App& app) {
   auto arguments = std::make_shared<ktv_arguments>();
   karaoke_stages& stages = arguments->stages;
   command->footer(kFooter);
-  command->add_option("IN", arguments->in, "audio file that libsndfile reads, 48000 Hz")
-      ->required();
-  command->add_option("OUT", arguments->out, "WAV file to write, 16 bits, stereo")->required();
+  arguments->files.add_to(*command);
   command->add_flag("--howling", stages.howling, "the howling canceller");
   command->add_flag("--gramophone", stages.gramophone, "the colour of an old record");
   command->add_option("--eq", stages.equalizer, "ten band gains in whole dB, -15..15: 3,2,0,...")
@@ -268,6 +268,7 @@ void add_ktv_command(CLI::App& app) {
       ->capture_default_str();
   command->add_option("--tail", arguments->tail, "silence to append to the input [0]")
       ->type_name("SECONDS");
+  arguments->files.add_no_convert_to(*command);
   command->callback([arguments, reverb, echo] {
     arguments->stages.reverb = reverb->count() > 0;
     arguments->stages.echo = echo->count() > 0;

@@ -4,12 +4,13 @@
 #include <string>
 #include <vector>
 
-#include "audio_file.h"
+#include "file_job.h"
 #include "stream.h"
 
 namespace sonx {
 
 constexpr int kKaraokeRate = 48000;
+extern const effect_rates kKaraokeRates;
 
 // One setting of the chain, as its entry point and the value for it.
 struct karaoke_setting {

@@ -3,17 +3,20 @@
 
 #include <cstdio>
 #include <exception>
+#include <filesystem>
 
 #include "commands.h"
 #include "log.h"
+#include "messages.h"
 #include "progress.h"
 
 namespace {
 
 const char* const kExamples = R"(Examples:
-  sonx hp in.flac out.wav --effect widening
+  sonx hp in.flac out.flac --effect widening
   sonx hp in.wav out.wav --effect eq --eq 6,4,2,0,0,0,0,1,2,3
   sonx hp in.wav out.wav --at 5:effect=bass --at 10:effect=reverb,room=90%
+  sonx hp in.wav - --effect bass | aplay
   sonx response --effect preset --svg preset.svg
   sonx boost in.wav out.wav --volume 200%
   sonx ktv voice.wav out.wav --reverb room=70% --echo delay=250 --voice-gain 6 --tail 2
@@ -22,11 +25,47 @@ const char* const kExamples = R"(Examples:
   sonx demo in.mp3 out
 'sonx COMMAND --help' tells more about each.)";
 
+std::vector<std::string> names_of_commands(const CLI::App& app) {
+  std::vector<std::string> names;
+  for (const CLI::App* command : app.get_subcommands({})) names.push_back(command->get_name());
+  return names;
+}
+
+std::vector<std::string> names_of_options(const CLI::App& app) {
+  std::vector<std::string> names;
+  for (const CLI::Option* option : app.get_options())
+    for (const std::string& name : option->get_lnames()) names.push_back("--" + name);
+  return names;
+}
+
+// What is wrong with the command line, in one line. What nobody knows comes first: it's often the
+// reason why something else is missing.
+std::string explain(const CLI::App& app, const CLI::ParseError& error) {
+  const auto commands = app.get_subcommands();
+  const CLI::App& command = commands.empty() ? app : *commands.front();
+  std::vector<std::string> unknown = command.remaining(true);
+  if (unknown.empty()) unknown = app.remaining(true);
+  for (const std::string& one : unknown)
+    if (one.starts_with('-') && one != "-")
+      return "there is no option '" + one + "'" +
+             sonx::suggestion(one.substr(0, one.find('=')), names_of_options(command));
+  if (!unknown.empty())
+    return commands.empty() ? "there is no command '" + unknown.back() + "'" +
+                                  sonx::suggestion(unknown.back(), names_of_commands(app))
+                            : "one argument too many: '" + unknown.back() + "'";
+  if (commands.empty() && error.get_name() == "RequiredError") return "a command is missing";
+  const std::string text = error.what();
+  if (error.get_name() == "ArgumentMismatch")
+    return text.substr(0, text.find(':')) + " needs a value";
+  return text.substr(0, text.find('\n'));
+}
+
 int run(int argc, char** argv) {
   CLI::App app("Runs audio files through the effects library, measures it, and shows it off.",
                "sonx");
   app.require_subcommand(1);
   app.footer(kExamples);
+  app.set_version_flag("--version", "sonx " SONX_VERSION);
   app.add_flag_callback(
       "--log", [] { sonx::show_debug_log(); },
       "show the library's debug log lines on standard error");
@@ -39,8 +78,14 @@ int run(int argc, char** argv) {
   sonx::add_demo_command(app);
   try {
     app.parse(argc, argv);
+  } catch (const CLI::Success& help) {
+    return app.exit(help);
   } catch (const CLI::ParseError& error) {
-    return app.exit(error) == 0 ? 0 : 1;
+    const auto commands = app.get_subcommands();
+    const std::string name = commands.empty() ? "" : commands.front()->get_name() + " ";
+    std::fprintf(stderr, "sonx: %s ('sonx %s--help' tells more)\n", explain(app, error).c_str(),
+                 name.c_str());
+    return 1;
   }
   return 0;
 }
@@ -51,8 +96,10 @@ int main(int argc, char** argv) {
   sonx::catch_interrupts();
   try {
     return run(argc, argv);
+  } catch (const std::filesystem::filesystem_error& error) {
+    std::fprintf(stderr, "sonx: '%s': %s\n", error.path1().c_str(), error.code().message().c_str());
   } catch (const std::exception& error) {
     std::fprintf(stderr, "sonx: %s\n", error.what());
-    return 1;
   }
+  return 1;
 }

@@ -1,5 +1,6 @@
 // An output file that appears whole or not at all: written under a temporary name beside the target
-// and renamed at the end; removed again on any error before that.
+// and renamed at the end; removed again on any error before that. The target "-" is standard
+// output, which gets a copy at the end.
 #pragma once
 
 #include <filesystem>
@@ -10,7 +11,7 @@ namespace sonx {
 class pending_file {
  public:
   // Refuses, by std::runtime_error, a target that exists and is no regular file, and a missing
-  // folder.
+  // folder. With the target "-" the report goes to standard error from now on.
   explicit pending_file(std::filesystem::path target);
   ~pending_file();
   pending_file(const pending_file&) = delete;
@@ -27,7 +28,8 @@ class pending_file {
   std::filesystem::path temporary_;
 };
 
-// Writes a text file in this manner.
-void write_text_file(const std::filesystem::path& target, const std::string& text);
+// Writes a text file in this manner. Its name must have this extension, or be "-".
+void write_text_file(const std::filesystem::path& target, const std::string& extension,
+                     const std::string& text);
 
 }  // namespace sonx

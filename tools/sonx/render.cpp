@@ -1,6 +1,7 @@
 #include "render.h"
 
 #include <hp/sonx_hp_effect.h>
+#include <hp/sonx_hp_handle.h>
 
 #include <algorithm>
 #include <chrono>
@@ -24,6 +25,7 @@ struct stretch {
 
   int64_t begin;
   audio_effect_control_acdb_t record;
+  double gain_db = 0;
   level_meter in;
   level_meter out;
   float step_in = 0;
@@ -108,6 +110,7 @@ void renderer::change_settings() {
 
 void renderer::measure(period_frames frames) {
   stretch& current = *stretches_.back();
+  current.gain_db = effect_.gain_db();
   all_in_.add(in_.data(), frames.input);
   all_out_.add(out_.data(), frames.all);
   current.in.add(in_.data(), frames.input);
@@ -130,8 +133,8 @@ render_report renderer::report() const {
   for (size_t i = 0; i < stretches_.size(); ++i) {
     const stretch& one = *stretches_[i];
     const int64_t end = i + 1 < stretches_.size() ? stretches_[i + 1]->begin : done_;
-    report.stretches.push_back(
-        {one.begin, end, one.record, one.in.result(), one.out.result(), one.step_in, one.step_out});
+    report.stretches.push_back({one.begin, end, one.record, one.gain_db, one.in.result(),
+                                one.out.result(), one.step_in, one.step_out});
   }
   report.in = all_in_.result();
   report.out = all_out_.result();
@@ -158,9 +161,26 @@ void hp_effect::process(void* period, size_t bytes) {
   sonx_hp_effect_process(handle_, period, bytes);
 }
 
-bool hp_effect::processes(int rate) { return rate >= 44050 && rate <= 48050; }
+// No entry point tells the gain, so this looks behind the handle.
+double hp_effect::gain_db() const {
+  return to_decibels(static_cast<const sonx_hp_handle_t*>(handle_)->chain.comp->volume / 8192.0);
+}
+
+static int nearest_rate(int file_rate) {
+  if (file_rate >= 44050 && file_rate <= 48050) return file_rate;
+  return file_rate % 11025 == 0 ? 44100 : 48000;
+}
+
+const effect_rates kHpRates = {"the headphone effect", "44100 and 48000 Hz (44050..48050 Hz)",
+                               nearest_rate};
 
 int chain_delay(int rate) { return rate == 44100 ? 440 : 480; }
+
+std::string gain_note(const audio_effect_control_acdb_t& record, double gain_db) {
+  if (record.effect_type != SONX_EFFECT_NONE || gain_db == 0) return "";
+  return "without an effect, the make-up gain of the one before stays: " + decibels(gain_db) +
+         " dB\n";
+}
 
 render_report render(audio_reader& reader, audio_writer& writer, const render_options& options,
                      const std::string& label) {

@@ -8,7 +8,9 @@
 #include <string>
 #include <vector>
 
-#include "audio_file.h"
+#include "audio_reader.h"
+#include "audio_writer.h"
+#include "file_job.h"
 #include "measure.h"
 
 namespace sonx {
@@ -24,12 +26,16 @@ class hp_effect {
   void set(audio_effect_control_acdb_t record);
   void process(void* period, size_t bytes);
 
-  // Whether a handle at this rate in Hz processes at all; if not, it passes audio through.
-  static bool processes(int rate);
+  // The make-up gain in force, dB. It belongs to the last effect that had one, and stays when that
+  // is switched off.
+  double gain_db() const;
 
  private:
   void* handle_;
 };
+
+// A handle processes 44050..48050 Hz and passes audio at any other rate through.
+extern const effect_rates kHpRates;
 
 // Samples by which the chain delays the sound.
 int chain_delay(int rate);
@@ -50,6 +56,7 @@ struct stretch_report {
   int64_t begin;  // frames of the output
   int64_t end;
   audio_effect_control_acdb_t record;
+  double gain_db;  // in force at the stretch's end
   levels in;
   levels out;
   // Largest step between two samples in the first 0.1 s, the switch-over; full scale 1.0. That of
@@ -65,6 +72,9 @@ struct render_report {
   int64_t frames;
   double speed;  // multiple of real time spent in the library
 };
+
+// A line for a report where an effect that is off has left its make-up gain, or nothing.
+std::string gain_note(const audio_effect_control_acdb_t& record, double gain_db);
 
 // Renders all of the reader's file into the writer. The last period is filled up with silence, and
 // what comes of that is not written.

@@ -1,17 +1,17 @@
 // sonx resample: a file through the library's sample-rate converter.
 #include <CLI/CLI.hpp>
 #include <algorithm>
-#include <cstdio>
 #include <memory>
 #include <stdexcept>
 #include <string>
 #include <utility>
 #include <vector>
 
-#include "audio_file.h"
 #include "commands.h"
 #include "conversion.h"
+#include "file_job.h"
 #include "formats.h"
+#include "messages.h"
 #include "progress.h"
 
 namespace sonx {
@@ -21,7 +21,7 @@ namespace {
 constexpr int kPeriod = 5280;  // samples per call: a multiple of every block
 
 const char* const kFooter =
-    R"(Mono stays mono, each channel of a stereo file is converted on its own, with 16
+    R"(Mono stays mono, each channel of a stereo file is converted on its own, in 16
 bits. The output is delayed by the converter's filters, some milliseconds at
 most, and as long as the input at the new rate.
 
@@ -41,20 +41,23 @@ Examples:
 }
 
 struct resample_arguments {
-  std::string in;
-  std::string out;
+  file_options files;
   int rate = 0;
 };
 
 void run(const resample_arguments& arguments) {
-  audio_reader reader(arguments.in);
+  audio_reader reader(arguments.files.in);
+  refuse_to_overwrite(arguments.files);
   const int in_rate = reader.rate(), out_rate = arguments.rate;
   if (in_rate == out_rate || conversion_block(in_rate, out_rate) == 0) refuse(in_rate, out_rate);
   const int channels = reader.channels();
   const auto made = static_cast<size_t>(int64_t{kPeriod} * out_rate / in_rate);
   int64_t left = (reader.frames() * out_rate + in_rate - 1) / in_rate;  // frames to write
-  audio_writer writer(arguments.out, out_rate, 16, left, channels);
+  audio_writer writer(
+      arguments.files.out,
+      {.rate = out_rate, .bits = reader.bits(), .frames = left, .channels = channels});
   progress_bar progress("sonx resample", left);
+  if (left == 0) left = INT64_MAX;  // unknown
 
   std::vector<std::unique_ptr<converter>> converters;
   for (int c = 0; c < channels; ++c)
@@ -76,10 +79,12 @@ void run(const resample_arguments& arguments) {
     done += count;
     progress.update(done);
   }
-  writer.commit();
-  std::printf("%s: %d Hz, %s -> %s: %d Hz, 16 bits, %lld frames\n", arguments.in.c_str(), in_rate,
-              reader.describe_channels().c_str(), arguments.out.c_str(), out_rate,
-              static_cast<long long>(done));
+  reader.require_sound();
+  writer.commit(done);
+  reader.warn_of_faults();
+  say("%s: %d Hz, %s -> %s: %s, %d Hz, %lld frames\n", arguments.files.in.c_str(), in_rate,
+      reader.describe_channels().c_str(), arguments.files.out.c_str(), writer.description().c_str(),
+      out_rate, static_cast<long long>(done));
 }
 
 }  // namespace
@@ -88,8 +93,7 @@ void add_resample_command(CLI::App& app) {
   CLI::App* command = app.add_subcommand("resample", "convert a file to another sample rate");
   auto arguments = std::make_shared<resample_arguments>();
   command->footer(kFooter);
-  command->add_option("IN", arguments->in, "audio file that libsndfile reads")->required();
-  command->add_option("OUT", arguments->out, "WAV file to write, 16 bits")->required();
+  arguments->files.add_to(*command);
   command->add_option("--rate", arguments->rate, "sample rate of OUT in Hz")
       ->required()
       ->check(CLI::Range(1, 1 << 20));

@@ -222,7 +222,7 @@ void run(const response_options& options) {
 
   const curves fine = sample_curves(left, right, options.rate, kPlotPerOctave, smoothing);
   if (!options.svg.empty()) {
-    write_text_file(options.svg,
+    write_text_file(options.svg, ".svg",
                     draw_svg({settings.describe(), note, fine.frequencies, fine.left, fine.right}));
   }
   if (!options.csv.empty()) {
@@ -233,7 +233,7 @@ void run(const response_options& options) {
                     fine.right[i]);
       text += line;
     }
-    write_text_file(options.csv, text);
+    write_text_file(options.csv, ".csv", text);
   }
 }
 

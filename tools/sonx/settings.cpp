@@ -11,6 +11,8 @@
 #include <limits>
 #include <stdexcept>
 
+#include "messages.h"
+
 namespace sonx {
 
 namespace {
@@ -48,7 +50,10 @@ int parse_effect(const std::string& text) {
   if (!text.empty() && text.find_first_not_of("0123456789") == std::string::npos) {
     return parse_in_range(text, "effect", 0, kEffects - 1);
   }
-  fail("there is no effect '" + text + "': 0 none, 1 widening, 2 bass, 3 preset, 4 reverb, 5 eq");
+  const std::string near =
+      suggestion(text, std::vector<std::string>(std::begin(kEffectNames), std::end(kEffectNames)));
+  fail("there is no effect '" + text + "'" +
+       (near.empty() ? ": 0 none, 1 widening, 2 bass, 3 preset, 4 reverb, 5 eq" : near));
 }
 
 }  // namespace
@@ -97,7 +102,9 @@ void effect_settings::set(const std::string& name, const std::string& value) {
                     value.ends_with('%') ? origin::percent : origin::word);
   }
   if (name.empty() || name.find_first_not_of("0123456789") != std::string::npos) {
-    fail("there is no setting '" + name + "'");
+    std::vector<std::string> known = {"effect", "adapter", "eq"};
+    for (const reverb_word& word : kReverbWords) known.push_back(word.name);
+    fail("there is no setting '" + name + "'" + suggestion(name, known));
   }
   const int word = parse_in_range(name, "a word's number", kFirstDataWord, 30);
   set_word(static_cast<size_t>(word - kFirstDataWord),
@@ -166,12 +173,25 @@ std::string effect_settings::describe() const {
   return text;
 }
 
+std::string effect_settings::idle_words() const {
+  const int effect = record_.effect_type;
+  const bool equalizes =
+      effect == SONX_EFFECT_PARAMETRIC_EQUALIZER || effect == SONX_EFFECT_GRAPHIC_EQUALIZER;
+  if (!equalizes || record_.hpadapter_type == 0) return "";
+  return "adapter " + std::to_string(record_.hpadapter_type) + " is not applied beside effect " +
+         kEffectNames[effect] + ", which is an equalizer itself";
+}
+
 std::vector<std::pair<std::string, std::string>> parse_pairs(const std::string& text) {
   std::vector<std::pair<std::string, std::string>> pairs;
-  for (const std::string& part : split(text, ",")) {
+  for (const std::string& part : split(text, ",/")) {
     const size_t equals = part.find('=');
-    if (equals == std::string::npos || equals == 0) {
+    if (equals == 0 || (equals == std::string::npos && pairs.empty())) {
       fail("'" + part + "' is not of the form name=value");
+    }
+    if (equals == std::string::npos) {
+      pairs.back().second += "," + part;
+      continue;
     }
     pairs.emplace_back(part.substr(0, equals), part.substr(equals + 1));
   }

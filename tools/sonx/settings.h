@@ -33,6 +33,9 @@ class effect_settings {
   // (12.21 %), wet 66.66 % by default, ..".
   std::string describe() const;
 
+  // What is set and not applied, in words, or nothing.
+  std::string idle_words() const;
+
  private:
   enum class origin { by_default, percent, word };
 
@@ -49,7 +52,8 @@ std::string short_name(const audio_effect_control_acdb_t& record);
 // The parts between any of the separators.
 std::vector<std::string> split(const std::string& text, const char* separators);
 
-// "2=100,3=200" into pairs; throws when a part has no '='.
+// "2=100,eq=3,2,0" into pairs. Parts are separated by , or /, and one without '=' goes on with the
+// value before it. Throws when there is none.
 std::vector<std::pair<std::string, std::string>> parse_pairs(const std::string& text);
 
 // Strict number parsing; `what` names the option in the message of the std::runtime_error.

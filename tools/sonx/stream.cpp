@@ -2,8 +2,8 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstdio>
 
+#include "messages.h"
 #include "progress.h"
 
 namespace sonx {
@@ -40,10 +40,10 @@ stream_report stream(audio_reader& reader, audio_writer& writer, const stream_op
 }
 
 void print_levels(const stream_report& report) {
-  std::printf("peak      %6s -> %6s dBFS\nloudness  %6s -> %6s LUFS\n%s%.0f times real time\n",
-              decibels(report.in.peak_dbfs).c_str(), decibels(report.out.peak_dbfs).c_str(),
-              decibels(report.in.lufs).c_str(), decibels(report.out.lufs).c_str(),
-              clipping_note(report.out).c_str(), report.speed);
+  say("peak      %6s -> %6s dBFS\nloudness  %6s -> %6s LUFS\n%s%.0f times real time\n",
+      decibels(report.in.peak_dbfs).c_str(), decibels(report.out.peak_dbfs).c_str(),
+      decibels(report.in.lufs).c_str(), decibels(report.out.lufs).c_str(),
+      clipping_note(report.out).c_str(), report.speed);
 }
 
 }  // namespace sonx

@@ -7,7 +7,8 @@
 #include <string>
 #include <vector>
 
-#include "audio_file.h"
+#include "audio_reader.h"
+#include "audio_writer.h"
 #include "measure.h"
 
 namespace sonx {

@@ -20,8 +20,8 @@ inline int log_q8(uint32_t value) {
 }
 
 // num / den in Q15, rounded down, for 0 <= num <= den; num == den gives 32767. Anything else has no
-// result: it prints why to standard output and ends the process with exit status 0 (exit() writes
-// out what was printed).
+// result: a message to standard output, then exit(0), which flushes it. The sigmoid never divides
+// by 0; that message is part of the interface all the same.
 inline short s16_div_s16_s16(short num, short den) {
   if (num > den || num < 0 || den < 0) {
     std::printf("Division Error var1=%d  var2=%d\n", num, den);
@@ -35,12 +35,12 @@ inline short s16_div_s16_s16(short num, short den) {
   return static_cast<short>((num << 15) / den);
 }
 
-constexpr unsigned kSigmoidEnd = 19 * 32768;  // the first magnitude that e^a has no table for
+constexpr unsigned kSigmoidEnd = 19 * 32768;  // the first magnitude beyond the table of e^k
 
 // 1 / (1 + e^-x), x and result in Q15. 0 gives 16383; from 11.1 on (e^a beyond 31 bits) the result
 // is 32767, or 0 on the negative side. The series of e^f ends with its fourth power and truncates
 // its terms: the result is within 26 steps of the exact value. At a magnitude of 19.0 or more
-// (622592) it ends the process, by a division that can't be made.
+// (622592) it ends the process: the division has no result.
 inline short sigmoid(int x) {
   const unsigned a = x < 0 ? 0u - static_cast<unsigned>(x) : static_cast<unsigned>(x);
   if (a >= kSigmoidEnd) return s16_div_s16_s16(x > 0 ? INT16_MAX : 0, INT16_MIN);
@@ -53,7 +53,7 @@ inline short sigmoid(int x) {
   const int64_t e = std::min<int64_t>((kExponential[a >> 15] * series) >> 8, INT32_MAX);
   const int64_t d = std::min<int64_t>(e + 32767, INT32_MAX);
 
-  // 15 bits of each are left for the quotient, with d's highest bit the first of them.
+  // The quotient is taken from the top 15 bits of d and the bits of the numerator at the same place.
   const int norm = std::countl_zero(static_cast<uint32_t>(d)) - 1;
   const int64_t numerator = x > 0 ? e : 32767;
   return s16_div_s16_s16(static_cast<short>((numerator << norm) >> 16),

@@ -24,8 +24,8 @@ inline int ln_q12(uint64_t value) {
 // ln(value) in Q8.
 inline int ln_q8(uint64_t value) { return (ln_q12(value) + 8) >> 4; }
 
-// e^x for x in Q12 (up to 32 bits of it), with so many fractional bits (0..30), rounded down,
-// saturated to 32 bits.
+// e^x with fraction_bits (0..30) fractional bits, rounded down, saturated to 32 bits; x in Q12, at
+// most 32 bits wide.
 inline uint32_t exp_q12(int64_t x, int fraction_bits) {
   constexpr int64_t kPerLn2 = 387270501;      // 1 / ln 2, Q28
   const int64_t power = (x * kPerLn2) >> 24;  // of 2, Q16

@@ -1,0 +1,352 @@
+#include "bits/rows.h"
+#include "bits/subjects.h"
+#include "hp/sonx_hp_effect.h"
+#include "hp/teka_hp_effect.h"
+#include "ktv/howling_cancel.h"
+#include "ktv/iirecho.h"
+#include "ktv/sonx_ktv.h"
+#include "ktv/teka_audio_tx_ktv.h"
+
+namespace {
+
+constexpr unsigned kRates[] = {44100, 48000, 96000, 192000, 32000};
+
+audio_effect_control_acdb_t any_record(trial& t) {
+  audio_effect_control_acdb_t record = {
+      static_cast<int>(t.roll(7)), static_cast<int>(t.roll(9)), {}};
+  int gains[10];
+  t.decibels(gains);
+  for (int i = 0; i < 29; ++i) record.data[i] = t.value();
+  if (record.effect_type == SONX_EFFECT_GRAPHIC_EQUALIZER) std::copy_n(gains, 10, record.data);
+  return record;
+}
+
+// A record of words, by its setter and its getter. Its status is on or off.
+template <auto setter, auto getter, typename Record>
+void set_record(trial& t, teka_hp_effect_t* chain, Record record) {
+  static_assert(sizeof(Record) % sizeof(int) == 0);
+  record.status = static_cast<int>(t.roll(2));
+  setter(chain, &record);
+  record = {};
+  getter(chain, &record);
+  t.note_all(reinterpret_cast<const int*>(&record), sizeof record / sizeof(int));
+}
+
+void set_module(trial& t, teka_hp_effect_t* c) {
+  const auto v = [&] { return t.value(); };
+  eq_param_acdb_t eq = {0, v(), {}};
+  draw_rows(t, eq.band);
+  switch (t.roll(8)) {
+    case 0:
+      return set_record<teka_hp_effect_eq_setparameter_data, teka_hp_effect_eq_getparameter_data>(
+          t, c, eq);
+    case 1: {
+      equalizer_params curve = {};
+      t.decibels(curve.index);
+      return set_record<teka_hp_effect_eq_setparameter_index, teka_hp_effect_eq_getparameter_index>(
+          t, c, curve);
+    }
+    case 2: {
+      param_eq_param_acdb_t p = {0, v(), v(), {}, {}};
+      for (int k = 0; k < 10; ++k) {
+        p.left[k][0] = static_cast<int>(t.roll(2));
+        p.right[k][0] = static_cast<int>(t.roll(2));
+        std::copy_n(eq.band[k], 5, p.left[k] + 1);
+      }
+      return set_record<teka_hp_effect_p_eq_setparameter, teka_hp_effect_p_eq_getparameter>(t, c,
+                                                                                            p);
+    }
+    case 3:
+      return set_record<teka_hp_effect_reverb_setparameter, teka_hp_effect_reverb_getparameter>(
+          t, c, reverb_param_acdb_t{0, v(), v(), v(), v(), v(), v()});
+    case 4: {
+      virtual_bass_param_acdb_t bass = {0, v(), v(), v(), v(), {}};
+      draw_row(t, bass.nld_band);
+      return set_record<teka_hp_effect_vbs_setparameter, teka_hp_effect_vbs_getparameter>(t, c,
+                                                                                          bass);
+    }
+    case 5:
+      return set_record<teka_hp_effect_sws_setparameter, teka_hp_effect_sws_getparameter>(
+          t, c, stereo_param_acdb_t{0, v(), v(), v(), v(), v(), v()});
+    case 6:
+      return set_record<teka_hp_effect_svc_setparameter, teka_hp_effect_svc_getparameter>(
+          t, c, smart_volume_control_param_acdb_t{0, static_cast<int>(v() * 4LL), v(), v()});
+    default:
+      return set_record<teka_hp_effect_cb_setparameter, teka_hp_effect_cb_getparameter>(
+          t, c, channel_balance_param_acdb_t{0, static_cast<int>(t.roll(4)), v()});
+  }
+}
+
+// The planar chain: whoever drives it counts the switch-over down.
+template <typename Sample>
+void headphone_chain(trial& t) {
+  held<teka_hp_effect_t, teka_hp_effect_init, teka_hp_effect_end> c;
+  teka_hp_effect_setstatus(&c, 1);
+  const unsigned form = t.roll(2);
+  const auto process = [&](Sample* a, Sample* b, Sample* out_a, Sample* out_b, int n) {
+    if (form == 0) {
+      teka_hp_effect_process_v2(&c, 8 * sizeof(Sample), a, b, out_a, out_b, n);
+    } else if constexpr (sizeof(Sample) == 2) {
+      teka_hp_effect_process_16(&c, a, b, out_a, out_b, n);
+    } else {
+      teka_hp_effect_process_24(&c, a, b, out_a, out_b, n);
+    }
+    if (c.switch_counter >= 0) --c.switch_counter;
+  };
+  t.run<Sample, 2, 2>(process, [&] {
+    audio_effect_control_acdb_t record = any_record(t);
+    switch (t.roll(8)) {
+      case 0:
+        teka_hp_effect_set_sample_rate(&c, kRates[t.roll(5)]);
+        break;
+      case 1:
+        t.set<teka_hp_effect_sv_set_volume, teka_hp_effect_sv_set_volume, teka_hp_effect_setstatus>(
+            &c);
+        if (t.once_in(2)) teka_hp_effect_sv_set_smooth_buffer_num(&c, static_cast<int>(t.roll(6)));
+        break;
+      case 2:
+        teka_hp_effect_debug_enable_setstatus(&c, t.once_in(4));
+        teka_hp_effect_setstatus(&c, !t.once_in(4));
+        break;
+      case 3:
+        (t.once_in(3) ? teka_hp_effect_update_smooth_status : teka_hp_effect_reset)(&c);
+        break;
+      case 4:
+      case 5:
+        set_module(t, &c);
+        break;
+      default:
+        teka_hp_effect_setparameter(&c, &record);
+        if (t.once_in(4)) teka_hp_effect_update_parameter(&c);
+    }
+    teka_hp_effect_getparameter(&c, &record);
+    t.note(record.effect_type, record.hpadapter_type);
+    t.note_all(record.data);
+    t.note(c.active_status, c.switch_counter, c.volume, c.sample_rate_type);
+    t.get<teka_hp_effect_getstatus, teka_hp_effect_debug_enable_getstatus,
+          teka_hp_effect_sv_get_volume, teka_hp_effect_sv_get_smooth_buffer_num>(&c);
+  });
+}
+
+// Every effect with every adapter at every rate, as the fixed tuning has them.
+void tuning(trial& t) {
+  for (const unsigned rate : kRates)
+    for (int effect = 0; effect <= 6; ++effect)
+      for (int adapter = 0; adapter <= 8; ++adapter) {
+        held<teka_hp_effect_t, teka_hp_effect_init, teka_hp_effect_end> c;
+        audio_effect_control_acdb_t record = {effect, adapter, {3000, 3000, 3000, 3000, 8192, 200}};
+        teka_hp_effect_set_sample_rate(&c, rate);
+        teka_hp_effect_setparameter(&c, &record);
+        teka_hp_effect_update_parameter(&c);
+        std::vector<int> left = t.signal<int>(256, 1), right = t.signal<int>(256, 1);
+        for (int i = 0; i < 4; ++i) {
+          teka_hp_effect_core_process(&c, left.data(), right.data(), 256);
+          t.note_all(left.data(), 256);
+          t.note_all(right.data(), 256);
+        }
+        t.note_all(&c.p_eq->coef_left[0][0], 50);
+        t.note_all(&c.p_eq->coef_right[0][0], 50);
+      }
+}
+
+// Two handles in turn, each with its own stream and settings.
+template <typename Word, int format>
+void headphone_handles(trial& t) {
+  constexpr unsigned kHandleRates[] = {48000, 44100, 44050, 48050, 48051, 44049};
+  struct {
+    void* effect;
+    std::vector<Word> x;
+  } streams[2];
+  for (auto& s : streams) {
+    const unsigned rate = kHandleRates[t.once_in(8) ? t.roll(6) : t.roll(2)];
+    s.effect = sonx_hp_effect_init(rate, format == 3 && t.once_in(4) ? 7 : format);
+    s.x = t.signal<Word>(2 * t.frames, t.number + t.roll(8));
+  }
+  constexpr size_t kPeriods[] = {240, 256, 480, 512, 100, 441};
+  size_t period = kPeriods[t.number % 6];
+  for (size_t start = 0; start + 700 < size_t(t.frames); start += period) {
+    if (t.once_in(20)) period = t.once_in(2) ? kPeriods[t.roll(6)] : t.roll(600);
+    for (auto& s : streams) {
+      audio_effect_control_acdb_t record = any_record(t);
+      if (t.once_in(25) || start == 0) sonx_hp_effect_set_parameters(s.effect, &record);
+      if (t.once_in(100)) sonx_hp_effect_reset(s.effect);
+      const size_t tail = t.once_in(8) ? 1 + t.roll(2 * sizeof(Word) - 1) : 0;
+      sonx_hp_effect_process(s.effect, &s.x[2 * start], 2 * period * sizeof(Word) + tail);
+      t.note_all(&s.x[2 * start], 2 * period + 4);
+      sonx_hp_effect_get_parameters(s.effect, &record);
+      t.note(record.effect_type, record.data[28]);
+    }
+  }
+  for (auto& s : streams) sonx_hp_effect_deinit(s.effect);
+}
+
+void echo(trial& t) {
+  held<iirecho, iirecho_init, iirecho_end> e;
+  t.run<int, 2, 2>(
+      [&](int* a, int* b, int* c, int* d, int n) { iirecho_processStereo(&e, a, b, c, d, n); },
+      [&] {
+        t.set<iirecho_setfeedback, iirecho_setwet, iirecho_setdry, iirecho_setstatus>(&e);
+        if (t.once_in(4))
+          iirecho_setdelay(&e, t.wild() ? t.any() : static_cast<int>(t.roll(360)) - 2);
+        t.get<iirecho_getfeedback, iirecho_getdelay, iirecho_getwet, iirecho_getdry,
+              iirecho_getstatus>(&e);
+        if (t.once_in(8)) iirecho_update(&e);
+      });
+}
+
+// A voice in a room that feeds back: the canceller's output comes back to it after some 400 samples
+// and a filter. The first trial goes on until a notch has been given up again.
+void howling(trial& t) {
+  constexpr int kPeriod = 240;
+  held<howlingCancel, howling_canceling_init, howling_canceling_end> canceller;
+  held<equalizer_t, equalizer_init, equalizer_end> path;
+  int gains[10] = {};
+  gains[3 + t.roll(5)] = 9;
+  equalizer_set_param_index_48000(&path, gains);
+  equalizer_set_gain(&path, 1600 + static_cast<int>(t.roll(4000)));
+  const int delay = 300 + static_cast<int>(t.roll(500)),
+            frames = t.number == 0 ? 75 * 48000 : t.frames;
+  std::vector<int> voice = t.signal<int>(96000, t.number % 3 == 0 ? 4 : 3), heard(kPeriod),
+                   played(frames);
+  for (int& v : voice) v >>= t.number % 3;
+  for (int start = 0; start + kPeriod <= frames; start += kPeriod) {
+    if (start >= delay)
+      equalizer_process_mono(&path, &played[size_t(start - delay)], heard.data(), kPeriod);
+    const bool open = t.number != 0 || start < 4 * 48000;  // otherwise silence
+    for (int i = 0; i < kPeriod; ++i) {
+      const int64_t sum =
+          int64_t{open ? heard[size_t(i)] : 0} + (open ? voice[size_t((start + i) % 96000)] : 0);
+      heard[size_t(i)] = static_cast<int>(std::clamp<int64_t>(sum, -8388608, 8388607));
+    }
+    const int cut = static_cast<int>(t.roll(kPeriod + 1));
+    int* out = &played[size_t(start)];
+    howling_canceling_process(&canceller, heard.data(), out, cut);
+    howling_canceling_process(&canceller, heard.data() + cut, out + cut, kPeriod - cut);
+    t.note_all(out, kPeriod);
+    if (t.once_in(2000)) howling_canceling_reset(&canceller);
+  }
+  t.set<howling_canceling_setstatus>(&canceller);
+  t.get<howling_canceling_getstatus>(&canceller);
+}
+
+void howling_blocks(trial& t) {
+  held<howlingCancel, howling_canceling_init, howling_canceling_end> canceller;
+  t.run<int, 1, 1>(
+      [&](int* in, int* out, int n) { howling_canceling_process(&canceller, in, out, n); },
+      [&] {
+        if (t.once_in(4)) howling_canceling_reset(&canceller);
+      });
+}
+
+void set_karaoke(trial& t, teka_audio_tx_ktv_t* c) {
+  int rows[10][5], gains[10];
+  t.decibels(gains);
+  switch (t.roll(8)) {
+    case 0:
+      draw_rows(t, rows);
+      teka_audio_tx_ktv_eq_setparameter(c, rows);
+      break;
+    case 1:
+      teka_audio_tx_ktv_eq_set_param_index(c, gains);
+      break;
+    case 2:
+      teka_audio_tx_ktv_set_sample_rate(c, kRates[t.roll(5)]);
+      break;
+    case 3:
+      teka_audio_tx_ktv_iirecho_setdelay(c, static_cast<int>(t.roll(360)));
+      break;
+    default:
+      t.set<teka_audio_tx_ktv_set_volume, teka_audio_tx_ktv_reverb_setroomsize,
+            teka_audio_tx_ktv_reverb_setdamp, teka_audio_tx_ktv_reverb_setwet,
+            teka_audio_tx_ktv_reverb_setdry, teka_audio_tx_ktv_reverb_setwidth,
+            teka_audio_tx_ktv_reverb_setgain, teka_audio_tx_ktv_iirecho_setfeedback,
+            teka_audio_tx_ktv_iirecho_setwet, teka_audio_tx_ktv_iirecho_setdry>(c);
+  }
+  const auto status = [&](auto set, int odds) {
+    if (t.once_in(3)) set(c, !t.once_in(odds));
+  };
+  status(teka_audio_tx_ktv_reverb_setstatus, 3);
+  status(teka_audio_tx_ktv_eq_setstatus, 3);
+  status(teka_audio_tx_ktv_noise_canceling_setstatus, 2);
+  status(teka_audio_tx_ktv_howling_canceling_setstatus, 3);
+  status(teka_audio_tx_ktv_gramophone_setstatus, 2);
+  status(teka_audio_tx_ktv_compressor_setstatus, 3);
+  status(teka_audio_tx_ktv_iirecho_setstatus, 3);
+  teka_audio_tx_ktv_eq_getparameter(c, rows);
+  for (const auto& row : rows) t.note_all(row);
+  teka_audio_tx_ktv_eq_get_param_index(c, gains);
+  t.note_all(gains);
+  t.get<teka_audio_tx_ktv_get_volume, teka_audio_tx_ktv_reverb_getroomsize,
+        teka_audio_tx_ktv_reverb_getdamp, teka_audio_tx_ktv_reverb_getwet,
+        teka_audio_tx_ktv_reverb_getdry, teka_audio_tx_ktv_reverb_getwidth,
+        teka_audio_tx_ktv_reverb_getgain, teka_audio_tx_ktv_iirecho_getfeedback,
+        teka_audio_tx_ktv_iirecho_getdelay, teka_audio_tx_ktv_iirecho_getwet,
+        teka_audio_tx_ktv_iirecho_getdry, teka_audio_tx_ktv_reverb_getstatus,
+        teka_audio_tx_ktv_eq_getstatus, teka_audio_tx_ktv_noise_canceling_getstatus,
+        teka_audio_tx_ktv_howling_canceling_getstatus, teka_audio_tx_ktv_gramophone_getstatus,
+        teka_audio_tx_ktv_compressor_getstatus, teka_audio_tx_ktv_iirecho_getstatus>(c);
+}
+
+template <typename Sample>
+void karaoke_chain(trial& t) {
+  held<teka_audio_tx_ktv_t, teka_audio_tx_ktv_init, teka_audio_tx_ktv_end> c;
+  const unsigned form = t.roll(2);
+  t.run<Sample, 1, 2>(
+      [&](Sample* in, Sample* left, Sample* right, int n) {
+        if (form == 0)
+          teka_audio_tx_ktv_process(&c, 8 * sizeof(Sample), in, left, right, n);
+        else if (sizeof(Sample) == 2)
+          teka_audio_tx_ktv_process_16(&c, in, left, right, n);
+        else
+          teka_audio_tx_ktv_process_24(&c, in, left, right, n);
+      },
+      [&] { set_karaoke(t, &c); });
+}
+
+void karaoke_handles(trial& t) {
+  void* const handles[] = {sonx_ktv_init(), sonx_ktv_init()};
+  std::vector<short> x = t.signal<short>(t.frames, t.number), left(x.size()), right(x.size());
+  for (int start = 0, n = 0; start + n <= t.frames; start += n) {
+    for (void* handle : handles) {
+      int gains[10];
+      t.decibels(gains);
+      if (t.once_in(8)) sonx_ktv_eq_setparameter(handle, gains);
+      if (t.once_in(4)) {
+        t.set<sonx_ktv_set_voice_gain, sonx_ktv_reverb_setroomsize, sonx_ktv_reverb_setdamp,
+              sonx_ktv_reverb_setwet, sonx_ktv_reverb_setdry, sonx_ktv_reverb_setwidth,
+              sonx_ktv_reverb_setgain, sonx_ktv_iirecho_setfeedback, sonx_ktv_iirecho_setwet,
+              sonx_ktv_iirecho_setdry, sonx_ktv_iirecho_setdelay, sonx_ktv_reverb_enable,
+              sonx_ktv_eq_enable, sonx_ktv_noise_canceling_enable, sonx_ktv_gramophone_enable,
+              sonx_ktv_compressor_enable, sonx_ktv_iirecho_enable>(handle);
+        // Only one canceller may be at work in a process.
+        sonx_ktv_hw_howling_canceling_enable(handle, handle == handles[0] && t.once_in(2));
+      } else if (start == 0) {
+        sonx_ktv_hw_howling_canceling_enable(handle, 0);
+      }
+      sonx_ktv_process_16(handle, &x[size_t(start)], left.data(), right.data(), n);
+      t.note_all(left.data(), size_t(n) + 1);
+      t.note_all(right.data(), size_t(n) + 1);
+    }
+    n = static_cast<int>(t.roll(2) ? 240 : t.roll(600));
+  }
+  for (void* handle : handles) sonx_ktv_deinit(handle);
+}
+
+}  // namespace
+
+const std::vector<subject> kChains = {
+    {"hp-chain-16", "records, module access, switch-over, rates", 70, 12000,
+     headphone_chain<short>},
+    {"hp-chain-24", "the same with 24-bit samples 4 bits up", 70, 12000, headphone_chain<int>},
+    {"hp-tuning", "every effect with every adapter at every rate", 1, 0, tuning},
+    {"hp-handles-16", "two handles, periods, records", 24, 24000, headphone_handles<short, 1>},
+    {"hp-handles-24", "24 bits in 32", 24, 24000, headphone_handles<int, 2>},
+    {"hp-handles-32", "32 bits, unknown formats", 24, 24000, headphone_handles<int, 3>},
+    {"hp-handles-8.24", "8.24", 12, 24000, headphone_handles<int, 4>},
+    {"echo", "delays to 350 ms, feedback, gains", 35, 40000, echo},
+    {"howling-loop", "a voice in a closed loop, some seconds; one of 75", 16, 400000, howling},
+    {"howling-blocks", "streams of all kinds", 35, 20000, howling_blocks},
+    {"ktv-chain-16", "every stage and setting", 70, 12000, karaoke_chain<short>},
+    {"ktv-chain-24", "24-bit samples 4 bits up", 70, 12000, karaoke_chain<int>},
+    {"ktv-handles", "two handles", 24, 24000, karaoke_handles},
+};
