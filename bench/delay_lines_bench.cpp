@@ -3,10 +3,10 @@
 #include <algorithm>
 #include <vector>
 
-#include "dsp/kernels/allpass.h"
 #include "dsp/kernels/audio_delay.h"
 #include "dsp/kernels/comber.h"
 #include "dsp/kernels/iircomber.h"
+#include "dsp/kernels/kernels.h"
 #include "support.h"
 
 namespace {
@@ -45,7 +45,8 @@ BENCHMARK(allpass_one_sample_calls);
 void allpass_in_block(benchmark::State& state) {
   allpass section;
   allpass_init(&section, kLength);
-  in_place_block_calls(state, [&](int* samples, int n) { allpass_block(&section, samples, n); });
+  in_place_block_calls(state,
+                       [&](int* samples, int n) { kernels().allpass_block(&section, samples, n); });
   allpass_end(&section);
 }
 BENCHMARK(allpass_in_block)->Name("allpass_block");

@@ -6,6 +6,7 @@
 #include "dsp/kernels/dc_remove.h"
 #include "dsp/kernels/elliptic.h"
 #include "dsp/kernels/iir.h"
+#include "dsp/kernels/kernels.h"
 #include "dsp/kernels/notch.h"
 #include "support.h"
 
@@ -68,7 +69,8 @@ BENCHMARK(iir_32_one_sample_calls);
 void iir_32_block(benchmark::State& state) {
   IIR section;
   IIR_init(&section, kBell);
-  block_calls(state, [&](const int* in, int* out, int n) { iir_block_32(&section, in, out, n); });
+  block_calls(
+      state, [&](const int* in, int* out, int n) { iir_block<iir_step_32>(&section, in, out, n); });
   IIR_end(&section);
 }
 BENCHMARK(iir_32_block);
@@ -81,8 +83,10 @@ void iir_32_cascade_of_ten_block(benchmark::State& state) {
     IIR_init(&sections[k], kBell);
     list[k] = &sections[k];
   }
-  block_calls(state,
-              [&](const int* in, int* out, int n) { iir_cascade_32(list, kSections, in, out, n); });
+  block_calls(state, [&](const int* in, int* out, int n) {
+    const iir_chain chain = {in, out, list, kSections};
+    kernels().iir_chains_32(&chain, 1, n);
+  });
   for (IIR& section : sections) IIR_end(&section);
 }
 BENCHMARK(iir_32_cascade_of_ten_block);

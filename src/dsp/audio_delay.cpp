@@ -3,7 +3,6 @@
 #include <algorithm>
 
 #include "dsp/kernels/audio_delay.h"
-#include "dsp/loop.h"
 #include "dsp/memory.h"
 
 void audio_delay_init(audio_delay* line, int n) {
@@ -35,14 +34,4 @@ void audio_delay_get_delay(audio_delay* line, int* n) { *n = line->delay; }
 int audio_delay_process(audio_delay* line, int x) {
   audio_delay_block(line, &x, &x, 1);
   return x;
-}
-
-// Samples and cells change places: in out, which may be in.
-void audio_delay_block(audio_delay* line, const int* in, int* out, int n) {
-  if (in != out) std::copy_n(in, std::max(n, 0), out);
-  if (line->delay == 0) return;
-  line->index =
-      walk_loop(line->buffer, line->index, line->delay, n, [=](int* cells, int start, int count) {
-        std::swap_ranges(cells, cells + count, out + start);
-      });
 }

@@ -1,5 +1,5 @@
-// Blocks: process functions work on planar stretches of at most kBlockFrames samples, so that each
-// stage can run over a whole stretch before the next one starts, in work buffers of fixed size.
+// Blocks: process functions work on planar blocks of at most kBlockFrames samples, so that each
+// stage can run over a whole block before the next one starts, in work buffers of fixed size.
 #pragma once
 
 #include <algorithm>
@@ -7,7 +7,10 @@
 
 constexpr int kBlockFrames = 256;
 
-// Calls process(start, count) for the consecutive stretches of n frames, n being of any integer
+// Fewer samples are cheaper one by one than in several passes or in lanes.
+constexpr int kFewestBlockFrames = 8;
+
+// Calls process(start, count) for the consecutive blocks of n frames, n being of any integer
 // type up to 32 bits; n < 1 calls nothing. Positions are 64-bit, so that no n overruns them.
 template <typename Count, typename Process>
 inline void for_each_block(Count n, Process process) {

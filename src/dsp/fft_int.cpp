@@ -29,11 +29,6 @@ constexpr int kStepCos[kStages] = {-268435455, 0,         189812530, 248002022,
 constexpr int kStepSin[kStages] = {0,        268435455, 189812530, 102725801,
                                    52369159, 26311275,  13171503,  6587735};
 
-constexpr complex multiply_q28(const complex& a, const complex& b) {
-  return {wrap_sub64(wrap_mul64(a.re, b.re), wrap_mul64(a.im, b.im)) >> 28,
-          wrap_add64(wrap_mul64(a.im, b.re), wrap_mul64(a.re, b.im)) >> 28};
-}
-
 // The twiddle factors of all stages, those of the stage with half = 2^k from half - 1 on. They are
 // defined by their recurrence, w <- step w with w = 1.0 at first, not by their angle, and so carry
 // its drift; worked out when compiling.
@@ -61,7 +56,7 @@ constexpr auto kBitReversal = [] {
 
 void run_stages(fft_int* fft) {
   for (int half = 1; half < std::min(fft->n, kSize); half *= 2)
-    fft_stage(fft->data, fft->n, half, &kTwiddles[static_cast<size_t>(half - 1)]);
+    kernels().fft_stage(fft->data, fft->n, half, &kTwiddles[static_cast<size_t>(half - 1)]);
 }
 
 uint64_t power_of(const complex& value) {
@@ -170,23 +165,6 @@ void fft_do_process(fft_int* fft) {
     if (i < j) std::swap(fft->data[i], fft->data[j]);
   }
   run_stages(fft);
-}
-
-void fft_stage(complex* data, int n, int half, const complex* twiddles) {
-  kernels().fft_stage(data, n, half, twiddles);
-}
-
-void fft_stage_portable(complex* data, int n, int half, const complex* twiddles) {
-  for (int start = 0; start < n; start += 2 * half) {
-    complex* a = data + start;
-    complex* b = a + half;
-    const int count = std::min(half, n - start);
-    for (int j = 0; j < count; ++j) {
-      const complex t = multiply_q28(b[j], twiddles[j]);
-      b[j] = {wrap_sub64(a[j].re, t.re), wrap_sub64(a[j].im, t.im)};
-      a[j] = {wrap_add64(a[j].re, t.re), wrap_add64(a[j].im, t.im)};
-    }
-  }
 }
 
 void fft_analyse(fft_int* fft, bin_powers* powers, const int* in, int* out, int len) {

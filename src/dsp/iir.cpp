@@ -55,11 +55,7 @@ void IIR_process_16(void* section, const int16_t* in, int16_t* out) {
 
 void IIR_process_32(void* section, const int32_t* in, int32_t* out) {
   if (!has_memory(section_of(section))) return pass(in, out, 1);
-  iir_block_32(section_of(section), in, out, 1);
-}
-
-void iir_block_32(IIR* section, const int* in, int* out, int n) {
-  iir_registers registers(section);
-  for (int i = 0; i < n; ++i) out[i] = iir_step_32(registers, in[i]);
-  registers.store(section);
+  iir_registers registers(section_of(section));
+  *out = iir_step_32(registers, *in);
+  registers.store(section_of(section));
 }

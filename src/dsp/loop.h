@@ -7,18 +7,18 @@
 // makes a one-sample loop.
 constexpr int advance(int index, int bound) { return index + 1 < bound ? index + 1 : 0; }
 
-// How many of n samples lie in a row in the buffer. A position at or beyond the bound (left over
-// from a longer delay) is good for one sample and then wraps.
-constexpr int in_a_row(int index, int bound, int n) {
+// How many of n samples are contiguous in the buffer from index on. A position at or beyond the
+// bound (left over from a longer delay) is good for one sample and then wraps.
+constexpr int contiguous(int index, int bound, int n) {
   return std::clamp(std::max(bound, 0) - index, 1, n);
 }
 
-// Cuts n samples into the stretches that lie in a row and calls process(cells, start, count) for
-// each, cells being the stretch's first word; returns the position after the last one.
+// Cuts n samples into runs that are contiguous in the buffer and calls process(cells, start, count)
+// for each, cells being the run's first word; returns the position after the last one.
 template <typename Process>
 inline int walk_loop(int* buffer, int index, int bound, int n, Process process) {
   for (int start = 0; start < n;) {
-    const int count = in_a_row(index, bound, n - start);
+    const int count = contiguous(index, bound, n - start);
     process(buffer + index, start, count);
     start += count;
     index = advance(index + count - 1, bound);

@@ -4,7 +4,7 @@
 
 #include "dsp/block.h"
 #include "dsp/gain_ramp.h"
-#include "dsp/kernels/arithmetic.h"
+#include "dsp/kernels/kernels.h"
 #include "fixed.h"
 #include "square_root.h"
 
@@ -42,7 +42,7 @@ void compresso_bassr_getstatus(compressor_bass* compressor, int* status) {
   *status = compressor->status;
 }
 
-int find_current_max_bass(int* x, int n) { return arithmetic().peak(x, n) >> 8; }
+int find_current_max_bass(int* x, int n) { return kernels().peak(x, n) >> 8; }
 
 // Once per block, and per sample the gain:
 //
@@ -78,6 +78,6 @@ void compressor_bass_process(compressor_bass* compressor, int* in, int* out, int
   for_each_block(n, [=](int64_t start, int count) {
     int gains[kBlockFrames];
     compressor->gain = gain_ramp_block<7, 9>(compressor->gain, target, gains, count);
-    arithmetic().scale_down_each(in + start, gains, out + start, count);
+    kernels().scale_each_to_silence_q17(in + start, gains, out + start, count);
   });
 }

@@ -3,9 +3,8 @@
 #include <algorithm>
 
 #include "dsp/block.h"
-#include "dsp/kernels/arithmetic.h"
 #include "dsp/kernels/audio_delay.h"
-#include "dsp/kernels/iir_chains.h"
+#include "dsp/kernels/kernels.h"
 #include "effects/memory.h"
 #include "effects/rates.h"
 #include "effects/stereo_widening_tables.h"
@@ -73,11 +72,10 @@ namespace {
 
 // direct + other x gain + own highs x gain / 4, summed and saturated left to right, into out.
 inline void mix(const int* direct, int* other, int* high, int gain, int* out, int n) {
-  const block_arithmetic& block = arithmetic();
-  block.scale(other, gain, other, n);
-  block.scale_quarter(high, gain, high, n);
-  block.add(direct, other, out, n);
-  block.add(out, high, out, n);
+  kernels().scale_q13(other, gain, other, n);
+  kernels().scale_q15(high, gain, high, n);
+  kernels().add(direct, other, out, n);
+  kernels().add(out, high, out, n);
 }
 
 // One block of at most kBlockFrames frames, 24-bit samples throughout. The inputs are read before
@@ -99,7 +97,7 @@ inline void process(crossfeed_network* network, const int* in_left, const int* i
                               {in_right, high_right, &network->highpass_right, 1},
                               {from_left, from_left, &network->lowpass_left, 1},
                               {from_right, from_right, &network->lowpass_right, 1}};
-  iir_chains_32(chains, 6, n);
+  kernels().iir_chains_32(chains, 6, n);
 
   mix(direct_left, from_right, high_left, network->gain, out_left, n);
   mix(direct_right, from_left, high_right, network->gain, out_right, n);

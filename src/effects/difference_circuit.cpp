@@ -3,8 +3,7 @@
 #include <iterator>
 
 #include "dsp/block.h"
-#include "dsp/kernels/arithmetic.h"
-#include "dsp/kernels/iir_chains.h"
+#include "dsp/kernels/kernels.h"
 #include "effects/memory.h"
 #include "effects/rates.h"
 #include "effects/stereo_widening_tables.h"
@@ -76,7 +75,7 @@ inline void process(difference_circuit* circuit, const int* in_left, const int* 
 
   const iir_chain allpasses[] = {{in_left, a, section + kAllpassLeft, 3},
                                  {in_right, b, section + kAllpassRight, 3}};
-  iir_chains_32(allpasses, 2, n);
+  kernels().iir_chains_32(allpasses, 2, n);
   for (int i = 0; i < n; ++i) {
     s[i] = wrap_add(a[i], b[i]);
     d[i] = wrap_sub(a[i], b[i]);
@@ -85,11 +84,11 @@ inline void process(difference_circuit* circuit, const int* in_left, const int* 
                              {s, mid_low, section + kMidLow, 1},
                              {d, side_low, section + kSideLow, 1},
                              {d, side_high, section + kSideHigh, 1}};
-  iir_chains_32(bands, 4, n);
+  kernels().iir_chains_32(bands, 4, n);
 
   int side[kBlockFrames];
   for (int i = 0; i < n; ++i) side[i] = widened(d[i], side_high[i], side_low[i]);
-  arithmetic().scale(side, circuit->side_gain, side, n);
+  kernels().scale_q13(side, circuit->side_gain, side, n);
   for (int i = 0; i < n; ++i) {
     const int mid = middle(s[i], mid_band[i], mid_low[i]);
     out_left[i] = wrap_add(wrap_add(mid, a[i] >> 2), side[i]);

@@ -4,8 +4,8 @@
 #include <cstdint>
 
 #include "dsp/block.h"
-#include "dsp/kernels/arithmetic.h"
 #include "dsp/kernels/audio_delay.h"
+#include "dsp/kernels/kernels.h"
 #include "effects/gain_slew.h"
 #include "effects/memory.h"
 #include "fixed.h"
@@ -114,7 +114,7 @@ struct measurement {
 };
 
 measurement measure(const int* x, int n) {
-  const block_level level = arithmetic().level(x, n);
+  const block_level level = kernels().level(x, n);
   return {static_cast<int>(level.largest >> 8), n > 0 ? wrap32(level.sum / n) : 0};
 }
 
@@ -176,7 +176,7 @@ void dynamic_range_control_process(dynamic_range_control_t* drc, int* in, int* o
     slew_block(gain, target, gate, gate_target, gains, gates, count);
     audio_delay_block(drc->delay, in + start, out + start, count);
     // An open gate leaves the gain as it is.
-    arithmetic().scale_down_twice(out + start, gains, gates, out + start, count);
+    kernels().scale_twice_to_silence_q17(out + start, gains, gates, out + start, count);
   });
   drc->gain = gain;
   drc->denoise_gain = gate;

@@ -4,9 +4,8 @@
 #include <iterator>
 
 #include "dsp/block.h"
-#include "dsp/kernels/arithmetic.h"
 #include "dsp/kernels/dc_remove.h"
-#include "dsp/kernels/iir_chains.h"
+#include "dsp/kernels/kernels.h"
 #include "effects/memory.h"
 #include "effects/rates.h"
 #include "effects/room.h"
@@ -117,9 +116,9 @@ inline void quarter(const int* in, int* fed, int n) {
 // wet x wet gain + in x dry gain, both Q13, each saturated and their sum too, into wet.
 inline void mix(const early_reflector* reflector, const int* in, int* wet, int n) {
   int dry[kBlockFrames];
-  arithmetic().scale(in, reflector->dry_gain, dry, n);
-  arithmetic().scale(wet, reflector->wet_gain, wet, n);
-  arithmetic().add(wet, dry, wet, n);
+  kernels().scale_q13(in, reflector->dry_gain, dry, n);
+  kernels().scale_q13(wet, reflector->wet_gain, wet, n);
+  kernels().add(wet, dry, wet, n);
 }
 
 // One block of at most kBlockFrames frames, 24-bit samples outside the combs' loops. The inputs are
@@ -136,7 +135,7 @@ inline void process(early_reflector* reflector, const int* in_left, const int* i
   quarter(in_right, fed_right, n);
   const iir_chain highpasses[] = {{fed_left, fed_left, &reflector->highpass_left, 1},
                                   {fed_right, fed_right, &reflector->highpass_right, 1}};
-  iir_chains_32(highpasses, 2, n);
+  kernels().iir_chains_32(highpasses, 2, n);
   sum_of_combs<24>(
       {{reflector->comb_left, fed_left, left}, {reflector->comb_right, fed_right, right}}, n);
   allpass_series(reflector->allpass_left, left, n);

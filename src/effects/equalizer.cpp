@@ -6,9 +6,8 @@
 #include <iterator>
 
 #include "dsp/block.h"
-#include "dsp/kernels/arithmetic.h"
 #include "dsp/kernels/iir.h"
-#include "dsp/kernels/iir_chains.h"
+#include "dsp/kernels/kernels.h"
 #include "effects/memory.h"
 #include "effects/rates.h"
 #include "fixed.h"
@@ -159,11 +158,11 @@ void equalizer_process_stereo(equalizer_t* equalizer, int* in_left, int* in_righ
   if (!has_memory(equalizer)) return pass(in_left, in_right, out_left, out_right, n);
   int left[kBlockFrames], right[kBlockFrames];
   for_each_block(n, [&](int start, int count) {
-    arithmetic().scale_down(in_left + start, equalizer->gain, left, count);
-    arithmetic().scale_down(in_right + start, equalizer->gain, right, count);
+    kernels().scale_to_silence_q13(in_left + start, equalizer->gain, left, count);
+    kernels().scale_to_silence_q13(in_right + start, equalizer->gain, right, count);
     const iir_chain chains[] = {{left, left, equalizer->left_section, kBands},
                                 {right, right, equalizer->right_section, kBands}};
-    iir_chains_32(chains, 2, count);
+    kernels().iir_chains_32(chains, 2, count);
     std::copy_n(left, count, out_left + start);
     std::copy_n(right, count, out_right + start);
   });
@@ -172,7 +171,8 @@ void equalizer_process_stereo(equalizer_t* equalizer, int* in_left, int* in_righ
 void equalizer_process_mono(equalizer_t* equalizer, int* in, int* out, int n) {
   if (!has_memory(equalizer)) return pass(in, out, n);
   for_each_block(n, [&](int start, int count) {
-    arithmetic().scale_down(in + start, equalizer->gain, out + start, count);
-    iir_cascade_32(equalizer->left_section, kBands, out + start, out + start, count);
+    kernels().scale_to_silence_q13(in + start, equalizer->gain, out + start, count);
+    const iir_chain chain = {out + start, out + start, equalizer->left_section, kBands};
+    kernels().iir_chains_32(&chain, 1, count);
   });
 }

@@ -3,7 +3,7 @@
 #include <algorithm>
 
 #include "dsp/block.h"
-#include "dsp/kernels/arithmetic.h"
+#include "dsp/kernels/kernels.h"
 #include "dsp/kernels/nonlinear.h"
 #include "effects/block_forms.h"
 #include "effects/memory.h"
@@ -78,7 +78,7 @@ void clip_block(NLD* nld, const int* in, int* out, int n) {
   for_each_block(n, [=](int64_t start, int count) {
     int limits[kBlockFrames];
     glide(nld, limits, count);
-    arithmetic().clip(in + start, limits, out + start, count);
+    kernels().clip(in + start, limits, out + start, count);
   });
 }
 
@@ -112,6 +112,6 @@ void nld_block(NLD* nld, const int* in, int* out, int n) {
     in = out;
   }
   const bool fits = polynomial_fits(nld->coefficients, largest);
-  const block_arithmetic& block = arithmetic();
-  (fits ? block.fitting_polynomial : block.polynomial)(nld->coefficients, in, out, n);
+  const auto polynomial = fits ? kernels().fitting_polynomial : kernels().polynomial;
+  polynomial(nld->coefficients, in, out, n);
 }

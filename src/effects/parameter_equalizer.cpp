@@ -3,8 +3,7 @@
 #include <algorithm>
 
 #include "dsp/block.h"
-#include "dsp/kernels/arithmetic.h"
-#include "dsp/kernels/iir_chains.h"
+#include "dsp/kernels/kernels.h"
 #include "fixed.h"
 
 namespace {
@@ -105,11 +104,11 @@ void parameter_equalizer_process_stereo(parameter_equalizer_t* equalizer, int* i
   const channel_sections right_bands(e.coef_left, e.state_right);
   int left[kBlockFrames], right[kBlockFrames];
   for_each_block(n, [&](int start, int count) {
-    arithmetic().scale_down(in_left + start, e.gain_left, left, count);
-    arithmetic().scale_down(in_right + start, e.gain_right, right, count);
+    kernels().scale_to_silence_q13(in_left + start, e.gain_left, left, count);
+    kernels().scale_to_silence_q13(in_right + start, e.gain_right, right, count);
     const iir_chain chains[] = {{left, left, left_bands.pointer, e.band_count_left},
                                 {right, right, right_bands.pointer, e.band_count_right}};
-    iir_chains_wrapping(chains, 2, count);
+    kernels().iir_chains_wrapping(chains, 2, count);
     std::copy_n(left, count, out_left + start);
     std::copy_n(right, count, out_right + start);
   });
@@ -119,8 +118,8 @@ void parameter_equalizer_process_mono(parameter_equalizer_t* equalizer, int* in,
   parameter_equalizer_t& e = *equalizer;
   const channel_sections bands(e.coef_left, e.state_left);
   for_each_block(n, [&](int start, int count) {
-    arithmetic().scale_down(in + start, e.gain_left, out + start, count);
+    kernels().scale_to_silence_q13(in + start, e.gain_left, out + start, count);
     const iir_chain chain = {out + start, out + start, bands.pointer, e.band_count_left};
-    iir_chains_wrapping(&chain, 1, count);
+    kernels().iir_chains_wrapping(&chain, 1, count);
   });
 }

@@ -4,9 +4,8 @@
 #include <iterator>
 
 #include "dsp/block.h"
-#include "dsp/kernels/arithmetic.h"
 #include "dsp/kernels/dc_remove.h"
-#include "dsp/kernels/mix.h"
+#include "dsp/kernels/kernels.h"
 #include "effects/memory.h"
 #include "effects/room.h"
 #include "fixed.h"
@@ -130,16 +129,16 @@ inline void process_block(reverb_t* reverb, const int* in_left, const int* in_ri
   int left[kBlockFrames], right[kBlockFrames];  // into the combs, later the mix
   int tail_left[kBlockFrames], tail_right[kBlockFrames];
 
-  arithmetic().scale_down(in_left, reverb->gain, left, n);
-  arithmetic().scale_down(in_right, reverb->gain, right, n);
+  kernels().scale_to_silence_q13(in_left, reverb->gain, left, n);
+  kernels().scale_to_silence_q13(in_right, reverb->gain, right, n);
   bank_block<width>(reverb->comb_left, reverb->allpass_left, left, tail_left, n);
   bank_block<width>(reverb->comb_right, reverb->allpass_right, right, tail_right, n);
 
   const int dry = reverb->dry_scaled, wet1 = reverb->wet1, wet2 = reverb->wet2;
   const mix_input mix_left[] = {{in_left, dry}, {tail_left, wet1}, {tail_right, wet2}};
   const mix_input mix_right[] = {{in_right, dry}, {tail_right, wet1}, {tail_left, wet2}};
-  mix_three_block(mix_left, left, n);
-  mix_three_block(mix_right, right, n);
+  kernels().mix_three_q13(mix_left, left, n);
+  kernels().mix_three_q13(mix_right, right, n);
   const dc_remove_channel channels[] = {{reverb->dc_left, left, out_left},
                                         {reverb->dc_right, right, out_right}};
   width == 16 ? dc_remove_two_16(channels, n) : dc_remove_two_24(channels, n);

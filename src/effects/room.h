@@ -8,8 +8,7 @@
 
 #include <algorithm>
 
-#include "dsp/kernels/allpass.h"
-#include "dsp/kernels/comb_bank.h"
+#include "dsp/kernels/kernels.h"
 #include "fixed.h"
 
 // From a setting, useful over 0..8192, to the combs' gain in Q13. Any value is allowed: the product
@@ -27,12 +26,12 @@ template <int width>
 inline void sum_of_combs(const comb_quartet (&two)[2], int n) {
   static_assert(width == 16 || width == 24);
   for (const comb_quartet& quartet : two) std::fill_n(quartet.sum, n, 0);
-  width == 16 ? comb_quartets_add_16(two, n) : comb_quartets_add_24(two, n);
+  width == 16 ? kernels().comb_quartets_add_16(two, n) : kernels().comb_quartets_add_24(two, n);
 }
 
 // The sections in series, in place. Each runs over the whole block before the next: no section's
 // state depends on a later one.
 template <int sections>
 inline void allpass_series(allpass* const (&section)[sections], int* samples, int n) {
-  for (allpass* s : section) allpass_block(s, samples, n);
+  for (allpass* s : section) kernels().allpass_block(s, samples, n);
 }

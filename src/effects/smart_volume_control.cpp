@@ -6,8 +6,7 @@
 #include "dsp/block.h"
 #include "dsp/fixed_math.h"
 #include "dsp/gain_ramp.h"
-#include "dsp/kernels/arithmetic.h"
-#include "dsp/kernels/iir_chains.h"
+#include "dsp/kernels/kernels.h"
 #include "effects/memory.h"
 #include "effects/rates.h"
 #include "fixed.h"
@@ -128,7 +127,7 @@ void smart_volume_control_get_release_order(smart_volume_control_t* control, int
 namespace {
 
 // Largest |x| >> 8; the lowest 32-bit value, which has no magnitude, is passed over.
-int block_peak(const int* x, int n) { return arithmetic().peak(x, n) >> 8; }
+int block_peak(const int* x, int n) { return kernels().peak(x, n) >> 8; }
 
 void follow_peak(smart_volume_control_t* control, int level) {
   int& peak = control->peak_env;
@@ -158,14 +157,14 @@ int64_t loudest(const smart_volume_control_t* control, const int* in_left, const
     int rest[2][kBlockFrames], band[2][kBlockFrames];
     const int* in[2] = {in_left + start, in_right + start};
     const auto add = [&](int c, int k, const int* x) {
-      sums[c][k] = wrap_add64(sums[c][k], arithmetic().energy(x, count));
+      sums[c][k] = wrap_add64(sums[c][k], kernels().energy(x, count));
     };
     for (int k = 0; k < kSplits; ++k) {
       const iir_chain chains[] = {{in[0], band[0], &control->low_pass_left[k], 1},
                                   {in[1], band[1], &control->low_pass_right[k], 1}};
-      iir_chains_32(chains, 2, count);
+      kernels().iir_chains_32(chains, 2, count);
       for (int c = 0; c < 2; ++c) {
-        arithmetic().subtract(in[c], band[c], rest[c], count);
+        kernels().subtract(in[c], band[c], rest[c], count);
         in[c] = rest[c];
         add(c, k, band[c]);
       }
@@ -226,8 +225,8 @@ void smart_volume_control_process(smart_volume_control_t* control, int* in_left,
     int gains[kBlockFrames], left[kBlockFrames], right[kBlockFrames];
     control->gain = gain_ramp_block<5, 7>(control->gain, target, gains, count);
     // Both are read before either is written.
-    arithmetic().scale_down_each(in_left + start, gains, left, count);
-    arithmetic().scale_down_each(in_right + start, gains, right, count);
+    kernels().scale_each_to_silence_q17(in_left + start, gains, left, count);
+    kernels().scale_each_to_silence_q17(in_right + start, gains, right, count);
     std::copy_n(left, count, out_left + start);
     std::copy_n(right, count, out_right + start);
   });

@@ -3,10 +3,9 @@
 #include <algorithm>
 
 #include "dsp/block.h"
-#include "dsp/kernels/arithmetic.h"
 #include "dsp/kernels/audio_delay.h"
 #include "dsp/kernels/iir.h"
-#include "dsp/kernels/iir_chains.h"
+#include "dsp/kernels/kernels.h"
 #include "effects/block_forms.h"
 #include "effects/crossover_tables.h"
 #include "effects/memory.h"
@@ -215,7 +214,7 @@ namespace {
 
 // In the channel's high band stands what is above the crossovers so far.
 void split_block(const channel& c, const int* in, int n) {
-  iir_block_32(c.pre, in, c.high, n);
+  iir_block<iir_step_32>(c.pre, in, c.high, n);
   spectral_band_split_block(c.split[0], c.high, c.sub, c.high, n);
   spectral_band_split_block(c.split[1], c.high, c.low, c.high, n);
   spectral_band_split_block(c.split[2], c.high, c.mid, c.high, n);
@@ -226,7 +225,7 @@ void split_blocks(const channel& left, const int* in_left, const channel& right,
                   const int* in_right, int n) {
   const iir_chain pre[] = {{in_left, left.high, &left.pre, 1},
                            {in_right, right.high, &right.pre, 1}};
-  iir_chains_32(pre, 2, n);
+  kernels().iir_chains_32(pre, 2, n);
   const auto split = [&](int k, int* low_left, int* low_right) {
     spectral_band_splits_block({left.split[k], left.high, low_left, left.high},
                                {right.split[k], right.high, low_right, right.high}, n);
@@ -239,12 +238,12 @@ void split_blocks(const channel& left, const int* in_left, const channel& right,
 // N of the sketch: in place.
 void make_harmonics(const speaker_boost_system_t* boost, int* x, int n) {
   nld_block(boost->nld, x, x, n);
-  iir_block_32(boost->nld_band, x, x, n);
+  iir_block<iir_step_32>(boost->nld_band, x, x, n);
 }
 
 // The harmonics take the place of the sub band, and the bands become their sum.
 void mix_bands(const channel& c, const int* harmonics, int n) {
-  arithmetic().scale(harmonics, c.nld_gain, c.sub, n);
+  kernels().scale_q13(harmonics, c.nld_gain, c.sub, n);
   audio_delay_block(c.delay, c.sub, c.sub, n);
   dynamic_range_control_process(c.drc_low, c.low, c.low, n);
   dynamic_range_control_process(c.drc_mid, c.mid, c.mid, n);

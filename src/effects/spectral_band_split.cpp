@@ -1,6 +1,6 @@
 #include "effects/spectral_band_split.h"
 
-#include "dsp/kernels/iir_chains.h"
+#include "dsp/kernels/kernels.h"
 #include "effects/block_forms.h"
 #include "effects/memory.h"
 
@@ -42,7 +42,7 @@ void spectral_band_split_process(spectral_band_split* split, int* in, int* low, 
 void spectral_band_split_block(spectral_band_split* split, const int* in, int* low, int* high,
                                int n) {
   const iir_chain chains[] = {{in, low, split->low, 2}, {in, high, split->high, 2}};
-  iir_chains_32(chains, 2, n);
+  kernels().iir_chains_32(chains, 2, n);
 }
 
 void spectral_band_splits_block(const band_splitting& left, const band_splitting& right, int n) {
@@ -50,5 +50,5 @@ void spectral_band_splits_block(const band_splitting& left, const band_splitting
                               {left.in, left.high, left.split->high, 2},
                               {right.in, right.low, right.split->low, 2},
                               {right.in, right.high, right.split->high, 2}};
-  iir_chains_32(chains, 4, n);
+  kernels().iir_chains_32(chains, 4, n);
 }

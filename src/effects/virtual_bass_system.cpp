@@ -3,8 +3,7 @@
 #include <algorithm>
 
 #include "dsp/block.h"
-#include "dsp/kernels/arithmetic.h"
-#include "dsp/kernels/iir_chains.h"
+#include "dsp/kernels/kernels.h"
 #include "effects/block_forms.h"
 #include "effects/crossover_tables.h"
 #include "effects/memory.h"
@@ -144,18 +143,18 @@ void process_block(virtual_bass_system* bass, const int* in_left, const int* in_
                              {in_right, low_right, right.low, 2},
                              {in_left, high_left, aligned_left, 3},
                              {in_right, high_right, aligned_right, 3}};
-  iir_chains_32(bands, 4, n);
+  kernels().iir_chains_32(bands, 4, n);
   for (int i = 0; i < n; ++i) plain[i] = wrap_add(low_left[i], low_right[i]) >> 1;
   nld_block(bass->nld, plain, harmonics, n);
   const iir_chain mid[] = {{harmonics, harmonics, &bass->nld_band, 1},
                            {plain, plain, &bass->align_bass, 1}};
-  iir_chains_32(mid, 2, n);
-  arithmetic().mix(plain, bass->origin_gain, harmonics, bass->nld_gain, bass->bass_buffer, n);
-  arithmetic().scale_down(high_left, bass->high_band_gain, out_left, n);
-  arithmetic().scale_down(high_right, bass->high_band_gain, out_right, n);
+  kernels().iir_chains_32(mid, 2, n);
+  kernels().mix_two_q13(plain, bass->origin_gain, harmonics, bass->nld_gain, bass->bass_buffer, n);
+  kernels().scale_to_silence_q13(high_left, bass->high_band_gain, out_left, n);
+  kernels().scale_to_silence_q13(high_right, bass->high_band_gain, out_right, n);
   compressor_bass_process(bass->bass_compressor, bass->bass_buffer, bass->bass_buffer, n);
-  arithmetic().add(out_left, bass->bass_buffer, out_left, n);
-  arithmetic().add(out_right, bass->bass_buffer, out_right, n);
+  kernels().add(out_left, bass->bass_buffer, out_left, n);
+  kernels().add(out_right, bass->bass_buffer, out_right, n);
 }
 
 }  // namespace

@@ -3,7 +3,7 @@
 #include <algorithm>
 
 #include "dsp/block.h"
-#include "dsp/kernels/mix.h"
+#include "dsp/kernels/kernels.h"
 #include "fixed.h"
 
 namespace {
@@ -14,7 +14,7 @@ void cross_mix(const int* own, const int* other, int64_t ratio_q13, int* out, in
   const mix_input three[] = {{own, static_cast<int>(kOneQ13 - ratio_q13)},
                              {other, static_cast<int>(ratio_q13 - 1)},
                              {other, 1}};
-  mix_three_block(three, out, n);
+  kernels().mix_three_q13(three, out, n);
 }
 
 }  // namespace

@@ -4,7 +4,7 @@
 #include <cstdlib>
 
 #include "dsp/block.h"
-#include "dsp/kernels/arithmetic.h"
+#include "dsp/kernels/kernels.h"
 #include "fixed.h"
 
 namespace {
@@ -71,8 +71,8 @@ void smooth_volume_process(smooth_volume_t* stage, int* in_left, int* in_right, 
   for_each_block(n - i, [=](int64_t start, int count) {
     int left[kBlockFrames], right[kBlockFrames];
     // Both are read before either is written.
-    arithmetic().scale(in_left + i + start, gain_q13, left, count);
-    arithmetic().scale(in_right + i + start, gain_q13, right, count);
+    kernels().scale_q13(in_left + i + start, gain_q13, left, count);
+    kernels().scale_q13(in_right + i + start, gain_q13, right, count);
     std::copy_n(left, count, out_left + i + start);
     std::copy_n(right, count, out_right + i + start);
   });

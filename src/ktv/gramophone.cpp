@@ -2,8 +2,8 @@
 
 #include "dsp/block.h"
 #include "dsp/kernels/elliptic.h"
+#include "dsp/kernels/kernels.h"
 #include "dsp/kernels/overdrive.h"
-#include "dsp/kernels/shape.h"
 #include "ktv/memory.h"
 
 namespace {
@@ -33,7 +33,7 @@ void gramophone_process(gramophone* effect, int* in, int* out, int n) {
   if (!has_memory(effect)) return pass(in, out, n);
   for_each_block(n, [&](int start, int count) {
     int shaped[kBlockFrames];
-    shape_block(in + start, shaped, count);
+    kernels().overdrive_bit_shift(in + start, shaped, count);
     elliptic_block(effect->filter, shaped, out + start, count);
   });
 }

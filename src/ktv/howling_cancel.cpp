@@ -6,7 +6,7 @@
 #include "dsp/fft_frame.h"
 #include "dsp/kernels/dc_remove.h"
 #include "dsp/kernels/elliptic.h"
-#include "dsp/kernels/notch.h"
+#include "dsp/kernels/kernels.h"
 #include "fixed.h"
 #include "ktv/howling_internal.h"
 #include "ktv/memory.h"
@@ -45,8 +45,8 @@ void cut(howlingCancel* canceller, int* x, int n) {
     const howling_place& place = canceller->places[i];
     row[i] = {&canceller->notches[i], {place.depth, place.depth_step}};
   }
-  notch_row_block(row, kPlaces, x, n);
-  for (int i = 0; i < kPlaces; ++i) canceller->places[i].depth = row[i].share.depth;
+  kernels().notch_row(row, kPlaces, x, n);
+  for (int i = 0; i < kPlaces; ++i) canceller->places[i].depth = row[i].share.depth_q20;
 }
 
 static_assert(kFullDepth == kFadeFull);

@@ -4,7 +4,7 @@
 
 #include "dsp/block.h"
 #include "dsp/kernels/iircomber.h"
-#include "dsp/kernels/mix.h"
+#include "dsp/kernels/kernels.h"
 #include "fixed.h"
 #include "ktv/memory.h"
 
@@ -83,8 +83,8 @@ void iirecho_processStereo(iirecho* echo, int* in_left, int* in_right, int* out_
     iircomber_two_block(loops, count);
     const mix_input mix_left[] = {{in_left + start, dry}, {left, wet}};
     const mix_input mix_right[] = {{in_right + start, dry}, {right, wet}};
-    mix_wrapping_block(mix_left, 2, left, count);
-    mix_wrapping_block(mix_right, 2, right, count);
+    kernels().mix_wrapping_q13(mix_left, 2, left, count);
+    kernels().mix_wrapping_q13(mix_right, 2, right, count);
     std::copy_n(left, count, out_left + start);
     std::copy_n(right, count, out_right + start);
   });

@@ -1,20 +1,26 @@
-// The all-pass in vectors: included behind the vocabulary of an instruction set, in the one file
-// that is compiled for it. Half a sample is a shift, which can't saturate; the sums can.
+// The all-pass in vectors: included behind the vocabulary of an instruction set.
 #pragma once
 
 #include "dsp/kernels/allpass.h"
+#include "dsp/kernels/kernels.h"
 
 namespace {
 
+// A product with one half is a shift and can't saturate; the sums can.
 inline vector half(vector x) { return silence_minus_one(shift_right<1>(x)); }
 
-void run(int* cells, int* samples, int count) {
-  in_vectors(count, [=](int i, auto words) {
-    const vector x = load(samples + i, words);
-    const vector y = saturate_add(load(cells + i, words), half(x));
-    store(cells + i, saturate_sub(x, half(y)), words);
-    store(samples + i, y, words);
+// allpass_step, cell by cell of a contiguous run.
+void step_run(int* cells, int* samples, int count) {
+  for_each_vector(count, [=](int i, auto lanes) {
+    const vector x = load(samples + i, lanes);
+    const vector y = saturate_add(load(cells + i, lanes), half(x));
+    store(cells + i, saturate_sub(x, half(y)), lanes);
+    store(samples + i, y, lanes);
   });
 }
 
 }  // namespace
+
+void variant::allpass_block(allpass* section, int* samples, int n) {
+  walk_allpass_of_half(section, samples, n, step_run);
+}

@@ -1,23 +1,21 @@
+#include "dsp/kernels/comb_bank.h"
+
 #include <algorithm>
 
-#include "dsp/kernels/comb_bank.h"
-#include "dsp/kernels/comber.h"
-#include "dsp/kernels/kernels.h"
+#include "dsp/block.h"
 #include "dsp/loop.h"
 
 namespace {
 
-constexpr int kUnity = 8192;  // Q13
-
 comber& comb_of(const comb_quartet* two, int lane) { return *two[lane / 4].combs[lane % 4]; }
 
-bool saturates_never(const comber& comb) {
-  return comb.feedback >= 0 && comb.feedback <= kUnity && comb.damp1 >= 0 && comb.damp1 <= kUnity &&
-         comb.damp2 >= 0 && comb.damp2 <= kUnity - comb.damp1;
+bool never_saturates(const comber& comb) {
+  return comb.feedback >= 0 && comb.feedback <= kOneQ13 && comb.damp1 >= 0 &&
+         comb.damp1 <= kOneQ13 && comb.damp2 >= 0 && comb.damp2 <= kOneQ13 - comb.damp1;
 }
 
-// Samples up to the first end of a loop.
-int common_stretch(const comb_quartet* two, int n) {
+// How many of n samples reach no loop's end; 0 if a position is out of range.
+int common_run(const comb_quartet* two, int n) {
   for (int k = 0; k < kCombLanes; ++k) {
     const comber& comb = comb_of(two, k);
     n = comb.index < 0 ? 0 : std::min(n, comb.length - comb.index);
@@ -44,31 +42,23 @@ comb_lanes lanes_of(const comb_quartet* two) {
 
 }  // namespace
 
-void comb_quartets_add_16(const comb_quartet* two, int n) {
-  kernels().comb_quartets_add_16(two, n);
-}
-
-void comb_quartets_add_24(const comb_quartet* two, int n) {
-  kernels().comb_quartets_add_24(two, n);
-}
-
-void comb_quartets_add_16_portable(const comb_quartet* two, int n) {
+void portable::comb_quartets_add_16(const comb_quartet* two, int n) {
   for (int k = 0; k < kCombLanes; ++k)
     comb_block_add_16(&comb_of(two, k), two[k / 4].in, two[k / 4].sum, n);
 }
 
-void comb_quartets_add_24_portable(const comb_quartet* two, int n) {
+void portable::comb_quartets_add_24(const comb_quartet* two, int n) {
   for (int k = 0; k < kCombLanes; ++k)
     comb_block_add_24(&comb_of(two, k), two[k / 4].in, two[k / 4].sum, n);
 }
 
 void walk_comb_lanes(const comb_quartet* two, int n, void (*kernel)(comb_lanes*, int),
-                     void (*portable)(const comb_quartet*, int)) {
-  if (n < 8) return portable(two, n);
+                     void (*portable_form)(const comb_quartet*, int)) {
+  if (n < kFewestBlockFrames) return portable_form(two, n);
   for (int k = 0; k < kCombLanes; ++k)
-    if (!saturates_never(comb_of(two, k))) return portable(two, n);
+    if (!never_saturates(comb_of(two, k))) return portable_form(two, n);
   comb_quartet next[2] = {two[0], two[1]};
-  const auto move_on = [&](int count) {
+  const auto advance_by = [&](int count) {
     for (comb_quartet& quartet : next) {
       quartet.in += count;
       quartet.sum += count;
@@ -76,8 +66,8 @@ void walk_comb_lanes(const comb_quartet* two, int n, void (*kernel)(comb_lanes*,
     n -= count;
   };
   while (n > 0) {
-    const int stretch = common_stretch(next, n);
-    const int whole = stretch - stretch % 8;
+    const int run = common_run(next, n);
+    const int whole = run - run % kCombLanes;
     if (whole > 0) {
       comb_lanes lanes = lanes_of(next);
       kernel(&lanes, whole);
@@ -86,11 +76,11 @@ void walk_comb_lanes(const comb_quartet* two, int n, void (*kernel)(comb_lanes*,
         comb.index = advance(comb.index + whole - 1, comb.length);
         comb.filter_store = lanes.store[k];
       }
-      move_on(whole);
+      advance_by(whole);
     }
-    // The few up to the end of the loop; one if a position was out of range.
-    const int rest = whole > 0 ? stretch - whole : std::clamp(stretch, 1, n);
-    portable(next, rest);
-    move_on(rest);
+    // Up to the end of the loop; one sample if a position is out of range.
+    const int rest = whole > 0 ? run - whole : std::clamp(run, 1, n);
+    portable_form(next, rest);
+    advance_by(rest);
   }
 }

@@ -1,49 +1,27 @@
-// Eight combs side by side over a block, as the rooms run them.
+// Eight combs side by side, a comb in each lane: what the vector forms share.
 #pragma once
 
-#include "dsp/comber.h"
-
-// Four combs that share an input and add up.
-struct comb_quartet {
-  comber* const* combs;  // four
-  const int* in;
-  int* sum;
-};
-
-// n samples of each quartet's in through its combs, added to its sum (32-bit, wrapping); n < 1 does
-// nothing. Both quartets may share in or sum or both; no in may overlap a sum, and the eight combs
-// are eight. The same bits as comb_block_add_16 or comb_block_add_24 for one comb after the other.
-void comb_quartets_add_16(const comb_quartet* two, int n);
-void comb_quartets_add_24(const comb_quartet* two, int n);
-
-// The variants.
-void comb_quartets_add_16_portable(const comb_quartet* two, int n);
-void comb_quartets_add_24_portable(const comb_quartet* two, int n);
-void comb_quartets_add_16_avx2(const comb_quartet* two, int n);
-void comb_quartets_add_24_avx2(const comb_quartet* two, int n);
-void comb_quartets_add_16_neon(const comb_quartet* two, int n);
-void comb_quartets_add_24_neon(const comb_quartet* two, int n);
-
-// --- for the variants in lanes
+#include "dsp/kernels/comber.h"
+#include "dsp/kernels/kernels.h"
 
 constexpr int kCombLanes = 8;
 
-// Stretches of eight loops that don't wrap, and what meets them, a comb in each lane.
+// Contiguous runs of eight loops' cells, and the inputs and sums that go with them.
 struct comb_lanes {
-  int* cells[kCombLanes];  // delayed samples, to be replaced by new ones
-  const int* in[2];        // of each quartet
-  int* sum[2];
+  int* cells[kCombLanes];  // [0 .. n-1] delayed samples, replaced by new ones
+  const int* in[2];        // [0 .. n-1] of each quartet
+  int* sum[2];             // [0 .. n-1] of each quartet
   alignas(32) int feedback[kCombLanes];
   alignas(32) int damp1[kCombLanes];
   alignas(32) int damp2[kCombLanes];
   alignas(32) int store[kCombLanes];
 };
 
-// Walks eight combs through n samples: the kernel takes stretches of a multiple of eight samples
-// that reach no loop's end, all others are portable.
+// Runs eight combs over n samples: the kernel takes runs of a multiple of eight samples that reach
+// no loop's end, the portable form takes the rest.
 //
-// Gains are in ranges in which no product of the kernel can saturate: damp1 and damp2 are not
-// negative and at most 8192 together, feedback is 0..8192. (A weighted mean of 32-bit words, or a
-// part of one, fits in 32 bits.) With other gains, or in less than eight samples, all is portable.
+// The kernel gets gains with which no product can saturate: damp1 and damp2 are not negative and at
+// most 8192 together, feedback is 0..8192. (A weighted mean of 32-bit words, or a part of one, fits
+// in 32 bits.) Any other gains, or too few samples, go to the portable form.
 void walk_comb_lanes(const comb_quartet* two, int n, void (*kernel)(comb_lanes*, int),
-                     void (*portable)(const comb_quartet*, int));
+                     void (*portable_form)(const comb_quartet*, int));

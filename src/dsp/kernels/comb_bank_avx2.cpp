@@ -1,24 +1,23 @@
 // Eight combs on AVX2, eight samples at a time.
 //
-// Up to the end of a loop all delayed samples are there at the start, so only the damping low-pass
-// goes from sample to sample. Eight samples of eight combs are a
-// square of words: turned over, a row holds one instant, a comb in each lane, and the low-passes of
-// all eight step at once. The rows of new cells are turned back and meet the input.
+// Up to the end of a loop all delayed samples are known at the start; only the damping low-pass
+// depends on the sample before. Eight samples of eight combs, transposed, have an instant in each
+// vector and a comb in each lane, so that the low-passes of all eight step at once. The new cells
+// are transposed back and added to the input.
 //
-//   cells ─┬─► out, in rows of time                                      input, in rows of time
-//          └─► turn ─► low-pass, row by row ─► × feedback ─► turn ─► + ──► cells
+//   cells ─┬─► out, summed over combs                                               input
+//          └─► transpose ─► low-pass, instant by instant ─► × feedback ─► transpose ─► + ─► cells
 //
-// Products are 64 bits wide: even and odd lanes step in registers of their own, four 64-bit lanes
-// each. No product leaves 32 bits after the shift (walk_comb_lanes sees to that), so the low words
-// are the result and need no limit; what stands in the high words meanwhile is never looked at.
+// Exact because no product leaves 32 bits after its shift (walk_comb_lanes sees to that): nothing
+// needs a limit, and the low words are the results. Products are 64 bits wide: even and odd lanes
+// step in vectors of their own, four 64-bit lanes each, whose high words hold garbage in between.
 #include "dsp/kernels/comb_bank.h"
-#include "dsp/kernels/comber.h"
 #include "dsp/kernels/vectors_avx2.h"
 
 namespace {
 
-// Row j gets word j of every row.
-inline void turn(__m256i* r) {
+// Lane i of vector j changes places with lane j of vector i.
+inline void transpose(__m256i* r) {
   __m256i pair[8], four[8];
   for (int j = 0; j < 8; j += 2) {
     pair[j] = _mm256_unpacklo_epi32(r[j], r[j + 1]);
@@ -39,7 +38,7 @@ inline void turn(__m256i* r) {
 struct low_pass {
   __m256i damp1, damp2, feedback, state;
 
-  // delayed, damped: damp2 x delayed + damp1 x state in Q13.
+  // comb_step's low-pass: damp2 x delayed + damp1 x state, Q13.
   void step(__m256i delayed) {
     const __m256i sum =
         _mm256_add_epi64(_mm256_mul_epi32(damp2, delayed), _mm256_mul_epi32(damp1, state));
@@ -49,7 +48,7 @@ struct low_pass {
 };
 
 template <int bits>
-void run(comb_lanes* lanes, int n) {
+void run_transposed(comb_lanes* lanes, int n) {
   const __m256i damp1 = load(lanes->damp1), damp2 = load(lanes->damp2);
   const __m256i feedback = load(lanes->feedback), state = load(lanes->store);
   low_pass evens = {damp1, damp2, feedback, state};
@@ -66,14 +65,14 @@ void run(comb_lanes* lanes, int n) {
       store(lanes->sum[q] + t, sum);
     }
 
-    turn(rows);
+    transpose(rows);
     for (int j = 0; j < 8; ++j) {
       evens.step(rows[j]);
       odds.step(odd(rows[j]));
       rows[j] = silence_minus_one(even_odd(_mm256_srli_epi64(evens.fed_back(), 13),
                                            _mm256_slli_epi64(odds.fed_back(), 19)));
     }
-    turn(rows);
+    transpose(rows);
 
     for (int q = 0; q < 2; ++q) {
       const __m256i x = _mm256_slli_epi32(load(lanes->in[q] + t), bits);
@@ -86,10 +85,10 @@ void run(comb_lanes* lanes, int n) {
 
 }  // namespace
 
-void comb_quartets_add_16_avx2(const comb_quartet* two, int n) {
-  walk_comb_lanes(two, n, run<kCombBits16>, comb_quartets_add_16_portable);
+void avx2::comb_quartets_add_16(const comb_quartet* two, int n) {
+  walk_comb_lanes(two, n, run_transposed<kCombBits16>, portable::comb_quartets_add_16);
 }
 
-void comb_quartets_add_24_avx2(const comb_quartet* two, int n) {
-  walk_comb_lanes(two, n, run<kCombBits24>, comb_quartets_add_24_portable);
+void avx2::comb_quartets_add_24(const comb_quartet* two, int n) {
+  walk_comb_lanes(two, n, run_transposed<kCombBits24>, portable::comb_quartets_add_24);
 }

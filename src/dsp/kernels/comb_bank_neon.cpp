@@ -1,17 +1,16 @@
 // Eight combs on NEON, four samples of a quartet at a time.
 //
-// Up to the end of a loop all delayed samples are there at the start, so only the damping low-pass
-// goes from sample to sample. Four samples of four combs are a square of words: turned over, a row
-// holds one instant, a comb in each lane, and the low-passes of all four step at once. The rows of
-// new cells are turned back and meet the input.
+// Up to the end of a loop all delayed samples are known at the start; only the damping low-pass
+// depends on the sample before. Four samples of four combs, transposed, have an instant in each
+// vector and a comb in each lane, so that the low-passes of all four step at once. The new cells are
+// transposed back and added to the input.
 //
-//   cells ─┬─► out, in rows of time                                      input, in rows of time
-//          └─► turn ─► low-pass, row by row ─► × feedback ─► turn ─► + ──► cells
+//   cells ─┬─► out, summed over combs                                               input
+//          └─► transpose ─► low-pass, instant by instant ─► × feedback ─► transpose ─► + ─► cells
 //
-// No product leaves 32 bits after the shift (walk_comb_lanes sees to that), so the narrowing shift
-// is the result and needs no limit.
+// Exact because no product leaves 32 bits after its shift (walk_comb_lanes sees to that): the
+// narrowing shift needs no limit.
 #include "dsp/kernels/comb_bank.h"
-#include "dsp/kernels/comber.h"
 #include "dsp/kernels/vectors_neon.h"
 
 namespace {
@@ -21,8 +20,8 @@ inline int32x4_t scale_down(int64x2_t low, int64x2_t high) {
   return silence_minus_one(vshrn_high_n_s64(vshrn_n_s64(low, 13), high, 13));
 }
 
-// Row j gets word j of every row.
-inline void turn(int32x4_t* r) {
+// Lane i of vector j changes places with lane j of vector i.
+inline void transpose(int32x4_t* r) {
   const auto words = [](int64x2_t x) { return vreinterpretq_s32_s64(x); };
   const auto pairs = [](int32x4_t x) { return vreinterpretq_s64_s32(x); };
   const int64x2_t even01 = pairs(vtrn1q_s32(r[0], r[1])), odd01 = pairs(vtrn2q_s32(r[0], r[1]));
@@ -43,7 +42,7 @@ struct quartet {
         feedback(vld1q_s32(lanes->feedback + first)),
         state(vld1q_s32(lanes->store + first)) {}
 
-  // The damped samples times the feedback; damped is damp2 x delayed + damp1 x state in Q13.
+  // comb_step's low-pass, damp2 x delayed + damp1 x state in Q13, times the feedback.
   int32x4_t step(int32x4_t delayed) {
     const int64x2_t low = vmull_s32(vget_low_s32(delayed), vget_low_s32(damp2));
     const int64x2_t high = vmull_high_s32(delayed, damp2);
@@ -64,16 +63,16 @@ inline void pass(quartet& q, int* const* cells, const int* in, int* sum, int t) 
   }
   vst1q_s32(sum + t, out);
 
-  turn(rows);
+  transpose(rows);
   for (int32x4_t& row : rows) row = q.step(row);
-  turn(rows);
+  transpose(rows);
 
   const int32x4_t x = vshlq_n_s32(vld1q_s32(in + t), bits);
   for (int k = 0; k < 4; ++k) vst1q_s32(cells[k] + t, vaddq_s32(rows[k], x));
 }
 
 template <int bits>
-void run(comb_lanes* lanes, int n) {
+void run_transposed(comb_lanes* lanes, int n) {
   quartet a(lanes, 0), b(lanes, 4);
   for (int t = 0; t < n; t += 4) {
     pass<bits>(a, lanes->cells, lanes->in[0], lanes->sum[0], t);
@@ -85,10 +84,10 @@ void run(comb_lanes* lanes, int n) {
 
 }  // namespace
 
-void comb_quartets_add_16_neon(const comb_quartet* two, int n) {
-  walk_comb_lanes(two, n, run<kCombBits16>, comb_quartets_add_16_portable);
+void neon::comb_quartets_add_16(const comb_quartet* two, int n) {
+  walk_comb_lanes(two, n, run_transposed<kCombBits16>, portable::comb_quartets_add_16);
 }
 
-void comb_quartets_add_24_neon(const comb_quartet* two, int n) {
-  walk_comb_lanes(two, n, run<kCombBits24>, comb_quartets_add_24_portable);
+void neon::comb_quartets_add_24(const comb_quartet* two, int n) {
+  walk_comb_lanes(two, n, run_transposed<kCombBits24>, portable::comb_quartets_add_24);
 }

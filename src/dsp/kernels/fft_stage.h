@@ -1,14 +1,11 @@
-// The transform's stages.
+// The complex product of the transform's stages.
 #pragma once
 
 #include "dsp/fft_int.h"
+#include "fixed.h"
 
-// One radix-2 stage over all n values: (a, b) <- (a + b w, a - b w), a and b half a span apart, the
-// j-th of each half with twiddles[j], Q28; half is a power of 2, and data has room for half a value
-// beyond the last whole span. All wraps at 64 bits.
-void fft_stage(complex* data, int n, int half, const complex* twiddles);
-
-// The variants.
-void fft_stage_portable(complex* data, int n, int half, const complex* twiddles);
-void fft_stage_avx2(complex* data, int n, int half, const complex* twiddles);
-void fft_stage_neon(complex* data, int n, int half, const complex* twiddles);
+// a b / 2^28, rounded down; wraps at 64 bits.
+constexpr complex multiply_q28(const complex& a, const complex& b) {
+  return {wrap_sub64(wrap_mul64(a.re, b.re), wrap_mul64(a.im, b.im)) >> 28,
+          wrap_add64(wrap_mul64(a.im, b.re), wrap_mul64(a.re, b.im)) >> 28};
+}

@@ -5,7 +5,7 @@
 // of v w, w of 32 bits, are l w + (h w << 32): two 32-bit multiplications.
 #include <immintrin.h>
 
-#include "dsp/kernels/fft_stage.h"
+#include "dsp/kernels/kernels.h"
 
 namespace {
 
@@ -22,24 +22,24 @@ inline __m256i products(__m256i a, __m256i w1, __m256i b, __m256i w2) {
   return _mm256_add_epi64(_mm256_mul_epi32(a, w1), _mm256_mul_epi32(b, w2));
 }
 
-// b w / 2^28. The arithmetic shift is a logical one of what has been lifted above zero.
+// multiply_q28 for both values. Arithmetic shift: an offset of 2^63 makes a logical one of it.
 inline __m256i multiply_q28(__m256i b, __m256i w) {
   const __m256i minus_real = _mm256_setr_epi64x(-1, 0, -1, 0);
   const __m256i re = _mm256_unpacklo_epi64(w, w), im = _mm256_unpackhi_epi64(w, w);
-  const __m256i turned = _mm256_sub_epi64(_mm256_xor_si256(im, minus_real), minus_real);  // -im, im
+  const __m256i cross = _mm256_sub_epi64(_mm256_xor_si256(im, minus_real), minus_real);  // -im, im
   const __m256i high =
       _mm256_srli_epi64(_mm256_add_epi64(b, _mm256_set1_epi64x(int64_t{1} << 31)), 32);
   const __m256i product =
-      _mm256_add_epi64(products(b, re, swap_parts(b), turned),
-                       _mm256_slli_epi64(products(high, re, swap_parts(high), turned), 32));
+      _mm256_add_epi64(products(b, re, swap_parts(b), cross),
+                       _mm256_slli_epi64(products(high, re, swap_parts(high), cross), 32));
   const __m256i lifted = _mm256_xor_si256(product, _mm256_set1_epi64x(INT64_MIN));
   return _mm256_sub_epi64(_mm256_srli_epi64(lifted, 28), _mm256_set1_epi64x(int64_t{1} << 35));
 }
 
 }  // namespace
 
-void fft_stage_avx2(complex* data, int n, int half, const complex* twiddles) {
-  if (n % 4 != 0 || n % (2 * half) != 0) return fft_stage_portable(data, n, half, twiddles);
+void avx2::fft_stage(complex* data, int n, int half, const complex* twiddles) {
+  if (n % 4 != 0 || n % (2 * half) != 0) return portable::fft_stage(data, n, half, twiddles);
   if (half == 1) {  // a and b lie side by side, and all have one twiddle
     const __m128i w = _mm_loadu_si128(reinterpret_cast<const __m128i*>(twiddles));
     for (complex* a = data; a < data + n; a += 4) {

@@ -6,7 +6,7 @@
 // multiplications.
 #include <arm_neon.h>
 
-#include "dsp/kernels/fft_stage.h"
+#include "dsp/kernels/kernels.h"
 
 namespace {
 
@@ -36,8 +36,8 @@ inline void butterflies(int64x2_t* a, int64x2_t* b, int32x2_t w_re, int32x2_t w_
 
 }  // namespace
 
-void fft_stage_neon(complex* data, int n, int half, const complex* twiddles) {
-  if (n % 4 != 0 || n % (2 * half) != 0) return fft_stage_portable(data, n, half, twiddles);
+void neon::fft_stage(complex* data, int n, int half, const complex* twiddles) {
+  if (n % 4 != 0 || n % (2 * half) != 0) return portable::fft_stage(data, n, half, twiddles);
   if (half == 1) {  // a and b lie side by side, and all have one twiddle
     const int32x2_t w_re = vdup_n_s32(static_cast<int>(twiddles->re));
     const int32x2_t w_im = vdup_n_s32(static_cast<int>(twiddles->im));

@@ -1,4 +1,4 @@
-// The biquad's steps and its block kernels.
+// The biquad's steps, and one section over a block.
 #pragma once
 
 #include "dsp/iir.h"
@@ -70,9 +70,10 @@ inline int iir_step_wrapping(iir_registers& s, int x) {
   return y;
 }
 
-// n samples through one section; in place allowed; n < 1 does nothing. The same bits as n calls of
-// IIR_process_32.
-void iir_block_32(IIR* section, const int* in, int* out, int n);
-
-// n samples through count sections in a row, the first from in to out, the others in place on out.
-void iir_cascade_32(IIR* const* sections, int count, const int* in, int* out, int n);
+// n samples through one section by one of the steps above; in place allowed; n < 1 does nothing.
+template <auto step>
+inline void iir_block(IIR* section, const int* in, int* out, int n) {
+  iir_registers registers(section);
+  for (int i = 0; i < n; ++i) out[i] = step(registers, in[i]);
+  registers.store(section);
+}

@@ -1,18 +1,10 @@
-#include "dsp/kernels/iir_chains.h"
-
+// Chains of sections, portable.
 #include "dsp/kernels/iir.h"
 #include "dsp/kernels/kernels.h"
 
 namespace {
 
-template <auto step>
-void block(IIR* section, const int* in, int* out, int n) {
-  iir_registers registers(section);
-  for (int i = 0; i < n; ++i) out[i] = step(registers, in[i]);
-  registers.store(section);
-}
-
-// Two sections in one pass: while the first waits for its own last result, the second has work.
+// Two sections in one pass: the second computes while the first waits for its own last result.
 template <auto step>
 void pair(IIR* first, IIR* second, const int* in, int* out, int n) {
   iir_registers a(first), b(second);
@@ -21,7 +13,7 @@ void pair(IIR* first, IIR* second, const int* in, int* out, int n) {
   b.store(second);
 }
 
-// The last sections of two chains in one pass: neither waits for the other.
+// The last sections of two chains in one pass: neither depends on the other.
 template <auto step>
 void side_by_side(IIR* section, const int* in, int* out, IIR* other, const int* other_in,
                   int* other_out, int n) {
@@ -58,30 +50,17 @@ void all_chains(const iir_chain* c, int chain_count, int n) {
       side_by_side<step>(last_of(c[0]), in, c[0].out, last_of(c[1]), next_in, c[1].out, n);
       ++c;
     } else {
-      block<step>(last_of(*c), in, c->out, n);
+      iir_block<step>(last_of(*c), in, c->out, n);
     }
   }
 }
 
 }  // namespace
 
-void iir_cascade_32(IIR* const* sections, int count, const int* in, int* out, int n) {
-  const iir_chain chain = {in, out, sections, count};
-  iir_chains_32(&chain, 1, n);
-}
-
-void iir_chains_32(const iir_chain* chains, int chain_count, int n) {
-  kernels().iir_chains_32(chains, chain_count, n);
-}
-
-void iir_chains_wrapping(const iir_chain* chains, int chain_count, int n) {
-  kernels().iir_chains_wrapping(chains, chain_count, n);
-}
-
-void iir_chains_32_portable(const iir_chain* chains, int chain_count, int n) {
+void portable::iir_chains_32(const iir_chain* chains, int chain_count, int n) {
   all_chains<iir_step_32>(chains, chain_count, n);
 }
 
-void iir_chains_wrapping_portable(const iir_chain* chains, int chain_count, int n) {
+void portable::iir_chains_wrapping(const iir_chain* chains, int chain_count, int n) {
   all_chains<iir_step_wrapping>(chains, chain_count, n);
 }

@@ -4,23 +4,22 @@
 #include <cstddef>
 #include <cstring>
 
-#include "dsp/block.h"
 #include "fixed.h"
 
 namespace {
 
 constexpr int kFewestSections = 3;  // below, lanes don't pay
-constexpr int kUnity = 1 << 28;
+constexpr int kOneQ28 = 1 << 28;
 constexpr int kSilence[kBlockFrames] = {};
 
-// What becomes of a section's results.
+// How a section's result is handed to the next section.
 struct scaled_32 {
   static int handed_on(int y) { return y & ~31; }
-  static constexpr auto* portable = iir_chains_32_portable;
+  static constexpr auto* portable_form = portable::iir_chains_32;
 };
 struct unscaled {
   static int handed_on(int y) { return y; }
-  static constexpr auto* portable = iir_chains_wrapping_portable;
+  static constexpr auto* portable_form = portable::iir_chains_wrapping;
 };
 
 // Where a chain stands: its first row and column, and how many columns it takes.
@@ -40,7 +39,8 @@ int columns_of(const iir_chain& chain, lane_shape shape) {
   return (chain.count + shape.rows - 1) / shape.rows;
 }
 
-// Whether the chains find place; only one group has columns that go on in the next.
+// Whether the chains fit into the shape; only in a single group does a chain continue in the next
+// column.
 bool fits(const iir_chain* chains, int chain_count, lane_shape shape) {
   int columns = 0, widest = 0;
   for (int c = 0; c < chain_count; ++c) {
@@ -71,7 +71,7 @@ void load_section(iir_lanes* lanes, int row, int column, const IIR& section) {
   lanes->second[row][column] = mac(mac(0, coef[2], x1), coef[4], y1);
 }
 
-// What follows a chain's sections down to the last row lets their results through.
+// Below a chain's sections, down to the last row, their results pass through.
 void load_chain(iir_lanes* lanes, const iir_chain& chain, int rows, place p) {
   lanes->head[p.column] = -1;
   for (int k = 0; k < p.columns * rows; ++k) {
@@ -81,7 +81,7 @@ void load_chain(iir_lanes* lanes, const iir_chain& chain, int rows, place p) {
     if (k < chain.count)
       load_section(lanes, here.row, here.column, *chain.sections[k]);
     else
-      lanes->coef[here.row][0][here.column] = kUnity;
+      lanes->coef[here.row][0][here.column] = kOneQ28;
   }
 }
 
@@ -100,7 +100,7 @@ void store_chain(const iir_lanes& lanes, const iir_chain& chain, int rows, place
   }
 }
 
-// Chains that end at the same step of one group, as nearly all do, leave it together.
+// Chains that end at the same step of one group, as nearly all do, are stored together.
 void store_outputs(const iir_chain* chains, int chain_count, lane_shape shape,
                    const lane_rows* results, int n, const lane_kernels& kernels) {
   int unused[kBlockFrames];
@@ -121,7 +121,7 @@ void store_outputs(const iir_chain* chains, int chain_count, lane_shape shape,
   flush();
 }
 
-// kFewestLaneSamples <= n <= kBlockFrames samples through chains that find place in the shape.
+// kFewestBlockFrames <= n <= kBlockFrames samples through chains that fit into the shape.
 template <typename Scale>
 void run_in_lanes(const iir_chain* chains, int chain_count, int n, int shape_index,
                   const lane_kernels& kernels) {
@@ -150,34 +150,33 @@ void run_in_lanes(const iir_chain* chains, int chain_count, int n, int shape_ind
 }
 
 template <typename Scale>
-void run(const iir_chain* chains, int chain_count, int n, const lane_kernels& kernels) {
-  if (n < kFewestLaneSamples || n > kBlockFrames) return Scale::portable(chains, chain_count, n);
+void run_smallest_shape(const iir_chain* chains, int chain_count, int n,
+                        const lane_kernels& kernels) {
+  if (n < kFewestBlockFrames || n > kBlockFrames)
+    return Scale::portable_form(chains, chain_count, n);
   int sections = 0, shortest = kFewestSections;
   for (int c = 0; c < chain_count; ++c) {
     sections += chains[c].count;
     shortest = std::min(shortest, chains[c].count);
   }
-  if (sections < kFewestSections || shortest < 1) return Scale::portable(chains, chain_count, n);
+  if (sections < kFewestSections || shortest < 1)
+    return Scale::portable_form(chains, chain_count, n);
 
   for (int shape = 0; shape < kLaneShapeCount; ++shape) {
     if (fits(chains, chain_count, kLaneShapes[shape]))
       return run_in_lanes<Scale>(chains, chain_count, n, shape, kernels);
   }
-  // Too much for one call: in halves, or a single chain that is longer than all columns.
-  if (chain_count == 1) return Scale::portable(chains, chain_count, n);
-  const int half = chain_count / 2;
-  run<Scale>(chains, half, n, kernels);
-  run<Scale>(chains + half, chain_count - half, n, kernels);
+  Scale::portable_form(chains, chain_count, n);
 }
 
 }  // namespace
 
 void iir_chains_32_in_lanes(const iir_chain* chains, int chain_count, int n,
                             const lane_kernels& kernels) {
-  run<scaled_32>(chains, chain_count, n, kernels);
+  run_smallest_shape<scaled_32>(chains, chain_count, n, kernels);
 }
 
 void iir_chains_wrapping_in_lanes(const iir_chain* chains, int chain_count, int n,
                                   const lane_kernels& kernels) {
-  run<unscaled>(chains, chain_count, n, kernels);
+  run_smallest_shape<unscaled>(chains, chain_count, n, kernels);
 }

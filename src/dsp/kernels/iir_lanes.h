@@ -4,23 +4,23 @@
 // after the other. Here every section runs one sample behind the one before it: at step t, section
 // k of a chain takes sample t - k, which section k - 1 made at step t - 1, and no section waits for
 // another within a step. The chains stand in columns of a few rows; a chain goes down its column
-// and on at the top of the next one, where it arrives a step later still:
+// and on at the top of the next one, which it reaches a step later still:
 //
 //              column 0   column 1   column 2   column 3
 //   row 0      left 0     left 3     right 0    right 3      a row is a vector; a step moves the
 //   row 1      left 1     left 4     right 1    right 4      results one row down, and the last
 //   row 2      left 2     left 5     right 2    right 5      row's to the top of the next column
 //
-// A chain that doesn't fill its columns ends with sections that let their input through. More
-// chains than four columns hold stand in further groups of rows.
+// A chain that doesn't fill its columns ends with sections that pass their input through. Up to
+// eight chains of one section each stand in two groups of one row.
 //
 // Exact because:
 // - The carried sums, first = b1 x[n-1] + b2 x[n-2] - a1 y[n-1] - a2 y[n-2] and second =
 //   b2 x[n-1] - a2 y[n-1] once the sample is done, are the same products in another order, and
 //   64-bit addition wraps. They replace the history in the loop; it is rebuilt at the end from the
 //   last two results of every section.
-// - A section that waits for its first sample, or has done its last, steps along on whatever comes;
-//   it takes up its state at its first sample, and nobody listens to it after its last.
+// - A section steps from the first step to the last and computes garbage outside its samples: its
+//   state is loaded at its first sample, and its output is ignored after its last.
 // - From one section to the next a result y goes 5 bits down and up again: that is y without its
 //   low five bits, with nothing left to saturate. Only a chain's input needs the clamp.
 // - A section of b0 = 1.0 alone gives back an input whose low five bits are clear (so that it isn't
@@ -31,14 +31,13 @@
 #include <iterator>
 
 #include "dsp/block.h"
-#include "dsp/kernels/iir_chains.h"
+#include "dsp/kernels/kernels.h"
 
 constexpr int kColumns = 4;
 constexpr int kMostRows = 5;  // of all groups together
 constexpr int kMostGroups = 2;
 constexpr int kMostLaneLag = kColumns * (kMostRows + 1) - 2;
 constexpr int kLaneSteps = kBlockFrames + kMostLaneLag;
-constexpr int kFewestLaneSamples = 8;  // what a call takes at least
 
 using int_row = int[kColumns];
 using int64_row = int64_t[kColumns];
@@ -57,7 +56,7 @@ struct alignas(32) iir_lanes {
 struct lane_shape {
   int groups, rows;
 };
-constexpr lane_shape kLaneShapes[] = {{1, 1}, {2, 1}, {1, 2}, {1, 3}, {1, 4}, {2, 2}, {1, 5}};
+constexpr lane_shape kLaneShapes[] = {{1, 1}, {2, 1}, {1, 2}, {1, 3}, {1, 4}, {1, 5}};
 constexpr int kLaneShapeCount = static_cast<int>(std::size(kLaneShapes));
 
 // The rows of one group at every step: inputs, or the results of its last row.
@@ -65,15 +64,31 @@ using lane_rows = int_row[kLaneSteps];
 
 struct lane_kernels {
   // The inputs of a group's chains, scaled as the sections need them, into rows; a column that no
-  // chain starts in takes silence.
+  // chain starts in gets silence. n is kFewestBlockFrames or more.
   void (*interleave)(const int* const (&column)[kColumns], lane_rows& rows, int n);
   // The other way round: n rows of results into columns, scaled as outputs.
   void (*deinterleave)(const int_row* rows, int* const (&column)[kColumns], int n);
-  // Runs n + longest_lag steps, the inputs beyond n counting for nothing, and fills `last`.
+  // Runs n + longest_lag steps and fills `last`; in is 0 from n on.
   void (*step[kLaneShapeCount])(iir_lanes* lanes, const lane_rows* in, lane_rows* out, int n);
 };
 
-// iir_chains_32 and iir_chains_wrapping by way of lanes.
+// The steps of a call: begin(t) loads the state of the sections that take their first sample at step
+// t, keep(i) stores the results of step n - 2 + i. Between a chain's start and its end neither is
+// needed.
+template <typename Begin, typename Step, typename Keep>
+inline void run_steps(int n, int longest_lag, Begin begin, Step step, Keep keep) {
+  const int steps = n + longest_lag;
+  for (int t = 0; t < steps;) {
+    for (const int end = t <= longest_lag ? longest_lag + 1 : steps; t < end; ++t) {
+      begin(t);
+      step(t);
+      if (t >= n - 2) keep(t - (n - 2));
+    }
+    for (; t < n - 2; ++t) step(t);
+  }
+}
+
+// iir_chains_32 and iir_chains_wrapping in lanes.
 void iir_chains_32_in_lanes(const iir_chain* chains, int chain_count, int n,
                             const lane_kernels& kernels);
 void iir_chains_wrapping_in_lanes(const iir_chain* chains, int chain_count, int n,

@@ -1,6 +1,6 @@
 // The sections of iir_lanes.h with AVX2: a row is one vector of four 64-bit sums; samples
-// and coefficients lie in the low halves, where the 32-bit multiplication takes its factors, and
-// the high halves don't count.
+// and coefficients lie in the low halves, where the 32-bit multiplication takes its factors; the high
+// halves hold garbage.
 #include <immintrin.h>
 
 #include <utility>
@@ -60,7 +60,7 @@ struct row_registers {
     first = second = y = _mm256_setzero_si256();
   }
 
-  // The sections whose first sample comes at step t take up their state.
+  // Loads the state of the sections whose first sample comes at step t.
   void begin(const iir_lanes& lanes, int row, int t) {
     const __m256i now = _mm256_cmpeq_epi64(widen(lanes.lag[row]), _mm256_set1_epi64x(t));
     first = _mm256_blendv_epi8(first, load(lanes.first[row]), now);
@@ -113,7 +113,7 @@ void step_lanes(iir_lanes* lanes, const lane_rows* in, lane_rows* out, int n) {
 #pragma GCC unroll 8
     for (int k = 0; k < all; ++k)
       row[k].x = k % rows == 0 ? widen(in[k / rows][t]) : _mm256_and_si256(row[k - 1].y, handed_on);
-    // A column's top takes an input or what crosses over; the other one is 0.
+    // A column's top takes an input or the column before it; the other one is 0.
     if (groups == 1) {
       row[0].x = _mm256_or_si256(row[0].x, _mm256_and_si256(crossing, to_next_column));
       crossing = _mm256_permute4x64_epi64(row[rows - 1].y, 0x90);
@@ -125,19 +125,15 @@ void step_lanes(iir_lanes* lanes, const lane_rows* in, lane_rows* out, int n) {
     for (int g = 0; g < groups; ++g) narrow(row[(g + 1) * rows - 1].y, out[g][t]);
   };
 
-  const int steps = n + lanes->longest_lag;
-  for (int t = 0; t < steps;) {
-    // Where sections take their first sample, and where they give their last two.
-    for (const int end = t <= lanes->longest_lag ? lanes->longest_lag + 1 : steps; t < end; ++t) {
+  const auto begin = [&](int t) {
 #pragma GCC unroll 8
-      for (int k = 0; k < all; ++k) row[k].begin(*lanes, k, t);
-      step(t);
-      if (t < n - 2) continue;
+    for (int k = 0; k < all; ++k) row[k].begin(*lanes, k, t);
+  };
+  const auto keep = [&](int i) {
 #pragma GCC unroll 8
-      for (int k = 0; k < all; ++k) narrow(row[k].y, lanes->last[t - (n - 2)][k]);
-    }
-    for (; t < n - 2; ++t) step(t);
-  }
+    for (int k = 0; k < all; ++k) narrow(row[k].y, lanes->last[i][k]);
+  };
+  run_steps(n, lanes->longest_lag, begin, step, keep);
 }
 
 // The inputs column by column into rows, n >= 8 of them; the last eight may overlap those before.
@@ -205,10 +201,10 @@ constexpr lane_kernels kLanes = lanes_of<results>(std::make_index_sequence<kLane
 
 }  // namespace
 
-void iir_chains_32_avx2(const iir_chain* chains, int chain_count, int n) {
+void avx2::iir_chains_32(const iir_chain* chains, int chain_count, int n) {
   iir_chains_32_in_lanes(chains, chain_count, n, kLanes<rule::saturating>);
 }
 
-void iir_chains_wrapping_avx2(const iir_chain* chains, int chain_count, int n) {
+void avx2::iir_chains_wrapping(const iir_chain* chains, int chain_count, int n) {
   iir_chains_wrapping_in_lanes(chains, chain_count, n, kLanes<rule::wrapping>);
 }

@@ -56,7 +56,7 @@ struct row_registers {
     y = vdupq_n_s32(0);
   }
 
-  // The sections whose first sample comes at step t take up their state.
+  // Loads the state of the sections whose first sample comes at step t.
   void begin(const iir_lanes& lanes, int row, int t) {
     const uint32x4_t now = vceqq_s32(vld1q_s32(lanes.lag[row]), vdupq_n_s32(t));
     first = change(now, load(lanes.first[row]), first);
@@ -87,7 +87,7 @@ void step_lanes(iir_lanes* lanes, const lane_rows* in, lane_rows* out, int n) {
     for (int g = 0; g < groups; ++g) {
       row_registers* const group = row + g * rows;
       int32x4_t top = vld1q_s32(in[g][t]);
-      // A column's top takes an input or what crosses over; the other one is 0.
+      // A column's top takes an input or the column before it; the other one is 0.
       if (groups == 1) {
         top = vorrq_s32(top, vandq_s32(crossing, to_next_column));
         crossing = vextq_s32(group[rows - 1].y, group[rows - 1].y, 3);
@@ -100,19 +100,15 @@ void step_lanes(iir_lanes* lanes, const lane_rows* in, lane_rows* out, int n) {
     }
   };
 
-  const int steps = n + lanes->longest_lag;
-  for (int t = 0; t < steps;) {
-    // Where sections take their first sample, and where they give their last two.
-    for (const int end = t <= lanes->longest_lag ? lanes->longest_lag + 1 : steps; t < end; ++t) {
+  const auto begin = [&](int t) {
 #pragma GCC unroll 8
-      for (int k = 0; k < all; ++k) row[k].begin(*lanes, k, t);
-      step(t);
-      if (t < n - 2) continue;
+    for (int k = 0; k < all; ++k) row[k].begin(*lanes, k, t);
+  };
+  const auto keep = [&](int i) {
 #pragma GCC unroll 8
-      for (int k = 0; k < all; ++k) vst1q_s32(lanes->last[t - (n - 2)][k], row[k].y);
-    }
-    for (; t < n - 2; ++t) step(t);
-  }
+    for (int k = 0; k < all; ++k) vst1q_s32(lanes->last[i][k], row[k].y);
+  };
+  run_steps(n, lanes->longest_lag, begin, step, keep);
 }
 
 // The inputs column by column into rows, n >= 4 of them; the last four may overlap those before.
@@ -151,10 +147,10 @@ constexpr lane_kernels kLanes = lanes_of<results>(std::make_index_sequence<kLane
 
 }  // namespace
 
-void iir_chains_32_neon(const iir_chain* chains, int chain_count, int n) {
+void neon::iir_chains_32(const iir_chain* chains, int chain_count, int n) {
   iir_chains_32_in_lanes(chains, chain_count, n, kLanes<rule::saturating>);
 }
 
-void iir_chains_wrapping_neon(const iir_chain* chains, int chain_count, int n) {
+void neon::iir_chains_wrapping(const iir_chain* chains, int chain_count, int n) {
   iir_chains_wrapping_in_lanes(chains, chain_count, n, kLanes<rule::wrapping>);
 }

@@ -11,74 +11,9 @@ constinit std::atomic<const kernel_table*> chosen_kernels = nullptr;
 
 namespace {
 
-constexpr kernel_table kPortable = {
-    .name = "portable",
-    .iir_chains_32 = iir_chains_32_portable,
-    .iir_chains_wrapping = iir_chains_wrapping_portable,
-    .arithmetic = &kArithmeticPortable,
-    .comb_quartets_add_16 = comb_quartets_add_16_portable,
-    .comb_quartets_add_24 = comb_quartets_add_24_portable,
-    .allpass_block = allpass_block_portable,
-    .mix_three_block = mix_three_block_portable,
-    .mix_wrapping_block = mix_wrapping_block_portable,
-    .fade_block = fade_block_portable,
-    .fir_sums_block = fir_sums_block_portable,
-    .notch_row_block = notch_row_block_portable,
-    .fft_stage = fft_stage_portable,
-    .scale_down_5_block = scale_down_5_block_portable,
-    .shape_block = shape_block_portable,
-};
-
-#ifdef SONX_AVX2_KERNELS
-constexpr kernel_table kAvx2 = {
-    .name = "avx2",
-    .iir_chains_32 = iir_chains_32_avx2,
-    .iir_chains_wrapping = iir_chains_wrapping_avx2,
-    .arithmetic = &kArithmeticAvx2,
-    .comb_quartets_add_16 = comb_quartets_add_16_avx2,
-    .comb_quartets_add_24 = comb_quartets_add_24_avx2,
-    .allpass_block = allpass_block_avx2,
-    .mix_three_block = mix_three_block_avx2,
-    .mix_wrapping_block = mix_wrapping_block_avx2,
-    .fade_block = fade_block_avx2,
-    .fir_sums_block = fir_sums_block_avx2,
-    .notch_row_block = notch_row_block_avx2,
-    .fft_stage = fft_stage_avx2,
-    .scale_down_5_block = scale_down_5_block_avx2,
-    .shape_block = shape_block_avx2,
-};
-#endif
-
-#ifdef SONX_NEON_KERNELS
-constexpr kernel_table kNeon = {
-    .name = "neon",
-    .iir_chains_32 = iir_chains_32_neon,
-    .iir_chains_wrapping = iir_chains_wrapping_neon,
-    .arithmetic = &kArithmeticNeon,
-    .comb_quartets_add_16 = comb_quartets_add_16_neon,
-    .comb_quartets_add_24 = comb_quartets_add_24_neon,
-    .allpass_block = allpass_block_neon,
-    .mix_three_block = mix_three_block_neon,
-    .mix_wrapping_block = mix_wrapping_block_neon,
-    .fade_block = fade_block_neon,
-    .fir_sums_block = fir_sums_block_neon,
-    .notch_row_block = notch_row_block_portable,
-    .fft_stage = fft_stage_neon,
-    .scale_down_5_block = scale_down_5_block_neon,
-    .shape_block = shape_block_neon,
-};
-#endif
-
-// The best one first.
-constexpr const kernel_table* kTables[] = {
-#ifdef SONX_AVX2_KERNELS
-    &kAvx2,
-#endif
-#ifdef SONX_NEON_KERNELS
-    &kNeon,
-#endif
-    &kPortable,
-};
+#define SONX_COUNT(kernel) +1
+static_assert(sizeof(kernel_table) == (1 SONX_KERNELS(SONX_COUNT)) * sizeof(void*),
+              "every kernel is in SONX_KERNELS");
 
 #ifdef SONX_AVX2_KERNELS
 // Which register files the system keeps for a process: bits 1 and 2 for the 256-bit registers.
@@ -94,28 +29,41 @@ bool has_avx2() {
 }
 #endif
 
-bool runs_here([[maybe_unused]] const kernel_table* table) {
+bool always() { return true; }
+
+struct variant {
+  kernel_table table;
+  bool (*runs_here)();
+};
+
+#define SONX_PORTABLE(kernel) .kernel = portable::kernel,
+#define SONX_AVX2(kernel) .kernel = avx2::kernel,
+#define SONX_NEON(kernel) .kernel = neon::kernel,
+
+// The fastest one first; the last one runs everywhere.
+constexpr variant kVariants[] = {
 #ifdef SONX_AVX2_KERNELS
-  if (table == &kAvx2) return has_avx2();
+    {{.name = "avx2", SONX_KERNELS(SONX_AVX2)}, has_avx2},
 #endif
-  return true;
-}
+#ifdef SONX_NEON_KERNELS
+    {{.name = "neon", SONX_KERNELS(SONX_NEON)}, always},
+#endif
+    {{.name = "portable", SONX_KERNELS(SONX_PORTABLE)}, always},
+};
 
 }  // namespace
 
 const kernel_table* choose_kernels() {
-  for (const kernel_table* table : kTables) {
-    if (!runs_here(table)) continue;
-    chosen_kernels.store(table, std::memory_order_relaxed);
-    return table;
-  }
-  return &kPortable;
+  const variant* chosen = kVariants;
+  while (!chosen->runs_here()) ++chosen;
+  chosen_kernels.store(&chosen->table, std::memory_order_relaxed);
+  return &chosen->table;
 }
 
 bool select_kernels(const char* name) {
-  for (const kernel_table* table : kTables) {
-    if (std::strcmp(table->name, name) != 0 || !runs_here(table)) continue;
-    chosen_kernels.store(table, std::memory_order_relaxed);
+  for (const variant& v : kVariants) {
+    if (std::strcmp(v.table.name, name) != 0 || !v.runs_here()) continue;
+    chosen_kernels.store(&v.table, std::memory_order_relaxed);
     return true;
   }
   return false;

@@ -1,43 +1,170 @@
-// Which variant of the block kernels runs: one table of functions per instruction set, of which the
-// first call chooses one for good.
+// Block kernels: loops that exist in several forms, of which the first call chooses the fastest that
+// the processor runs.
 //
-// The portable variants define the results; the others give the same bits, faster. A family of
-// kernels is a plain function (in its own header) that calls its entry of kernels(); the variants
-// stand in files named after the instruction set, <family>_avx2.cpp and <family>_neon.cpp, which
-// the build compiles with the flags that it needs, where it needs them.
+//   kernels().scale_q13(in, gain_q13, out, n);
+//
+// The portable form defines the bits; the others give the same, faster. A kernel is declared once,
+// as a member of kernel_table with its contract, registered once, in SONX_KERNELS below, and has a
+// body in each of the namespaces portable, avx2 and neon.
 #pragma once
 
 #include <atomic>
+#include <cstdint>
+#include <type_traits>
 
-#include "dsp/kernels/allpass.h"
-#include "dsp/kernels/arithmetic.h"
-#include "dsp/kernels/comb_bank.h"
-#include "dsp/kernels/fade.h"
-#include "dsp/kernels/fft_stage.h"
-#include "dsp/kernels/fir.h"
-#include "dsp/kernels/iir_chains.h"
-#include "dsp/kernels/mix.h"
-#include "dsp/kernels/notch.h"
-#include "dsp/kernels/scale.h"
-#include "dsp/kernels/shape.h"
+#include "dsp/allpass.h"
+#include "dsp/comber.h"
+#include "dsp/fft_int.h"
+#include "dsp/iir.h"
+#include "dsp/notch.h"
+
+// Magnitudes of a block; that of -2147483648 is 2147483648.
+struct block_level {
+  uint32_t largest;
+  int64_t sum;
+};
+
+struct mix_input {
+  const int* samples;
+  int gain_q13;
+};
+
+constexpr int kFadeFull = 1 << 20;  // Q20
+
+// The share of another signal: moves by step_q20 ahead of every sample and stays within 0..2^20.
+struct fade_share {
+  int depth_q20;
+  int step_q20;
+};
+
+// A notch with its own share in its output.
+struct notch_share {
+  notch* filter;
+  fade_share share;
+};
+
+// Four combs that share an input and add up.
+struct comb_quartet {
+  comber* const* combs;  // four
+  const int* in;
+  int* sum;
+};
+
+// in through count sections one after the other into out.
+struct iir_chain {
+  const int* in;
+  int* out;
+  IIR* const* sections;
+  int count;
+};
 
 struct kernel_table {
   const char* name;  // portable, avx2, neon
-  decltype(::iir_chains_32)* iir_chains_32;
-  decltype(::iir_chains_wrapping)* iir_chains_wrapping;
-  const block_arithmetic* arithmetic;
-  decltype(::comb_quartets_add_16)* comb_quartets_add_16;
-  decltype(::comb_quartets_add_24)* comb_quartets_add_24;
-  decltype(::allpass_block)* allpass_block;
-  decltype(::mix_three_block)* mix_three_block;
-  decltype(::mix_wrapping_block)* mix_wrapping_block;
-  decltype(::fade_block)* fade_block;
-  decltype(::fir_sums_block)* fir_sums_block;
-  decltype(::notch_row_block)* notch_row_block;
-  decltype(::fft_stage)* fft_stage;
-  decltype(::scale_down_5_block)* scale_down_5_block;
-  decltype(::shape_block)* shape_block;
+
+  // ---- Element by element. All take any n, and n < 1 does nothing. out may be any of the inputs.
+  // Products and their sums are 64 bits wide, quotients round toward minus infinity, results
+  // saturate at the 32-bit limits unless they are said to wrap. "To silence": a result of exactly
+  // -1 becomes 0.
+
+  // in x gain.
+  void (*scale_q13)(const int* in, int gain_q13, int* out, int n);
+  void (*scale_q15)(const int* in, int gain_q15, int* out, int n);
+  // in x gain, to silence.
+  void (*scale_to_silence_q13)(const int* in, int gain_q13, int* out, int n);
+  // in x gain, a gain for every sample, to silence.
+  void (*scale_each_to_silence_q17)(const int* in, const int* gains_q17, int* out, int n);
+  // in x (gain x gate), gain x gate in Q17 saturated too, to silence.
+  void (*scale_twice_to_silence_q17)(const int* in, const int* gains_q17, const int* gates_q17,
+                                     int* out, int n);
+  // a x gain_a and b x gain_b, each saturated; their sum, to silence.
+  void (*mix_two_q13)(const int* a, int gain_a_q13, const int* b, int gain_b_q13, int* out, int n);
+  // The sum of three inputs x gain; on wild gains the 64-bit sum wraps.
+  void (*mix_three_q13)(const mix_input* three, int* out, int n);
+  // The sum of count inputs x gain, wrapping: its low 32 bits, to silence.
+  void (*mix_wrapping_q13)(const mix_input* inputs, int count, int* out, int n);
+  // a + b.
+  void (*add)(const int* a, const int* b, int* out, int n);
+  // a - b.
+  void (*subtract)(const int* a, const int* b, int* out, int n);
+  // x / 2^5 of 64-bit words, to silence.
+  void (*scale_down_5)(const int64_t* x, int* out, int n);
+  // x + depth (other - x) / 2^20, in place of x.
+  void (*fade)(fade_share* share, const int* other, int* x, int n);
+  // clip_step with a limit for every sample.
+  void (*clip)(const int* in, const int* limits, int* out, int n);
+  // polynomial_step; the coefficients don't overlap the samples.
+  void (*polynomial)(const int* coefficients, const int* in, int* out, int n);
+  // The same where polynomial_fits says that nothing saturates.
+  void (*fitting_polynomial)(const int* coefficients, const int* in, int* out, int n);
+  // overdrive_step, then bit_shift_step.
+  void (*overdrive_bit_shift)(const int* in, int* out, int n);
+
+  // ---- Measures; n < 1 gives 0.
+
+  // The largest magnitude and the sum of magnitudes.
+  block_level (*level)(const int* in, int n);
+  // The largest magnitude, -2147483648 left out.
+  int (*peak)(const int* in, int n);
+  // The sum of squares; wraps.
+  int64_t (*energy)(const int* in, int n);
+
+  // ---- Filters. n < 1 does nothing.
+
+  // sums[i] = coefficients[0] x[i] + ... + coefficients[taps - 1] x[i - taps + 1], 64-bit sums that
+  // wrap. Reads x[-(taps - 1) .. n-1].
+  void (*fir_sums)(const int* x, const int* coefficients, int taps, int64_t* sums, int n);
+  // Up to kBlockFrames samples through every chain: the same bits as one section after the other by
+  // iir_step_32, but sections of a chain and of several chains step at once. No section may stand in
+  // two chains. out may be the same chain's in or that of a chain before it, but no other chain's
+  // buffer.
+  void (*iir_chains_32)(const iir_chain* chains, int chain_count, int n);
+  // The same with sections of iir_step_wrapping.
+  void (*iir_chains_wrapping)(const iir_chain* chains, int chain_count, int n);
+  // x in place through count notches one after the other, each of which fades into its own share:
+  // the same bits as notch_block and fade for each.
+  void (*notch_row)(notch_share* row, int count, int* x, int n);
+
+  // ---- Delay lines. n < 1 does nothing.
+
+  // n samples in place: the same bits as n calls of allpass_process.
+  void (*allpass_block)(allpass* section, int* samples, int n);
+  // n samples of each quartet's in through its combs, added to its sum (32-bit, wrapping): the same
+  // bits as comb_block_add_16 or comb_block_add_24 for one comb after the other. Both quartets may
+  // share in or sum or both; no in may overlap a sum, and the eight combs are eight.
+  void (*comb_quartets_add_16)(const comb_quartet* two, int n);
+  void (*comb_quartets_add_24)(const comb_quartet* two, int n);
+
+  // ---- Transform.
+
+  // One radix-2 stage over n values: (a, b) <- (a + b w, a - b w), b half values behind a, w the
+  // j-th twiddle (Q28) for the j-th of each half; half is a power of 2. Touches data[0 .. n-1], and
+  // up to half values more where n is not a multiple of 2 half. Wraps at 64 bits.
+  void (*fft_stage)(complex* data, int n, int half, const complex* twiddles);
 };
+
+// Registration: what the variants' declarations and the tables are made from.
+#define SONX_KERNELS(kernel)                                                                   \
+  kernel(scale_q13) kernel(scale_q15) kernel(scale_to_silence_q13)                             \
+      kernel(scale_each_to_silence_q17) kernel(scale_twice_to_silence_q17) kernel(mix_two_q13) \
+          kernel(mix_three_q13) kernel(mix_wrapping_q13) kernel(add) kernel(subtract)          \
+              kernel(scale_down_5) kernel(fade) kernel(clip) kernel(polynomial)                \
+                  kernel(fitting_polynomial) kernel(overdrive_bit_shift) kernel(level)         \
+                      kernel(peak) kernel(energy) kernel(fir_sums) kernel(iir_chains_32)       \
+                          kernel(iir_chains_wrapping) kernel(notch_row) kernel(allpass_block)  \
+                              kernel(comb_quartets_add_16) kernel(comb_quartets_add_24)        \
+                                  kernel(fft_stage)
+
+#define SONX_DECLARE(kernel) std::remove_pointer_t<decltype(kernel_table::kernel)> kernel;
+namespace portable {
+SONX_KERNELS(SONX_DECLARE)
+}
+namespace avx2 {
+SONX_KERNELS(SONX_DECLARE)
+}
+namespace neon {
+SONX_KERNELS(SONX_DECLARE)
+}
+#undef SONX_DECLARE
 
 // What runs: null until the first call of kernels(). Several threads may choose at once: they come
 // to the same table.

@@ -1,7 +1,7 @@
-// The notch's step, and the notch over a block.
+// The notch's step, the notch over a block, and four notches side by side.
 #pragma once
 
-#include "dsp/kernels/fade.h"
+#include "dsp/kernels/kernels.h"
 #include "dsp/notch.h"
 #include "fixed.h"
 
@@ -52,14 +52,19 @@ inline int64_t notch_step(notch_registers& r, int in) {
 // n samples; in place allowed; n < 1 does nothing. The same bits as n calls of notch_process.
 void notch_block(notch* filter, const int* in, int* out, int n);
 
-// n samples in place through count notches in a row, each with a share of its own in its output;
-// the same bits as notch_block and fade_block for one notch after the other. n < 1 does nothing.
-struct notch_share {
-  notch* filter;
-  fade share;
-};
-void notch_row_block(notch_share* row, int count, int* x, int n);
+constexpr int kNotchLanes = 4;
 
-// The variants.
-void notch_row_block_portable(notch_share* row, int count, int* x, int n);
-void notch_row_block_avx2(notch_share* row, int count, int* x, int n);
+// Four notches of a row with their shares, a notch in each 64-bit lane.
+struct alignas(32) notch_lanes {
+  int64_t freq[kNotchLanes], pole[kNotchLanes], radius_squared[kNotchLanes];
+  int64_t x1[kNotchLanes], x2[kNotchLanes], y1[kNotchLanes], y2[kNotchLanes];
+  int64_t residue[kNotchLanes];
+  int64_t depth[kNotchLanes], step[kNotchLanes];  // Q20
+};
+
+// False if one of the 32-bit factors (settings, x1, x2, share) doesn't fit, or a share is out of its
+// range.
+bool load_lanes(notch_lanes* lanes, const notch_share* row);
+
+// State and shares back; x1 and x2 are the low 32 bits.
+void store_lanes(const notch_lanes& lanes, notch_share* row);

@@ -1,30 +1,33 @@
-// Four notches in a row on AVX2, a notch in each 64-bit lane, each two samples behind the one
-// before it, so that all four step at once: what one lane gives is what the next one takes two
-// steps later, and waits for in the meantime, while the steps between overlap.
+// Four notches of a row on AVX2, a notch in each 64-bit lane, each two samples behind the one before
+// it, so that all four step at once: what a lane computes in one step, the next one takes two steps
+// later.
 //
 //   step t:  lane 0: sample t,  lane 1: sample t - 2,  lane 2: t - 4,  lane 3: t - 6
 //
-// Ahead of the first step and after the last one the portable notches run over the few samples by
-// which the lanes stand apart.
+// The portable form runs over the few samples by which the lanes stand apart, before the first step
+// and after the last.
 //
-// Inputs are 32 bits wide, outputs y up to 64. With y = h 2^32 + l, l its low word read as a signed
-// one, the low 64 bits of a product with a 32-bit factor are l f + (h f << 32).
+// Exact because the sums are those of notch_step in another order, and 64-bit addition wraps.
+// Factors are 32 bits wide, outputs y up to 64: with y = h 2^32 + l, l its low word read as a signed
+// one, the low 64 bits of a product with a factor f are l f + (h f << 32).
 #include <immintrin.h>
 
+#include "dsp/kernels/kernels.h"
 #include "dsp/kernels/notch.h"
 
 namespace {
 
-constexpr int kLanes = 4;
+constexpr int kLanes = kNotchLanes;
 constexpr int kLag = 2;                      // samples from lane to lane
 constexpr int kAhead = (kLanes - 1) * kLag;  // of the first lane before the last one
+constexpr int kFewestSamples = 16;           // below, the portable ends are most of the work
 
 inline __m256i lanes_of(const int64_t* p) {
   return _mm256_load_si256(reinterpret_cast<const __m256i*>(p));
 }
 inline void store(int64_t* p, __m256i x) { _mm256_store_si256(reinterpret_cast<__m256i*>(p), x); }
 
-// The logical shift of what has been lifted above zero, brought down again.
+// Arithmetic shift: an offset of 2^63 makes a logical one of it.
 template <int bits>
 inline __m256i shift_right(__m256i x) {
   const __m256i lifted = _mm256_xor_si256(x, _mm256_set1_epi64x(INT64_MIN));
@@ -44,53 +47,10 @@ struct wide {
   }
 };
 
-// All of four notches, a row of 64-bit words for each field.
-struct alignas(32) four_notches {
-  int64_t freq[kLanes], pole[kLanes], radius_squared[kLanes];
-  int64_t x1[kLanes], x2[kLanes], y1[kLanes], y2[kLanes], residue[kLanes];
-  int64_t depth[kLanes], step[kLanes];
-};
-
-inline bool fits(int64_t x) { return x == static_cast<int>(x); }
-
-// False if something that is multiplied as a 32-bit word is none.
-bool gather(four_notches* f, const notch_share* row) {
-  bool all_fit = true;
-  for (int k = 0; k < kLanes; ++k) {
-    const notch* filter = row[k].filter;
-    f->freq[k] = filter->freq;
-    f->pole[k] = (int64_t{filter->radius} * filter->freq) >> 28;
-    f->radius_squared[k] = int64_t{filter->radius} * filter->radius;
-    f->x1[k] = filter->state[0];
-    f->x2[k] = filter->state[1];
-    f->y1[k] = filter->state[2];
-    f->y2[k] = filter->state[3];
-    f->residue[k] = filter->state[4];
-    f->depth[k] = row[k].share.depth;
-    f->step[k] = row[k].share.step;
-    all_fit &= fits(f->pole[k]) && fits(f->radius_squared[k]) && fits(f->x1[k]) && fits(f->x2[k]) &&
-               f->depth[k] >= 0 && f->depth[k] <= kFadeFull && f->step[k] >= -kFadeFull &&
-               f->step[k] <= kFadeFull;
-  }
-  return all_fit;
-}
-
-void scatter(const four_notches& f, notch_share* row) {
-  for (int k = 0; k < kLanes; ++k) {
-    int64_t* state = row[k].filter->state;
-    state[0] = static_cast<int>(f.x1[k]);
-    state[1] = static_cast<int>(f.x2[k]);
-    state[2] = f.y1[k];
-    state[3] = f.y2[k];
-    state[4] = f.residue[k];
-    row[k].share.depth = static_cast<int>(f.depth[k]);
-  }
-}
-
 // Steps kAhead to n - 1. What depends on the latest results comes last in a sum.
-void run(four_notches* f, int* x, int n) {
+void run_staggered(notch_lanes* f, int* x, int n) {
   const __m256i freq = lanes_of(f->freq), pole = lanes_of(f->pole);
-  const __m256i radius_squared = lanes_of(f->radius_squared), one = _mm256_set1_epi64x(8192);
+  const __m256i radius_squared = lanes_of(f->radius_squared), one = _mm256_set1_epi64x(kOneQ13);
   const __m256i full = _mm256_set1_epi64x(kFadeFull), step = lanes_of(f->step);
   __m256i x1 = lanes_of(f->x1), x2 = lanes_of(f->x2), residue = lanes_of(f->residue);
   __m256i depth = lanes_of(f->depth);
@@ -145,14 +105,14 @@ void run(four_notches* f, int* x, int n) {
 
 }  // namespace
 
-void notch_row_block_avx2(notch_share* row, int count, int* x, int n) {
-  four_notches lanes;
-  if (count < kLanes || n < 16 || !gather(&lanes, row))
-    return notch_row_block_portable(row, count, x, n);
-  for (int k = 0; k < kLanes - 1; ++k) notch_row_block_portable(row + k, 1, x, kAhead - kLag * k);
-  gather(&lanes, row);
-  run(&lanes, x, n);
-  scatter(lanes, row);
-  for (int k = 1; k < kLanes; ++k) notch_row_block_portable(row + k, 1, x + n - kLag * k, kLag * k);
-  notch_row_block_portable(row + kLanes, count - kLanes, x, n);
+void avx2::notch_row(notch_share* row, int count, int* x, int n) {
+  notch_lanes lanes;
+  if (count < kLanes || n < kFewestSamples || !load_lanes(&lanes, row))
+    return portable::notch_row(row, count, x, n);
+  for (int k = 0; k < kLanes - 1; ++k) portable::notch_row(row + k, 1, x, kAhead - kLag * k);
+  load_lanes(&lanes, row);
+  run_staggered(&lanes, x, n);
+  store_lanes(lanes, row);
+  for (int k = 1; k < kLanes; ++k) portable::notch_row(row + k, 1, x + n - kLag * k, kLag * k);
+  portable::notch_row(row + kLanes, count - kLanes, x, n);
 }
