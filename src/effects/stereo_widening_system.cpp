@@ -79,9 +79,8 @@ void stereo_widening_system_er_get_damp(stereo_widening_system* system, int* dam
   on(system->reflector, early_reflector_get_damp, damp);
 }
 
-// Block by block, each stage over the whole block.
-// Work buffers stand between the stages, so that no stage's left output can overwrite its right
-// input when the caller's buffers coincide.
+// Block by block, each stage over the whole block. Work buffers between the stages, so that no
+// stage's left output overwrites its right input when the caller's buffers coincide.
 void stereo_widening_system_process(stereo_widening_system* system, int* in_left, int* in_right,
                                     int* out_left, int* out_right, int n) {
   if (!has_memory(system)) return pass(in_left, in_right, out_left, out_right, n);
