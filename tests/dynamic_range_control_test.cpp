@@ -52,7 +52,7 @@ samples restless(unsigned seed) {
   return x;
 }
 
-TEST(Compressor, DelaysByTwoBlocksAndNoLongerThanWhatInitTook) {
+TEST(Compressor, DelaysByTwoBlocks) {
   for (int frame : {220, 240, 480, 960, 25, 2000}) {
     compressor c;
     for (int rate = 0; rate < 4; ++rate)
@@ -90,7 +90,7 @@ TEST(Compressor, HoldsEveryPeakBelowTheThreshold) {
 // Full scale has the peak 32767: 30720 x 8192 / 32767 = 7680, x 7936 >> 13 = 7440 in Q13, 119040 in
 // Q17, and 8388607 x 119040 / 131072 = 7618559.1. After the drop to quiet the look-ahead holds for
 // two blocks, and then every third block halves what the gain lacks, in Q13, and there it stays.
-TEST(Compressor, SettlesOnAndRecoversFromASteadyOverload) {
+TEST(Compressor, RecoversFromAnOverload) {
   constexpr int kLacks[] = {752, 376, 188, 94, 47, 24, 12, 6, 3, 2, 1};
   compressor c;
   const samples limited = c.run_mono(square(240 * 60, kFullScale), 240);
@@ -102,29 +102,6 @@ TEST(Compressor, SettlesOnAndRecoversFromASteadyOverload) {
     if (block > 1) continue;
     EXPECT_EQ(std::to_array(c.left->recent_targets), (std::array{119040, 125056, 125056}));
     EXPECT_EQ(c.left->peak_env, 30482) << "30720 - 30393 / 128, rounded down";
-  }
-}
-
-// One step of one sample, downwards to the volume itself, upwards to half way from the present gain
-// (in Q13) to it. Down from 6 above; 8, 32: by 1/8; 49, 1024: 1/32; 2048: 1/64; 4096: 1/256; 8192:
-// 1/512; 16384: 1/1024; 3072: 3/4096 of the gain, 96; 48: 96 would pass the target. Up from 16 and
-// 64 below: by 1/8; 80, 1024: 1/64; then halving down to 1/2048 from 32768; 80: 1/4096 of the gain,
-// 32; 80: 256 would pass the target; and at the rail: no wrap.
-TEST(DynamicRangeControl, SlewsTheGainByTheDistance) {
-  const samples before = {1030,  1032,   1056,   1073, 16384,  16384,   16384,         16384,
-                          16384, 131072, 131072, 1024, 1024,   1024,    1024,          1024,
-                          1024,  1024,   1024,   1024, 131072, 1048576, INT32_MAX - 99};
-  const samples volume = {64, 64, 64,  64,  960, 896,  768,  512,  0,    8000,  8189,     66,
-                          72, 74, 192, 320, 576, 1088, 2112, 4160, 8202, 65546, INT32_MAX};
-  const samples after = {1024,  1031,   1052,   1072, 16352,  16352,   16368,    16368,
-                         16368, 130976, 131024, 1026, 1032,   1025,    1040,     1040,
-                         1040,  1040,   1040,   1040, 131104, 1048656, INT32_MAX};
-  for (size_t k = 0; k < after.size(); ++k) {
-    controller one;
-    one.volume = volume[k];
-    one.gain = before[k];
-    one.run({0});
-    EXPECT_EQ(one.gain, after[k]) << k;
   }
 }
 
@@ -149,7 +126,7 @@ TEST(DynamicRangeControl, GatesInProportionToTheMean) {
 
 // The volume's setter halves the gain, and upwards the target is half way from there. Above the
 // threshold it is 1000 x volume / peak x 7936 >> 13.
-TEST(DynamicRangeControl, LimitsWhatExceedsTheThresholdOnly) {
+TEST(DynamicRangeControl, LimitsAboveTheThreshold) {
   constexpr int kTargets[][3] = {{1000, 8192, 6144}, {1001, 8192, 7927}, {10, 1 << 20, 793600}};
   for (const auto& [peak, volume, target] : kTargets) {
     controller limiter;
@@ -160,57 +137,7 @@ TEST(DynamicRangeControl, LimitsWhatExceedsTheThresholdOnly) {
   }
 }
 
-TEST(DynamicRangeControl, MeasuresAndFollowsTheMeanAndThePeak) {
-  controller c;
-  c.mean_env = 1000;
-  dynamic_range_control_set_attact_order(&c, 2);
-  dynamic_range_control_set_release_order(&c, 3);
-  dynamic_range_control_set_volume(&c, 4096);
-  c.run(square(240, 25600));  // mean 25600; peak 100, 50 after the volume
-  EXPECT_EQ(std::pair(c.mean_env, c.peak_env), std::pair(2537, 12));  // 1000 + 24600 / 16; 50 / 4
-  c.run({});
-  EXPECT_EQ(std::pair(c.mean_env, c.peak_env), std::pair(2457, 10))
-      << "2537 - 79.3 and 12 - 1.5, rounded towards minus infinity";
-
-  int x[] = {-1000, 255, 256, -773, 0, INT32_MIN, 0};
-  const auto measured = [&](int first, int n) {
-    int mean = -1, peak = find_current_max_drc(x + first, &mean, n);
-    return std::pair(peak, mean);
-  };
-  EXPECT_EQ(measured(0, 5), std::pair(3, 456));  // 1000 >> 8, 2284 / 5
-  EXPECT_EQ(measured(5, 2), std::pair(8388608, 1 << 30));
-  EXPECT_EQ(measured(0, 0), std::pair(0, 0));
-}
-
-// A block whose every sample has the same magnitude measures the same however it is cut.
-TEST(DynamicRangeControl, GivesTheSameBitsInPlaceOutOfPlaceAndInLongCalls) {
-  samples x = square(1000, 4000000), cut(1000);
-  controller parts(1, 100), whole(1, 100);
-  for (controller* c : {&parts, &whole}) {
-    c->volume = 5000;
-    c->gain = 5000 * 32;  // on its way down
-    c->history[0] = 5000 * 16;
-    c->mean_env = 4000000;
-  }
-  over_random_splits(1000, 300, 5, [&](int start, int count) {
-    dynamic_range_control_process(&parts, &x[start], &cut[start], count);
-  });
-  EXPECT_EQ(whole.run(x), cut);
-  EXPECT_LT(whole.gain, 5000 * 32);
-}
-
-TEST(DynamicRangeControl, TurnsMinusOneIntoSilenceAndSaturates) {
-  controller unity, loud;
-  EXPECT_EQ(unity.run({-1, -2, 1, 0, -3}), samples({0, -2, 1, 0, -3}));
-  loud.threshold = INT32_MAX;
-  loud.volume = 8 * 8192;
-  loud.gain = 8 * kUnityQ17;
-  EXPECT_EQ(loud.run({INT32_MAX, INT32_MIN, -1}), samples({INT32_MAX, INT32_MIN, -8}));
-  loud.volume = loud.gain = loud.denoise_gain = INT32_MAX;
-  EXPECT_EQ(loud.run({8}), samples({131071})) << "the product of both gains too";
-}
-
-TEST(Compressor, StartsSilentUnderTheOwnersSwitchAndForgetsTheSignalButNotTheGainOnReset) {
+TEST(Compressor, KeepsItsGainAtAReset) {
   compressor used, fresh;
   EXPECT_EQ(samples({used.status, used.right->denoise_threshold, used.right->gain,
                      used.left->denoise_gain, used.left->history[0]}),
@@ -228,24 +155,6 @@ TEST(Compressor, StartsSilentUnderTheOwnersSwitchAndForgetsTheSignalButNotTheGai
   EXPECT_EQ(used.left->gain, INT32_MAX) << "saturates";
   compressor_end(&used);
   EXPECT_EQ(used.left, nullptr);  // the destructor ends it again
-}
-
-// Any setting, any sample: nothing undefined (under the sanitizers), nothing out of bounds.
-TEST(DynamicRangeControl, SurvivesAnySettings) {
-  for (unsigned seed = 0; seed < 1000; ++seed) {
-    const samples words = wild(10, seed);
-    controller c(static_cast<int>(seed % 3), 17);
-    dynamic_range_control_set_denoise_threshold(&c, words[8]);
-    dynamic_range_control_set_volume(&c, words[9]);
-    int* const place[] = {&c.threshold, &c.attact_order, &c.release_order, &c.gain,
-                          &c.peak_env,  &c.mean_env,     &c.denoise_gain,  &c.denoise_threshold};
-    for (size_t k = 0; k < 8; ++k)
-      if (seed >> k & 1) *place[k] = words[k];
-    for (unsigned block : {1u, 2u, 3u}) {
-      const samples out = c.run(wild(20, seed + block));
-      EXPECT_EQ(std::count(out.begin(), out.end(), -1), 0);
-    }
-  }
 }
 
 }  // namespace

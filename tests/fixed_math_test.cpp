@@ -17,7 +17,7 @@ bool is_rounded_root(uint64_t r, uint64_t x) { return x <= r * r + r && (r == 0 
 }  // namespace
 
 // Every place where the rounding turns and a million words; the Q16 root has 8 low bits of 0.
-TEST(SquareRoot, IsRoundedExactlyOverTheWholeRange) {
+TEST(SquareRoot, IsRoundedExactly) {
   std::mt19937 generator(1);
   const auto check = [](uint64_t x) {
     const uint64_t root = sqrtFxQ16(static_cast<unsigned>(x));
@@ -35,7 +35,7 @@ TEST(SquareRoot, IsRoundedExactlyOverTheWholeRange) {
 
 // The walks worked out by hand; what goes wrong in them (eleven constants rounded by half a unit at
 // most, one truncation per factor taken, and d^2 / 2 of the linear remainder) stays below 1e-4.
-TEST(Exponential, IsWithinOneTenThousandthAndNeverFallsOverTheWholeDomain) {
+TEST(Exponential, IsWithinOneTenThousandth) {
   double largest = 0.0;
   for (int x = 0, previous = 0; x < 681391; ++x) {
     const int y = exp_fixed(x);
@@ -58,7 +58,7 @@ TEST(Exponential, IsWithinOneTenThousandthAndNeverFallsOverTheWholeDomain) {
   for (const auto [x, y] : walks) EXPECT_EQ(exp_fixed(x), y) << x;
 }
 
-TEST(Logarithm, IsWithinFourUnitsAndNeverFallsBelowTwoToThe31) {
+TEST(Logarithm, IsWithinFourUnits) {
   double largest = 0.0;
   int previous = INT32_MIN;
   // Every x up to 2^18, then about 65536 per octave.
@@ -73,12 +73,4 @@ TEST(Logarithm, IsWithinFourUnitsAndNeverFallsBelowTwoToThe31) {
   EXPECT_EQ(log_fixed(131072), 45426) << "ln 2";
   EXPECT_EQ(log_fixed(1), -726817) << "-16 ln 2";
   EXPECT_EQ(log_fixed(INT32_MAX), 681391) << "ln 32768";
-}
-
-// Beyond the domain the walks still end.
-TEST(FixedMath, WrapsQuietlyOutsideTheDomain) {
-  EXPECT_EQ(sqrt_fixed(UINT32_MAX), 256) << "all eight bits taken, rounded up";
-  EXPECT_EQ(log_fixed(UINT32_MAX), 746927) << "681391 + 65536: only the linear remainder";
-  // From 0 every scaling and every factor is taken, and the remainder is 2^31 >> 15.
-  EXPECT_EQ(log_fixed(0), 681391 - 1408208 - 56432 - 65536);
 }

@@ -4,7 +4,6 @@
 
 #include "support/signals.h"
 #include "support/small_room.h"
-#include "support/splits.h"
 
 namespace {
 
@@ -95,7 +94,7 @@ double rms(const samples& x, size_t first) {
 
 }  // namespace
 
-TEST_F(Howling, IsOnAfterInitAndKeepsItsStatus) {
+TEST_F(Howling, KeepsItsStatus) {
   int status = 0;
   howling_canceling_getstatus(&canceller, &status);
   EXPECT_EQ(status, 1);
@@ -105,7 +104,7 @@ TEST_F(Howling, IsOnAfterInitAndKeepsItsStatus) {
   EXPECT_EQ(status, 0);
 }
 
-TEST_F(Howling, KeepsALoopFromHowlingThatHowlsWithoutIt) {
+TEST_F(Howling, KeepsALoopFromHowling) {
   const samples sung = voice(5.0, 400000.0);
   const double alone = rms(sung, sung.size() - 48000);
   for (const double resonance : {480.0, 1250.0, 2900.0, 4700.0}) {
@@ -116,7 +115,7 @@ TEST_F(Howling, KeepsALoopFromHowlingThatHowlsWithoutIt) {
   }
 }
 
-TEST_F(Howling, EndsAHowlThatHasAlreadySaturated) {
+TEST_F(Howling, EndsASaturatedHowl) {
   small_room room(1250.0, 1.9);
   int x[kPeriod] = {100000};
   double before = 0.0, after = 0.0;
@@ -142,7 +141,7 @@ TEST_F(Howling, PassesSpeechBitForBit) {
   }
 }
 
-TEST_F(Howling, LeavesAHeldChordNearlyAlone) {
+TEST_F(Howling, LeavesAChordAlone) {
   samples chord(5 * 48000);
   for (const double f : {261.6, 329.6, 392.0, 523.3})
     for (int harmonic = 1; harmonic <= 8; ++harmonic) {
@@ -155,7 +154,7 @@ TEST_F(Howling, LeavesAHeldChordNearlyAlone) {
 }
 
 // A pure tone is taken for a howl at first, but goes on in front of the notch.
-TEST_F(Howling, GivesAPureToneFromOutsideBack) {
+TEST_F(Howling, GivesAToneFromOutsideBack) {
   const samples tone = sine(3 * 48000, 1000.0, kRate, 3e6);
   const samples out = played(tone);
   int most = 0;
@@ -173,7 +172,7 @@ TEST_F(Howling, KeepsSilenceSilent) {
   EXPECT_EQ(peak(out), 0);
 }
 
-TEST_F(Howling, FadesItsNotchesInAndOutWithoutAClick) {
+TEST_F(Howling, FadesItsNotches) {
   samples tone = sine(2 * 48000, 1000.0, kRate, 3e6);
   const samples out = played(tone);
   // The steepest bend of the tone is amplitude w^2; the fades may add as much again.
@@ -182,23 +181,7 @@ TEST_F(Howling, FadesItsNotchesInAndOutWithoutAClick) {
     ASSERT_LT(std::abs(double(out[i]) - 2.0 * out[i - 1] + out[i - 2]), 2.0 * 3e6 * w * w) << i;
 }
 
-TEST_F(Howling, GivesTheSameBitsHoweverTheStreamIsCutAndInPlace) {
-  samples x = voice(1.5, 1000000.0);
-  const samples tone = sine(static_cast<int>(x.size()), 2000.0, kRate, 4e6);
-  for (size_t i = 24000; i < 60000; ++i) x[i] += tone[i];
-  const samples whole = played(x);
-  ASSERT_FALSE(whole == x);
-  for (const int longest : {1, 300, 1000}) {
-    howling_canceling_reset(&canceller);
-    samples out(x.size());
-    over_random_splits(static_cast<int>(x.size()), longest, 7, [&](int start, int count) {
-      howling_canceling_process(&canceller, x.data() + start, out.data() + start, count);
-    });
-    EXPECT_TRUE(out == whole) << longest;
-  }
-}
-
-TEST_F(Howling, SurvivesAnyInput) {
+TEST_F(Howling, ForgetsFullSwings) {
   played(wild(60000, 9));
   howling_canceling_process(&canceller, nullptr, nullptr, 0);
   howling_canceling_process(&canceller, nullptr, nullptr, -5);
@@ -212,13 +195,4 @@ TEST_F(Howling, SurvivesAnyInput) {
   std::fill_n(swing.begin() + 2000, 400, INT32_MAX);
   played(swing);
   for (int i = 0; i < 256; ++i) EXPECT_LT(std::abs(canceller.frame[i]), 100) << i;
-}
-
-TEST(HowlingLifecycle, EndTwiceIsHarmless) {
-  howlingCancel canceller;
-  howling_canceling_init(&canceller);
-  howling_canceling_end(&canceller);
-  howling_canceling_end(&canceller);
-  EXPECT_EQ(canceller.notches, nullptr);
-  EXPECT_EQ(canceller.analyser, nullptr);
 }

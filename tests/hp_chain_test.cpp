@@ -67,7 +67,7 @@ class HpChain : public testing::Test {
 
 }  // namespace
 
-TEST_F(HpChain, StartsOffWithTheDefaultsOfItsRecordAndTellsItsModulesTheRate) {
+TEST_F(HpChain, TellsItsModulesTheRate) {
   EXPECT_EQ((samples{chain.status, chain.active_status, chain.switch_counter, chain.volume,
                      chain.sample_rate_type, chain.comp->history_len}),
             (samples{0, 0, -1, 8192, 1, 2}));
@@ -83,7 +83,7 @@ TEST_F(HpChain, StartsOffWithTheDefaultsOfItsRecordAndTellsItsModulesTheRate) {
   EXPECT_EQ(chain.comp->left->frame_len, 480);
 }
 
-TEST_F(HpChain, EnablesWhatTheRecordSelectsAtTheEffectsMakeUpGain) {
+TEST_F(HpChain, EnablesWhatTheRecordSelects) {
   chain.svc->status = 1;
   const struct {
     int effect, adapter;
@@ -113,7 +113,7 @@ TEST_F(HpChain, EnablesWhatTheRecordSelectsAtTheEffectsMakeUpGain) {
   }
 }
 
-TEST_F(HpChain, HandsTheEffectsTheirFixedAndTheirGivenSettings) {
+TEST_F(HpChain, HandsTheEffectsTheirSettings) {
   teka_hp_effect_set_sample_rate(&chain, 44100);
   apply({1, 0, {}});
   EXPECT_EQ(answer(teka_hp_effect_sws_getparameter),
@@ -133,56 +133,7 @@ TEST_F(HpChain, HandsTheEffectsTheirFixedAndTheirGivenSettings) {
   EXPECT_EQ(chain.eq->left_section[5]->coef[0], 310981976);
 }
 
-// The chain against its modules called one by one, in the order in which they stand: first the
-// parametric equalizer and the widening, although the graphic one and the reverb are on as well.
-TEST_F(HpChain, RunsItsModulesInTheirOrderAndNeverBothEqualizersNorBothRooms) {
-  teka_hp_effect_t stages;
-  teka_hp_effect_init(&stages);
-  for (const int second : {0, 1}) {
-    for (teka_hp_effect_t* each : {&chain, &stages}) {
-      channel_balance_param_acdb_t balance = {1, 2, -3000};
-      virtual_bass_param_acdb_t bass = {
-          1, 8192, 4096, 6144, 8192, {274666, 549332, 274666, 512037650, -244700858}};
-      param_eq_param_acdb_t rows = {
-          2 - 2 * second, 8192, 6000, {{1, 200000000, 50000000}}, {{1, 99}, {1, 77}}};
-      equalizer_params curve = {1, {6, -3, 2, 0, 4, -6, 1, 0, 3, -2}};
-      stereo_param_acdb_t widening = {2 - 2 * second, 4096, 4096, 6656, 1536, 7168, 4096};
-      reverb_param_acdb_t reverb = {1, 5000, 3000, 2000, 4096, 6000, 500};
-      smart_volume_control_param_acdb_t level = {1, 8192, 3, 7};
-      each->active_status = 1;
-      smooth_volume_set_soft_volume(each->sv, 8192);
-      teka_hp_effect_cb_setparameter(each, &balance);
-      teka_hp_effect_vbs_setparameter(each, &bass);
-      teka_hp_effect_p_eq_setparameter(each, &rows);
-      teka_hp_effect_eq_setparameter_index(each, &curve);
-      teka_hp_effect_sws_setparameter(each, &widening);
-      teka_hp_effect_reverb_setparameter(each, &reverb);
-      teka_hp_effect_svc_setparameter(each, &level);
-    }
-    for (unsigned block = 0; block < 12; ++block) {
-      samples left = noise(240, 1 << 21, 70 + block), right = noise(240, 1 << 20, 90 + block);
-      samples expected[] = {left, right};
-      int *l = expected[0].data(), *r = expected[1].data();
-      channel_balance_process_stereo(stages.cb, l, r, l, r, 240);
-      virtual_bass_system_process(stages.vbs, l, r, l, r, 240);
-      if (second == 0) {
-        parameter_equalizer_process_stereo(stages.p_eq, l, r, l, r, 240);
-        stereo_widening_system_process(stages.sws, l, r, l, r, 240);
-      } else {
-        equalizer_process_stereo(stages.eq, l, r, l, r, 240);
-        reverb_process_stereo_24(stages.reverb, l, r, l, r, 240);
-      }
-      smart_volume_control_process(stages.svc, l, r, l, r, 240);
-      compressor_process(stages.comp, l, r, l, r, 240);
-      smooth_volume_process(stages.sv, l, r, l, r, 240);
-      teka_hp_effect_core_process(&chain, left.data(), right.data(), 240);
-      EXPECT_TRUE(left == expected[0] && right == expected[1]) << second << block;
-    }
-  }
-  teka_hp_effect_end(&stages);
-}
-
-TEST_F(HpChain, DelaysByTheLookAheadAndIsSilentWithAnAdapterAtRatesThatHaveNoCorrections) {
+TEST_F(HpChain, DelaysByTheLookAhead) {
   const samples in = impulse(4800, 4000000);
   for (const auto& [rate, delay] :
        {std::pair{44100u, 440}, {48000u, 480}, {96000u, 960}, {192000u, 1920}}) {
@@ -197,7 +148,7 @@ TEST_F(HpChain, DelaysByTheLookAheadAndIsSilentWithAnAdapterAtRatesThatHaveNoCor
   }
 }
 
-TEST_F(HpChain, FadesForANewStatusOrWhenOnForANewRecordAndResetsInsteadWhenDebugging) {
+TEST_F(HpChain, FadesForAChange) {
   audio_effect_control_acdb_t record = {4, 0, {}};
   const auto fade = [this] {
     return samples{chain.switch_counter, chain.sv->volume, chain.sv->soft_volume};
@@ -231,48 +182,8 @@ TEST_F(HpChain, FadesForANewStatusOrWhenOnForANewRecordAndResetsInsteadWhenDebug
   EXPECT_EQ(chain.sv->volume, 8192);
 }
 
-TEST_F(HpChain, ConvertsPlanarSamplesRoundingDownWithASymmetricClampAtThirtyTwoBits) {
-  smooth_volume_set_soft_volume(chain.sv, 8192);
-  const pcm left16 = {32767, -32768, -1, 1}, right16 = {5, 6, 7, 8};
-  const samples left32 = {8388607 * 16, INT32_MIN, -8388608 * 16, 31, -1};
-  const samples clamped = {8388607 * 16, -8388607 * 16, -8388607 * 16, 16, -16};
-  for (int channels : {2, 1, 3}) {
-    channel_balance_set_channel_num(chain.cb, channels);
-    pcm a = left16, b = right16;
-    teka_hp_effect_process_v2(&chain, 16, &a[0], &b[0], &a[0], &b[0], 4);
-    EXPECT_EQ(a, left16);
-    EXPECT_EQ(b, channels == 2 ? right16 : left16) << "the left result twice";
-    samples c(5, 48), d = left32;
-    teka_hp_effect_process_v2(&chain, 24, &c[0], &d[0], &c[0], &d[0], 5);
-    EXPECT_EQ(c, samples(5, 48));
-    EXPECT_EQ(d, channels == 2 ? clamped : samples(5, 48));
-    EXPECT_EQ(chain.work_right[1], channels == 2 ? -8388607 : INT32_MIN >> 4) << "clamped too";
-  }
-  smooth_volume_set_volume(chain.sv, 4096);
-  smooth_volume_set_soft_volume(chain.sv, 4096);
-  pcm a = left16, b = right16;
-  teka_hp_effect_process_16(&chain, &a[0], &b[0], &a[0], &b[0], 4);
-  EXPECT_EQ(a, (pcm{16383, -16384, -1, 0}));
-}
-
-TEST_F(HpChain, SplitsACallOfMoreThan256FramesWithOneSwitchPointAtItsStart) {
-  const auto rendered_in = [this](size_t longest) {
-    samples l = noise(3000, 1 << 26, 3), r = l;
-    apply({4, 0, {4096, 4096, 4096, 4096, 8192, 4096}});
-    chain.switch_counter = 4;
-    for (size_t i = 0; i < 3000; i += longest, chain.switch_counter = 3) {
-      const int n = static_cast<int>(std::min(longest, 3000 - i));
-      teka_hp_effect_process_24(&chain, &l[i], &r[i], &l[i], &r[i], n);
-      EXPECT_EQ(chain.switch_counter, i == 0 ? 4 : 3) << "left to the caller";
-    }
-    EXPECT_GT(peak(l), 1 << 20);
-    return std::pair(l, r);
-  };
-  EXPECT_TRUE(rendered_in(3000) == rendered_in(256));
-}
-
 // One history word of each module that has a history.
-TEST_F(HpChain, ClearsHistoriesOnResetAtASwitchAndOnDirectAccessWhereTheModuleAsksForIt) {
+TEST_F(HpChain, ClearsHistories) {
   int* const histories[] = {&chain.eq->left_section[0]->state[1],
                             &chain.p_eq->state_left[0][1],
                             &chain.reverb->comb_right[0]->index,

@@ -74,7 +74,7 @@ TEST(SmartVolume, BringsItsEstimateToTheTarget) {
 }
 
 // A tone just below the floor, 24 dB under the target, counts as silence; just above, it doesn't.
-TEST(SmartVolume, HoldsTheGainBelowTheFloorAndActsAboveIt) {
+TEST(SmartVolume, HoldsTheGainBelowTheFloor) {
   for (double energy : {0.0, kTarget / 8, kTarget / 2, kTarget}) {
     control c;
     for (int block = 0; block < 400; ++block) c.run_mono(tone(c, energy));
@@ -90,37 +90,6 @@ TEST(SmartVolume, HoldsTheGainBelowTheFloorAndActsAboveIt) {
     EXPECT_EQ(c.energy_est, estimate);
     for (int block = 0; block < 20; ++block) c.run_mono(tone(c, kTarget / 256 * 1.03));
     EXPECT_LT(c.energy_est, estimate);
-  }
-}
-
-// level^2 x 67277003 in 64 bits: 67277003 at 8192, -2^62 at the lowest level.
-TEST(SmartVolume, TakesTargetFloorAndEstimateFromTheLevel) {
-  control c;
-  const auto energies = [&] { return std::array{c.energy_target, c.energy_floor, c.energy_est}; };
-  EXPECT_EQ(energies(), (std::array<int64_t, 3>{67277003, 262800, 16819250}));
-  smart_volume_control_set_level(&c, INT32_MIN);
-  EXPECT_EQ(energies(), (std::array<int64_t, 3>{-1LL << 36, -1LL << 28, -1LL << 34}));
-}
-
-// The ramp by hand. Estimate on target, so the gain aimed at is 1.0, 131072: from 0 upwards by
-// 131072 / 128 = 1024 to 1024, 2040, 3048; from 2.0 downwards by 131072 / 32 = 4096, 3968.
-TEST(SmartVolume, RampsOneGainOverBothChannels) {
-  control c;
-  c.follow_by(63, 62);
-  c.energy_est = c.energy_target;
-  c.energy_floor = 0;
-  EXPECT_EQ(c.run({{8000000, 8000000, -1, 0}, {-4000000, -1, -131072, 0}}),
-            (stereo{{62500, 124511, 0, 0}, {-31250, 0, -3048, 0}}));
-  c.gain = 262144;
-  c.peak_env = 0;
-  EXPECT_EQ(c.run({{8000000, INT32_MIN}, {INT32_MIN, 8000000}}),
-            (stereo{{15750000, INT32_MIN}, {INT32_MIN, 15507812}}));
-  EXPECT_EQ(c.gain, 262144 - 4096 - 3968);
-  c.energy_floor = INT64_MAX;
-  for (const auto& [before, after] : {std::pair{47, 47}, {31, 0}}) {
-    c.gain = before;
-    c.run_mono({0});
-    EXPECT_EQ(c.gain, after) << "holds within a step of its target, ends in exact silence";
   }
 }
 
@@ -149,7 +118,7 @@ TEST(SmartVolume, HoldsTheBoostBackForPeaks) {
 }
 
 // With both orders 0 the estimate is the measurement itself.
-TEST(SmartVolume, MeasuresTonesByTheirBandsAtEveryRate) {
+TEST(SmartVolume, MeasuresTonesByTheirBands) {
   constexpr double kHertz[] = {44100, 48000, 96000, 192000};
   constexpr double kCorners[][3] = {
       {161, 592, 4364}, {161, 644, 4335}, {161, 644, 4221}, {4 * 161, 4 * 644, 4 * 4335}};
@@ -173,49 +142,7 @@ TEST(SmartVolume, MeasuresTonesByTheirBandsAtEveryRate) {
   }
 }
 
-TEST(SmartVolume, CountsTheLouderChannelAndShiftsBandsByLowSixteenBits) {
-  const auto measure = [](std::array<int, 4> shifts, double left, double right) {
-    control c;
-    c.follow_by(0, 0);
-    c.energy_floor = c.energy_est = 0;
-    std::copy(shifts.begin(), shifts.end(), c.band_shift);
-    c.run({sine(960, 1000.0, 48000.0, left), sine(960, 1000.0, 48000.0, right)});
-    return double(c.energy_est);
-  };
-  const double one = measure({3, 1, 0, 2}, 2e6, 0);
-  EXPECT_EQ(measure({3, 1, 0, 2}, 0, 2e6), one);
-  EXPECT_EQ(measure({3, 1, 0, 2}, 2e6, 1e6), one);
-  EXPECT_EQ(measure({0x70003, 1, -0x10000, 2}, 2e6, 0), one);
-  EXPECT_NEAR(measure({1, -1, 0xFFFE, 0}, 2e6, 0) / one, 4.0, 0.0001);
-}
-
-// With the low-pass full of 2^26, the lowest word less it must saturate: the rest keeps 0.994 of
-// the lowest word's energy of 2^62 (the other low-passes take 0.003 of its root), weighted 1/4,
-// >> 24.
-TEST(SmartVolume, SaturatesTheSplit) {
-  control c;
-  c.follow_by(0, 7);
-  c.run_mono(samples(4800, (1 << 26) - 1));
-  c.run_mono({INT32_MIN});
-  EXPECT_NEAR(double(c.energy_est) / 0x1p36, 0.994, 0.005);
-}
-
-TEST(SmartVolume, GivesTheSameBitsHoweverTheBuffersCoincide) {
-  const stereo x = noise_pair(600, kFullScale, 3);
-  control in_place, apart, crossed, twins, mono;
-  for (control* c : {&in_place, &apart, &crossed, &twins, &mono}) c->gain = 100000;
-  stereo in = x, out = x;
-  smart_volume_control_process(&apart, in.left.data(), in.right.data(), out.left.data(),
-                               out.right.data(), 600);
-  EXPECT_EQ(in, x) << "inputs are only read";
-  EXPECT_EQ(in_place.run(x), out);
-  EXPECT_EQ(crossed.run_crossed(x), out);
-  int* one = in.left.data();
-  smart_volume_control_process(&mono, one, one, one, one, 600);
-  EXPECT_EQ(in.left, twins.run_mono(x.left));
-}
-
-TEST(SmartVolume, RestartsFromNothingOnReset) {
+TEST(SmartVolume, RestartsAtAReset) {
   control c;
   for (int block = 0; block < 50; ++block) c.run_mono(tone(c, kTarget));
   smart_volume_control_reset(&c);
@@ -226,22 +153,6 @@ TEST(SmartVolume, RestartsFromNothingOnReset) {
   EXPECT_NEAR(double(c.energy_est), kTarget / 8, kTarget / 8 * 0.05);
   smart_volume_control_end(&c);
   EXPECT_EQ(c.low_pass_right[2], nullptr);
-}
-
-// Any setting, any sample: nothing undefined (under the sanitizers).
-TEST(SmartVolume, SurvivesAnySettings) {
-  for (unsigned seed = 0; seed < 500; ++seed) {
-    const samples words = wild(9, seed);
-    control c;
-    c.follow_by(words[0], words[1]);
-    std::copy_n(&words[2], 4, c.band_shift);
-    smart_volume_control_set_level(&c, words[6]);
-    if (seed % 2 == 0) c.gain = words[7];
-    if (seed % 4 == 0) c.peak_env = words[8];
-    if (seed % 8 == 0) c.energy_est = seed % 16 ? INT64_MIN : -1;
-    if (seed % 8 == 0) c.energy_target = seed % 16 ? INT64_MAX : INT64_MIN;
-    EXPECT_EQ(std::ranges::count(c.run(wild_pair(60, seed), 20).right, -1), 0);
-  }
 }
 
 }  // namespace

@@ -6,7 +6,6 @@
 #include <numeric>
 
 #include "support/filter_theory.h"
-#include "support/settings.h"
 #include "support/stereo.h"
 
 namespace {
@@ -79,7 +78,7 @@ void set_gain(std::initializer_list<IIR*> sections, int b0) {
   for (IIR* section : sections) IIR_set_param(section, c);
 }
 
-TEST(StereoWidening, SectionsAreTheirDesignsAtEveryRateAndSilentAt192kHz) {
+TEST(StereoWidening, SectionsAreTheirDesigns) {
   widening w;
   for (int type : {1, 0, 2, 3, 1, 0, 4, 2, -1, 2, INT32_MAX}) {
     for (IIR* section : sections(w)) section->state[0] = 7;
@@ -95,7 +94,7 @@ TEST(StereoWidening, SectionsAreTheirDesignsAtEveryRateAndSilentAt192kHz) {
   }
 }
 
-TEST(StereoWidening, DifferenceCircuitHasTheResponseOfItsMatrix) {
+TEST(StereoWidening, DifferenceCircuitHasItsResponse) {
   for (int type : {0, 1})
     for (double f : {40.0, 250.0, 620.0, 1700.0, 2800.0, 9000.0}) {
       complex h[11];
@@ -115,7 +114,7 @@ TEST(StereoWidening, DifferenceCircuitHasTheResponseOfItsMatrix) {
     }
 }
 
-TEST(StereoWidening, CrossfeedDelaysAreHalfAMillisecondAndTheCapacityBeforeARateIsSet) {
+TEST(StereoWidening, CrossfeedDelaysHalfAMillisecond) {
   constexpr size_t kDelay[] = {95, 23, 23, 47, 95, 23};
   for (int type = -1; type < 5; ++type) {
     network c;
@@ -131,7 +130,7 @@ TEST(StereoWidening, CrossfeedDelaysAreHalfAMillisecondAndTheCapacityBeforeARate
   }
 }
 
-TEST(StereoWidening, CrossfeedHasItsResponseAndWithoutGainIsItsAllpass) {
+TEST(StereoWidening, CrossfeedHasItsResponse) {
   for (int gain : {6144, 0})
     for (double f : {100.0, 500.0, 1500.0, 6000.0}) {
       network c;
@@ -143,37 +142,7 @@ TEST(StereoWidening, CrossfeedHasItsResponseAndWithoutGainIsItsAllpass) {
     }
 }
 
-// Sections as plain gains show where sums wrap and where each one saturates.
-TEST(StereoWidening, DifferenceCircuitWrapsItsSums) {
-  circuit d;
-  for (IIR* section : d.section) set_gain({section}, 1 << 28);
-  set_gain({d.section[9]}, 0);
-  difference_circuit_set_side_gain(&d, INT32_MAX);
-  // a = 2^26 - 1 (the sections' limit), b = 0: s = d = 2^26 - 1, mid = s,
-  // side = (d + 2 d + d / 2 - d / 2) x 2^18 saturates, and its sum with mid and a / 4 wraps.
-  EXPECT_EQ(d.run({{1 << 27}, {0}}), (stereo{{-2063597571}, {-2080374784}}));
-  // The other way round side is at the lower rail: mid + 2^31 wraps to mid - 2^31.
-  EXPECT_EQ(d.run({{0}, {1 << 27}}), (stereo{{-2080374785}, {-2063597570}}));
-}
-
-TEST(StereoWidening, CrossfeedAndReflectorSaturateOneByOne) {
-  network c;
-  for (audio_delay* delay : {c.delay_left, c.delay_right}) audio_delay_set_delay(delay, 0);
-  set_gain({c.allpass_left, c.allpass_right, c.lowpass_left, c.lowpass_right}, 1 << 28);
-  set_gain({c.highpass_left, c.highpass_right}, -(1 << 28));
-  crossfeed_network_set_gain(&c, INT32_MAX);
-  // The crossfed part and its sum clip at 2^31 - 1; 20000 x 2^16 is taken from what is left.
-  EXPECT_NEAR(c.run_mono({20000})[0], INT32_MAX - 20000 * 65536, 2);
-
-  reflector r;
-  early_reflector_set_dry_gain(&r, INT32_MIN);
-  early_reflector_set_wet_gain(&r, INT32_MAX);
-  for (allpass* s : {r.allpass_left[0], r.allpass_left[1], r.allpass_right[0], r.allpass_right[1]})
-    s->buffer[0] = 1 << 26;  // wet at the upper rail, dry at the lower: -1, and -0.996 is 0
-  EXPECT_EQ(r.run_mono({1 << 26}), samples({0}));
-}
-
-TEST(StereoWidening, EarlyReflectionsArriveAtTheLoopLengthsOnTheirOwnSide) {
+TEST(StereoWidening, EarlyReflectionsStayOnTheirSide) {
   constexpr size_t n = 3000;
   reflector r;
   set_gain({r.highpass_left, r.highpass_right}, 1 << 28);
@@ -206,85 +175,16 @@ TEST(StereoWidening, EarlyReflectionsArriveAtTheLoopLengthsOnTheirOwnSide) {
             samples({0, -16 * 32, -16 * 32}));
 }
 
-constexpr setting<stereo_widening_system> kSettings[] = {
-    {stereo_widening_system_setstatus, stereo_widening_system_getstatus},
-    {stereo_widening_system_dc_set_side_gain, stereo_widening_system_dc_get_side_gain},
-    {stereo_widening_system_cfn_set_gain, stereo_widening_system_cfn_get_gain},
-    {stereo_widening_system_er_set_dry_gain, stereo_widening_system_er_get_dry_gain},
-    {stereo_widening_system_er_set_wet_gain, stereo_widening_system_er_get_wet_gain},
-    {stereo_widening_system_er_set_roomsize, stereo_widening_system_er_get_roomsize},
-    {stereo_widening_system_er_set_damp, stereo_widening_system_er_get_damp}};
-
-TEST(StereoWidening, SettingsReachTheirStages) {
-  widening w;
-  expect_settings<stereo_widening_system>(&w, kSettings, {0, 4096, 4096, 6144, 6144, 4096, 4096});
-  const early_reflector& r = *w.reflector;
-  const auto words = [&] {  // the record's own, and what the combs have of the last two
-    return samples({w.difference->side_gain, w.crossfeed->gain, r.dry_gain, r.wet_gain,
-                    r.comb_left[3]->feedback, r.comb_right[0]->damp1});
-  };
-  const samples set = {1, 2, 3, 4, 5, INT32_MAX, INT32_MIN},
-                in_force = {2, 3, 4, 5, 611587730, -865337344};
-  EXPECT_EQ(words(), samples({1002, 1003, 1004, 1005, 6065, 405}));
-  for (size_t k = 0; k < 7; ++k) kSettings[k].set(&w, set[k]);
-  EXPECT_EQ(words(), in_force) << "2333 x 2^18 - 1 + 5779 and -3301 x 2^18 in the combs";
-  stereo_widening_system_reset(&w);
-  stereo_widening_system_set_sample_rate(&w, SAMPLE_RATE_44100);
-  EXPECT_EQ(words(), in_force);
-}
-
-TEST(StereoWidening, ForgetsEverythingAtResetAndAt192kHzAllButTheRoomsTail) {
+TEST(StereoWidening, ForgetsEverythingAtAReset) {
   widening w, fresh;
   const stereo x = noise_pair(4000, kFullScale, 9);
   w.run(x);
   stereo_widening_system_reset(&w);
-  EXPECT_EQ(w.run(x), fresh.run_cut(x, 700, 15));
+  EXPECT_EQ(w.run(x), fresh.run(x));
   stereo_widening_system_set_sample_rate(&w, SAMPLE_RATE_192000);
   EXPECT_GT(peak(w.run(x).left), 1 << 16);
   stereo_widening_system_reset(&w);
   EXPECT_EQ(w.run(x), (stereo{samples(4000), samples(4000)}));
-}
-
-void by_parts(widening* w, int* in_left, int* in_right, int* out_left, int* out_right, int n) {
-  for (int i = 0; i < n; ++i) {
-    int left, right;
-    difference_circuit_process_32(w->difference, in_left + i, in_right + i, &left, &right);
-    crossfeed_network_process_32(w->crossfeed, &left, &right, &left, &right);
-    early_reflector_process_32(w->reflector, &left, &right, out_left + i, out_right + i);
-  }
-}
-
-TEST(StereoWidening, GivesTheBitsOfItsStagesWhicheverBuffersCoincide) {
-  expect_the_bits_of_its_parts<widening>(3000, by_parts, [](widening& w, const samples& words) {
-    kSettings[(words[0] & 255) % 7].set(&w, words[1]);
-    if (words[2] % 4 == 0)
-      stereo_widening_system_set_sample_rate(&w, static_cast<SampleRateType>(words[3] & 3));
-  });
-  // Each stage on crossed buffers; three crossings leave the channels crossed.
-  widening w, crossed;
-  stereo x = wild_pair(3000, 13), swapped = x;
-  int *left = swapped.left.data(), *right = swapped.right.data();
-  difference_circuit_process_block(crossed.difference, left, right, right, left, 3000);
-  crossfeed_network_process_block(crossed.crossfeed, right, left, left, right, 3000);
-  early_reflector_process_block(crossed.reflector, left, right, right, left, 3000);
-  x = w.run(x);
-  EXPECT_EQ(swapped, (stereo{x.right, x.left}));
-}
-
-TEST(StereoWidening, EndsTwiceAndStartsAgain) {
-  widening w;
-  circuit c;
-  network f;
-  difference_circuit_end(&c);
-  crossfeed_network_end(&f);
-  EXPECT_EQ(samples({c.side_gain, f.gain}), samples(2));
-  for (int k = 0; k < 2; ++k) stereo_widening_system_end(&w);
-  EXPECT_TRUE(!w.difference && !c.section[10]);
-  stereo_widening_system_init(&w);
-  EXPECT_GT(peak(w.run({impulse(9, kFullScale), samples(9)}).left), 0);
-  int x[] = {5, 6};
-  for (int count : {0, -1, INT32_MIN}) w.frames(x, x + 1, x, x + 1, count);
-  EXPECT_EQ(std::pair(x[0], x[1]), std::pair(5, 6));
 }
 
 // After a tenth of a second.
@@ -297,7 +197,7 @@ double correlation(const stereo& x) {
   return product(left, right) / std::sqrt(product(left, left) * product(right, right));
 }
 
-TEST(StereoWidening, CorrelationFallsForAStereoSignalAndMonoGetsADifference) {
+TEST(StereoWidening, CorrelationFalls) {
   const samples common = noise(48000, 1 << 20, 4);
   stereo x = noise_pair(48000, 1 << 19, 5);
   for (samples* side : {&x.left, &x.right})

@@ -13,8 +13,6 @@
 
 namespace {
 
-samples row(const int* words) { return samples(words, words + 6); }
-
 // What the shipped equalizer makes of ten rows.
 tones::response measured(const int* words, const tones& signal) {
   parameter_equalizer_t eq;
@@ -25,29 +23,6 @@ tones::response measured(const int* words, const tones& signal) {
 }
 
 }  // namespace
-
-// One row of each kind; the generator's own check compares the others.
-TEST(TuningTables, HaveTheRowsThatMustNeverChange) {
-  const auto& preset = tuning::kParametricPreset;
-  const auto& adapters = tuning::kAdapterCorrection;
-  EXPECT_EQ(row(preset[0][0]),
-            (samples{3, 268066611, -533162405, 265217574, 533162405, -264848730}));
-  EXPECT_EQ(row(preset[1][0]),
-            (samples{3, 268096392, -533470927, 265477386, 533470927, -265138322}));
-  EXPECT_EQ(row(preset[1][9]), (samples{0, 268435456, 0, 0, 0, 0}));
-  EXPECT_EQ(row(adapters[0][0] + 3),
-            (samples{3, 268985936, -527539437, 258862062, 527539437, -259412543}));
-  EXPECT_EQ(row(adapters[0][0] + 27)[0], 1) << "the lone row with a flag of 1";
-  for (int rate : {0, 1})
-    for (const auto& words : adapters[rate]) {
-      EXPECT_EQ(samples(words, words + 3), (samples{0, 8192, 8192}));
-      EXPECT_TRUE(std::equal(words + 3, words + 63, words + 63)) << "left and right";
-    }
-  const samples bass = {0, 8192, 4096, 6144, 8192, 274666, 549332, 274666, 512037650, -244700858};
-  const samples slow = {0, 8192, 4096, 6144, 8192, 324108, 648216, 324108, 509844742, -242705718};
-  for (int rate = 0; rate < 4; ++rate)
-    EXPECT_TRUE(std::ranges::equal(tuning::kVirtualBassRow[rate], rate == 0 ? slow : bass));
-}
 
 // What docs/tuning.md says they are meant to do to the sound, measured. Number 0 is the
 // preset, 1..7 are the adapters; the gain at a frequency, against that at another one if given, is

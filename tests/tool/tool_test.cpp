@@ -7,6 +7,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <map>
 #include <sndfile.hh>
 #include <sstream>
@@ -165,6 +166,9 @@ TEST_F(Tool, AWrongCommandLineSaysInOneLineWhatIsWrongAndLeavesTheOldOutputAlone
       {"hp in.wav in.wav", "'in.wav' is the input itself"},
       {"hp in.wav missing/out.wav", "there is no folder 'missing'"},
       {"hp in.wav out.mp3", ".wav, .flac, .ogg, .caf or .w64"},
+      {"response --svg p.png", "must end in .svg"},
+      {"response kvt", "no command 'kvt'; did you mean 'ktv'?"},
+      {"response --also '--romo 1'", "did you mean '--room'?"},
       {"demo in.wav in.wav/x", "'in.wav/x': Not a directory"},
       {"hp in.wav out.wav --effect revreb", "no effect 'revreb'; did you mean 'reverb'?"},
       {"hp in.wav out.wav --effect bass --room 10%", "'room' needs effect reverb"},
@@ -210,6 +214,7 @@ TEST_F(Tool, WhatGoesWrongSilentlyIsWarnedOf) {
   const std::pair<const char*, const char*> warned[] = {
       {"hp in.wav out.wav --at 1:effect=bass", "at 1.000 s: left out, since the sound ends at 0.5"},
       {"hp in.wav out.wav --at 0.2:effect=eq,eq=6/3/0,adapter=2", "adapter 2 is not applied"},
+      {"response --eq 1 --adapter 2", "adapter 2 is not applied beside effect eq"},
       {"ktv cut.wav out.wav", "ends early, after 11994 frames: 50.0 %"},
       {"hp float.wav out.wav", "samples in 1 frame are no numbers"},
       {"hp float.wav out.wav", "2 frames above full scale, by up to 6.0 dB"}};
@@ -406,6 +411,27 @@ TEST_F(Tool, AMeasuredResponseAgreesWithTheSetting) {
   EXPECT_NEAR(levels[1000], -13.0, 0.05);
   EXPECT_NEAR(levels[31], 2.0, 0.1);  // the level law alone, far from the band
   EXPECT_NEAR(levels[16000], 2.0, 0.1);
+}
+
+// The table's last row, without its frequency, is the response at the one that is asked for.
+TEST_F(Tool, EveryChainHasAResponseAndSettingsShareAPicture) {
+  const auto measure = [&](const std::string& arguments, double hertz) {
+    EXPECT_EQ(run("response " + arguments + " --svg r.svg --hertz " + std::to_string(hertz)), 0)
+        << output_;
+    std::istringstream row(output_.substr(output_.rfind('\n', output_.size() - 2)));
+    std::vector<double> levels{std::istream_iterator<double>(row), {}};
+    levels.erase(levels.begin());
+    return levels;
+  };
+  // As in the boost's test above: what the lowest band's sections leave at 60 Hz.
+  EXPECT_NEAR(measure("boost --nld-gain 0", 60).at(0), -49.6, 0.3);
+  const auto both = measure("ktv --voice-gain -6 --also '--eq 0,0,0,0,0,-15'", 1000);
+  ASSERT_EQ(both.size(), 4u) << output_;
+  EXPECT_NEAR(both[0], -6.0, 0.05);
+  EXPECT_NEAR(both[3], -13.0, 0.05);
+  const std::string svg = read_text(path("r.svg"));
+  EXPECT_NE(svg.find("voice gain -6 dB, compressor"), std::string::npos);
+  EXPECT_NE(svg.find("equalizer 0 0 0 0 0 -15"), std::string::npos);
 }
 
 }  // namespace

@@ -1,7 +1,6 @@
 // sonx boost: a file through the speaker boost.
 #include "boost.h"
 
-#include <effects/speaker_boost_system.h>
 #include <hp/sonx_hp_effect.h>
 
 #include <CLI/CLI.hpp>
@@ -24,7 +23,6 @@ namespace {
 constexpr int kUnity = 8192;               // Q13
 constexpr int kHighestGain = 16 * kUnity;  // 24 dB
 constexpr int kFullScale = 32767;          // of a limiter's threshold
-constexpr int kMaxPeriod = 256;
 
 const char* const kFooter =
     R"(Splits each channel at 250 Hz, 950 Hz and 2.8 kHz, replaces the lowest band by
@@ -64,7 +62,7 @@ struct parameter_option {
   const char* help;
 };
 
-constexpr parameter_option kParameters[] = {
+constexpr parameter_option kParameterOptions[] = {
     {"volume", "volume", kUnity, 0, kHighestGain, "make-up volume, percent or Q13 [100%]"},
     {"threshold", "threshold", kFullScale, 1, kFullScale,
      "peak limit, percent of full scale or 1..32767 [100%]"},
@@ -75,13 +73,12 @@ constexpr parameter_option kParameters[] = {
      "mean magnitude of 24-bit samples below which the gate closes [256]"},
 };
 
-constexpr const char* kBands[] = {"full", "low", "mid", "high"};
+constexpr const char* kBandNames[] = {"full", "low", "mid", "high"};
 
 struct boost_arguments {
   file_options files;
-  std::string nld_gain;
-  std::string values[std::size(kBands)][std::size(kParameters)];
-  int period = kMaxPeriod;
+  boost_setting_options settings;
+  int period = boost_module::kMaxPeriod;
   std::string tail = "0";
 };
 
@@ -112,76 +109,19 @@ boost_setting find_setting(const std::string& controller, const char* parameter,
 }
 
 std::string option_name(size_t band, size_t parameter) {
-  const std::string prefix = band == 0 ? "--" : std::string("--") + kBands[band] + "-";
-  return prefix + kParameters[parameter].name;
+  return (band == 0 ? "--" : std::string("--") + kBandNames[band] + "-") +
+         kParameterOptions[parameter].name;
 }
-
-std::vector<boost_setting> parse_settings(const boost_arguments& arguments) {
-  std::vector<boost_setting> settings;
-  if (!arguments.nld_gain.empty()) {
-    const auto [left, right] = sides(arguments.nld_gain);
-    settings.push_back({speaker_boost_system_set_nld_gain_left,
-                        parse_level(left, "--nld-gain", kUnity, kHighestGain)});
-    settings.push_back({speaker_boost_system_set_nld_gain_right,
-                        parse_level(right, "--nld-gain", kUnity, kHighestGain)});
-  }
-  for (size_t band = 0; band < std::size(kBands); ++band) {
-    for (size_t i = 0; i < std::size(kParameters); ++i) {
-      const std::string& text = arguments.values[band][i];
-      if (text.empty()) continue;
-      const auto both = sides(text);
-      for (size_t side = 0; side < both.size(); ++side) {
-        const int value = parse_value(kParameters[i], both[side], option_name(band, i));
-        const std::string controller = std::string(kBands[band]) + (side == 0 ? "_left" : "_right");
-        settings.push_back(find_setting(controller, kParameters[i].parameter, value));
-      }
-    }
-  }
-  return settings;
-}
-
-// The module with its rate and settings, ended with its owner.
-class boost_module {
- public:
-  boost_module(int rate, const std::vector<boost_setting>& settings) {
-    speaker_boost_system_init(&module_);
-    speaker_boost_system_set_sample_rate(&module_,
-                                         sample_rate_type(static_cast<unsigned int>(rate)));
-    for (const boost_setting& setting : settings) setting.set(&module_, setting.value);
-  }
-  ~boost_module() { speaker_boost_system_end(&module_); }
-  boost_module(const boost_module&) = delete;
-  boost_module& operator=(const boost_module&) = delete;
-
-  // Interleaved stereo, in place.
-  void process(int32_t* stereo, size_t frames) {
-    for (size_t i = 0; i < frames; ++i) {
-      left_[i] = stereo[2 * i];
-      right_[i] = stereo[2 * i + 1];
-    }
-    speaker_boost_system_process_stereo(&module_, left_, right_, left_, right_,
-                                        static_cast<int>(frames));
-    for (size_t i = 0; i < frames; ++i) {
-      stereo[2 * i] = left_[i];
-      stereo[2 * i + 1] = right_[i];
-    }
-  }
-
- private:
-  speaker_boost_system_t module_{};
-  int left_[kMaxPeriod];
-  int right_[kMaxPeriod];
-};
 
 void run(const boost_arguments& arguments) {
-  const boost_options options{parse_settings(arguments), arguments.period,
+  const boost_options options{arguments.settings.settings(), arguments.period,
                               parse_seconds(arguments.tail, "--tail")};
   file_job job(arguments.files, kBoostRates);
   job.open_output(24);
   const stream_report report = render_boost(job.reader(), job.writer(), options, "sonx boost");
   job.finish(options.tail);
-  say("%s, delayed by %d samples at %d Hz\n", job.describe(report.frames).c_str(), kBoostDelay,
-      job.reader().rate());
+  say("%s, delayed by %d samples at %d Hz\n%s\n", job.describe(report.frames).c_str(), kBoostDelay,
+      job.reader().rate(), arguments.settings.describe().c_str());
   print_levels(report);
 }
 
@@ -191,6 +131,74 @@ const effect_rates kBoostRates = {"the speaker boost", "44100, 48000 and 96000 H
                                     if (rate >= 88200) return 96000;
                                     return rate % 11025 == 0 ? 44100 : 48000;
                                   }};
+
+void boost_setting_options::add_to(CLI::App& app) {
+  app.add_option("--nld-gain", nld_gain_, "level of the bass harmonics, percent or Q13 [100%]")
+      ->type_name("VALUE");
+  for (size_t band = 0; band < kBands; ++band)
+    for (size_t i = 0; i < kParameters; ++i) {
+      const std::string help = band == 0
+                                   ? kParameterOptions[i].help
+                                   : std::string("the same for the ") + kBandNames[band] + " band";
+      app.add_option(option_name(band, i), values_[band][i], help)->type_name("VALUE");
+    }
+}
+
+std::vector<boost_setting> boost_setting_options::settings() const {
+  std::vector<boost_setting> settings;
+  if (!nld_gain_.empty()) {
+    const auto [left, right] = sides(nld_gain_);
+    settings.push_back({speaker_boost_system_set_nld_gain_left,
+                        parse_level(left, "--nld-gain", kUnity, kHighestGain)});
+    settings.push_back({speaker_boost_system_set_nld_gain_right,
+                        parse_level(right, "--nld-gain", kUnity, kHighestGain)});
+  }
+  for (size_t band = 0; band < kBands; ++band) {
+    for (size_t i = 0; i < kParameters; ++i) {
+      const std::string& text = values_[band][i];
+      if (text.empty()) continue;
+      const auto both = sides(text);
+      for (size_t side = 0; side < both.size(); ++side) {
+        const parameter_option& option = kParameterOptions[i];
+        const int value = parse_value(option, both[side], option_name(band, i));
+        const std::string controller =
+            std::string(kBandNames[band]) + (side == 0 ? "_left" : "_right");
+        settings.push_back(find_setting(controller, option.parameter, value));
+      }
+    }
+  }
+  return settings;
+}
+
+std::string boost_setting_options::describe() const {
+  std::string text = nld_gain_.empty() ? "" : "nld-gain " + nld_gain_;
+  for (size_t band = 0; band < kBands; ++band)
+    for (size_t i = 0; i < kParameters; ++i)
+      if (const std::string& value = values_[band][i]; !value.empty())
+        text += (text.empty() ? "" : ", ") + option_name(band, i).substr(2) + " " + value;
+  return text.empty() ? "all by default" : text;
+}
+
+boost_module::boost_module(int rate, const std::vector<boost_setting>& settings) {
+  speaker_boost_system_init(&module_);
+  speaker_boost_system_set_sample_rate(&module_, sample_rate_type(static_cast<unsigned int>(rate)));
+  for (const boost_setting& setting : settings) setting.set(&module_, setting.value);
+}
+
+boost_module::~boost_module() { speaker_boost_system_end(&module_); }
+
+void boost_module::process(int32_t* stereo, size_t frames) {
+  for (size_t i = 0; i < frames; ++i) {
+    left_[i] = stereo[2 * i];
+    right_[i] = stereo[2 * i + 1];
+  }
+  speaker_boost_system_process_stereo(&module_, left_, right_, left_, right_,
+                                      static_cast<int>(frames));
+  for (size_t i = 0; i < frames; ++i) {
+    stereo[2 * i] = left_[i];
+    stereo[2 * i + 1] = right_[i];
+  }
+}
 
 stream_report render_boost(audio_reader& reader, audio_writer& writer, const boost_options& options,
                            const std::string& label) {
@@ -210,21 +218,9 @@ void add_boost_command(CLI::App& app) {
   auto arguments = std::make_shared<boost_arguments>();
   command->footer(kFooter);
   arguments->files.add_to(*command);
-  command
-      ->add_option("--nld-gain", arguments->nld_gain,
-                   "level of the bass harmonics, percent or Q13 [100%]")
-      ->type_name("VALUE");
-  for (size_t band = 0; band < std::size(kBands); ++band) {
-    for (size_t i = 0; i < std::size(kParameters); ++i) {
-      const std::string help = band == 0
-                                   ? kParameters[i].help
-                                   : std::string("the same for the ") + kBands[band] + " band";
-      command->add_option(option_name(band, i), arguments->values[band][i], help)
-          ->type_name("VALUE");
-    }
-  }
+  arguments->settings.add_to(*command);
   command->add_option("--period", arguments->period, "frames per call")
-      ->check(CLI::Range(1, kMaxPeriod))
+      ->check(CLI::Range(1, static_cast<int>(boost_module::kMaxPeriod)))
       ->capture_default_str();
   command->add_option("--tail", arguments->tail, "silence to append to the input [0]")
       ->type_name("SECONDS");

@@ -133,50 +133,23 @@ int parse_voice_gain(const std::string& text) {
   return static_cast<int>(std::lround(kUnity * std::pow(10.0, gain / 20)));
 }
 
-// A handle of the karaoke chain, ended with its owner.
-class karaoke {
- public:
-  explicit karaoke(const karaoke_options& options) : handle_(sonx_ktv_init()) {
-    if (handle_ == nullptr) throw std::runtime_error("no memory for the karaoke chain");
-    sonx_ktv_iirecho_enable(handle_, 0);
-    sonx_ktv_hw_howling_canceling_enable(handle_, 0);
-    sonx_ktv_compressor_enable(handle_, 0);
-    for (const karaoke_setting& setting : options.settings) setting.set(handle_, setting.value);
-    if (!options.equalizer.empty()) {
-      std::vector<int> gains = options.equalizer;
-      sonx_ktv_eq_setparameter(handle_, gains.data());
-      sonx_ktv_eq_enable(handle_, 1);
-    }
-  }
-  ~karaoke() { sonx_ktv_deinit(handle_); }
-  karaoke(const karaoke&) = delete;
-  karaoke& operator=(const karaoke&) = delete;
-
-  void process(std::vector<short>& voice, std::vector<short>& left, std::vector<short>& right) {
-    sonx_ktv_process_16(handle_, voice.data(), left.data(), right.data(),
-                        static_cast<int>(voice.size()));
-  }
-
- private:
-  void* handle_;
-};
-
 struct ktv_arguments {
   file_options files;
-  karaoke_stages stages;
+  stage_options stages;
   int period = 240;
   std::string tail = "0";
 };
 
 void run(const ktv_arguments& arguments) {
-  karaoke_options options = parse_stages(arguments.stages);
+  const karaoke_stages stages = arguments.stages.stages();
+  karaoke_options options = parse_stages(stages);
   options.period = arguments.period;
   options.tail = parse_seconds(arguments.tail, "--tail");
   file_job job(arguments.files, kKaraokeRates);
   job.open_output(job.reader().bits());
   const stream_report report = render_karaoke(job.reader(), job.writer(), options, "sonx ktv");
   job.finish(options.tail);
-  say("%s\n%s\n", job.describe(report.frames).c_str(), describe(arguments.stages).c_str());
+  say("%s\n%s\n", job.describe(report.frames).c_str(), describe(stages).c_str());
   print_levels(report);
 }
 
@@ -222,58 +195,86 @@ std::string describe(const karaoke_stages& stages) {
   return text;
 }
 
+karaoke::karaoke(const karaoke_options& options) : handle_(sonx_ktv_init()) {
+  if (handle_ == nullptr) throw std::runtime_error("no memory for the karaoke chain");
+  sonx_ktv_iirecho_enable(handle_, 0);
+  sonx_ktv_hw_howling_canceling_enable(handle_, 0);
+  sonx_ktv_compressor_enable(handle_, 0);
+  for (const karaoke_setting& setting : options.settings) setting.set(handle_, setting.value);
+  if (!options.equalizer.empty()) {
+    std::vector<int> gains = options.equalizer;
+    sonx_ktv_eq_setparameter(handle_, gains.data());
+    sonx_ktv_eq_enable(handle_, 1);
+  }
+}
+
+karaoke::~karaoke() { sonx_ktv_deinit(handle_); }
+
+void karaoke::process(const std::vector<float>& stereo, stopwatch& busy) {
+  const size_t period = stereo.size() / 2;
+  voice_.resize(period);
+  left_.resize(period);
+  right_.resize(period);
+  for (size_t i = 0; i < period; ++i)
+    voice_[i] = to_16_bits((stereo[2 * i] + stereo[2 * i + 1]) / 2);
+  busy.time([&] {
+    sonx_ktv_process_16(handle_, voice_.data(), left_.data(), right_.data(),
+                        static_cast<int>(period));
+  });
+}
+
 stream_report render_karaoke(audio_reader& reader, audio_writer& writer,
                              const karaoke_options& options, const std::string& label) {
   karaoke chain(options);
-  const auto period = static_cast<size_t>(options.period);
-  std::vector<short> voice(period), left(period), right(period);
-  return stream(reader, writer, {period, options.tail, label},
+  return stream(reader, writer, {static_cast<size_t>(options.period), options.tail, label},
                 [&](std::vector<float>& stereo, std::vector<int32_t>& words, stopwatch& busy) {
-                  for (size_t i = 0; i < period; ++i)
-                    voice[i] = to_16_bits((stereo[2 * i] + stereo[2 * i + 1]) / 2);
-                  busy.time([&] { chain.process(voice, left, right); });
+                  chain.process(stereo, busy);
                   for (size_t i = 0; i < words.size(); ++i) {
-                    const short sample = i % 2 == 0 ? left[i / 2] : right[i / 2];
+                    const short sample = (i % 2 == 0 ? chain.left() : chain.right())[i / 2];
                     words[i] = sample * 65536;
                     stereo[i] = static_cast<float>(sample) / 32768.0F;
                   }
                 });
 }
 
+void stage_options::add_to(CLI::App& app) {
+  app.add_flag("--howling", stages_.howling, "the howling canceller");
+  app.add_flag("--gramophone", stages_.gramophone, "the colour of an old record");
+  app.add_option("--eq", stages_.equalizer, "ten band gains in whole dB, -15..15: 3,2,0,...")
+      ->type_name("DB,DB,..");
+  reverb_ = app.add_option("--reverb", stages_.reverb_settings,
+                           help_of("reverb", std::begin(kReverb), std::end(kReverb)))
+                ->type_name("[NAME=VALUE,..]")
+                ->expected(0, 1);
+  echo_ = app.add_option("--echo", stages_.echo_settings,
+                         help_of("echo", std::begin(kEcho), std::end(kEcho)))
+              ->type_name("[NAME=VALUE,..]")
+              ->expected(0, 1);
+  app.add_option("--voice-gain", stages_.voice_gain, "gain of the voice in dB, -40..12")
+      ->type_name("DB");
+  app.add_flag("--compressor", stages_.compressor, "limiter with a gate for silence");
+}
+
+karaoke_stages stage_options::stages() const {
+  karaoke_stages stages = stages_;
+  stages.reverb = reverb_->count() > 0;
+  stages.echo = echo_->count() > 0;
+  return stages;
+}
+
 void add_ktv_command(CLI::App& app) {
   CLI::App* command = app.add_subcommand("ktv", "run a voice through the karaoke chain");
   auto arguments = std::make_shared<ktv_arguments>();
-  karaoke_stages& stages = arguments->stages;
   command->footer(kFooter);
   arguments->files.add_to(*command);
-  command->add_flag("--howling", stages.howling, "the howling canceller");
-  command->add_flag("--gramophone", stages.gramophone, "the colour of an old record");
-  command->add_option("--eq", stages.equalizer, "ten band gains in whole dB, -15..15: 3,2,0,...")
-      ->type_name("DB,DB,..");
-  CLI::Option* reverb = command
-                            ->add_option("--reverb", stages.reverb_settings,
-                                         help_of("reverb", std::begin(kReverb), std::end(kReverb)))
-                            ->type_name("[NAME=VALUE,..]")
-                            ->expected(0, 1);
-  CLI::Option* echo = command
-                          ->add_option("--echo", stages.echo_settings,
-                                       help_of("echo", std::begin(kEcho), std::end(kEcho)))
-                          ->type_name("[NAME=VALUE,..]")
-                          ->expected(0, 1);
-  command->add_option("--voice-gain", stages.voice_gain, "gain of the voice in dB, -40..12")
-      ->type_name("DB");
-  command->add_flag("--compressor", stages.compressor, "limiter with a gate for silence");
+  arguments->stages.add_to(*command);
   command->add_option("--period", arguments->period, "samples per call")
       ->check(CLI::Range(1, 1 << 20))
       ->capture_default_str();
   command->add_option("--tail", arguments->tail, "silence to append to the input [0]")
       ->type_name("SECONDS");
   arguments->files.add_no_convert_to(*command);
-  command->callback([arguments, reverb, echo] {
-    arguments->stages.reverb = reverb->count() > 0;
-    arguments->stages.echo = echo->count() > 0;
-    run(*arguments);
-  });
+  command->callback([arguments] { run(*arguments); });
 }
 
 }  // namespace sonx

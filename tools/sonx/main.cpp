@@ -5,9 +5,9 @@
 #include <exception>
 #include <filesystem>
 
+#include "command_line.h"
 #include "commands.h"
 #include "log.h"
-#include "messages.h"
 #include "progress.h"
 
 namespace {
@@ -24,41 +24,6 @@ const char* const kExamples = R"(Examples:
   sonx resample in.wav out.wav --rate 16000
   sonx demo in.mp3 out
 'sonx COMMAND --help' tells more about each.)";
-
-std::vector<std::string> names_of_commands(const CLI::App& app) {
-  std::vector<std::string> names;
-  for (const CLI::App* command : app.get_subcommands({})) names.push_back(command->get_name());
-  return names;
-}
-
-std::vector<std::string> names_of_options(const CLI::App& app) {
-  std::vector<std::string> names;
-  for (const CLI::Option* option : app.get_options())
-    for (const std::string& name : option->get_lnames()) names.push_back("--" + name);
-  return names;
-}
-
-// What is wrong with the command line, in one line. What nobody knows comes first: it's often the
-// reason why something else is missing.
-std::string explain(const CLI::App& app, const CLI::ParseError& error) {
-  const auto commands = app.get_subcommands();
-  const CLI::App& command = commands.empty() ? app : *commands.front();
-  std::vector<std::string> unknown = command.remaining(true);
-  if (unknown.empty()) unknown = app.remaining(true);
-  for (const std::string& one : unknown)
-    if (one.starts_with('-') && one != "-")
-      return "there is no option '" + one + "'" +
-             sonx::suggestion(one.substr(0, one.find('=')), names_of_options(command));
-  if (!unknown.empty())
-    return commands.empty() ? "there is no command '" + unknown.back() + "'" +
-                                  sonx::suggestion(unknown.back(), names_of_commands(app))
-                            : "one argument too many: '" + unknown.back() + "'";
-  if (commands.empty() && error.get_name() == "RequiredError") return "a command is missing";
-  const std::string text = error.what();
-  if (error.get_name() == "ArgumentMismatch")
-    return text.substr(0, text.find(':')) + " needs a value";
-  return text.substr(0, text.find('\n'));
-}
 
 int run(int argc, char** argv) {
   CLI::App app("Runs audio files through the effects library, measures it, and shows it off.",
@@ -81,10 +46,9 @@ int run(int argc, char** argv) {
   } catch (const CLI::Success& help) {
     return app.exit(help);
   } catch (const CLI::ParseError& error) {
-    const auto commands = app.get_subcommands();
-    const std::string name = commands.empty() ? "" : commands.front()->get_name() + " ";
-    std::fprintf(stderr, "sonx: %s ('sonx %s--help' tells more)\n", explain(app, error).c_str(),
-                 name.c_str());
+    const std::string command = sonx::called_command(app);
+    std::fprintf(stderr, "sonx: %s ('sonx %s--help' tells more)\n",
+                 sonx::explain(app, error).c_str(), command.empty() ? "" : (command + " ").c_str());
     return 1;
   }
   return 0;

@@ -74,11 +74,13 @@ void pending_file::commit() {
   temporary_.clear();
 }
 
-void write_text_file(const fs::path& target, const std::string& extension,
-                     const std::string& text) {
-  if (target != "-" && target.extension() != extension)
+void require_extension(const fs::path& target, const std::string& extension) {
+  if (!target.empty() && target != "-" && target.extension() != extension)
     throw std::runtime_error("cannot write '" + target.string() + "': its name must end in " +
                              extension);
+}
+
+void write_text_file(const fs::path& target, const std::string& text) {
   pending_file pending(target);
   errno = 0;
   std::ofstream out(pending.temporary(), std::ios::binary);

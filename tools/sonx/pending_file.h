@@ -28,8 +28,10 @@ class pending_file {
   std::filesystem::path temporary_;
 };
 
-// Writes a text file in this manner. Its name must have this extension, or be "-".
-void write_text_file(const std::filesystem::path& target, const std::string& extension,
-                     const std::string& text);
+// Throws unless the name ends so, or is "-" or empty.
+void require_extension(const std::filesystem::path& target, const std::string& extension);
+
+// Writes a text file in this manner.
+void write_text_file(const std::filesystem::path& target, const std::string& text);
 
 }  // namespace sonx

@@ -1,4 +1,5 @@
-// Draws a magnitude response as an SVG picture: frequency on a logarithmic axis, level in dB.
+// Draws magnitude responses as an SVG picture: frequency on a logarithmic axis, level in dB, and a
+// legend below. It follows the page that shows it, light or dark.
 #pragma once
 
 #include <string>
@@ -6,13 +7,21 @@
 
 namespace sonx {
 
+struct plot_curve {
+  std::string label;
+  std::vector<double> left;  // dB, one per frequency
+  std::vector<double> right;
+};
+
 struct response_plot {
   std::string title;
   std::string note;                 // small, below the title
   std::vector<double> frequencies;  // Hz, rising
-  std::vector<double> left;         // dB, one per frequency
-  std::vector<double> right;
+  std::vector<plot_curve> curves;
 };
+
+// Whether left and right differ enough to be seen.
+bool sides_differ(const plot_curve& curve);
 
 std::string draw_svg(const response_plot& plot);
 
