@@ -68,10 +68,11 @@ void crossfeed_network_get_gain(crossfeed_network* network, int* gain) { *gain =
 
 namespace {
 
-// direct + other x gain + own highs x gain / 4, summed and saturated left to right, into out.
-inline void mix(const int* direct, int* other, int* high, int gain, int* out, int n) {
-  kernels().scale_q13(other, gain, other, n);
-  kernels().scale_q15(high, gain, high, n);
+// out = direct + other x gain + high x gain / 4; products saturate, and so does each sum, from left
+// to right. A gain in Q13 is a quarter of itself in Q15.
+inline void mix(const int* direct, int* other, int* high, int gain_q13, int* out, int n) {
+  kernels().scale_q13(other, gain_q13, other, n);
+  kernels().scale_q15(high, gain_q13, high, n);
   kernels().add(direct, other, out, n);
   kernels().add(out, high, out, n);
 }
@@ -79,9 +80,10 @@ inline void mix(const int* direct, int* other, int* high, int gain, int* out, in
 // One block of at most kBlockFrames frames, 24-bit samples throughout. The inputs are read before
 // the outputs are written.
 //
-//   x ─┬─► all-pass ───────────────────────────► + ─► + ─► out      y: the other channel
-//      └─► high-pass ─► × gain / 4 ──────────────│────┘
-//   y ───► delay ─► low-pass ─► × gain ──────────┘         gain Q13
+//   x ─┬─► all-pass ───────────────────► + ─► + ─► out      y: the other channel
+//      │                                 ▲    ▲             gain Q13
+//      └─► high-pass ─► × gain / 4 ──────│────┘
+//   y ───► delay ─► low-pass ─► × gain ──┘
 inline void process(crossfeed_network* network, const int* in_left, const int* in_right,
                     int* out_left, int* out_right, int n) {
   int direct_left[kBlockFrames], high_left[kBlockFrames], from_left[kBlockFrames];

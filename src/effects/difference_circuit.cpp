@@ -13,7 +13,7 @@ namespace {
 
 constexpr int kSections = static_cast<int>(std::size(kDifferenceCircuit));
 
-// Places in the record.
+// Indices of circuit->section; 6 is not run.
 enum { kAllpassLeft = 0, kAllpassRight = 3, kSideLow = 7, kSideHigh, kMidBand, kMidLow };
 
 }  // namespace
@@ -58,12 +58,16 @@ inline int widened(int d, int high, int low) {
 // One block of at most kBlockFrames frames, 24-bit samples throughout. The inputs are read before
 // the outputs are written.
 //
-//   left  ──► all-passes ──► a ──┬─ + ─► s ──┬─► band-pass / 4 ─► + ─► / 2 ─► mid
-//                                │  ▲        ├─► low-pass ──────► +
-//                                │  │        └──────────────────► +
-//                                │  │  ┌─► high-pass ───────► +
-//                                ▼  │  ├─► low-pass x 1.5 ──► + ─► × side gain ─► side
-//   right ──► all-passes ──► b ─ − ─┴──┴─► d / 2 ───────────► +       Q13
+//   left  ─► 3 all-passes ─► a       s = a + b       left  = mid + a / 4 + side
+//   right ─► 3 all-passes ─► b       d = a - b       right = mid + b / 4 - side
+//
+//   s ─┬─────────────────────► + ─► / 2 ─► mid
+//      ├─► band-pass ─► / 4 ─► +
+//      └─► low-pass ─────────► +
+//
+//   d ─┬─► / 2 ────────────────► + ─► × side gain ─► side
+//      ├─► low-pass ─► × 1.5 ──► +      Q13
+//      └─► high-pass ──────────► +
 inline void process(difference_circuit* circuit, const int* in_left, const int* in_right,
                     int* out_left, int* out_right, int n) {
   int a[kBlockFrames], b[kBlockFrames], s[kBlockFrames], d[kBlockFrames];

@@ -106,12 +106,12 @@ void early_reflector_update(early_reflector* reflector) {
 
 namespace {
 
-// A quarter of the input, so that four combs do not overflow; -1 becomes 0.
+// A quarter of the input, so that the sum of four combs doesn't overflow; -1 becomes 0.
 inline void quarter(const int* in, int* fed, int n) {
   for (int i = 0; i < n; ++i) fed[i] = silence_minus_one(in[i] >> 2);
 }
 
-// wet x wet gain + in x dry gain, both Q13, each saturated and their sum too, into wet.
+// wet = wet x wet gain + in x dry gain, gains Q13; each product and the sum saturate.
 inline void mix(const early_reflector* reflector, const int* in, int* wet, int n) {
   int dry[kBlockFrames];
   kernels().scale_q13(in, reflector->dry_gain, dry, n);
@@ -128,7 +128,6 @@ inline void process(early_reflector* reflector, const int* in_left, const int* i
                     int* out_left, int* out_right, int n) {
   int fed_left[kBlockFrames], fed_right[kBlockFrames];
   int left[kBlockFrames], right[kBlockFrames];
-  if (n < 1) return;  // never: lets the compiler see that the buffers are written
   quarter(in_left, fed_left, n);
   quarter(in_right, fed_right, n);
   const iir_chain highpasses[] = {{fed_left, fed_left, &reflector->highpass_left, 1},

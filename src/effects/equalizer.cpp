@@ -30,7 +30,7 @@ constexpr band_rows kTables[3][kBands] = {
 #include "effects/equalizer_tables.inc"
 };
 
-// The level law looks at all bands but the high shelf.
+// The level law counts all bands but the high shelf.
 constexpr int kWeightedBands = 9;
 constexpr float kWeights[kWeightedBands] = {4, 18, 20, 22, 22, 20, 18, 12, 4};
 constexpr float kLargestOffset = 1680.0F;  // all bands at 7.6 dB
@@ -51,7 +51,7 @@ int set_from_table(equalizer_t* equalizer, const int* indices, const band_rows* 
   return equalizer->gain;
 }
 
-// What a band's dB count for in the level law.
+// A band's gain as the level law counts it, dB.
 float counted(int index, bool boosts_only) {
   const auto v = static_cast<float>(index);
   if (v > 0.0F) return v;
@@ -149,8 +149,7 @@ float weighting_offset(int band, float value) {
 // One channel:
 //
 //   in ──► × gain ──► saturate, ──► band 0 ──► ... ──► band 9 ──► out
-//            Q13      -1 to 0        each: 5 bits up, Q28, saturate, -1 to 0, 5 bits down
-
+//            Q13      -1 to 0       each: 5 bits up, Q28, saturate, -1 to 0, 5 bits down
 void equalizer_process_stereo(equalizer_t* equalizer, int* in_left, int* in_right, int* out_left,
                               int* out_right, int n) {
   int left[kBlockFrames], right[kBlockFrames];

@@ -116,11 +116,11 @@ inline void bank_block(comber* const (&combs)[8], allpass* const (&sections)[4],
 }
 
 // One block of at most kBlockFrames frames. The inputs are read before the outputs are written, so
-// any two of the four buffers may be one.
+// that buffers may coincide.
 //
 //   in ─┬─► × gain ──► combs ──► all-passes ──► tail_left, tail_right ──► mix ──► DC ──► out
-//       │    Q13       loops at 2^13 (16-bit) or 2^5 (24-bit) of the       ▲ Q13
-//       └────────────── sample scale ──────────────────────────────────────┘
+//       │     Q13      13 (16-bit) or 5 (24-bit) bits up in the loops     ▲ Q13
+//       └─────────────────────────────────────────────────────────────────┘
 template <int width>
 inline void process_block(reverb_t* reverb, const int* in_left, const int* in_right, int* out_left,
                           int* out_right, int n) {
@@ -132,9 +132,10 @@ inline void process_block(reverb_t* reverb, const int* in_left, const int* in_ri
   bank_block<width>(reverb->comb_left, reverb->allpass_left, left, tail_left, n);
   bank_block<width>(reverb->comb_right, reverb->allpass_right, right, tail_right, n);
 
-  const int dry = reverb->dry_scaled, wet1 = reverb->wet1, wet2 = reverb->wet2;
-  const mix_input mix_left[] = {{in_left, dry}, {tail_left, wet1}, {tail_right, wet2}};
-  const mix_input mix_right[] = {{in_right, dry}, {tail_right, wet1}, {tail_left, wet2}};
+  const int dry_q13 = reverb->dry_scaled, wet1_q13 = reverb->wet1, wet2_q13 = reverb->wet2;
+  const mix_input mix_left[] = {{in_left, dry_q13}, {tail_left, wet1_q13}, {tail_right, wet2_q13}};
+  const mix_input mix_right[] = {
+      {in_right, dry_q13}, {tail_right, wet1_q13}, {tail_left, wet2_q13}};
   kernels().mix_three_q13(mix_left, left, n);
   kernels().mix_three_q13(mix_right, right, n);
   const dc_remove_channel channels[] = {{reverb->dc_left, left, out_left},
@@ -164,15 +165,16 @@ void reverb_process_stereo_24(reverb_t* reverb, int* in_left, int* in_right, int
   });
 }
 
-// The left bank alone; gain and mix in 32-bit words that wrap.
+// The left bank alone, with half the input; gain and mix in 32-bit words that wrap.
 void reverb_processMono(reverb_t* reverb, short* in, short* out, int n) {
-  const int gain = reverb->gain, dry = reverb->dry_scaled, wet = reverb->wet1;
+  const int gain_q13 = reverb->gain, dry_q13 = reverb->dry_scaled, wet_q13 = reverb->wet1;
   for_each_block(n, [=](int64_t start, int count) {
     const short* x = in + start;
     int fed[kBlockFrames], tail[kBlockFrames];
-    for (int i = 0; i < count; ++i) fed[i] = wrap_mul(gain, x[i]) >> 14;
+    for (int i = 0; i < count; ++i) fed[i] = wrap_mul(gain_q13, x[i]) >> 14;
     bank_block<16>(reverb->comb_left, reverb->allpass_left, fed, tail, count);
     for (int i = 0; i < count; ++i)
-      out[start + i] = saturate16(wrap_add(wrap_mul(dry, x[i]), wrap_mul(wet, tail[i])) >> 13);
+      out[start + i] =
+          saturate16(wrap_add(wrap_mul(dry_q13, x[i]), wrap_mul(wet_q13, tail[i])) >> 13);
   });
 }

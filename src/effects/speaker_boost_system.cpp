@@ -37,14 +37,14 @@ constexpr int kPreFilter[][5] = {
     {},                                                        // 192000 Hz: silence
 };
 
-// What left and right have each of their own.
+// The parts of one side.
 struct channel {
   spectral_band_split* const* split;
   IIR* pre;
   audio_delay* delay;
   dynamic_range_control_t *drc_low, *drc_mid, *drc_high, *drc_full;
   int *sub, *low, *mid, *high, *sum;
-  int nld_gain;
+  int nld_gain_q13;
 };
 
 channel left_of(const speaker_boost_system_t* b) {
@@ -60,7 +60,7 @@ channel right_of(const speaker_boost_system_t* b) {
           b->nld_gain_right};
 }
 
-// Calls use(pointer) with each of the pointers to the controllers, and to the work buffers.
+// Calls use(pointer) with each pointer to a controller, and below, to a work buffer.
 template <typename Use>
 void for_each_controller(speaker_boost_system_t* b, Use use) {
   for (auto* drc : {&b->drc_low_left, &b->drc_mid_left, &b->drc_high_left, &b->drc_low_right,
@@ -200,8 +200,8 @@ void speaker_boost_system_get_nld_param(speaker_boost_system_t* boost, int* coef
 SPEAKER_BOOST_FOR_EACH_ACCESSOR(SPEAKER_BOOST_DEFINE)
 #undef SPEAKER_BOOST_DEFINE
 
-// One channel; samples at input scale on all wires. N is shared: the mean of both channels' sub
-// bands (in mono the one sub band) through the non-linear device and the band-pass.
+// One channel; samples at input scale on all wires. N is common to both: the non-linear device and
+// the band-pass on the mean of both sub bands (in mono, on the one sub band).
 //
 //   in ─► roll-off ─► 250 Hz ─┬─ sub ─► N ─► × nld_gain, Q13 ─► delay ─► + ─► full ─► out
 //                             └─► 950 Hz ─┬─ low ─────► low controller ─► +   controller
@@ -210,7 +210,7 @@ SPEAKER_BOOST_FOR_EACH_ACCESSOR(SPEAKER_BOOST_DEFINE)
 
 namespace {
 
-// In the channel's high band stands what is above the crossovers so far.
+// c.high holds what is above the crossovers so far.
 void split_block(const channel& c, const int* in, int n) {
   iir_block<iir_step_32>(c.pre, in, c.high, n);
   spectral_band_split_block(c.split[0], c.high, c.sub, c.high, n);
@@ -233,15 +233,15 @@ void split_blocks(const channel& left, const int* in_left, const channel& right,
   split(2, left.mid, right.mid);
 }
 
-// N of the sketch: in place.
+// N of the sketch, in place.
 void make_harmonics(const speaker_boost_system_t* boost, int* x, int n) {
   nld_block(boost->nld, x, x, n);
   iir_block<iir_step_32>(boost->nld_band, x, x, n);
 }
 
-// The harmonics take the place of the sub band, and the bands become their sum.
+// c.sum = delayed harmonics + low + mid + high after their controllers; wraps.
 void mix_bands(const channel& c, const int* harmonics, int n) {
-  kernels().scale_q13(harmonics, c.nld_gain, c.sub, n);
+  kernels().scale_q13(harmonics, c.nld_gain_q13, c.sub, n);
   audio_delay_block(c.delay, c.sub, c.sub, n);
   dynamic_range_control_process(c.drc_low, c.low, c.low, n);
   dynamic_range_control_process(c.drc_mid, c.mid, c.mid, n);

@@ -77,9 +77,8 @@ void stereo_widening_system_er_get_damp(stereo_widening_system* system, int* dam
   early_reflector_get_damp(system->reflector, damp);
 }
 
-// Block by block, each stage over the whole block.
-// Work buffers stand between the stages, so that no stage's left output can overwrite its right
-// input when the caller's buffers coincide.
+// Block by block, each stage over the whole block. Work buffers between the stages, so that no
+// stage's left output overwrites its right input when the caller's buffers coincide.
 void stereo_widening_system_process(stereo_widening_system* system, int* in_left, int* in_right,
                                     int* out_left, int* out_right, int n) {
   for_each_block(n, [=](int64_t start, int count) {

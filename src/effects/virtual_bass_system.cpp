@@ -119,12 +119,13 @@ void virtual_bass_system_get_nld_clip_level(virtual_bass_system* bass, int* leve
 
 // Samples at input scale on all wires, gains Q13:
 //
-//   left ──► split ── high ──► all-pass ──► × high_band_gain ───────────────────────► + ──► left
-//              └─ low ──► + >> 1 ─┬─► non-linear device ──► low-pass ──► × nld_gain   ▲
-//              ┌─ low ────┘       │                                      + ◄──┘       │
-//              │                  └─► all-pass ──► × origin_gain ────────┘│           │
-//              │                                                    compressor ───────┤
-//   right ──► split ── high ──► all-pass ──► × high_band_gain ──────────────────────► + ──► right
+//   left ──► split ─┬─ high ─► all-pass ─► × high_band_gain ─► + bass ─► left
+//                   └─ low, see below
+//   right, the same
+//
+//   left low + right low ─► / 2 ─┬─► non-linear device ─► low-pass ─► × nld_gain ──► +
+//                                └─► all-pass ──────────────────────► × origin_gain ► + ─┐
+//                                                                  bass ◄─ compressor ◄──┘
 
 namespace {
 

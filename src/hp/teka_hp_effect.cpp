@@ -26,10 +26,10 @@ constexpr int kCounterSwitch = 4;
 constexpr int kCounterFadeOut = 6;
 
 // The compressor's volume by effect, Q13: leaves headroom for what the effect amplifies.
-constexpr int kGainWidening = 5168;          // -4.0 dB
-constexpr int kGainVirtualBass = 4608;       // -5.0 dB
-constexpr int kGainParametricPreset = 6368;  // -2.2 dB
-constexpr int kGainReverb = 6528;            // -2.0 dB
+constexpr int kVolumeWideningQ13 = 5168;          // -4.0 dB
+constexpr int kVolumeVirtualBassQ13 = 4608;       // -5.0 dB
+constexpr int kVolumeParametricPresetQ13 = 6368;  // -2.2 dB
+constexpr int kVolumeReverbQ13 = 6528;            // -2.0 dB
 
 }  // namespace
 
@@ -154,7 +154,7 @@ int enable_stereo_widening(stereo_widening_system* sws) {
   stereo_widening_system_er_set_wet_gain(sws, 1536);
   stereo_widening_system_er_set_roomsize(sws, 7168);
   stereo_widening_system_er_set_damp(sws, 4096);
-  return kGainWidening;
+  return kVolumeWideningQ13;
 }
 
 int enable_virtual_bass(virtual_bass_system* vbs, int rate) {
@@ -165,7 +165,7 @@ int enable_virtual_bass(virtual_bass_system* vbs, int rate) {
   virtual_bass_system_set_origin_gain(vbs, 6144);
   virtual_bass_system_set_high_band_gain(vbs, 8192);
   virtual_bass_system_set_nld_band_param(vbs, &tuning::kVirtualBassRow[rate][5]);
-  return kGainVirtualBass;
+  return kVolumeVirtualBassQ13;
 }
 
 void load_parametric_equalizer(parameter_equalizer_t* p_eq, int gain_left, int gain_right,
@@ -181,7 +181,7 @@ void load_parametric_equalizer(parameter_equalizer_t* p_eq, int gain_left, int g
 int enable_parametric_preset(parameter_equalizer_t* p_eq, int rate) {
   const auto& preset = tuning::kParametricPreset[rate == SAMPLE_RATE_44100 ? 0 : 1];
   load_parametric_equalizer(p_eq, kOneQ13, kOneQ13, preset, preset);
-  return kGainParametricPreset;
+  return kVolumeParametricPresetQ13;
 }
 
 // words: room size, damp, wet, dry, width, gain.
@@ -195,7 +195,7 @@ int enable_reverb(reverb_t* reverb, const int* words) {
   reverb_setwidth(reverb, words[4]);
   reverb_setgain(reverb, words[5]);
   reverb_update(reverb);
-  return kGainReverb;
+  return kVolumeReverbQ13;
 }
 
 int enable_graphic_equalizer(equalizer_t* eq, int* indices, int rate) {

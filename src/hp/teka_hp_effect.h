@@ -5,8 +5,8 @@
 //      ─► stereo widening or else reverb ─► smart volume ─► compressor ─► smooth volume ─► out
 //
 // A module runs when its status word is not 0; the compressor and the smooth volume always run.
-// sonx_hp_effect.h is for a HAL with interleaved buffers, the functions here for callers with planar
-// data. Samples inside are 24-bit in 32-bit words, gains Q13 (8192 = 1.0).
+// sonx_hp_effect.h is for a HAL with interleaved buffers, the functions here for callers with
+// planar data. Samples inside are 24-bit in 32-bit words, gains Q13 (8192 = 1.0).
 //
 // How a change happens. switch_counter is the state of the sequence; the owner of the chain
 // decrements it after each block while it is not negative (sonx_hp_effect_process does so, the
