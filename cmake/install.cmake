@@ -50,3 +50,25 @@ file(RELATIVE_PATH sonx_prefix_from_pc
 configure_file(cmake/sonx_proc_hal.pc.in ${PROJECT_BINARY_DIR}/sonx_proc_hal.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/sonx_proc_hal.pc
   DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+
+# The rack: a header, a CMake package and a pkg-config file of its own. The static one needs the
+# effects' archive beside it.
+if(TARGET sonx_rack)
+  set(rack_config_dir ${CMAKE_INSTALL_LIBDIR}/cmake/sonx_rack)
+  install(TARGETS sonx_rack sonx_rack_static EXPORT sonx_rack_targets
+    LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
+    ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR})
+  install(FILES rack/include/sonx/rack.h DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/sonx)
+  install(EXPORT sonx_rack_targets NAMESPACE sonx:: DESTINATION ${rack_config_dir})
+  configure_package_config_file(cmake/sonx_rack-config.cmake.in
+    ${PROJECT_BINARY_DIR}/sonx_rack-config.cmake INSTALL_DESTINATION ${rack_config_dir})
+  write_basic_package_version_file(${PROJECT_BINARY_DIR}/sonx_rack-config-version.cmake
+    COMPATIBILITY SameMajorVersion)
+  install(FILES
+    ${PROJECT_BINARY_DIR}/sonx_rack-config.cmake
+    ${PROJECT_BINARY_DIR}/sonx_rack-config-version.cmake
+    DESTINATION ${rack_config_dir})
+  configure_file(cmake/sonx_rack.pc.in ${PROJECT_BINARY_DIR}/sonx_rack.pc @ONLY)
+  install(FILES ${PROJECT_BINARY_DIR}/sonx_rack.pc
+    DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+endif()

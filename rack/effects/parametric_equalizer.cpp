@@ -1,0 +1,205 @@
+// Parametric equalizer: src/effects/parameter_equalizer.h, its sections designed here.
+#include "effects/parameter_equalizer.h"
+
+#include <algorithm>
+#include <array>
+#include <iterator>
+
+#include "biquad_design.h"
+#include "conversions.h"
+#include "effect.h"
+#include "module_state.h"
+#include "parameters.h"
+
+namespace {
+
+constexpr int kSections = 10, kPerSection = 4;
+
+enum { kPreamp, kSeparate, kFirst };
+enum { kType, kFrequency, kGain, kQ };  // of a section
+
+// ---- The catalogue: twenty sections, ten for both channels or the left one, ten for the right one.
+
+struct text {
+  char characters[24];
+};
+
+consteval text compose(const char* before, int number, const char* after) {
+  text result{};
+  char* end = result.characters;
+  const auto append = [&](const char* from) {
+    while (*from != '\0') *end++ = *from++;
+  };
+  append(before);
+  if (number >= 10) *end++ = static_cast<char>('0' + number / 10);
+  *end++ = static_cast<char>('0' + number % 10);
+  append(after);
+  return result;
+}
+
+using texts = std::array<text, 2 * kSections * kPerSection>;
+
+consteval texts compose_all(const char* left, const char* right,
+                            const std::array<const char*, kPerSection>& after) {
+  texts all{};
+  for (int i = 0; i < static_cast<int>(all.size()); ++i) {
+    const int section = i / kPerSection;
+    all[static_cast<size_t>(i)] =
+        compose(section < kSections ? left : right, section % kSections + 1,
+                after[static_cast<size_t>(i % kPerSection)]);
+  }
+  return all;
+}
+
+constexpr texts kIds = compose_all("band", "right", {"_type", "_frequency", "_gain", "_q"});
+constexpr texts kNames = compose_all("Band ", "Right ", {" type", " frequency", " gain", " Q"});
+
+constexpr std::array<const char*, 7> kTypes = {"peak",      "low-shelf", "high-shelf", "low-pass",
+                                               "high-pass", "all-pass",  "off"};
+
+consteval auto make_parameters() {
+  std::array<sonx_parameter, kFirst + 2 * kSections * kPerSection> all{};
+  all[kPreamp] = number("preamp", "Preamp", "dB", {-30, 12, 0},
+                        "Gain ahead of the sections, to make room for what they raise.");
+  all[kSeparate] = toggle("separate", "Right channel separately", false,
+                          "Gives the right channel sections of its own.");
+  double frequency = 31.25;
+  for (size_t i = 0; i < kIds.size(); i += kPerSection) {
+    const auto id = [&](size_t k) { return kIds[i + k].characters; };
+    const auto name = [&](size_t k) { return kNames[i + k].characters; };
+    sonx_parameter* section = &all[kFirst + i];
+    section[kType] = choice(id(kType), name(kType), kTypes, 0, "The section's shape.");
+    section[kFrequency] =
+        ratio(id(kFrequency), name(kFrequency), "Hz",
+              {kBiquadFrequencyMinimum, kBiquadFrequencyMaximum, frequency},
+              "Middle of a peak, an all-pass or a shelf's slope, or corner of a pass.");
+    section[kGain] =
+        number(id(kGain), name(kGain), "dB", {kBiquadGainMinimum, kBiquadGainMaximum, 0},
+               "Gain of a peak or shelf; other shapes have none.");
+    section[kQ] = ratio(id(kQ), name(kQ), "", {kBiquadQMinimum, kBiquadQMaximum, 1},
+                        "How narrow a peak is, how steep a shelf or how sharp a corner.");
+    frequency = i + kPerSection == kIds.size() / 2 ? 31.25 : 2 * frequency;
+  }
+  return all;
+}
+
+constexpr auto kParameters = make_parameters();
+constexpr int kRates[] = {8000, 16000, 32000, 44100, 48000, 96000, 192000};
+
+// ---- Words.
+
+constexpr int kPassThrough = 1 << 28;
+
+using rows = int[kSections][6];
+
+// A channel's sections as the module takes them, those in use first; one that passes its samples
+// through, off or without gain, isn't in use.
+void design(const double* sections, int rate, rows& result) {
+  std::fill_n(&result[0][0], sizeof result / sizeof result[0][0], 0);
+  int used = 0;
+  for (int k = 0; k < kSections; ++k) {
+    const double* s = sections + k * kPerSection;
+    int32_t words[5];
+    design_biquad(static_cast<biquad_type>(nearest(s[kType])), s[kFrequency], s[kGain], s[kQ], rate,
+                  words);
+    if (words[0] == kPassThrough && std::count(words + 1, words + 5, 0) == 4) continue;
+    result[used][0] = 1;
+    std::copy_n(words, 5, result[used] + 1);
+    ++used;
+  }
+}
+
+bool separate(const double* values) { return is_on(values[kSeparate]); }
+
+// The time constant of the slowest section heard, in frames. A section's slower pole decays with
+// Q / (pi f), up to the root of its gain slower for a boosting peak, or 1 / (pi f Q) where Q is
+// small.
+double slowest(const double* values, int rate) {
+  double longest = 0.0;
+  const int sections = separate(values) ? 2 * kSections : kSections;
+  for (int k = 0; k < sections; ++k) {
+    const double* s = values + kFirst + k * kPerSection;
+    if (static_cast<biquad_type>(nearest(s[kType])) == biquad_type::off) continue;
+    const bool flat = nearest(s[kType]) <= static_cast<int>(biquad_type::high_shelf);
+    if (flat && s[kGain] == 0.0) continue;
+    const double q = std::max(s[kQ] * db_to_linear(std::abs(s[kGain]) / 2), 1 / s[kQ]);
+    longest = std::max(longest, q / (3.14 * s[kFrequency]));
+  }
+  return longest * rate;
+}
+
+int times_slowest(const double* values, int rate, double times, int least_ms, int most_ms) {
+  return std::clamp(nearest(times * slowest(values, rate)), frames_of(least_ms, rate),
+                    frames_of(most_ms, rate));
+}
+
+// To 0.1 %, or what is left after a second and a half.
+int warm_up(const double* values, int rate) { return times_slowest(values, rate, 7, 20, 1500); }
+int tail(const double* values, int rate) { return times_slowest(values, rate, 12, 20, 20000); }
+
+// ---- The module; where the right channel has sections of its own, one for each channel, as the
+// module has one set of coefficients.
+//
+//   preamp  0 dB = 8192
+class parametric_equalizer final : public processor {
+ public:
+  explicit parametric_equalizer(int rate) : rate_(rate) {
+    parameter_equalizer_init(&left_);
+    parameter_equalizer_init(&right_);
+  }
+
+  void start(const double* values) noexcept override { set(values); }
+
+  int take_over(const processor& running, const double* values) noexcept override {
+    const auto& from = static_cast<const parametric_equalizer&>(running);
+    set(values);
+    if (from.separate_ != separate_ || from.left_.band_count_left != left_.band_count_left ||
+        from.right_.band_count_left != right_.band_count_left)
+      return -1;
+    copy_state(from.left_, left_);
+    copy_state(from.right_, right_);
+    return times_slowest(values, rate_, 3, 10, 300);
+  }
+
+  void process(int* left, int* right, int n) noexcept override {
+    if (!separate_) return parameter_equalizer_process_stereo(&left_, left, right, left, right, n);
+    parameter_equalizer_process_mono(&left_, left, left, n);
+    parameter_equalizer_process_mono(&right_, right, right, n);
+  }
+
+ private:
+  // Clears the histories.
+  void set(const double* values) {
+    separate_ = separate(values);
+    const int gain = db_to_q13(values[kPreamp]);
+    for (parameter_equalizer_t* equalizer : {&left_, &right_}) {
+      parameter_equalizer_set_gain_left(equalizer, gain);
+      parameter_equalizer_set_gain_right(equalizer, gain);
+    }
+    rows words;
+    design(values + kFirst, rate_, words);
+    parameter_equalizer_setparameter_left(&left_, words);
+    parameter_equalizer_setparameter_right(&left_, words);
+    if (separate_) design(values + kFirst + kSections * kPerSection, rate_, words);
+    parameter_equalizer_setparameter_left(&right_, words);
+  }
+
+  int rate_;
+  bool separate_ = false;
+  parameter_equalizer_t left_, right_;
+};
+
+}  // namespace
+
+extern constinit const effect_definition kParametricEqualizer = {
+    .entry = {"parametric-equalizer", "Parametric equalizer",
+              "Ten sections of any shape, for both channels or for each.", 2, 2, std::size(kRates),
+              kRates, static_cast<int>(kParameters.size()), kParameters.data()},
+    .whole_blocks = false,
+    .fade = kPhaseFade,
+    .latency = no_latency,
+    .warm_up = warm_up,
+    .tail = tail,
+    .make = [](int rate) -> std::unique_ptr<processor> {
+      return std::make_unique<parametric_equalizer>(rate);
+    }};

@@ -1,0 +1,47 @@
+// Reverb: src/effects/reverb.h.
+#include "effects/reverb.h"
+
+#include <algorithm>
+
+#include "conversions.h"
+#include "effect.h"
+#include "module.h"
+#include "module_state.h"
+#include "reverb_words.h"
+
+namespace {
+
+constexpr sonx_parameter kParameters[] = {SONX_REVERB_SETTINGS("", "")};
+constexpr int kRates[] = {44100, 48000, 96000, 192000};
+
+class reverb_processor final : public processor {
+ public:
+  void start(const double* values) noexcept override {
+    reverb_reset(reverb_.get());
+    set_reverb(reverb_.get(), values);
+  }
+  int take_over(const processor& running, const double* values) noexcept override {
+    copy_state(*static_cast<const reverb_processor&>(running).reverb_.get(), *reverb_.get());
+    set_reverb(reverb_.get(), values);
+    return kSettled;
+  }
+  void process(int* left, int* right, int n) noexcept override {
+    reverb_process_stereo_24(reverb_.get(), left, right, left, right, static_cast<unsigned>(n));
+  }
+
+ private:
+  static constexpr int kSettled = 0;  // the tail goes on; only what the loops are fed changes
+  module<reverb_t, reverb_init, reverb_end> reverb_;
+};
+
+}  // namespace
+
+extern constinit const effect_definition kReverb = {
+    .entry = {"reverb", "Reverb", "Puts a room around the music.", 2, 2, std::size(kRates), kRates,
+              std::size(kParameters), kParameters},
+    .whole_blocks = false,
+    .fade = kPhaseFade,
+    .latency = no_latency,
+    .warm_up = reverb_warm_up,
+    .tail = reverb_tail,
+    .make = [](int) -> std::unique_ptr<processor> { return std::make_unique<reverb_processor>(); }};

@@ -1,0 +1,157 @@
+#include "engine.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <thread>
+
+namespace {
+
+constexpr int kInputFade = 20, kExchangeFade = 20;  // ms
+
+void raise_peak(std::atomic<int>& peak, const int* samples, int n) {
+  int largest = 0;
+  for (int i = 0; i < n; ++i) largest = std::max(largest, std::abs(samples[i]));
+  if (largest > peak.load(std::memory_order_relaxed))
+    peak.store(largest, std::memory_order_relaxed);
+}
+
+}  // namespace
+
+sonx_rack::sonx_rack(int rate)
+    : rate_(rate),
+      current_(new row({}, rate)),
+      live_(current_.load()),
+      input_(frames_of(kInputFade, rate)),
+      crossfade_(frames_of(kExchangeFade, rate)) {}
+
+sonx_rack::~sonx_rack() {
+  bury(retired_.load());
+  free_buried();
+  delete incoming_.load();
+  delete next_;
+  delete live_;
+}
+
+// ---- Control threads.
+
+void sonx_rack::load(const rack_settings& settings) {
+  auto loaded = std::make_unique<row>(settings, rate_);
+  const std::lock_guard<std::mutex> lock(loading_);
+  current_.store(loaded.get());
+  row* const unheard = incoming_.exchange(loaded.release(), std::memory_order_acq_rel);
+  if (unheard != nullptr) bury(unheard);
+  row* retired = retired_.exchange(nullptr, std::memory_order_acquire);
+  bury(retired);
+  // Visits are short. A visitor that comes from now on finds the new row.
+  for (int tries = 0; tries < 1000 && visitors_.load() != 0; ++tries) std::this_thread::yield();
+  if (visitors_.load() == 0) free_buried();
+}
+
+// A list of rows that neither the audio thread nor a newcomer can see.
+void sonx_rack::bury(row* first) {
+  while (first != nullptr) {
+    row* const rest = first->next_retired;
+    first->next_retired = buried_;
+    buried_ = first;
+    first = rest;
+  }
+}
+
+void sonx_rack::free_buried() {
+  while (buried_ != nullptr) {
+    row* const rest = buried_->next_retired;
+    delete buried_;
+    buried_ = rest;
+  }
+}
+
+void sonx_rack::take_peaks(int in[2], int out[2]) const {
+  for (int c = 0; c < 2; ++c) {
+    in[c] = peak_in_[c].exchange(0, std::memory_order_relaxed);
+    out[c] = peak_out_[c].exchange(0, std::memory_order_relaxed);
+  }
+}
+
+// ---- The audio thread.
+
+void sonx_rack::retire(row* old) {
+  row* head = retired_.load(std::memory_order_relaxed);
+  do {
+    old->next_retired = head;
+  } while (!retired_.compare_exchange_weak(head, old, std::memory_order_release,
+                                           std::memory_order_relaxed));
+}
+
+// At once: nothing is heard yet.
+void sonx_rack::take_over_incoming() {
+  if (next_ != nullptr) {
+    retire(live_);
+    live_ = next_;
+    next_ = nullptr;
+  }
+  if (row* const incoming = incoming_.exchange(nullptr, std::memory_order_acquire)) {
+    retire(live_);
+    live_ = incoming;
+  }
+  live_->start();
+}
+
+void sonx_rack::reset() {
+  take_over_incoming();
+  fresh_ = true;
+}
+
+void sonx_rack::begin_exchange() {
+  next_ = incoming_.exchange(nullptr, std::memory_order_acquire);
+  if (next_ == nullptr) return;
+  next_->start();
+  to_fill_ = next_->warm_up();
+  input_.jump(false);
+  input_.go(true);
+  crossfade_.jump(false);
+}
+
+// in ─┬─► live row ──────────────► crossfade ─► limit to full scale ─► out
+//     └─► input fade ─► next row ─┘
+void sonx_rack::process(int* const samples[2], int n) {
+  if (fresh_) take_over_incoming();
+  fresh_ = false;
+  for (int c = 0; c < 2; ++c) raise_peak(peak_in_[c], samples[c], n);
+
+  for (int done = 0; done < n;) {
+    if (next_ == nullptr && incoming_.load(std::memory_order_relaxed) != nullptr) begin_exchange();
+    int count = n - done;
+    if (next_ != nullptr) count = std::min(count, to_fill_ > 0 ? to_fill_ : crossfade_.to(true));
+    int* const stretch[2] = {samples[0] + done, samples[1] + done};
+    if (next_ != nullptr) {
+      int* const next[2] = {next_samples_[0], next_samples_[1]};
+      for (int c = 0; c < 2; ++c) std::copy_n(stretch[c], count, next[c]);
+      if (!input_.arrived()) input_.raise(next, count);
+      next_->process(next, count);
+      live_->process(stretch, count);
+      advance_exchange(stretch, next, count);
+    } else {
+      live_->process(stretch, count);
+    }
+    done += count;
+  }
+
+  for (int c = 0; c < 2; ++c) {
+    for (int i = 0; i < n; ++i)
+      samples[c][i] = std::clamp(samples[c][i], -(1 << 23), (1 << 23) - 1);
+    raise_peak(peak_out_[c], samples[c], n);
+  }
+}
+
+void sonx_rack::advance_exchange(int* const samples[2], int* const next[2], int n) {
+  if (to_fill_ > 0) {
+    to_fill_ -= n;
+    return;
+  }
+  crossfade_.go(true);
+  crossfade_.mix(samples, next, samples, n);
+  if (!crossfade_.arrived()) return;
+  retire(live_);
+  live_ = next_;
+  next_ = nullptr;
+}
