@@ -1,5 +1,5 @@
-// Band post-processing of the noise suppressor: estimates for each frame whether a voice is present,
-// and limits sudden peaks of the suppressor's output.
+// Band post-processing of the noise suppressor: estimates for each frame whether a voice is
+// present, and limits sudden peaks of the suppressor's output.
 //
 // Per frame of n samples, in this order:
 //
@@ -65,9 +65,9 @@ struct BPInfo_tag {
 // memory was there.
 SONX_EXPORT BPInfo_tag* BP_ns_init(int rate, int bins);
 
-// Appends the peak of an input frame of n samples, x[0..n), and updates peak_mean (sum / 50, rounded
-// toward zero). The peak is the largest positive sample but for the last one of the frame, at least
-// 1; n < 2 gives 1. The last argument is not used. Returns 0.
+// Appends the peak of an input frame of n samples, x[0..n), and updates peak_mean (sum / 50,
+// rounded toward zero). The peak is the largest positive sample but for the last one of the frame,
+// at least 1; n < 2 gives 1. The last argument is not used. Returns 0.
 SONX_EXPORT int BP_ns_pre(BPInfo_tag* bp, short* x, int n, short* unused);
 
 // Presence of a voice, Q15, from a magnitude spectrum: spectrum[0..bins), the true magnitudes times

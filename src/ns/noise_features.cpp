@@ -97,8 +97,8 @@ void count(NsxInst_t_* ns) {
 // Below, a bin's middle is 2 i + 1, in units of half a bin.
 
 // The likelihood ratio's threshold: 1.2 times its mean within the range, or the upper limit if the
-// ratio hardly fluctuates, as in a window of noise alone. Returns whether it fluctuates: whether its
-// variance, with the mean within the range in place of one of the two means, is at least 0.05.
+// ratio hardly fluctuates, as in a window of noise alone. Returns whether it fluctuates: whether
+// its variance, with the mean within the range in place of one of the two means, is at least 0.05.
 // Frames outside the histogram count as 0.
 bool set_likelihood_threshold(NsxInst_t_* ns) {
   int64_t inside = 0, sum_inside = 0, sum = 0, squares = 0;
