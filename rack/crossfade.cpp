@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdlib>
 
 #include "effect.h"
 
@@ -9,20 +10,10 @@ namespace {
 
 constexpr int kListen = 20;  // ms
 
-constexpr int kLongest = 40;   // ms
-constexpr double kAlike = 0.7;  // cosine from which on signals differ by little but their level
-
-// How long, in ms, signals take whose phases are an angle apart, by its cosine. Halfway, two tones
-// of equal level stand at cos(angle / 2), and the fade adds 2 sin(angle / 2) times its own slope,
-// 1.5 / length, to theirs: short, so that they don't cancel each other for long, but no shorter
-// than keeps the slope of a tone of 50 Hz within 8 % of what it was.
-double fitting_time(double cosine) {
-  if (cosine >= kAlike) return kLongest;
-  constexpr double kSlope = 0.314;  // 2 pi 50 Hz, per ms
-  const double half_cosine = std::sqrt(std::max(1 + cosine, 0.0) / 2);
-  const double half_sine = std::sqrt(std::min(1 - cosine, 2.0) / 2);
-  return 3 * half_sine / (kSlope * (1.08 - half_cosine));
-}
+constexpr double kLongest = 40, kShortest = 6;  // ms
+constexpr double kAlike = 0.7;   // cosine from which on signals differ by little but their level
+constexpr double kLowest = 0.3;  // slope over peak of the lowest tone that counts, 48 Hz, per ms
+constexpr double kSteeper = 1.06;
 
 }  // namespace
 
@@ -47,7 +38,7 @@ void crossfade::go(bool high) {
   wanted_ = to;
   listening_ = begins;
   heard_ = 0;
-  for (auto& energy : energy_) energy = {};
+  for (impression& heard : heard_of_) heard = {};
 }
 
 int crossfade::to_turn() const {
@@ -75,31 +66,43 @@ void crossfade::mix(const int* const low[2], const int* const high[2], int* cons
     done += count;
     if (!listening_ || to_turn() > 0) continue;
     listening_ = false;
-    length_ = fitting_length();
+    length_ = static_cast<int>(
+        std::min(fitting_time(heard_of_[0], rate_), fitting_time(heard_of_[1], rate_)) * rate_ /
+        1000);
     position_ = high_alone ? length_ : 0;
   }
 }
 
 // Of the 26 bits that a sample may have, 20: sums of 20 ms stay far below 63 bits.
 void crossfade::listen(const int* const low[2], const int* const high[2], int start, int n) {
-  for (int c = 0; c < 2; ++c)
+  for (int c = 0; c < 2; ++c) {
+    impression& heard = heard_of_[c];
     for (int i = start; i < start + n; ++i) {
-      const int64_t a = low[c][i] >> 6, b = high[c][i] >> 6;
-      energy_[c].low += a * a;
-      energy_[c].high += b * b;
-      energy_[c].common += a * b;
+      const int a = low[c][i] >> 6, b = high[c][i] >> 6;
+      heard.low += int64_t{a} * a;
+      heard.high += int64_t{b} * b;
+      heard.common += int64_t{a} * b;
+      heard.peak = std::max({heard.peak, std::abs(a), std::abs(b)});
+      if (heard_ + i > start)
+        heard.step =
+            std::max({heard.step, std::abs(a - heard.last_low), std::abs(b - heard.last_high)});
+      heard.last_low = a;
+      heard.last_high = b;
     }
+  }
   heard_ += n;
 }
 
-// By the channel where the angle is the wider one.
-int crossfade::fitting_length() const {
-  double milliseconds = kLongest;
-  for (const auto& energy : energy_) {
-    const double most =
-        std::sqrt(static_cast<double>(energy.low)) * std::sqrt(static_cast<double>(energy.high));
-    if (most == 0.0) continue;
-    milliseconds = std::min(milliseconds, fitting_time(static_cast<double>(energy.common) / most));
-  }
-  return static_cast<int>(milliseconds * rate_ / 1000);
+// In ms. Where two tones of equal level are an angle apart, their mean, halfway, has cos(angle / 2)
+// of the level and the slope, and the fade's own slope, 1.5 / time, adds 2 sin(angle / 2) times the
+// level to it: as short a time as keeps the sum within kSteeper of the slope that was there.
+double crossfade::fitting_time(const impression& heard, int rate) {
+  const double most =
+      std::sqrt(static_cast<double>(heard.low)) * std::sqrt(static_cast<double>(heard.high));
+  const double cosine = most == 0.0 ? 1.0 : static_cast<double>(heard.common) / most;
+  if (cosine >= kAlike) return kLongest;
+  const double half_cosine = std::sqrt(std::max(1 + cosine, 0.0) / 2);
+  const double half_sine = std::sqrt(std::min(1 - cosine, 2.0) / 2);
+  const double slope = std::max(kLowest, heard.step * (rate / 1000.0) / heard.peak);
+  return std::max(3 * half_sine / (slope * (kSteeper - half_cosine)), kShortest);
 }

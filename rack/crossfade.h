@@ -32,7 +32,7 @@ class rise {
 // Goes over from one stereo signal to another, between two ends, low and high. It listens to both
 // for 20 ms first. Signals that are alike but for their level take 40 ms, so that a low tone's
 // slope hardly changes. The more their phases differ, the more they cancel each other while both
-// are heard, and the shorter it is, down to 9 ms.
+// are heard, and the shorter it is, down to 6 ms.
 class crossfade {
  public:
   explicit crossfade(int rate) : rate_(rate) {}
@@ -52,18 +52,23 @@ class crossfade {
  private:
   enum end { low_end, high_end };
 
+  // What has been listened to, of one channel.
+  struct impression {
+    int64_t low = 0, high = 0, common = 0;  // energies
+    int peak = 0, step = 0;                 // of either signal; the step from sample to sample
+    int last_low = 0, last_high = 0;
+  };
+
   bool rests_at(end e) const {
     return wanted_ == e && !listening_ && position_ == (e == high_end ? length_ : 0);
   }
   void listen(const int* const low[2], const int* const high[2], int start, int n);
-  int fitting_length() const;
+  static double fitting_time(const impression& heard, int rate);
 
   int rate_;
   int length_ = 1, position_ = 0;
   end wanted_ = low_end;
   bool listening_ = false;
-  int heard_ = 0;  // frames listened to
-  struct {
-    int64_t low = 0, high = 0, common = 0;
-  } energy_[2];  // over those, by channel
+  int heard_ = 0;           // frames listened to
+  impression heard_of_[2];  // by channel
 };
