@@ -434,4 +434,23 @@ TEST_F(Tool, EveryChainHasAResponseAndSettingsShareAPicture) {
   EXPECT_NE(svg.find("equalizer 0 0 0 0 0 -15"), std::string::npos);
 }
 
+TEST_F(Tool, ThePresetDoesWhatThePageOnTheTuningSaysItWasMeasuredToDo) {
+  const std::string page = read_text(SONX_TUNING_PAGE), command = "sonx response --effect preset";
+  const size_t begin = page.find(command);
+  ASSERT_NE(begin, std::string::npos);
+  const std::string arguments = page.substr(begin + 5, page.find('\n', begin) - begin - 5);
+  for (const std::string rate : {"44100", "48000"}) {
+    ASSERT_EQ(run(arguments + " --rate " + rate), 0) << output_;
+    std::istringstream measured(output_.substr(output_.rfind("dB\n") + 3));
+    const size_t row = page.find("| the effect, measured at " + rate + " Hz |");
+    ASSERT_NE(row, std::string::npos);
+    std::istringstream stated(page.substr(page.find("Hz |", row) + 4));
+    double hertz = 0, left = 0, right = 0, level = 0;
+    int count = 0;
+    for (char bar; measured >> hertz >> left >> right && stated >> level >> bar; ++count)
+      EXPECT_NEAR(left, level, 0.06) << hertz << " Hz at " << rate;
+    EXPECT_EQ(count, 14);
+  }
+}
+
 }  // namespace
