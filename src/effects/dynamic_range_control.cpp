@@ -3,11 +3,11 @@
 #include <algorithm>
 #include <cstdint>
 
-#include "allocation.h"
 #include "dsp/block.h"
 #include "dsp/kernels/audio_delay.h"
 #include "dsp/kernels/kernels.h"
 #include "effects/gain_slew.h"
+#include "effects/memory.h"
 #include "fixed.h"
 
 namespace {
@@ -37,17 +37,19 @@ void dynamic_range_control_init(dynamic_range_control_t* drc, int history_len, i
   clear_followers(drc);
   drc->history_len = history_len;
   drc->frame_len = frame_len;
-  drc->history = allocate<int>(wrap_add(history_len, 1));
-  drc->delay = make<audio_delay>(audio_delay_init, wrap_mul(frame_len, history_len));
+  bool whole = take(drc->history, wrap_add(history_len, 1));
+  whole &= make(drc->delay, audio_delay_init, wrap_mul(frame_len, history_len));
+  if (!whole) dynamic_range_control_end(drc);
 }
 
 void dynamic_range_control_reinit(dynamic_range_control_t* drc, int frame_len) {
   drc->frame_len = frame_len;
-  audio_delay_reinit(drc->delay, wrap_mul(drc->history_len, frame_len));
+  on(drc->delay, audio_delay_reinit, wrap_mul(drc->history_len, frame_len));
 }
 
 void dynamic_range_control_reset(dynamic_range_control_t* drc) {
   clear_followers(drc);
+  if (!has_memory(drc)) return;
   std::fill_n(drc->history, std::max(wrap_add(drc->history_len, 1), 0), 0);
   audio_delay_reset(drc->delay);
 }
@@ -161,6 +163,7 @@ int look_ahead_target_q17(dynamic_range_control_t* drc, int newest) {
 }  // namespace
 
 void dynamic_range_control_process(dynamic_range_control_t* drc, int* in, int* out, int n) {
+  if (!has_memory(drc)) return pass(in, out, n);
   const measurement level = measure(in, n);
   follow(drc->mean_env, level.mean, 4, 5);
   const int gate_target_q17 = q13_to_q17(gate_gain_q13(drc));

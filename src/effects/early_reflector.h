@@ -15,7 +15,7 @@
 //   damp       damping in the combs from 0 to 0.403, 4096 after init
 //
 // The loops have the same lengths at every rate; at 192 kHz the high-pass is silent, and with it
-// the room. Latency: none for the dry sound, 1109 samples to the first echo. Memory: about 50 KB.
+// the room. Latency: none for the dry sound, 1109 samples to the first echo. Memory: 52 KB.
 // After a signal the output settles at a constant between -8 and 0, as the reverb's 24-bit form
 // does.
 #pragma once

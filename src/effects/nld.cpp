@@ -2,11 +2,11 @@
 
 #include <algorithm>
 
-#include "allocation.h"
 #include "dsp/block.h"
 #include "dsp/kernels/kernels.h"
 #include "dsp/kernels/nonlinear.h"
 #include "effects/block_forms.h"
+#include "effects/memory.h"
 #include "fixed.h"
 
 namespace {
@@ -22,8 +22,8 @@ constexpr int kLevelScale = 256;  // sample units per unit of clip_level
 }  // namespace
 
 void NLD_init(NLD* nld) {
-  nld->coefficients = allocate<int>(kPolynomialOrder);
-  std::copy_n(kCoefficients, kPolynomialOrder, nld->coefficients);
+  if (take(nld->coefficients, kPolynomialOrder))
+    std::copy_n(kCoefficients, kPolynomialOrder, nld->coefficients);
   nld->clip_flag = 1;
   NLD_set_clip_level(nld, kClipLevel);
   NLD_reset(nld);
@@ -95,6 +95,7 @@ void clip_process(NLD* nld, int* in, int* out) {
 }
 
 void multiplier_process(NLD* nld, int* in, int* out) {
+  if (!has_memory(nld)) return pass(in, out, 1);
   *out = polynomial_step(nld->coefficients, *in);
 }
 

@@ -3,11 +3,11 @@
 #include <algorithm>
 #include <iterator>
 
-#include "allocation.h"
 #include "dsp/block.h"
 #include "dsp/fixed_math.h"
 #include "dsp/gain_ramp.h"
 #include "dsp/kernels/kernels.h"
+#include "effects/memory.h"
 #include "effects/rates.h"
 #include "fixed.h"
 
@@ -48,18 +48,18 @@ void smart_volume_control_init(smart_volume_control_t* control) {
   control->peak_env = 0;
   std::copy_n(kBandShift, kBands, control->band_shift);
   smart_volume_control_set_level(control, kOneQ13);
-  for (int k = 0; k < kSplits; ++k) {
-    for (IIR** section : {&control->low_pass_left[k], &control->low_pass_right[k]}) {
-      *section = make<IIR>(IIR_init, kLowPass[SAMPLE_RATE_48000][k]);
-    }
-  }
+  bool whole = true;
+  for (int k = 0; k < kSplits; ++k)
+    for (IIR** section : {&control->low_pass_left[k], &control->low_pass_right[k]})
+      whole &= make(*section, IIR_init, kLowPass[SAMPLE_RATE_48000][k]);
+  if (!whole) smart_volume_control_end(control);
 }
 
 void smart_volume_control_reset(smart_volume_control_t* control) {
   control->gain = control->peak_env = control->hold_count = 0;
   control->energy_est = 0;
-  for (IIR* section : control->low_pass_left) IIR_reset(section);
-  for (IIR* section : control->low_pass_right) IIR_reset(section);
+  for (IIR* section : control->low_pass_left) on(section, IIR_reset);
+  for (IIR* section : control->low_pass_right) on(section, IIR_reset);
 }
 
 void smart_volume_control_end(smart_volume_control_t* control) {
@@ -73,8 +73,8 @@ void smart_volume_control_end(smart_volume_control_t* control) {
 void smart_volume_control_set_sample_rate(smart_volume_control_t* control, SampleRateType rate) {
   const auto& sets = kLowPass[rate_row(rate, std::size(kLowPass))];
   for (int k = 0; k < kSplits; ++k) {
-    IIR_reinit(control->low_pass_left[k], sets[k]);
-    IIR_reinit(control->low_pass_right[k], sets[k]);
+    on(control->low_pass_left[k], IIR_reinit, sets[k]);
+    on(control->low_pass_right[k], IIR_reinit, sets[k]);
   }
 }
 
@@ -217,6 +217,7 @@ int block_gain_q13(smart_volume_control_t* control, int64_t loudness) {
 
 void smart_volume_control_process(smart_volume_control_t* control, int* in_left, int* in_right,
                                   int* out_left, int* out_right, int n) {
+  if (!has_memory(control)) return pass(in_left, in_right, out_left, out_right, n);
   follow_peak(control, std::max(block_peak(in_left, n), block_peak(in_right, n)));
   const int64_t loudness = loudest(control, in_left, in_right, n) >> 24;
   const int target_q17 = saturate32(int64_t{block_gain_q13(control, loudness)} * 16);

@@ -2,13 +2,13 @@
 
 #include <algorithm>
 
-#include "allocation.h"
 #include "dsp/block.h"
 #include "dsp/kernels/audio_delay.h"
 #include "dsp/kernels/iir.h"
 #include "dsp/kernels/kernels.h"
 #include "effects/block_forms.h"
 #include "effects/crossover_tables.h"
+#include "effects/memory.h"
 #include "effects/rates.h"
 #include "fixed.h"
 
@@ -87,22 +87,23 @@ void speaker_boost_system_init(speaker_boost_system_t* boost) {
   boost->channel_num = 2;
   boost->history_len = 2;
   boost->frame_len = 60;
+  bool whole = true;
   for (int k = 0; k < kSplits; ++k) {
     const crossover_set& set = kCrossovers[k][SAMPLE_RATE_48000];
     for (auto* split : {&boost->split_left[k], &boost->split_right[k]})
-      *split = make<spectral_band_split>(spectral_band_split_init, set.low, set.high);
+      whole &= make(*split, spectral_band_split_init, set.low, set.high);
   }
-  boost->nld = make<NLD>(NLD_init);
-  boost->nld_band = make<IIR>(IIR_init, kHarmonicBand[SAMPLE_RATE_48000]);
-  boost->pre_left = make<IIR>(IIR_init, kPreFilter[SAMPLE_RATE_48000]);
-  boost->pre_right = make<IIR>(IIR_init, kPreFilter[SAMPLE_RATE_48000]);
-  boost->delay_left = make<audio_delay>(audio_delay_init, look_ahead(boost));
-  boost->delay_right = make<audio_delay>(audio_delay_init, look_ahead(boost));
-  for_each_controller(boost, [=](dynamic_range_control_t*& drc) {
-    drc = make<dynamic_range_control_t>(dynamic_range_control_init, boost->history_len,
-                                        boost->frame_len);
+  whole &= make(boost->nld, NLD_init);
+  whole &= make(boost->nld_band, IIR_init, kHarmonicBand[SAMPLE_RATE_48000]);
+  whole &= make(boost->pre_left, IIR_init, kPreFilter[SAMPLE_RATE_48000]);
+  whole &= make(boost->pre_right, IIR_init, kPreFilter[SAMPLE_RATE_48000]);
+  whole &= make(boost->delay_left, audio_delay_init, look_ahead(boost));
+  whole &= make(boost->delay_right, audio_delay_init, look_ahead(boost));
+  for_each_controller(boost, [&](dynamic_range_control_t*& drc) {
+    whole &= make(drc, dynamic_range_control_init, boost->history_len, boost->frame_len);
   });
-  for_each_buffer(boost, [](int*& buffer) { buffer = allocate<int>(kBlockFrames); });
+  for_each_buffer(boost, [&](int*& buffer) { whole &= take(buffer, kBlockFrames); });
+  if (!whole) speaker_boost_system_end(boost);
 }
 
 void speaker_boost_system_set_sample_rate(speaker_boost_system_t* boost, SampleRateType rate) {
@@ -110,20 +111,21 @@ void speaker_boost_system_set_sample_rate(speaker_boost_system_t* boost, SampleR
   boost->frame_len = frame_length(rate);
   for (int k = 0; k < kSplits; ++k) {
     const crossover_set& set = kCrossovers[k][crossover_row];
-    spectral_band_split_reinit(boost->split_left[k], set.low, set.high);
-    spectral_band_split_reinit(boost->split_right[k], set.low, set.high);
+    on(boost->split_left[k], spectral_band_split_reinit, set.low, set.high);
+    on(boost->split_right[k], spectral_band_split_reinit, set.low, set.high);
   }
-  IIR_reinit(boost->nld_band, kHarmonicBand[row]);
-  IIR_reinit(boost->pre_left, kPreFilter[row]);
-  IIR_reinit(boost->pre_right, kPreFilter[row]);
+  on(boost->nld_band, IIR_reinit, kHarmonicBand[row]);
+  on(boost->pre_left, IIR_reinit, kPreFilter[row]);
+  on(boost->pre_right, IIR_reinit, kPreFilter[row]);
   for_each_controller(boost, [=](dynamic_range_control_t* drc) {
-    dynamic_range_control_reinit(drc, boost->frame_len);
+    on(drc, dynamic_range_control_reinit, boost->frame_len);
   });
-  audio_delay_reinit(boost->delay_left, look_ahead(boost));
-  audio_delay_reinit(boost->delay_right, look_ahead(boost));
+  on(boost->delay_left, audio_delay_reinit, look_ahead(boost));
+  on(boost->delay_right, audio_delay_reinit, look_ahead(boost));
 }
 
 void speaker_boost_system_reset(speaker_boost_system_t* boost) {
+  if (!has_memory(boost)) return;
   for (int k = 0; k < kSplits; ++k) {
     spectral_band_split_reset(boost->split_left[k]);
     spectral_band_split_reset(boost->split_right[k]);
@@ -181,21 +183,21 @@ void speaker_boost_system_get_channel_num(speaker_boost_system_t* boost, int* nu
 }
 
 void speaker_boost_system_set_nld_param(speaker_boost_system_t* boost, int* coefficients) {
-  IIR_set_param(boost->nld_band, coefficients);
+  on(boost->nld_band, IIR_set_param, coefficients);
 }
 void speaker_boost_system_get_nld_param(speaker_boost_system_t* boost, int* coefficients) {
-  IIR_get_param(boost->nld_band, coefficients);
+  on(boost->nld_band, IIR_get_param, coefficients);
 }
 
 // The eighty accessors of the controllers.
 #define SPEAKER_BOOST_DEFINE(controller, parameter)                                           \
   void speaker_boost_system_drc_##controller##_set_##parameter(speaker_boost_system_t* boost, \
                                                                int value) {                   \
-    dynamic_range_control_set_##parameter(boost->drc_##controller, value);                    \
+    on(boost->drc_##controller, dynamic_range_control_set_##parameter, value);                \
   }                                                                                           \
   void speaker_boost_system_drc_##controller##_get_##parameter(speaker_boost_system_t* boost, \
                                                                int* value) {                  \
-    dynamic_range_control_get_##parameter(boost->drc_##controller, value);                    \
+    on(boost->drc_##controller, dynamic_range_control_get_##parameter, value);                \
   }
 SPEAKER_BOOST_FOR_EACH_ACCESSOR(SPEAKER_BOOST_DEFINE)
 #undef SPEAKER_BOOST_DEFINE
@@ -254,6 +256,7 @@ void mix_bands(const channel& c, const int* harmonics, int n) {
 
 void speaker_boost_system_process_stereo(speaker_boost_system_t* boost, int* in_left, int* in_right,
                                          int* out_left, int* out_right, int n) {
+  if (!has_memory(boost)) return pass(in_left, in_right, out_left, out_right, n);
   const channel left = left_of(boost), right = right_of(boost);
   for_each_block_or_empty(n, [&](auto start, int count) {
     int harmonics[kBlockFrames];
@@ -268,6 +271,7 @@ void speaker_boost_system_process_stereo(speaker_boost_system_t* boost, int* in_
 }
 
 void speaker_boost_system_process_mono(speaker_boost_system_t* boost, int* in, int* out, int n) {
+  if (!has_memory(boost)) return pass(in, out, n);
   const channel left = left_of(boost);
   for_each_block_or_empty(n, [&](auto start, int count) {
     split_block(left, in + start, count);

@@ -21,7 +21,7 @@
 // While the chain is off (active_status not 1), audio still passes the smooth volume.
 //
 // Latency: the compressor's look-ahead, 440 frames at 44100 Hz, 480 at 48000, 960 at 96000, 1920 at
-// 192000. Memory: about 215 KB, taken by init. One chain is used from one thread at a time; any
+// 192000. Memory: 210 KB, taken by init. One chain is used from one thread at a time; any
 // function may be called between two process calls.
 #pragma once
 

@@ -37,7 +37,8 @@ void append(short (&history)[length], short newest) {
 }  // namespace
 
 BPInfo_tag* BP_ns_init(int, int bins) {
-  BPInfo_tag* bp = allocate<BPInfo_tag>();
+  auto* bp = allocate<BPInfo_tag>();
+  if (bp == nullptr) return nullptr;
   bp->bins = bins;
   std::copy_n(kTrackerAges, kTrackers, bp->tracker_count);
   return bp;

@@ -65,8 +65,8 @@ int tekaNs_InitCore(NsxInst_t_* ns, unsigned int fs) {
   reset_noise_estimate(ns);
   reset_features(ns);
   ns->band_post = BP_ns_init(static_cast<int>(fs), ns->bins);
-  ns->initialized = 1;
-  return 0;
+  ns->initialized = ns->band_post != nullptr;
+  return ns->initialized ? 0 : -1;
 }
 
 int tekaNs_FreeCore(NsxInst_t_* ns) {
