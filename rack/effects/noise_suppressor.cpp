@@ -9,6 +9,7 @@
 
 #include "conversions.h"
 #include "effect.h"
+#include "ktv/memory.h"
 #include "module_state.h"
 #include "parameters.h"
 #include "spl/by_two.h"
@@ -55,6 +56,7 @@ class suppressor {
  public:
   explicit suppressor(int rate) : converts_(rate != suppressor_rate(rate)) {
     tekaNs_InitCore(&core_, static_cast<unsigned>(suppressor_rate(rate)));
+    if (!has_memory(&core_)) throw std::bad_alloc();
     tekaNs_set_prior_source(&core_, kOwnPrior);
     fresh_band_post_ = *core_.band_post;
     fresh_ = core_;
