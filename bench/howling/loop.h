@@ -32,7 +32,7 @@ inline double unprotected_limit_db(const signal& response) {
   return -20.0 * std::log10(largest);
 }
 
-// A canceller with its lifetime. Only one may live at a time: the analysis is process-wide.
+// A canceller with its lifetime.
 class canceller {
  public:
   canceller() { howling_canceling_init(&record_); }

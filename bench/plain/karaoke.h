@@ -29,20 +29,6 @@ inline void echo(iirecho* e, int* in_left, int* in_right, int* out_left, int* ou
   }
 }
 
-// What happens once in 256 samples has no samples left in it: the module's own parts.
-inline void follow_howls(howlingCancel* c) {
-  int found[kPeaks];
-  fft_int_dowin_process(c->analyser, c->frame, found, 256);
-  if (++c->analyser->frames_heard < 4) return;
-  advance_places(c, found);
-  gather_evidence(c, found);
-  for (howling_suspect& suspect : c->suspects)
-    if (is_howl(c, suspect)) {
-      answer_howl(c, suspect);
-      suspect = {};
-    }
-}
-
 inline void howling(howlingCancel* c, int* in, int* out, int n) {
   int64_t& pending = c->analyser->samples_pending;
   for (int i = 0; i < n; ++i) {
@@ -60,7 +46,7 @@ inline void howling(howlingCancel* c, int* in, int* out, int n) {
     out[i] = x;
     if (++pending < 256) continue;
     pending = 0;
-    follow_howls(c);
+    follow_howls(c);  // no samples left in it
     std::copy_n(c->frame + 128, 128, c->frame);
   }
 }

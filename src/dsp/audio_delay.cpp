@@ -2,13 +2,13 @@
 
 #include <algorithm>
 
-#include "allocation.h"
 #include "dsp/kernels/audio_delay.h"
+#include "dsp/memory.h"
 
 void audio_delay_init(audio_delay* line, int n) {
-  line->buffer = allocate<int>(n);
   line->capacity = line->delay = n;
   line->index = 0;
+  if (!take(line->buffer, n)) audio_delay_end(line);  // a delay of 0 passes samples through
 }
 
 void audio_delay_reinit(audio_delay* line, int n) {
@@ -26,7 +26,9 @@ void audio_delay_end(audio_delay* line) {
   line->capacity = line->delay = line->index = 0;
 }
 
-void audio_delay_set_delay(audio_delay* line, int n) { line->delay = std::min(line->capacity, n); }
+void audio_delay_set_delay(audio_delay* line, int n) {
+  if (has_memory(line)) line->delay = std::min(line->capacity, n);
+}
 void audio_delay_get_delay(audio_delay* line, int* n) { *n = line->delay; }
 
 int audio_delay_process(audio_delay* line, int x) {

@@ -2,12 +2,12 @@
 
 #include <algorithm>
 
-#include "allocation.h"
 #include "dsp/kernels/elliptic.h"
+#include "dsp/memory.h"
 
 void elliptic_init(elliptic* filter, const int* coefficients) {
   filter->coef = coefficients;
-  filter->state = allocate<int>(kEllipticWords);
+  if (!take(filter->state, kEllipticWords)) elliptic_end(filter);
 }
 
 void elliptic_setcoef(elliptic* filter, const int* coefficients) {
@@ -15,7 +15,9 @@ void elliptic_setcoef(elliptic* filter, const int* coefficients) {
   elliptic_resetstate(filter);
 }
 
-void elliptic_resetstate(elliptic* filter) { std::fill_n(filter->state, kEllipticWords, 0); }
+void elliptic_resetstate(elliptic* filter) {
+  if (has_memory(filter)) std::fill_n(filter->state, kEllipticWords, 0);
+}
 
 void elliptic_end(elliptic* filter) {
   release(filter->state);
@@ -23,5 +25,6 @@ void elliptic_end(elliptic* filter) {
 }
 
 void elliptic_process(elliptic* filter, int* in, int* out) {
+  if (!has_memory(filter)) return pass(in, out, 1);
   *out = elliptic_step(filter->coef, filter->state, *in);
 }

@@ -3,10 +3,11 @@
 #include <algorithm>
 #include <array>
 
-#include "allocation.h"
+#include "dsp/fft_frame.h"
 #include "dsp/fft_peaks.h"
 #include "dsp/kernels/fft_stage.h"
 #include "dsp/kernels/kernels.h"
+#include "dsp/memory.h"
 #include "fixed.h"
 
 namespace {
@@ -76,8 +77,8 @@ uint64_t weighted_sum(const uint64_t* p) {
          p[5] / (first + 4) + p[6] / (first + 5) + p[7] / (first + 6);
 }
 
-uint64_t smoothed(int bin, const int* marked) {
-  const uint64_t* history = fft_power_history[bin];
+// Of a bin with this history, newest first.
+uint64_t smoothed_power(int bin, const uint64_t* history, const int* marked) {
   if (bin < 5) return history[0];
   const bool boosted = bin < 18 ? bin == marked[0] || bin == marked[1]
                                 : bin == marked[2] || bin == marked[3] || bin == marked[4];
@@ -85,17 +86,33 @@ uint64_t smoothed(int bin, const int* marked) {
   return boosted ? sum + (sum >> (bin < 9 ? 4 : 3)) : sum;
 }
 
-// Newest powers into the object and the history, smoothed powers into fft_power_current.
-band_totals update_powers(fft_int* fft) {
+// Newest powers into the object and the history, [bin][age], and from there the smoothed ones.
+band_totals update_powers(fft_int* fft, uint64_t (*history)[kHistory], uint64_t* smoothed) {
   band_totals totals = {};
   for (int b = 2; b <= 62; ++b) {
     const uint64_t p = power_of(fft->data[b]);
     fft->power[b] = p;
-    push(fft_power_history[b], p);
-    const uint64_t s = fft_power_current[b] = smoothed(b, fft->marked_bins);
+    push(history[b], p);
+    const uint64_t s = smoothed[b] = smoothed_power(b, history[b], fft->marked_bins);
     if (b >= 5) (b < 18 ? totals.low_5_17 : totals.high_18_62) += s;
   }
   return totals;
+}
+
+// in ──► window ──► transform ──► |X|^2 ──► history ──► smoothing ──► peaks ──► marks, out
+//  24 bit     29 bit        37 bit     bins 2..62   8 frames
+void analyse(fft_int* fft, uint64_t (*history)[kHistory], uint64_t* smoothed, const int* in,
+             int* out, int len) {
+  const int count = std::clamp(len, 0, std::clamp(fft->n, 0, kSize));
+  const bool whole = fft->n == kSize;  // every value goes straight to where reversal would put it
+  for (int i = 0; i < fft->n; ++i) {
+    const size_t to = whole ? kBitReversal[static_cast<size_t>(i)] : static_cast<size_t>(i);
+    fft->data[to] = {i < count ? int64_t{in[i]} * kWindow[i] >> 23 : 0, 0};
+  }
+  whole ? run_stages(fft) : fft_do_process(fft);
+  std::fill_n(fft->peak_power, kPeaks, int64_t{0});
+  const band_totals totals = update_powers(fft, history, smoothed);
+  mark_peaks(fft, smoothed, totals, out);
 }
 
 }  // namespace
@@ -121,15 +138,19 @@ void complex_mul(complex* a, complex* b, complex* out) { *out = multiply_q28(*a,
 
 void complex_swap(complex* a, complex* b) { std::swap(*a, *b); }
 
-void fft_int_init(fft_int* fft, int n) {
+void fft_init_own(fft_int* fft, int n) {
   fft->n = n;
-  // The bit reversal reaches 256 values whatever n is, and the last butterfly half a span beyond n.
-  fft->data = allocate<complex>(std::max(n, kSize) + kSize / 2);
   std::fill_n(fft->peak_power, kPeaks, int64_t{0});
   fft->frames_heard = 0;
   fft->samples_pending = 0;
   std::fill_n(fft->marked_bins, kPeaks, kNoBin);
   std::fill_n(fft->power, kBins, uint64_t{0});
+  // The bit reversal reaches 256 values whatever n is, and the last butterfly half a span beyond n.
+  if (!take(fft->data, int64_t{std::max(n, kSize)} + kSize / 2)) fft_int_end(fft);
+}
+
+void fft_int_init(fft_int* fft, int n) {
+  fft_init_own(fft, n);
   std::fill_n(&fft_power_history[0][0], kBins * kHistory, uint64_t{0});
 }
 
@@ -146,17 +167,13 @@ void fft_do_process(fft_int* fft) {
   run_stages(fft);
 }
 
-// in ──► window ──► transform ──► |X|^2 ──► history ──► smoothing ──► peaks ──► marks, out
-//  24 bit     29 bit        37 bit     bins 2..62   8 frames
+void fft_analyse(fft_int* fft, bin_powers* powers, const int* in, int* out, int len) {
+  analyse(fft, powers->history, powers->smoothed, in, out, len);
+}
+
 void fft_int_dowin_process(fft_int* fft, int* in, int* out, int len) {
-  const int count = std::clamp(len, 0, std::clamp(fft->n, 0, kSize));
-  const bool whole = fft->n == kSize;  // every value goes straight to where reversal would put it
-  for (int i = 0; i < fft->n; ++i) {
-    const size_t to = whole ? kBitReversal[static_cast<size_t>(i)] : static_cast<size_t>(i);
-    fft->data[to] = {i < count ? int64_t{in[i]} * kWindow[i] >> 23 : 0, 0};
-  }
-  whole ? run_stages(fft) : fft_do_process(fft);
-  std::fill_n(fft->peak_power, kPeaks, int64_t{0});
-  const band_totals totals = update_powers(fft);
-  mark_peaks(fft, totals, out);
+  if (has_memory(fft))
+    analyse(fft, fft_power_history, fft_power_current, in, out, len);
+  else if (out != nullptr)
+    std::fill_n(out, kPeaks, 0);
 }

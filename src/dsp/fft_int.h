@@ -11,10 +11,15 @@
 // Scale: a full-scale 24-bit sine on a bin has a power of about 2^31; 1 is 93 dB below that.
 // Frequencies are in bins of 1/256 of the rate at which the frames were sampled.
 //
-// Not re-entrant: history and smoothed powers exist once for the whole process, so only one object
-// may analyse at a time. All arithmetic wraps at 64 bits; samples of 24 bits stay 8 dB below that.
+// Not re-entrant: the history and smoothed powers of this analysis exist once for the whole process,
+// so only one object may analyse at a time. (The howling canceller's analysis has its own.) All
+// arithmetic wraps at 64 bits; samples of 24 bits stay 8 dB below that.
 //
-// Memory: the working buffer, taken by fft_int_init.
+// Memory: the working buffer, taken by fft_int_init: 6 KB. Where memory is short the pointer is null
+// and n 0; such an object transforms nothing, and a frame has no peaks and changes nothing else.
+//
+// `complex` is a name of this interface at global scope. Beside `using namespace std;` and <complex>
+// it has to be written `::complex`.
 #pragma once
 
 #include <stdint.h>
@@ -30,8 +35,8 @@ struct fft_int {
   int n;                  // transform size; only 256 gives a correct transform
   complex* data;          // working buffer, owned: n values (and room for what any n touches)
   int64_t peak_power[5];  // smoothed power of each marked peak with its two neighbours; 0 = no peak
-  int64_t frames_heard;   // howling canceller: frames analysed since its history was last cleared
-  int64_t samples_pending;  // howling canceller: samples gathered toward the next frame
+  int64_t frames_heard;   // for the owner: frames analysed since the history was last cleared
+  int64_t samples_pending;  // for the owner: samples gathered toward the next frame
   int marked_bins[5];       // the peaks: two in the low band, three in the high band, the strongest
                             // first in each; 64 = none
   uint64_t power[64];       // raw power of the latest frame; bins 2..62 are written

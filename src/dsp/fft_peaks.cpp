@@ -15,30 +15,31 @@ constexpr uint64_t kNeighbourRatio = 10;   // peak to its neighbours three bins 
 constexpr uint64_t kAverageFraction = 32;  // peak to the whole spectrum: no less than 1/32 of it
 
 struct spread_spectrum {
+  const uint64_t* smoothed;    // the powers as they came
   uint64_t power[kNoBin + 1];  // bins 0..64; those without power hold the floor
 
   // Each bin with its two neighbours: a tone's three strongest bins, wherever it lies between them.
-  spread_spectrum() {
+  explicit spread_spectrum(const uint64_t* smoothed_powers) : smoothed(smoothed_powers) {
     std::fill_n(power, kNoBin + 1, kFloor);
     for (int b = kFirstBin; b <= kLastBin; ++b) {
-      uint64_t sum = fft_power_current[b];
-      if (b > kFirstBin) sum += fft_power_current[b - 1];
-      if (b < kLastBin) sum += fft_power_current[b + 1];
+      uint64_t sum = smoothed[b];
+      if (b > kFirstBin) sum += smoothed[b - 1];
+      if (b < kLastBin) sum += smoothed[b + 1];
       power[b] = std::max(sum, kFloor);
     }
   }
 };
 
-uint64_t current(int bin) {
-  return std::max(bin < kFirstBin || bin > kLastBin ? 0 : fft_power_current[bin], kFloor);
+uint64_t power_at(const uint64_t* smoothed, int bin) {
+  return std::max(bin < kFirstBin || bin > kLastBin ? 0 : smoothed[bin], kFloor);
 }
 
 // A maximum that stands out from what lies three bins away on both sides, where the window has let
 // a steady tone fall by 36 dB or more.
-bool is_narrow_peak(int b) {
-  const uint64_t p = current(b);
-  return p > current(b - 1) && p >= current(b + 1) &&
-         p / kNeighbourRatio > std::max(current(b - 3), current(b + 3));
+bool is_narrow_peak(const uint64_t* smoothed, int b) {
+  const auto at = [=](int bin) { return power_at(smoothed, bin); };
+  const uint64_t p = at(b);
+  return p > at(b - 1) && p >= at(b + 1) && p / kNeighbourRatio > std::max(at(b - 3), at(b + 3));
 }
 
 // Where the parabola through the three levels around the newest maximum has its vertex: the
@@ -67,7 +68,7 @@ void mark_band(fft_int* fft, const spread_spectrum& spread, uint64_t least, int 
   int64_t* peak_power = fft->peak_power + slot;
   std::fill_n(marked, count, kNoBin);
   for (int b = first; b < end; ++b) {
-    if (spread.power[b] < least || !is_narrow_peak(b)) continue;
+    if (spread.power[b] < least || !is_narrow_peak(spread.smoothed, b)) continue;
     const int64_t power = static_cast<int64_t>(spread.power[b] & INT64_MAX);
     int place = 0;
     while (place < count && peak_power[place] >= power) ++place;
@@ -81,10 +82,11 @@ void mark_band(fft_int* fft, const spread_spectrum& spread, uint64_t least, int 
 
 }  // namespace
 
-// smoothed powers ──► spread over neighbours, floor ──► maxima ──► 2 + 3 strongest ──►
-// interpolation
-void mark_peaks(fft_int* fft, const band_totals& totals, int* frequencies) {
-  const spread_spectrum spread;
+// smoothed ──► spread over neighbours, floor ──► maxima ──► 2 + 3 strongest ──► interpolation
+//  powers                                                        marks           frequencies
+void mark_peaks(fft_int* fft, const uint64_t* smoothed, const band_totals& totals,
+                int* frequencies) {
+  const spread_spectrum spread(smoothed);
   const uint64_t all = totals.low_5_17 + totals.high_18_62;
   const uint64_t least = std::max(kLeastPower, all / kAverageFraction);
   mark_band(fft, spread, least, kLowFirst, kHighFirst, 0, kLowPeaks);

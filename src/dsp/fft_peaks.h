@@ -14,6 +14,8 @@ struct band_totals {
   uint64_t low_5_17, high_18_62;
 };
 
-// Marks up to two peaks in bins 2..17 and three in bins 18..60, sets their powers and writes their
-// interpolated frequencies (1/256 bin, 0 = none) to frequencies unless that is null.
-void mark_peaks(fft_int* fft, const band_totals& totals, int* frequencies);
+// From the 64 smoothed powers marks up to two peaks in bins 2..17 and three in bins 18..60, sets
+// their powers and writes their interpolated frequencies (1/256 bin, 0 = none) to frequencies unless
+// that is null.
+void mark_peaks(fft_int* fft, const uint64_t* smoothed, const band_totals& totals,
+                int* frequencies);

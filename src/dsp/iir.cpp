@@ -2,8 +2,8 @@
 
 #include <algorithm>
 
-#include "allocation.h"
 #include "dsp/kernels/iir.h"
+#include "dsp/memory.h"
 
 namespace {
 
@@ -18,8 +18,9 @@ const int kFilterCoefficients[5] = {1027072, -2054144, 1027072, 2048512, -100172
 
 void IIR_init(void* section, const int* coefficients) {
   IIR* s = section_of(section);
-  s->coef = allocate<int>(kWords);
-  s->state = allocate<int>(kWords);
+  bool whole = take(s->coef, kWords);
+  whole &= take(s->state, kWords);
+  if (!whole) IIR_end(section);
   IIR_set_param(section, coefficients);
 }
 
@@ -28,7 +29,9 @@ void IIR_reinit(void* section, const int* coefficients) {
   IIR_reset(section);
 }
 
-void IIR_reset(void* section) { std::fill_n(section_of(section)->state, kWords, 0); }
+void IIR_reset(void* section) {
+  if (has_memory(section_of(section))) std::fill_n(section_of(section)->state, kWords, 0);
+}
 
 void IIR_end(void* section) {
   release(section_of(section)->coef);
@@ -36,20 +39,22 @@ void IIR_end(void* section) {
 }
 
 void IIR_set_param(void* section, const int* coefficients) {
-  std::copy_n(coefficients, kWords, section_of(section)->coef);
+  if (has_memory(section_of(section))) std::copy_n(coefficients, kWords, section_of(section)->coef);
 }
 
 void IIR_get_param(void* section, int* coefficients) {
-  std::copy_n(section_of(section)->coef, kWords, coefficients);
+  if (has_memory(section_of(section))) std::copy_n(section_of(section)->coef, kWords, coefficients);
 }
 
 void IIR_process_16(void* section, const int16_t* in, int16_t* out) {
+  if (!has_memory(section_of(section))) return pass(in, out, 1);
   iir_registers registers(section_of(section));
   *out = iir_step_16(registers, *in);
   registers.store(section_of(section));
 }
 
 void IIR_process_32(void* section, const int32_t* in, int32_t* out) {
+  if (!has_memory(section_of(section))) return pass(in, out, 1);
   iir_registers registers(section_of(section));
   *out = iir_step_32(registers, *in);
   registers.store(section_of(section));

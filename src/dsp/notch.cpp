@@ -2,8 +2,8 @@
 
 #include <algorithm>
 
-#include "allocation.h"
 #include "dsp/kernels/notch.h"
+#include "dsp/memory.h"
 
 namespace {
 
@@ -14,7 +14,7 @@ constexpr int kWords = 5;
 void notch_init(notch* filter, int radius, int freq) {
   filter->radius = radius;
   filter->freq = freq;
-  filter->state = allocate<int64_t>(kWords);
+  if (!take(filter->state, kWords)) notch_end(filter);
 }
 
 void notch_setcoef(notch* filter, int radius, int freq) {
@@ -25,7 +25,9 @@ void notch_setcoef(notch* filter, int radius, int freq) {
 
 void notch_setfi(notch* filter, int freq) { filter->freq = freq; }
 
-void notch_resetstate(notch* filter) { std::fill_n(filter->state, kWords, int64_t{0}); }
+void notch_resetstate(notch* filter) {
+  if (has_memory(filter)) std::fill_n(filter->state, kWords, int64_t{0});
+}
 
 void notch_end(notch* filter) {
   filter->radius = 0;
@@ -33,4 +35,7 @@ void notch_end(notch* filter) {
   release(filter->state);
 }
 
-void notch_process(notch* filter, int* in, int* out) { notch_block(filter, in, out, 1); }
+void notch_process(notch* filter, int* in, int* out) {
+  if (!has_memory(filter)) return pass(in, out, 1);
+  notch_block(filter, in, out, 1);
+}

@@ -1,11 +1,11 @@
-// The compressor: two dynamic range controls, left and right, that share one volume. Each channel
-// is limited on its own.
+// The compressor: two dynamic range controls, left and right, with one volume. Each channel is
+// limited on its own.
 //
-// It stands at the end of a chain: the volume makes up for what the stages before took or added,
-// and peaks that then exceed the threshold of 30720 (-0.56 dB of 24-bit full scale) are brought
-// 0.28 dB below it before they come out. Make-up beyond about 3 dB, or blocks much shorter than the
-// rate's frame length (256 at 96000 and 192000 Hz), let an onset pass the threshold:
-// dynamic_range_control.h says by how much. The gate closes only on what is as good as silence.
+// It is the last stage of a chain but the volume: its volume compensates for the gain of the stages
+// before it, and peaks that then exceed the threshold of 30720 (-0.56 dB of 24-bit full scale) are
+// brought 0.28 dB below it before they come out. With a make-up volume above about 3 dB, or blocks
+// much shorter than the rate's frame length (256 at 96000 and 192000 Hz), an onset can exceed the
+// threshold: dynamic_range_control.h says by how much. The gate closes only at near-silence.
 //
 // Latency: history_len x the rate's frame length (220, 240, 480 or 960 samples), about 10 ms with a
 // history_len of 2; until a rate is set, history_len x 960. Memory: 2 x history_len x 960 words and
@@ -24,8 +24,8 @@ struct compressor_t {
   dynamic_range_control_t* right;  // owned
 };
 
-// Both channels with threshold 30720, orders 0 and 7, denoise threshold 2 and the volume, at half
-// of which the running gain starts; status 0.
+// Both channels with threshold 30720, orders 0 and 7, denoise threshold 2 and the volume; the
+// running gain starts at half the volume; status 0.
 SONX_EXPORT void compressor_init(compressor_t* compressor, int volume, int history_len);
 
 // Frame length and latency for a rate; clears the delays. Any value beyond the four rates takes
@@ -42,7 +42,7 @@ SONX_EXPORT void compressor_setstatus(compressor_t* compressor, int status);
 SONX_EXPORT void compressor_getstatus(compressor_t* compressor, int* status);
 
 // Make-up volume, Q13, stored as given. The running gain jumps to half of it and recovers. May be
-// called between two process calls; for a change without a dip, fade around it.
+// called between two process calls; call it during a fade to hide the dip.
 SONX_EXPORT void compressor_set_volume(compressor_t* compressor, int volume);
 SONX_EXPORT void compressor_get_volume(compressor_t* compressor, int* volume);
 

@@ -15,7 +15,7 @@ constexpr int kQuiet = 24576;  // block peak that takes the default gain: 0.75 o
 // Fixed gains beyond full scale, the highest level first.
 constexpr struct {
   int above;  // level
-  int gain;   // Q17
+  int gain_q17;
 } kOverload[] = {{90112, 18432}, {65536, 47104}, {32768, 71680}};
 
 }  // namespace
@@ -53,18 +53,18 @@ int find_current_max_bass(int* x, int n) { return kernels().peak(x, n) >> 8; }
 namespace {
 
 // 12288 / p x 15 x 65536 sqrt(2 sqrt(p / 3)) / 2^17 with p = peak / 32768: 0.756 p^-3/4 in Q17.
-// peak is at least 1 and in use between 24577 and 32768, where nothing overflows.
-int levelling_gain(int peak) {
+// Called with peaks of 24577 to 32768, for which nothing overflows; above, the level decides.
+int levelling_gain_q17(int peak) {
   const unsigned int third = static_cast<unsigned int>(int64_t{peak} * 2 / 3);  // Q16
   const unsigned int root = sqrtFxQ16(2 * sqrtFxQ16(third));
   const unsigned int inverse = 402653184u / static_cast<unsigned int>(peak);
   return wrap32(int64_t{inverse} * 15 * root >> 17);
 }
 
-int target_gain(const compressor_bass* compressor, int peak) {
+int target_gain_q17(const compressor_bass* compressor, int peak) {
   for (const auto& overload : kOverload)
-    if (compressor->level > overload.above) return overload.gain;
-  return peak <= kQuiet ? compressor->default_gain : levelling_gain(peak);
+    if (compressor->level > overload.above) return overload.gain_q17;
+  return peak <= kQuiet ? compressor->default_gain : levelling_gain_q17(peak);
 }
 
 }  // namespace
@@ -74,10 +74,10 @@ void compressor_bass_process(compressor_bass* compressor, int* in, int* out, int
   int& level = compressor->level;
   level = level < peak ? peak : wrap_sub(level, wrap_sub(level, peak) >> 5);
 
-  const int target = target_gain(compressor, peak);
+  const int target_q17 = target_gain_q17(compressor, peak);
   for_each_block(n, [=](int64_t start, int count) {
-    int gains[kBlockFrames];
-    compressor->gain = gain_ramp_block<7, 9>(compressor->gain, target, gains, count);
-    kernels().scale_each_to_silence_q17(in + start, gains, out + start, count);
+    int gains_q17[kBlockFrames];
+    compressor->gain = gain_ramp_block<7, 9>(compressor->gain, target_q17, gains_q17, count);
+    kernels().scale_each_to_silence_q17(in + start, gains_q17, out + start, count);
   });
 }

@@ -1,5 +1,5 @@
-// Bass compressor: levels out a bass signal before it is added to the rest, so that strong bass
-// neither overdrives what follows nor pumps.
+// Bass compressor: levels a bass signal before it is added to the rest, so that strong bass neither
+// overdrives the next stages nor pumps.
 //
 // Each process call is one block: its peak sets a target gain, which the samples approach, 1/128 of
 // the distance per sample downwards, 1/512 upwards. Cutting a stream differently gives a different,
@@ -12,11 +12,11 @@
 //   level above 65536            0.359
 //   level above 90112            0.141
 //
-// The lowest row that applies wins, an overloaded level before a quiet block. The gain, in its
-// units of 2^-17, stops up to 511 short of a target above it and up to 127 over a target below it:
-// quiet bass comes out up to 0.03 dB softer.
+// The lowest row that applies counts, so a level above 32768 precedes a quiet block's peak. The
+// gain (Q17) stops up to 511 steps below a target that it rises to, and up to 127 above one that it
+// falls to: quiet bass comes out up to 0.03 dB softer.
 //
-// level follows the peak, at once upwards, by 1/32 of the distance per block downwards; so after
+// level follows the peak, upwards at once, downwards by 1/32 of the distance per block; so after
 // bass beyond full scale the gain stays low for some blocks. The gain starts at 0: after init or
 // reset the bass fades in over some thousand samples.
 //
@@ -43,11 +43,12 @@ SONX_EXPORT void compressor_bass_reset(compressor_bass* compressor);
 // As init, but status 0. There is nothing to free.
 SONX_EXPORT void compressor_bass_end(compressor_bass* compressor);
 
+// The owner's enable word. "compresso_bassr" is the interface's own spelling.
 SONX_EXPORT void compressor_bass_setstatus(compressor_bass* compressor, int status);
 SONX_EXPORT void compresso_bassr_getstatus(compressor_bass* compressor, int* status);
 
-// The largest |x| >> 8 over n samples, 0 to 8388607; n < 1 gives 0. -2147483648 has no positive
-// counterpart, stays negative and so is never the largest.
+// The largest |x| >> 8 over x[0..n), 0 to 8388607; n < 1 gives 0. -2147483648, whose magnitude
+// doesn't fit, is passed over.
 SONX_EXPORT int find_current_max_bass(int* x, int n);
 
 // One block of any length, measured as a whole; in and out may be the same buffer. Outputs saturate

@@ -2,10 +2,10 @@
 
 #include <algorithm>
 
-#include "allocation.h"
 #include "dsp/block.h"
 #include "dsp/kernels/audio_delay.h"
 #include "dsp/kernels/kernels.h"
+#include "effects/memory.h"
 #include "effects/rates.h"
 #include "effects/stereo_widening_tables.h"
 
@@ -17,26 +17,28 @@ constexpr int kCapacity = 95;
 }  // namespace
 
 void crossfeed_network_init(crossfeed_network* network) {
-  network->allpass_left = make<IIR>(IIR_init, kCrossfeedAllpass[SAMPLE_RATE_48000]);
-  network->allpass_right = make<IIR>(IIR_init, kCrossfeedAllpass[SAMPLE_RATE_48000]);
-  network->lowpass_left = make<IIR>(IIR_init, kCrossfeedLowpass[SAMPLE_RATE_48000]);
-  network->lowpass_right = make<IIR>(IIR_init, kCrossfeedLowpass[SAMPLE_RATE_48000]);
-  network->highpass_left = make<IIR>(IIR_init, kCrossfeedHighpass[SAMPLE_RATE_48000]);
-  network->highpass_right = make<IIR>(IIR_init, kCrossfeedHighpass[SAMPLE_RATE_48000]);
-  network->delay_left = make<audio_delay>(audio_delay_init, kCapacity);
-  network->delay_right = make<audio_delay>(audio_delay_init, kCapacity);
   network->gain = 4096;
+  bool whole = true;
+  whole &= make(network->allpass_left, IIR_init, kCrossfeedAllpass[SAMPLE_RATE_48000]);
+  whole &= make(network->allpass_right, IIR_init, kCrossfeedAllpass[SAMPLE_RATE_48000]);
+  whole &= make(network->lowpass_left, IIR_init, kCrossfeedLowpass[SAMPLE_RATE_48000]);
+  whole &= make(network->lowpass_right, IIR_init, kCrossfeedLowpass[SAMPLE_RATE_48000]);
+  whole &= make(network->highpass_left, IIR_init, kCrossfeedHighpass[SAMPLE_RATE_48000]);
+  whole &= make(network->highpass_right, IIR_init, kCrossfeedHighpass[SAMPLE_RATE_48000]);
+  whole &= make(network->delay_left, audio_delay_init, kCapacity);
+  whole &= make(network->delay_right, audio_delay_init, kCapacity);
+  if (!whole) crossfeed_network_end(network);
 }
 
 void crossfeed_network_reset(crossfeed_network* network) {
-  IIR_reset(network->allpass_left);
-  IIR_reset(network->allpass_right);
-  IIR_reset(network->lowpass_left);
-  IIR_reset(network->lowpass_right);
-  IIR_reset(network->highpass_left);
-  IIR_reset(network->highpass_right);
-  audio_delay_reset(network->delay_left);
-  audio_delay_reset(network->delay_right);
+  on(network->allpass_left, IIR_reset);
+  on(network->allpass_right, IIR_reset);
+  on(network->lowpass_left, IIR_reset);
+  on(network->lowpass_right, IIR_reset);
+  on(network->highpass_left, IIR_reset);
+  on(network->highpass_right, IIR_reset);
+  on(network->delay_left, audio_delay_reset);
+  on(network->delay_right, audio_delay_reset);
 }
 
 void crossfeed_network_end(crossfeed_network* network) {
@@ -53,14 +55,14 @@ void crossfeed_network_end(crossfeed_network* network) {
 
 void crossfeed_network_set_sample_rate(crossfeed_network* network, SampleRateType rate) {
   const int row = rate_row(rate);
-  IIR_reinit(network->allpass_left, kCrossfeedAllpass[row]);
-  IIR_reinit(network->allpass_right, kCrossfeedAllpass[row]);
-  IIR_reinit(network->lowpass_left, kCrossfeedLowpass[row]);
-  IIR_reinit(network->lowpass_right, kCrossfeedLowpass[row]);
-  IIR_reinit(network->highpass_left, kCrossfeedHighpass[row]);
-  IIR_reinit(network->highpass_right, kCrossfeedHighpass[row]);
-  audio_delay_reinit(network->delay_left, kDelay[row]);
-  audio_delay_reinit(network->delay_right, kDelay[row]);
+  on(network->allpass_left, IIR_reinit, kCrossfeedAllpass[row]);
+  on(network->allpass_right, IIR_reinit, kCrossfeedAllpass[row]);
+  on(network->lowpass_left, IIR_reinit, kCrossfeedLowpass[row]);
+  on(network->lowpass_right, IIR_reinit, kCrossfeedLowpass[row]);
+  on(network->highpass_left, IIR_reinit, kCrossfeedHighpass[row]);
+  on(network->highpass_right, IIR_reinit, kCrossfeedHighpass[row]);
+  on(network->delay_left, audio_delay_reinit, kDelay[row]);
+  on(network->delay_right, audio_delay_reinit, kDelay[row]);
 }
 
 void crossfeed_network_set_gain(crossfeed_network* network, int gain) { network->gain = gain; }
@@ -68,10 +70,11 @@ void crossfeed_network_get_gain(crossfeed_network* network, int* gain) { *gain =
 
 namespace {
 
-// direct + other x gain + own highs x gain / 4, summed and saturated left to right, into out.
-inline void mix(const int* direct, int* other, int* high, int gain, int* out, int n) {
-  kernels().scale_q13(other, gain, other, n);
-  kernels().scale_q15(high, gain, high, n);
+// out = direct + other x gain + high x gain / 4; products saturate, and so does each sum, from left
+// to right. A gain in Q13 is a quarter of itself in Q15.
+inline void mix(const int* direct, int* other, int* high, int gain_q13, int* out, int n) {
+  kernels().scale_q13(other, gain_q13, other, n);
+  kernels().scale_q15(high, gain_q13, high, n);
   kernels().add(direct, other, out, n);
   kernels().add(out, high, out, n);
 }
@@ -79,9 +82,10 @@ inline void mix(const int* direct, int* other, int* high, int gain, int* out, in
 // One block of at most kBlockFrames frames, 24-bit samples throughout. The inputs are read before
 // the outputs are written.
 //
-//   x ─┬─► all-pass ───────────────────────────► + ─► + ─► out      y: the other channel
-//      └─► high-pass ─► × gain / 4 ──────────────│────┘
-//   y ───► delay ─► low-pass ─► × gain ──────────┘         gain Q13
+//   x ─┬─► all-pass ───────────────────► + ─► + ─► out      y: the other channel
+//      │                                 ▲    ▲             gain Q13
+//      └─► high-pass ─► × gain / 4 ──────│────┘
+//   y ───► delay ─► low-pass ─► × gain ──┘
 inline void process(crossfeed_network* network, const int* in_left, const int* in_right,
                     int* out_left, int* out_right, int n) {
   int direct_left[kBlockFrames], high_left[kBlockFrames], from_left[kBlockFrames];
@@ -105,11 +109,13 @@ inline void process(crossfeed_network* network, const int* in_left, const int* i
 
 void crossfeed_network_process_32(crossfeed_network* network, int* in_left, int* in_right,
                                   int* out_left, int* out_right) {
+  if (!has_memory(network)) return pass(in_left, in_right, out_left, out_right, 1);
   process(network, in_left, in_right, out_left, out_right, 1);
 }
 
 void crossfeed_network_process_block(crossfeed_network* network, int* in_left, int* in_right,
                                      int* out_left, int* out_right, int n) {
+  if (!has_memory(network)) return pass(in_left, in_right, out_left, out_right, n);
   for_each_block(n, [=](int64_t start, int count) {
     process(network, in_left + start, in_right + start, out_left + start, out_right + start, count);
   });

@@ -1,17 +1,17 @@
 // Crossfeed network: the second stage of the stereo widening. With loudspeakers each ear also hears
-// the far speaker, a little later and without the highs, which the head shades; headphones lack
-// that. This stage gives it back:
+// the far speaker, a little later and with fewer highs, because of the head; headphones lack that.
+// This stage adds it:
 //
-//   left  ──┬─► all-pass 500 Hz ───────────────► + ──► left
-//           ├─► high-pass 1500 Hz × gain / 4 ──► +
-//           └─► delay ──► low-pass 1500 Hz × gain ─────► + to the right output
-//   right, the same; its delayed lows go to the left output
+//   left ─┬─► all-pass 500 Hz ───────────────────► + ──► left
+//         ├─► high-pass 1500 Hz ─► × gain / 4 ───► +
+//         └─► delay ─► low-pass 1500 Hz ─► × gain ─► to the right output's sum
+//   right, the same; its delayed lows go to the left output's sum
 //
 // The all-pass (Q 2.5) shifts the direct sound's phase around 500 Hz, low- and high-pass are
-// Butterworth filters with the same poles; the high-pass makes up for the highs that the crossfed
-// sound lacks. Delay by rate: 23, 23, 47, 95 samples at 44100, 48000, 96000, 192000 Hz, half a
-// millisecond: what a sound from some 60 degrees to the side takes longer to the far ear
-// (J. Blauert, "Spatial Hearing", MIT Press 1997; B. B. Bauer, "Stereophonic Earphones and Binaural
+// Butterworth filters with the same poles; the high-pass compensates for the highs that the
+// crossfed sound lacks. Delay by rate: 23, 23, 47, 95 samples at 44100, 48000, 96000, 192000 Hz,
+// half a millisecond: the interaural delay of a sound from some 60 degrees to the side (J. Blauert,
+// "Spatial Hearing", MIT Press 1997; B. B. Bauer, "Stereophonic Earphones and Binaural
 // Loudspeakers", J. Audio Eng. Soc. 9(2), 1961).
 //
 // Gain is Q13, 8192 = 1.0: 0 passes each channel through its all-pass alone, 4096 is the setting
@@ -36,7 +36,7 @@ struct crossfeed_network {
   int gain;  // Q13
 };
 
-// Takes the memory; filters for 48000 Hz, gain 4096, history clear. Both delays stand at 95 samples
+// Takes the memory; filters for 48000 Hz, gain 4096, history clear. Both delays are 95 samples
 // until the first crossfeed_network_set_sample_rate.
 SONX_EXPORT void crossfeed_network_init(crossfeed_network* network);
 
@@ -47,11 +47,11 @@ SONX_EXPORT void crossfeed_network_reset(crossfeed_network* network);
 SONX_EXPORT void crossfeed_network_end(crossfeed_network* network);
 
 // Coefficients and delays for a rate; filter history and the active part of the delay lines are
-// cleared, the lines' positions stay, so that the first round after a change to a shorter delay may
-// be off. A value outside 0..3 counts as 48000 Hz.
+// cleared, the lines' positions stay, so that the first pass through a delay that has become
+// shorter may have a wrong length. A value outside 0..3 counts as 48000 Hz.
 SONX_EXPORT void crossfeed_network_set_sample_rate(crossfeed_network* network, SampleRateType rate);
 
-// Q13, any value, at the next sample.
+// Q13, any value; takes effect at the next sample.
 SONX_EXPORT void crossfeed_network_set_gain(crossfeed_network* network, int gain);
 SONX_EXPORT void crossfeed_network_get_gain(crossfeed_network* network, int* gain);
 

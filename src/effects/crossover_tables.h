@@ -1,7 +1,6 @@
 // Crossovers of fourth order as Linkwitz-Riley pairs: each band is two identical Butterworth
-// sections in a row, so that both bands are 6 dB down at the corner and add up to an all-pass. S.
-// H. Linkwitz, "Active Crossover Networks for Noncoincident Drivers", J. Audio Eng. Soc. 24(1),
-// 1976.
+// sections in series, so that both bands are 6 dB down at the corner and add up to an all-pass
+// (spectral_band_split.h has the source).
 //
 // A row holds one section of each band, Q28 in the order b0, b1, b2, -a1, -a2; both share their
 // poles. The rows are given data; they agree with the bilinear transform of the analogue section,

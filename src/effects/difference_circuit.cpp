@@ -2,9 +2,9 @@
 
 #include <iterator>
 
-#include "allocation.h"
 #include "dsp/block.h"
 #include "dsp/kernels/kernels.h"
+#include "effects/memory.h"
 #include "effects/rates.h"
 #include "effects/stereo_widening_tables.h"
 #include "fixed.h"
@@ -13,19 +13,21 @@ namespace {
 
 constexpr int kSections = static_cast<int>(std::size(kDifferenceCircuit));
 
-// Places in the record.
+// Indices of circuit->section; 6 is not run.
 enum { kAllpassLeft = 0, kAllpassRight = 3, kSideLow = 7, kSideHigh, kMidBand, kMidLow };
 
 }  // namespace
 
 void difference_circuit_init(difference_circuit* circuit) {
-  for (int k = 0; k < kSections; ++k)
-    circuit->section[k] = make<IIR>(IIR_init, kDifferenceCircuit[k][SAMPLE_RATE_48000]);
   circuit->side_gain = 4096;
+  bool whole = true;
+  for (int k = 0; k < kSections; ++k)
+    whole &= make(circuit->section[k], IIR_init, kDifferenceCircuit[k][SAMPLE_RATE_48000]);
+  if (!whole) difference_circuit_end(circuit);
 }
 
 void difference_circuit_reset(difference_circuit* circuit) {
-  for (IIR* section : circuit->section) IIR_reset(section);
+  for (IIR* section : circuit->section) on(section, IIR_reset);
 }
 
 void difference_circuit_end(difference_circuit* circuit) {
@@ -35,7 +37,7 @@ void difference_circuit_end(difference_circuit* circuit) {
 
 void difference_circuit_set_sample_rate(difference_circuit* circuit, SampleRateType rate) {
   for (int k = 0; k < kSections; ++k)
-    IIR_reinit(circuit->section[k], kDifferenceCircuit[k][rate_row(rate)]);
+    on(circuit->section[k], IIR_reinit, kDifferenceCircuit[k][rate_row(rate)]);
 }
 
 void difference_circuit_set_side_gain(difference_circuit* circuit, int gain) {
@@ -58,12 +60,16 @@ inline int widened(int d, int high, int low) {
 // One block of at most kBlockFrames frames, 24-bit samples throughout. The inputs are read before
 // the outputs are written.
 //
-//   left  ──► all-passes ──► a ──┬─ + ─► s ──┬─► band-pass / 4 ─► + ─► / 2 ─► mid
-//                                │  ▲        ├─► low-pass ──────► +
-//                                │  │        └──────────────────► +
-//                                │  │  ┌─► high-pass ───────► +
-//                                ▼  │  ├─► low-pass x 1.5 ──► + ─► × side gain ─► side
-//   right ──► all-passes ──► b ─ − ─┴──┴─► d / 2 ───────────► +       Q13
+//   left  ─► 3 all-passes ─► a       s = a + b       left  = mid + a / 4 + side
+//   right ─► 3 all-passes ─► b       d = a - b       right = mid + b / 4 - side
+//
+//   s ─┬─────────────────────► + ─► / 2 ─► mid
+//      ├─► band-pass ─► / 4 ─► +
+//      └─► low-pass ─────────► +
+//
+//   d ─┬─► / 2 ────────────────► + ─► × side gain ─► side
+//      ├─► low-pass ─► × 1.5 ──► +      Q13
+//      └─► high-pass ──────────► +
 inline void process(difference_circuit* circuit, const int* in_left, const int* in_right,
                     int* out_left, int* out_right, int n) {
   int a[kBlockFrames], b[kBlockFrames], s[kBlockFrames], d[kBlockFrames];
@@ -98,11 +104,13 @@ inline void process(difference_circuit* circuit, const int* in_left, const int* 
 
 void difference_circuit_process_32(difference_circuit* circuit, int* in_left, int* in_right,
                                    int* out_left, int* out_right) {
+  if (!has_memory(circuit)) return pass(in_left, in_right, out_left, out_right, 1);
   process(circuit, in_left, in_right, out_left, out_right, 1);
 }
 
 void difference_circuit_process_block(difference_circuit* circuit, int* in_left, int* in_right,
                                       int* out_left, int* out_right, int n) {
+  if (!has_memory(circuit)) return pass(in_left, in_right, out_left, out_right, n);
   for_each_block(n, [=](int64_t start, int count) {
     process(circuit, in_left + start, in_right + start, out_left + start, out_right + start, count);
   });

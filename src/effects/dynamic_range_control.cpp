@@ -3,24 +3,24 @@
 #include <algorithm>
 #include <cstdint>
 
-#include "allocation.h"
 #include "dsp/block.h"
 #include "dsp/kernels/audio_delay.h"
 #include "dsp/kernels/kernels.h"
 #include "effects/gain_slew.h"
+#include "effects/memory.h"
 #include "fixed.h"
 
 namespace {
 
-constexpr int kHeadroom = 7936;    // 0.96875 in Q13
-constexpr int kGateFloor = 1536;   // 0.1875 in Q13
-constexpr int kGateStart = 8192;   // Q17: far down, opens through the slew
-constexpr int kMeanStart = 32767;  // sample units: the gate starts on the open side
+constexpr int kHeadroomQ13 = 7936;   // 0.96875
+constexpr int kGateFloorQ13 = 1536;  // 0.1875
+constexpr int kGateStartQ17 = 8192;  // nearly closed, opens through the slew
+constexpr int kMeanStart = 32767;    // sample units: above the threshold, so that the gate opens
 constexpr int kMinDenoiseThreshold = 2;
 
 void clear_followers(dynamic_range_control_t* drc) {
   drc->peak_env = 0;
-  drc->denoise_gain = kGateStart;
+  drc->denoise_gain = kGateStartQ17;
   drc->mean_env = kMeanStart;
   std::fill_n(drc->recent_targets, 3, 0);
 }
@@ -37,17 +37,19 @@ void dynamic_range_control_init(dynamic_range_control_t* drc, int history_len, i
   clear_followers(drc);
   drc->history_len = history_len;
   drc->frame_len = frame_len;
-  drc->history = allocate<int>(wrap_add(history_len, 1));
-  drc->delay = make<audio_delay>(audio_delay_init, wrap_mul(frame_len, history_len));
+  bool whole = take(drc->history, wrap_add(history_len, 1));
+  whole &= make(drc->delay, audio_delay_init, wrap_mul(frame_len, history_len));
+  if (!whole) dynamic_range_control_end(drc);
 }
 
 void dynamic_range_control_reinit(dynamic_range_control_t* drc, int frame_len) {
   drc->frame_len = frame_len;
-  audio_delay_reinit(drc->delay, wrap_mul(drc->history_len, frame_len));
+  on(drc->delay, audio_delay_reinit, wrap_mul(drc->history_len, frame_len));
 }
 
 void dynamic_range_control_reset(dynamic_range_control_t* drc) {
   clear_followers(drc);
+  if (!has_memory(drc)) return;
   std::fill_n(drc->history, std::max(wrap_add(drc->history_len, 1), 0), 0);
   audio_delay_reset(drc->delay);
 }
@@ -121,30 +123,31 @@ void follow(int& follower, int level, int rise_order, int fall_order) {
   follower = wrap_add(follower, shift_right(distance, distance > 0 ? rise_order : fall_order));
 }
 
-// The gate's gain, Q13: proportional to the mean below the threshold, not below the floor. The
-// product keeps its low 32 bits.
-int gate_gain(const dynamic_range_control_t* drc) {
+// The gate's gain, Q13: below the threshold proportional to the mean, at least the floor. The
+// product wraps.
+int gate_gain_q13(const dynamic_range_control_t* drc) {
   if (drc->mean_env >= drc->denoise_threshold) return kOneQ13;
-  return std::max(wrap_div(wrap_mul(drc->mean_env, kOneQ13), drc->denoise_threshold), kGateFloor);
+  return std::max(wrap_div(wrap_mul(drc->mean_env, kOneQ13), drc->denoise_threshold),
+                  kGateFloorQ13);
 }
 
-// The block's target gain, Q13.
-int block_target(dynamic_range_control_t* drc) {
+// The block's target gain, Q13. Limiting also sets the followed peak to the threshold.
+int block_target_q13(dynamic_range_control_t* drc) {
   if (drc->peak_env > drc->threshold) {
-    const int64_t limit =  // Q13: brings the followed peak to the threshold
-        wrap_div64(int64_t{drc->threshold} * drc->volume, drc->peak_env);
+    // Brings the followed peak to the threshold.
+    const int64_t limit_q13 = wrap_div64(int64_t{drc->threshold} * drc->volume, drc->peak_env);
     drc->peak_env = drc->threshold;
-    return wrap32(wrap_mul64(limit, kHeadroom) >> 13);
+    return wrap32(wrap_mul64(limit_q13, kHeadroomQ13) >> 13);
   }
-  const int present = drc->gain >> 4;  // Q17 to Q13
-  if (drc->volume <= present) return drc->volume;
-  return present + (wrap_sub(drc->volume, present) >> 1);  // upwards by halves
+  const int gain_q13 = drc->gain >> 4;
+  if (drc->volume <= gain_q13) return drc->volume;
+  return gain_q13 + (wrap_sub(drc->volume, gain_q13) >> 1);  // upwards by half the distance
 }
 
-int q13_to_q17(int gain) { return saturate32(int64_t{gain} * 16); }
+int q13_to_q17(int gain_q13) { return saturate32(int64_t{gain_q13} * 16); }
 
 // Stores the newest target and returns the smallest of those that the look-ahead covers.
-int look_ahead_target(dynamic_range_control_t* drc, int newest) {
+int look_ahead_target_q17(dynamic_range_control_t* drc, int newest) {
   int* recent = drc->recent_targets;
   recent[2] = newest;
   std::copy_n(recent + 1, 2, recent);
@@ -160,23 +163,23 @@ int look_ahead_target(dynamic_range_control_t* drc, int newest) {
 }  // namespace
 
 void dynamic_range_control_process(dynamic_range_control_t* drc, int* in, int* out, int n) {
+  if (!has_memory(drc)) return pass(in, out, n);
   const measurement level = measure(in, n);
   follow(drc->mean_env, level.mean, 4, 5);
-  const int gate_target = q13_to_q17(gate_gain(drc));
+  const int gate_target_q17 = q13_to_q17(gate_gain_q13(drc));
   follow(drc->peak_env, saturate32((int64_t{level.peak} * drc->volume) >> 13), drc->attact_order,
          drc->release_order);
-  const int target = look_ahead_target(drc, q13_to_q17(block_target(drc)));
+  const int target_q17 = look_ahead_target_q17(drc, q13_to_q17(block_target_q13(drc)));
 
-  int gain = drc->gain, gate = drc->denoise_gain;
+  int gain_q17 = drc->gain, gate_q17 = drc->denoise_gain;
   for_each_block(n, [&](int start, int count) {
-    int gains[kBlockFrames], gates[kBlockFrames];
-    slew_block(gain, target, gate, gate_target, gains, gates, count);
+    int gains_q17[kBlockFrames], gates_q17[kBlockFrames];
+    slew_block(gain_q17, target_q17, gate_q17, gate_target_q17, gains_q17, gates_q17, count);
     audio_delay_block(drc->delay, in + start, out + start, count);
-    // An open gate leaves the gain as it is.
-    kernels().scale_twice_to_silence_q17(out + start, gains, gates, out + start, count);
+    kernels().scale_twice_to_silence_q17(out + start, gains_q17, gates_q17, out + start, count);
   });
-  drc->gain = gain;
-  drc->denoise_gain = gate;
+  drc->gain = gain_q17;
+  drc->denoise_gain = gate_q17;
 }
 
 int find_current_max_drc(int* x, int* mean, int n) {

@@ -4,21 +4,21 @@
 // Each process call is one block: it is measured as a whole (peak and mean magnitude) and the
 // measurement becomes a target gain. The signal comes out history_len x frame_len samples later,
 // and the gain in force is the smallest target of this block and the history_len before it, reached
-// through a slew; so the gain is already down when a peak arrives, and stays down until it has
-// left. The look-ahead covers what the delay holds as long as blocks have about frame_len samples;
-// with much shorter blocks a peak can outlive its target. Cutting a stream differently gives a
-// different, equally valid result.
+// through a slew; so the gain is already down when a peak comes out, and stays down until it is
+// over. The look-ahead covers the samples in the delay as long as blocks have about frame_len
+// samples; with much shorter blocks a peak's target can end before the peak has come out. Cutting a
+// stream differently gives a different, equally valid result.
 //
 // While limiting, the gain falls by at least 3/4096 of itself per sample: 3 dB within 480 samples.
-// A burst out of silence that needs more than that exceeds the threshold at its onset. With a
+// A burst after silence that needs more than that exceeds the threshold at its onset. With a
 // threshold within 2.5 dB of full scale, a look-ahead of 440 samples or more and blocks of about
-// frame_len, nothing up to full scale does at a volume of 1.0.
+// frame_len, no burst up to full scale does at a volume of 1.0.
 //
 // As a user thinks of it:
 //   volume             how much louder (or softer) everything gets, before the limit
-//   threshold          the level above which nothing shall come out; what exceeds it is set to
-//                      0.96875 (-0.28 dB) of it
+//   threshold          the level to limit to; a peak above it comes out at 0.96875 (-0.28 dB) of it
 //   attact_order       how fast the level follower rises: 0 at once, each step half as fast
+//                      ("attact" is the interface's own spelling)
 //   release_order      how fast it falls: per block by 2^-order of the distance
 //   denoise_threshold  the mean level below which the gate closes, down to 0.1875 (-14.5 dB)
 //

@@ -3,10 +3,10 @@
 #include <algorithm>
 #include <iterator>
 
-#include "allocation.h"
 #include "dsp/block.h"
 #include "dsp/kernels/dc_remove.h"
 #include "dsp/kernels/kernels.h"
+#include "effects/memory.h"
 #include "effects/rates.h"
 #include "effects/room.h"
 #include "effects/stereo_widening_tables.h"
@@ -21,18 +21,20 @@ constexpr int kAllpasses[][2] = {{241, 269}, {337, 367}};
 }  // namespace
 
 void early_reflector_init(early_reflector* reflector) {
+  bool whole = true;
   for (size_t k = 0; k < std::size(kCombs); ++k) {
-    reflector->comb_left[k] = make<comber>(comb_init, kCombs[k][0]);
-    reflector->comb_right[k] = make<comber>(comb_init, kCombs[k][1]);
+    whole &= make(reflector->comb_left[k], comb_init, kCombs[k][0]);
+    whole &= make(reflector->comb_right[k], comb_init, kCombs[k][1]);
   }
   for (size_t k = 0; k < std::size(kAllpasses); ++k) {
-    reflector->allpass_left[k] = make<allpass>(allpass_init, kAllpasses[k][0]);
-    reflector->allpass_right[k] = make<allpass>(allpass_init, kAllpasses[k][1]);
+    whole &= make(reflector->allpass_left[k], allpass_init, kAllpasses[k][0]);
+    whole &= make(reflector->allpass_right[k], allpass_init, kAllpasses[k][1]);
   }
-  reflector->dc_left = make<dc_remove>(dc_remove_init);
-  reflector->dc_right = make<dc_remove>(dc_remove_init);
-  reflector->highpass_left = make<IIR>(IIR_init, kReflectorHighpass[SAMPLE_RATE_48000]);
-  reflector->highpass_right = make<IIR>(IIR_init, kReflectorHighpass[SAMPLE_RATE_48000]);
+  whole &= make(reflector->dc_left, dc_remove_init);
+  whole &= make(reflector->dc_right, dc_remove_init);
+  whole &= make(reflector->highpass_left, IIR_init, kReflectorHighpass[SAMPLE_RATE_48000]);
+  whole &= make(reflector->highpass_right, IIR_init, kReflectorHighpass[SAMPLE_RATE_48000]);
+  if (!whole) early_reflector_end(reflector);
   reflector->wet_gain = 6144;
   reflector->dry_gain = 6144;
   reflector->roomsize = 4096;
@@ -41,14 +43,14 @@ void early_reflector_init(early_reflector* reflector) {
 }
 
 void early_reflector_reset(early_reflector* reflector) {
-  for (comber* comb : reflector->comb_left) comb_reset(comb);
-  for (comber* comb : reflector->comb_right) comb_reset(comb);
-  for (allpass* section : reflector->allpass_left) allpass_reset(section);
-  for (allpass* section : reflector->allpass_right) allpass_reset(section);
-  dc_remove_reset(reflector->dc_left);
-  dc_remove_reset(reflector->dc_right);
-  IIR_reset(reflector->highpass_left);
-  IIR_reset(reflector->highpass_right);
+  for (comber* comb : reflector->comb_left) on(comb, comb_reset);
+  for (comber* comb : reflector->comb_right) on(comb, comb_reset);
+  for (allpass* section : reflector->allpass_left) on(section, allpass_reset);
+  for (allpass* section : reflector->allpass_right) on(section, allpass_reset);
+  on(reflector->dc_left, dc_remove_reset);
+  on(reflector->dc_right, dc_remove_reset);
+  on(reflector->highpass_left, IIR_reset);
+  on(reflector->highpass_right, IIR_reset);
 }
 
 void early_reflector_end(early_reflector* reflector) {
@@ -63,8 +65,8 @@ void early_reflector_end(early_reflector* reflector) {
 }
 
 void early_reflector_set_sample_rate(early_reflector* reflector, SampleRateType rate) {
-  IIR_reinit(reflector->highpass_left, kReflectorHighpass[rate_row(rate)]);
-  IIR_reinit(reflector->highpass_right, kReflectorHighpass[rate_row(rate)]);
+  on(reflector->highpass_left, IIR_reinit, kReflectorHighpass[rate_row(rate)]);
+  on(reflector->highpass_right, IIR_reinit, kReflectorHighpass[rate_row(rate)]);
 }
 
 void early_reflector_set_wet_gain(early_reflector* reflector, int gain) {
@@ -97,8 +99,8 @@ void early_reflector_get_damp(early_reflector* reflector, int* damp) { *damp = r
 
 void early_reflector_update(early_reflector* reflector) {
   const auto set = [=](comber* comb) {
-    comb_setsetdamp(comb, room_damping_q13(reflector->damp));
-    comb_setfeedback(comb, room_feedback_q13(reflector->roomsize));
+    on(comb, comb_setsetdamp, room_damping_q13(reflector->damp));
+    on(comb, comb_setfeedback, room_feedback_q13(reflector->roomsize));
   };
   std::for_each_n(reflector->comb_left, std::size(kCombs), set);
   std::for_each_n(reflector->comb_right, std::size(kCombs), set);
@@ -106,12 +108,12 @@ void early_reflector_update(early_reflector* reflector) {
 
 namespace {
 
-// A quarter of the input, so that four combs do not overflow; -1 becomes 0.
+// A quarter of the input, so that the sum of four combs doesn't overflow; -1 becomes 0.
 inline void quarter(const int* in, int* fed, int n) {
   for (int i = 0; i < n; ++i) fed[i] = silence_minus_one(in[i] >> 2);
 }
 
-// wet x wet gain + in x dry gain, both Q13, each saturated and their sum too, into wet.
+// wet = wet x wet gain + in x dry gain, gains Q13; each product and the sum saturate.
 inline void mix(const early_reflector* reflector, const int* in, int* wet, int n) {
   int dry[kBlockFrames];
   kernels().scale_q13(in, reflector->dry_gain, dry, n);
@@ -128,7 +130,6 @@ inline void process(early_reflector* reflector, const int* in_left, const int* i
                     int* out_left, int* out_right, int n) {
   int fed_left[kBlockFrames], fed_right[kBlockFrames];
   int left[kBlockFrames], right[kBlockFrames];
-  if (n < 1) return;  // never: lets the compiler see that the buffers are written
   quarter(in_left, fed_left, n);
   quarter(in_right, fed_right, n);
   const iir_chain highpasses[] = {{fed_left, fed_left, &reflector->highpass_left, 1},
@@ -149,11 +150,13 @@ inline void process(early_reflector* reflector, const int* in_left, const int* i
 
 void early_reflector_process_32(early_reflector* reflector, int* in_left, int* in_right,
                                 int* out_left, int* out_right) {
+  if (!has_memory(reflector)) return pass(in_left, in_right, out_left, out_right, 1);
   process(reflector, in_left, in_right, out_left, out_right, 1);
 }
 
 void early_reflector_process_block(early_reflector* reflector, int* in_left, int* in_right,
                                    int* out_left, int* out_right, int n) {
+  if (!has_memory(reflector)) return pass(in_left, in_right, out_left, out_right, n);
   for_each_block(n, [=](int64_t start, int count) {
     process(reflector, in_left + start, in_right + start, out_left + start, out_right + start,
             count);

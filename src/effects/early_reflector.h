@@ -1,23 +1,22 @@
-// Early reflector: the third stage of the stereo widening. A small room per channel, which puts the
-// sound in front of the listener instead of inside the head: the first echoes tell the ear that
-// there are walls.
+// Early reflector: the third stage of the stereo widening. A small room per channel, whose first
+// echoes place the sound in front of the listener instead of inside the head.
 //
 //   in ─┬─► / 4 ─► high-pass 300 Hz ─► 4 combs ─► 2 all-passes ─► × wet gain ─► + ─► DC ─► out
 //       └───────────────────────────────────────────────────────► × dry gain ─► +   remover
 //
 // The reverb's structure (see reverb.h) with half the parts: combs of 1109, 1399, 1489, 1777
 // samples left and 1151, 1423, 1523, 1801 right, all-passes of 241, 337 and 269, 367 samples. The
-// high-pass keeps the bass out of the room, where it would only muddle. The channels do not mix.
+// high-pass keeps the bass out of the room, which it would blur. The channels are not mixed.
 //
-// What a user sets, all Q13 (8192 = 1.0), useful from 0 to 8192, each heard at once:
+// What a user sets, all Q13 (8192 = 1.0), useful from 0 to 8192, each effective at the next sample:
 //   wet gain   level of the room, 6144 after init
 //   dry gain   level of the plain sound, 6144 after init
 //   room size  comb feedback from 0.705 to 0.990, 4096 after init
 //   damp       damping in the combs from 0 to 0.403, 4096 after init
 //
 // The loops have the same lengths at every rate; at 192 kHz the high-pass is silent, and with it
-// the room. Latency: none for the dry sound, 1109 samples to the first echo. Memory: about 50 KB.
-// At the end the output comes to rest at a constant between -8 and 0, as the reverb's 24-bit form
+// the room. Latency: none for the dry sound, 1109 samples to the first echo. Memory: 52 KB.
+// After a signal the output settles at a constant between -8 and 0, as the reverb's 24-bit form
 // does.
 #pragma once
 
@@ -52,11 +51,11 @@ SONX_EXPORT void early_reflector_reset(early_reflector* reflector);
 // Frees every part and nulls its pointer; calling it again does nothing.
 SONX_EXPORT void early_reflector_end(early_reflector* reflector);
 
-// Coefficients of the two high-passes for a rate, their history cleared; the room's tail goes on. A
-// value outside 0..3 counts as 48000 Hz.
+// Coefficients of the two high-passes for a rate, their history cleared; the room's tail continues.
+// A value outside 0..3 counts as 48000 Hz.
 SONX_EXPORT void early_reflector_set_sample_rate(early_reflector* reflector, SampleRateType rate);
 
-// Any value, at the next sample.
+// Any value; takes effect at the next sample.
 SONX_EXPORT void early_reflector_set_wet_gain(early_reflector* reflector, int gain);
 SONX_EXPORT void early_reflector_get_wet_gain(early_reflector* reflector, int* gain);
 SONX_EXPORT void early_reflector_set_dry_gain(early_reflector* reflector, int gain);
@@ -69,7 +68,7 @@ SONX_EXPORT void early_reflector_get_roomsize(early_reflector* reflector, int* r
 SONX_EXPORT void early_reflector_set_damp(early_reflector* reflector, int damp);
 SONX_EXPORT void early_reflector_get_damp(early_reflector* reflector, int* damp);
 
-// Brings room size and damp to the combs: feedback = 5779 + (room size x 2333 >> 13), damping =
+// Applies room size and damp to the combs: feedback = 5779 + (room size x 2333 >> 13), damping =
 // damp x 3301 >> 13, both in Q13.
 SONX_EXPORT void early_reflector_update(early_reflector* reflector);
 

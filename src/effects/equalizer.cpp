@@ -5,10 +5,10 @@
 #include <cmath>
 #include <iterator>
 
-#include "allocation.h"
 #include "dsp/block.h"
 #include "dsp/kernels/iir.h"
 #include "dsp/kernels/kernels.h"
+#include "effects/memory.h"
 #include "effects/rates.h"
 #include "fixed.h"
 #include "log.h"
@@ -30,14 +30,14 @@ constexpr band_rows kTables[3][kBands] = {
 #include "effects/equalizer_tables.inc"
 };
 
-// The level law looks at all bands but the high shelf.
+// The level law counts all bands but the high shelf.
 constexpr int kWeightedBands = 9;
 constexpr float kWeights[kWeightedBands] = {4, 18, 20, 22, 22, 20, 18, 12, 4};
 constexpr float kLargestOffset = 1680.0F;  // all bands at 7.6 dB
 
 void set_band(equalizer_t* equalizer, int band, const int* row) {
-  IIR_set_param(equalizer->left_section[band], row);
-  IIR_set_param(equalizer->right_section[band], row);
+  on(equalizer->left_section[band], IIR_set_param, row);
+  on(equalizer->right_section[band], IIR_set_param, row);
 }
 
 int set_from_table(equalizer_t* equalizer, const int* indices, const band_rows* table) {
@@ -51,7 +51,7 @@ int set_from_table(equalizer_t* equalizer, const int* indices, const band_rows* 
   return equalizer->gain;
 }
 
-// What a band's dB count for in the level law.
+// A band's gain as the level law counts it, dB.
 float counted(int index, bool boosts_only) {
   const auto v = static_cast<float>(index);
   if (v > 0.0F) return v;
@@ -64,15 +64,17 @@ void equalizer_init(equalizer_t* equalizer) {
   equalizer->status = 0;
   equalizer->gain = kOneQ13;
   std::fill_n(equalizer->gain_index, kBands, 0);
+  bool whole = true;
   for (int k = 0; k < kBands; ++k)
     for (IIR** section : {&equalizer->left_section[k], &equalizer->right_section[k]})
-      *section = make<IIR>(IIR_init, kPassThrough);
+      whole &= make(*section, IIR_init, kPassThrough);
+  if (!whole) equalizer_end(equalizer);
 }
 
 void equalizer_reset(equalizer_t* equalizer) {
   for (int k = 0; k < kBands; ++k) {
-    IIR_reset(equalizer->left_section[k]);
-    IIR_reset(equalizer->right_section[k]);
+    on(equalizer->left_section[k], IIR_reset);
+    on(equalizer->right_section[k], IIR_reset);
   }
 }
 
@@ -90,8 +92,8 @@ void equalizer_setparameter(equalizer_t* equalizer, int (*rows)[5]) {
 
 void equalizer_getparameter(equalizer_t* equalizer, int (*rows)[5]) {
   for (int k = 0; k < kBands; ++k) {
-    IIR_get_param(equalizer->left_section[k], rows[k]);
-    IIR_get_param(equalizer->right_section[k], rows[k]);
+    on(equalizer->left_section[k], IIR_get_param, rows[k]);
+    on(equalizer->right_section[k], IIR_get_param, rows[k]);
   }
 }
 
@@ -149,10 +151,10 @@ float weighting_offset(int band, float value) {
 // One channel:
 //
 //   in ──► × gain ──► saturate, ──► band 0 ──► ... ──► band 9 ──► out
-//            Q13      -1 to 0        each: 5 bits up, Q28, saturate, -1 to 0, 5 bits down
-
+//            Q13      -1 to 0       each: 5 bits up, Q28, saturate, -1 to 0, 5 bits down
 void equalizer_process_stereo(equalizer_t* equalizer, int* in_left, int* in_right, int* out_left,
                               int* out_right, int n) {
+  if (!has_memory(equalizer)) return pass(in_left, in_right, out_left, out_right, n);
   int left[kBlockFrames], right[kBlockFrames];
   for_each_block(n, [&](int start, int count) {
     kernels().scale_to_silence_q13(in_left + start, equalizer->gain, left, count);
@@ -166,6 +168,7 @@ void equalizer_process_stereo(equalizer_t* equalizer, int* in_left, int* in_righ
 }
 
 void equalizer_process_mono(equalizer_t* equalizer, int* in, int* out, int n) {
+  if (!has_memory(equalizer)) return pass(in, out, n);
   for_each_block(n, [&](int start, int count) {
     kernels().scale_to_silence_q13(in + start, equalizer->gain, out + start, count);
     const iir_chain chain = {out + start, out + start, equalizer->left_section, kBands};

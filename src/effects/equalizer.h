@@ -14,25 +14,26 @@
 // input gain between -21 and +6 dB from the curve (calc_gain_from_idxs).
 //
 // Sections are designed by the bilinear transform (U. Zoelzer, "Digital Audio Signal Processing",
-// 2nd edition, 2008, section 5.2). Quantised to Q28, they stay within 0.01 dB of the real design
-// from 20 Hz to 20 kHz at every rate, band and gain (the farthest is band 0 at 96000 Hz, 0.009 dB).
+// 2nd edition, 2008, section 5.2). Quantised to Q28, they stay within 0.01 dB of the exact design
+// from 20 Hz to 20 kHz at every rate, band and gain (the largest error is 0.009 dB, band 0 at 96000
+// Hz).
 // Truncation inside a section leaves a small negative offset at 0 Hz, at most 1 / (1 + a1 + a2)
-// steps of 1/32. It comes nearly all from band 0: all bands together stay below -70 dB of 24-bit
-// full scale at 44100 and 48000 Hz and below -58 dB at 96000 Hz. It can remain when the input falls
-// silent.
+// steps of 1/32. Nearly all of it is band 0's: all bands together stay below -70 dB of 24-bit full
+// scale at 44100 and 48000 Hz and below -58 dB at 96000 Hz. It can remain after the input has
+// become silent.
 //
 // Coefficient rows are b0, b1, b2, -a1, -a2 in Q28 (268435456 = 1.0). All bands at 0 dB are flat
-// within 0.01 dB from 20 Hz up, but not exact, for the tables' 1.0 is 268435455; only the rows that
-// equalizer_init sets pass every bit. Gains are Q13 (8192 = 1.0).
+// within 0.01 dB from 20 Hz up, but not exact, as the tables' 1.0 is 268435455; only the rows that
+// equalizer_init sets pass samples unchanged. Gains are Q13 (8192 = 1.0).
 //
-// Samples are 24-bit in 32-bit words, planar. Inside a section they have 18 dB of room above 24-bit
-// full scale and saturate beyond it. The input gain keeps most curves below that; one that cuts the
-// lows and boosts the top two bands by 15 dB is beyond it for tones above 8 kHz near full scale
-// (24 dB at 44100 and 48000 Hz, 26 dB at 96000 Hz have been found).
+// Samples are 24-bit in 32-bit words, planar. Inside a section they have 18 dB of headroom above
+// 24-bit full scale and saturate beyond it. The input gain keeps most curves below that; one that
+// cuts the lows and boosts the top two bands by 15 dB exceeds it with tones above 8 kHz near full
+// scale (up to 24 dB at 44100 and 48000 Hz and 26 dB at 96000 Hz).
 //
 // Latency: none. Memory: 20 sections of two five-word arrays, taken by equalizer_init; the rest is
-// the record. Settings may change between two process calls; they act from the next sample on, at
-// once (not faded). One caller per object.
+// the record. Settings may change between two process calls; they take effect at the next sample,
+// without a fade. One caller per object.
 #pragma once
 
 #include "../dsp/iir.h"
@@ -78,7 +79,7 @@ SONX_EXPORT int equalizer_set_param_index(equalizer_t* equalizer, int* indices,
 // Copies the ten clamped indices out.
 SONX_EXPORT void equalizer_get_param_index(equalizer_t* equalizer, int* indices);
 
-// The owner's switch; any value is kept.
+// Stored for the owner; any value.
 SONX_EXPORT void equalizer_setstatus(equalizer_t* equalizer, int status);
 SONX_EXPORT void equalizer_getstatus(equalizer_t* equalizer, int* status);
 
@@ -95,11 +96,11 @@ SONX_EXPORT void equalizer_process_stereo(equalizer_t* equalizer, int* in_left, 
 // n samples of one channel through the left sections; in place allowed; n < 1 does nothing.
 SONX_EXPORT void equalizer_process_mono(equalizer_t* equalizer, int* in, int* out, int n);
 
-// The input gain (Q13) for a curve of band gains in dB; reads the first nine, band 9 has no say.
-//   - A boost counts in full, a cut v as 0.75 v + 0.0278 v^2; cuts don't count at all once two or
-//     more bands are boosted beyond 8 dB.
-//   - Each band also has 0.3 of its neighbours; the sum of the bands, weighted as below, clamped to
-//     -1680..1680, times -21 / 1680, is the gain in dB; +6 is the most.
+// The input gain (Q13) for a curve of band gains in dB. Reads indices[0..8]; band 9 is not counted.
+//   - A boost counts in full, a cut v as 0.75 v + 0.0278 v^2; cuts don't count when two or more
+//     bands are boosted by more than 8 dB.
+//   - To each band 0.3 of its neighbours is added; the sum of the bands, weighted as below, clamped
+//     to -1680..1680, times -21 / 1680, is the gain in dB, at most +6.
 // So 8192 for a flat curve, 730 (-21 dB) for one boosted as a whole, 16345 (+6 dB) for one cut as a
 // whole. Logs "neg_flag %d, total_offset %f, calc_gain %fdB 0x%x" at debug priority: the count of
 // bands beyond 8 dB, the sum, the dB and the result.

@@ -1,9 +1,10 @@
-// How the dynamic range control's gain and its gate go to their targets, all Q17.
+// The slews of the dynamic range control's gain and gate to their targets, all Q17: one sample's
+// step of each, and both over a block.
 //
-// Within a block a target stands still and a gain never crosses it, so that over a block only the
-// distance goes from sample to sample, in one direction; and as it only shrinks, the ranges that
-// decide on the size of the steps follow each other, each a loop of its own. What a sample costs is
-// about the same in all of them, at the target too.
+// The block form gives the same bits as the steps: within a block a target is constant and a gain
+// never crosses it, so that the distance to it carries all the state. The distance only shrinks, so
+// the ranges that determine the size of a step follow each other, and each is a loop of its own.
+// The cost of a sample is about the same in all of them, at the target too.
 #pragma once
 
 #include <algorithm>
@@ -43,10 +44,10 @@ inline int gate_slew_step(int gate, int target) {
   return rise < 8 ? target : static_cast<int>(gate + (rise >> 3));
 }
 
-// The gate's way over a block. Opening, `left` is the distance; closing, it is the distance + 31,
-// so that a 32nd of it rounds up as the step does.
+// The gate over a block. Opening, `left` is the distance; closing, it is the distance + 31, so that
+// a 32nd of it rounds up as the step does.
 struct gate_walk {
-  int left, order, jump;  // below jump, the rest in one step
+  int left, order, jump;  // a distance below jump is covered in one step
   int base, sign;         // the gate is base + sign x left
 
   gate_walk(int gate, int target) {
@@ -63,8 +64,8 @@ struct gate_walk {
   }
 };
 
-// Gains and gates of n samples on the way to the targets, for gains of 0 to 8.0, gates from 0 on
-// and targets of these too. sign is 1 upwards, -1 downwards.
+// gains[0..n) and gates[0..n) after each sample's step. Gains and their targets are in 0..8.0,
+// gates and theirs not negative. sign is 1 for a rising gain, -1 for a falling one.
 template <int sign>
 inline void slew_in_ranges(int gain, int target, gate_walk gate, int* gains, int* gates, int n) {
   int distance = sign * (target - gain);
@@ -77,8 +78,8 @@ inline void slew_in_ranges(int gain, int target, gate_walk gate, int* gains, int
     }
   };
   const auto least = [&] { return sign > 0 ? gain >> 12 : (gain + (gain >> 1)) >> 11; };
-  // Gains of up to 8.0 take steps of at most 768 on their own account: not past a target that is
-  // farther than 1024.
+  // For gains up to 8.0 the part of the gain is at most 768, so that a step can't cross a target
+  // that is farther than 1024.
   const auto walk_far = [&](int range, int order) {
     walk(range, [&] { return std::max(least(), distance >> order); });
   };
@@ -94,7 +95,8 @@ inline void slew_in_ranges(int gain, int target, gate_walk gate, int* gains, int
   walk(-1, [&] { return distance < 8 ? distance : distance >> 3; });
 }
 
-// Steps gain and gate through n samples, and gives both at each.
+// Steps gain and gate through n samples: gains[0..n) and gates[0..n) are their values after each.
+// Beyond the ranges of the fast form one sample's step at a time.
 inline void slew_block(int& gain, int target, int& gate, int gate_target, int* gains, int* gates,
                        int n) {
   constexpr int kHighest = 8 << 17, kHighestGate = 1 << 30;

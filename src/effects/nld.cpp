@@ -2,11 +2,11 @@
 
 #include <algorithm>
 
-#include "allocation.h"
 #include "dsp/block.h"
 #include "dsp/kernels/kernels.h"
 #include "dsp/kernels/nonlinear.h"
 #include "effects/block_forms.h"
+#include "effects/memory.h"
 #include "fixed.h"
 
 namespace {
@@ -22,8 +22,8 @@ constexpr int kLevelScale = 256;  // sample units per unit of clip_level
 }  // namespace
 
 void NLD_init(NLD* nld) {
-  nld->coefficients = allocate<int>(kPolynomialOrder);
-  std::copy_n(kCoefficients, kPolynomialOrder, nld->coefficients);
+  if (take(nld->coefficients, kPolynomialOrder))
+    std::copy_n(kCoefficients, kPolynomialOrder, nld->coefficients);
   nld->clip_flag = 1;
   NLD_set_clip_level(nld, kClipLevel);
   NLD_reset(nld);
@@ -52,9 +52,9 @@ void NLD_get_clip_flag(NLD* nld, int* flag) { *flag = nld->clip_flag; }
 
 namespace {
 
-// The clipper's limits for n samples, each by 2^-kGlide of the distance closer to the one set. The
-// distance alone goes from sample to sample; all of it wraps. What is left of it when it no longer
-// moves stays: a level that has been in force for a while costs nothing.
+// limits[0..n): the clipper's threshold at each sample, which moves by 2^-kGlide of the distance to
+// the one set; all arithmetic wraps. Only the distance is carried from sample to sample. It stops
+// above 0, and the limits are constant from there on.
 void glide(NLD* nld, int* limits, int n) {
   const int target = nld->clip_level_scaled;
   int distance = wrap_sub(target, nld->clip_envelope);
@@ -67,8 +67,8 @@ void glide(NLD* nld, int* limits, int n) {
   nld->clip_envelope = wrap_sub(target, distance);
 }
 
-// No limit from now on is beyond it: a glide from the one in force to the one set stays between
-// them, unless it wraps.
+// The highest limit from now on: they stay between the one in force and the one set, unless one of
+// these is negative and they may wrap.
 int64_t highest_limit(const NLD* nld) {
   const int from = nld->clip_envelope, to = nld->clip_level_scaled;
   return from < 0 || to < 0 ? int64_t{1} << 31 : std::max(from, to);
@@ -95,6 +95,7 @@ void clip_process(NLD* nld, int* in, int* out) {
 }
 
 void multiplier_process(NLD* nld, int* in, int* out) {
+  if (!has_memory(nld)) return pass(in, out, 1);
   *out = polynomial_step(nld->coefficients, *in);
 }
 

@@ -1,8 +1,8 @@
 // Non-linear device: makes harmonics of a bass signal, from which the ear hears the fundamental
 // even where the loudspeaker cannot reproduce it.
 //
-// A clipper with a gliding threshold comes first, then a polynomial of eighth order without a
-// constant term. With x and y in units of 24-bit full scale (2^23) and the default coefficients
+// A clipper whose threshold moves smoothly, then a polynomial of eighth order without a constant
+// term. With x and y in units of 24-bit full scale (2^23) and the default coefficients
 //
 //   y = 3.754 x - 0.0585 x^2 - 1.249 x^3 + 0.0131 x^4 + 0.1247 x^5 - 0.0011 x^6 - 0.0039 x^7 + ...
 //
@@ -11,8 +11,8 @@
 // one before: the coefficient of x^k is c0 c1 ... c(k-1).
 //
 // As a user thinks of it: the clip level, in 16-bit sample units (8192 is a quarter of full scale),
-// says where the bass begins to be squared off, which makes strong odd harmonics. A new level is
-// reached smoothly: each sample goes 1/128 of the way.
+// says where the bass begins to clip, which adds strong odd harmonics. The threshold moves to a new
+// level by 1/128 of the distance per sample.
 //
 // Polynomials as harmonic generators for virtual bass: N. Oo and W.-S. Gan, "Harmonic and
 // intermodulation analysis of nonlinear devices used in virtual bass systems", 124th Convention of
@@ -41,18 +41,19 @@ SONX_EXPORT void NLD_reset(NLD* nld);
 SONX_EXPORT void NLD_end(NLD* nld);
 
 // The clip level: 16-bit sample units, useful from 0 to 32767 and stored as given; above 8388607
-// the threshold saturates at 2147483647. Glides from the next sample on. A negative one is taken as
-// the rule of clip_process says.
+// the threshold saturates at 2147483647. The threshold moves from the next sample on. For a
+// negative one see clip_process.
 SONX_EXPORT void NLD_set_clip_level(NLD* nld, int level);
 SONX_EXPORT void NLD_get_clip_level(NLD* nld, int* level);
 
-// 0 bypasses the clipper and stops its glide; the polynomial always works. Acts at the next sample.
+// 0 bypasses the clipper and holds its threshold; the polynomial always runs. Takes effect at the
+// next sample.
 SONX_EXPORT void NLD_set_clip_flag(NLD* nld, int flag);
 SONX_EXPORT void NLD_get_clip_flag(NLD* nld, int* flag);
 
 // The clipper on its own, one sample; in and out may be the same. The threshold t moves first (its
-// 32-bit arithmetic wraps), then: above t gives t, else below -t gives -t, else in itself. That
-// order also says what a negative t does: everything above it gives t, everything else -t.
+// 32-bit arithmetic wraps), then: above t gives t, else below -t gives -t, else in itself. By that
+// order a negative t gives t for all samples above it, and -t for all others.
 SONX_EXPORT void clip_process(NLD* nld, int* in, int* out);
 
 // The polynomial on its own, one sample; in and out may be the same. Every product and every sum

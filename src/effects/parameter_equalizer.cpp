@@ -79,10 +79,11 @@ void parameter_equalizer_get_gain_right(parameter_equalizer_t* equalizer, int* g
 // One channel:
 //
 //   in ──► × gain ──► saturate, ──► band 0 ──► ... ──► band count - 1 ──► out
-//            Q13      -1 to 0        each: Q28, whole steps, wraps
+//            Q13      -1 to 0       each: Q28, rounded down to whole steps, wraps
+
 namespace {
 
-// A channel's bands as sections: the record's own words.
+// A channel's bands as sections that point into the record.
 struct channel_sections {
   IIR section[kBands];
   IIR* pointer[kBands];

@@ -1,16 +1,16 @@
-// Parametric equalizer: up to ten second-order sections in a row per channel, whose coefficients
-// the caller supplies, and an input gain per channel. It's what a headphone's correction or a fixed
-// voicing is run with.
+// Parametric equalizer: up to ten second-order sections in series per channel, whose coefficients
+// the caller supplies, and an input gain per channel. For the correction of a headphone or a fixed
+// tuning.
 //
 // The module takes coefficients as they are: b0, b1, b2, -a1, -a2 in Q28 (268435456 = 1.0), the
 // feedback terms negated, so that all five products are added. Gains are Q13 (8192 = 1.0). Samples
-// are 24-bit in 32-bit words, planar; there are 48 dB of room above 24-bit full scale inside, and
-// beyond them a section wraps.
+// are 24-bit in 32-bit words, planar; a section has 48 dB of headroom above 24-bit full scale and
+// wraps beyond.
 //
 // A section rounds each result down to a whole sample step, without feedback of the error. This
-// leaves a small negative offset of at most 1 / (1 + a1 + a2) steps, which stays when the input
-// falls silent: some 2600 of 2^23 (-70 dB) for a peaking section with Q = 2 at 150 Hz and 48000 Hz,
-// four times as much an octave lower. Corrections do well to stay above 100 Hz.
+// leaves a small negative offset of at most 1 / (1 + a1 + a2) steps, which remains after the input
+// has become silent: some 2600 of 2^23 (-70 dB) for a peaking section with Q = 2 at 150 Hz and
+// 48000 Hz, four times as much an octave lower. Corrections below 100 Hz are best avoided.
 //
 // The right channel has its own gain, number of bands and history, but runs the left channel's
 // coefficients; those set for the right are kept and not used.
@@ -39,13 +39,13 @@ SONX_EXPORT void parameter_equalizer_init(parameter_equalizer_t* equalizer);
 // Clears the history of both channels; settings stay.
 SONX_EXPORT void parameter_equalizer_reset(parameter_equalizer_t* equalizer);
 
-// Nothing is owned, nothing happens.
+// Nothing to free: does nothing.
 SONX_EXPORT void parameter_equalizer_end(parameter_equalizer_t* equalizer);
 
 // Sets a channel's bands from ten rows: a flag and five Q28 coefficients. All ten rows are copied
 // and the channel's history is cleared. The number of bands run is the number of rows whose flag is
 // 1 or more, and those run are always the first ones: flags are counted, not matched to their rows,
-// so rows in use stand first.
+// so the rows in use must come first.
 SONX_EXPORT void parameter_equalizer_setparameter_left(parameter_equalizer_t* equalizer,
                                                        const int (*rows)[6]);
 SONX_EXPORT void parameter_equalizer_setparameter_right(parameter_equalizer_t* equalizer,
@@ -57,11 +57,11 @@ SONX_EXPORT void parameter_equalizer_getparameter_left(parameter_equalizer_t* eq
 SONX_EXPORT void parameter_equalizer_getparameter_right(parameter_equalizer_t* equalizer,
                                                         int (*rows)[6]);
 
-// The owner's switch; any value is kept.
+// Stored for the owner; any value.
 SONX_EXPORT void parameter_equalizer_setstatus(parameter_equalizer_t* equalizer, int status);
 SONX_EXPORT void parameter_equalizer_getstatus(parameter_equalizer_t* equalizer, int* status);
 
-// The Q13 input gains; any value is kept.
+// The input gains, Q13, any value.
 SONX_EXPORT void parameter_equalizer_set_gain_left(parameter_equalizer_t* equalizer, int gain);
 SONX_EXPORT void parameter_equalizer_get_gain_left(parameter_equalizer_t* equalizer, int* gain);
 SONX_EXPORT void parameter_equalizer_set_gain_right(parameter_equalizer_t* equalizer, int gain);

@@ -3,10 +3,10 @@
 #include <algorithm>
 #include <iterator>
 
-#include "allocation.h"
 #include "dsp/block.h"
 #include "dsp/kernels/dc_remove.h"
 #include "dsp/kernels/kernels.h"
+#include "effects/memory.h"
 #include "effects/room.h"
 #include "fixed.h"
 
@@ -20,16 +20,18 @@ constexpr int kAllpasses[][2] = {{619, 643}, {523, 547}, {337, 367}, {241, 269}}
 }  // namespace
 
 void reverb_init(reverb_t* reverb) {
+  bool whole = true;
   for (size_t k = 0; k < std::size(kCombs); ++k) {
-    reverb->comb_left[k] = make<comber>(comb_init, kCombs[k][0]);
-    reverb->comb_right[k] = make<comber>(comb_init, kCombs[k][1]);
+    whole &= make(reverb->comb_left[k], comb_init, kCombs[k][0]);
+    whole &= make(reverb->comb_right[k], comb_init, kCombs[k][1]);
   }
   for (size_t k = 0; k < std::size(kAllpasses); ++k) {
-    reverb->allpass_left[k] = make<allpass>(allpass_init, kAllpasses[k][0]);
-    reverb->allpass_right[k] = make<allpass>(allpass_init, kAllpasses[k][1]);
+    whole &= make(reverb->allpass_left[k], allpass_init, kAllpasses[k][0]);
+    whole &= make(reverb->allpass_right[k], allpass_init, kAllpasses[k][1]);
   }
-  reverb->dc_left = make<dc_remove>(dc_remove_init);
-  reverb->dc_right = make<dc_remove>(dc_remove_init);
+  whole &= make(reverb->dc_left, dc_remove_init);
+  whole &= make(reverb->dc_right, dc_remove_init);
+  if (!whole) reverb_end(reverb);
   reverb_setwet(reverb, 2730);
   reverb_setdry(reverb, 0);
   reverb_setroomsize(reverb, 4096);
@@ -42,11 +44,11 @@ void reverb_init(reverb_t* reverb) {
 
 void reverb_reset(reverb_t* reverb) {
   for (auto& bank : {reverb->comb_left, reverb->comb_right})
-    for (size_t k = 0; k < std::size(kCombs); ++k) comb_reset(bank[k]);
+    for (size_t k = 0; k < std::size(kCombs); ++k) on(bank[k], comb_reset);
   for (auto& bank : {reverb->allpass_left, reverb->allpass_right})
-    for (size_t k = 0; k < std::size(kAllpasses); ++k) allpass_reset(bank[k]);
-  dc_remove_reset(reverb->dc_left);
-  dc_remove_reset(reverb->dc_right);
+    for (size_t k = 0; k < std::size(kAllpasses); ++k) on(bank[k], allpass_reset);
+  on(reverb->dc_left, dc_remove_reset);
+  on(reverb->dc_right, dc_remove_reset);
 }
 
 void reverb_end(reverb_t* reverb) {
@@ -100,8 +102,8 @@ void reverb_update(reverb_t* reverb) {
   reverb->wet2 = saturate32(int64_t{reverb->wet_scaled} * (8192 - half) >> 13);
   for (auto& bank : {reverb->comb_left, reverb->comb_right})
     for (size_t k = 0; k < std::size(kCombs); ++k) {
-      comb_setsetdamp(bank[k], reverb->damp_scaled);
-      comb_setfeedback(bank[k], reverb->room_scaled);
+      on(bank[k], comb_setsetdamp, reverb->damp_scaled);
+      on(bank[k], comb_setfeedback, reverb->room_scaled);
     }
 }
 
@@ -116,11 +118,11 @@ inline void bank_block(comber* const (&combs)[8], allpass* const (&sections)[4],
 }
 
 // One block of at most kBlockFrames frames. The inputs are read before the outputs are written, so
-// any two of the four buffers may be one.
+// that buffers may coincide.
 //
 //   in ─┬─► × gain ──► combs ──► all-passes ──► tail_left, tail_right ──► mix ──► DC ──► out
-//       │    Q13       loops at 2^13 (16-bit) or 2^5 (24-bit) of the       ▲ Q13
-//       └────────────── sample scale ──────────────────────────────────────┘
+//       │     Q13      13 (16-bit) or 5 (24-bit) bits up in the loops     ▲ Q13
+//       └─────────────────────────────────────────────────────────────────┘
 template <int width>
 inline void process_block(reverb_t* reverb, const int* in_left, const int* in_right, int* out_left,
                           int* out_right, int n) {
@@ -132,9 +134,10 @@ inline void process_block(reverb_t* reverb, const int* in_left, const int* in_ri
   bank_block<width>(reverb->comb_left, reverb->allpass_left, left, tail_left, n);
   bank_block<width>(reverb->comb_right, reverb->allpass_right, right, tail_right, n);
 
-  const int dry = reverb->dry_scaled, wet1 = reverb->wet1, wet2 = reverb->wet2;
-  const mix_input mix_left[] = {{in_left, dry}, {tail_left, wet1}, {tail_right, wet2}};
-  const mix_input mix_right[] = {{in_right, dry}, {tail_right, wet1}, {tail_left, wet2}};
+  const int dry_q13 = reverb->dry_scaled, wet1_q13 = reverb->wet1, wet2_q13 = reverb->wet2;
+  const mix_input mix_left[] = {{in_left, dry_q13}, {tail_left, wet1_q13}, {tail_right, wet2_q13}};
+  const mix_input mix_right[] = {
+      {in_right, dry_q13}, {tail_right, wet1_q13}, {tail_left, wet2_q13}};
   kernels().mix_three_q13(mix_left, left, n);
   kernels().mix_three_q13(mix_right, right, n);
   const dc_remove_channel channels[] = {{reverb->dc_left, left, out_left},
@@ -146,6 +149,7 @@ inline void process_block(reverb_t* reverb, const int* in_left, const int* in_ri
 
 void reverb_process_stereo_16(reverb_t* reverb, short* in_left, short* in_right, short* out_left,
                               short* out_right, unsigned int n) {
+  if (!has_memory(reverb)) return pass(in_left, in_right, out_left, out_right, n);
   for_each_block(n, [=](int64_t start, int count) {
     int left[kBlockFrames], right[kBlockFrames];
     std::copy_n(in_left + start, count, left);
@@ -158,21 +162,24 @@ void reverb_process_stereo_16(reverb_t* reverb, short* in_left, short* in_right,
 
 void reverb_process_stereo_24(reverb_t* reverb, int* in_left, int* in_right, int* out_left,
                               int* out_right, unsigned int n) {
+  if (!has_memory(reverb)) return pass(in_left, in_right, out_left, out_right, n);
   for_each_block(n, [=](int64_t start, int count) {
     process_block<24>(reverb, in_left + start, in_right + start, out_left + start,
                       out_right + start, count);
   });
 }
 
-// The left bank alone; gain and mix in 32-bit words that wrap.
+// The left bank alone, with half the input; gain and mix in 32-bit words that wrap.
 void reverb_processMono(reverb_t* reverb, short* in, short* out, int n) {
-  const int gain = reverb->gain, dry = reverb->dry_scaled, wet = reverb->wet1;
+  if (!has_memory(reverb)) return pass(in, out, n);
+  const int gain_q13 = reverb->gain, dry_q13 = reverb->dry_scaled, wet_q13 = reverb->wet1;
   for_each_block(n, [=](int64_t start, int count) {
     const short* x = in + start;
     int fed[kBlockFrames], tail[kBlockFrames];
-    for (int i = 0; i < count; ++i) fed[i] = wrap_mul(gain, x[i]) >> 14;
+    for (int i = 0; i < count; ++i) fed[i] = wrap_mul(gain_q13, x[i]) >> 14;
     bank_block<16>(reverb->comb_left, reverb->allpass_left, fed, tail, count);
     for (int i = 0; i < count; ++i)
-      out[start + i] = saturate16(wrap_add(wrap_mul(dry, x[i]), wrap_mul(wet, tail[i])) >> 13);
+      out[start + i] =
+          saturate16(wrap_add(wrap_mul(dry_q13, x[i]), wrap_mul(wet_q13, tail[i])) >> 13);
   });
 }

@@ -1,40 +1,41 @@
-// Reverb: a room around the music. Each channel feeds a bank of its own, eight damped echoes
-// (feedback combs) side by side that make the tail, then four all-pass sections in a row that turn
-// single echoes into a dense wash; the two tails are cross-mixed and added to the dry sound.
+// Reverb: a room around the music. Each channel feeds a bank of its own: eight feedback combs in
+// parallel make the tail, four all-pass sections in series make its echoes dense. The two tails are
+// cross-mixed and added to the dry sound.
 //
-//   left ──► × gain ──► 8 combs ──► 4 all-passes ──┬─► × wet1 ──► + ──► DC remover ──► left
-//     └────────────── × dry_scaled ────────────────┼──────────────┘▲
-//                                                  └─► × wet2 ─────┼─► to the right output
-//   right, the same with its own bank              ◄── × wet2 ─────┘   from the right bank
+//   left ─┬─► × gain ─► 8 combs ─► 4 all-passes ─┬─► × wet1 ─► + ─► DC remover ─► left
+//         │                                      └─► × wet2 ─► to the right output's sum
+//         └─► × dry_scaled ──────────────────────────────────► +
+//                       tail of the right bank ────► × wet2 ─► +
+//   right, the same with its own bank
 //
 // M. R. Schroeder, "Natural Sounding Artificial Reverberation", J. Audio Eng. Soc. 10(3), 1962;
 // J. A. Moorer, "About This Reverberation Business", Computer Music Journal 3(2), 1979.
 //
 // The loops are prime numbers of samples (1109 to 2579 in the combs, 241 to 643 in the all-passes)
-// and the right ones 24 to 42 samples longer than the left ones, so that the echoes do not fall
-// together and the two tails are unlike. The lengths are the same at every rate, so a room is twice
-// as large at 48 kHz as at 96 kHz.
+// and the right ones 24 to 42 samples longer than the left ones, so that echoes don't coincide and
+// the two tails differ. The lengths are the same at every rate, so a room is twice as large at 48
+// kHz as at 96 kHz.
 //
 // What a user sets, all Q13 (8192 = 1.0), useful from 0 to 8192:
 //   room size  how long the tail lasts. The comb feedback g runs from 0.705 to 0.990; a loop of N
 //              samples falls by 60 dB in -3 N / log10(g) samples: undamped, at 48 kHz, the longest
 //              one takes 1.1 s at 0, 2.2 s at 4096 and 38 s at 8192.
-//   damp       how much faster the highs die: each pass of the loop weakens the highest frequency
-//              by (1 - d) / (1 + d), d from 0 to 0.403.
+//   damp       how much faster the highs decay: each pass of the loop multiplies the highest
+//              frequency by (1 - d) / (1 + d), d from 0 to 0.403.
 //   wet, dry   level of the room (times 3 inside) and of the plain sound (times 2: 4096 passes it
 //              unchanged).
 //   width      8192: a channel's own tail at full level, the other's at half; 0: its own at
 //              half, the other's full. The other's reaches 0 at 16384.
-//   gain       level into the combs: eight of them add up, so it is small, 127 to begin with.
+//   gain       level into the combs: eight of them add up, so it is small, initially 127.
 //
-// Room size, damp, wet and width are stored by their setters and heard after reverb_update; dry and
-// gain are heard at once. All values are taken as given: beyond the useful range the tail may grow
-// instead of decaying, the arithmetic saturates or wraps as said below but stays defined.
+// Room size, damp, wet and width take effect with reverb_update, dry and gain at the next sample.
+// All values are taken as given: beyond the useful range the tail may grow instead of decaying; the
+// arithmetic saturates or wraps as said below.
 //
 // Latency: none for the dry sound; the first echo comes after 1109 samples (23 ms at 48 kHz).
-// Memory: about 130 KB of loops, taken by reverb_init.
+// Memory: 133 KB, nearly all of it loops, taken by reverb_init.
 //
-// The end of a tail: 16-bit output ends in exact zeros. 24-bit output comes to rest at a constant
+// The end of a tail: 16-bit output ends in exact zeros. 24-bit output settles at a constant
 // between -8 and 0 (-120 dB of full scale), because the DC remover rounds toward minus infinity at
 // five bits below the sample; above a room size of about 6700 each loop can also hold a residue of
 // a few units.
@@ -77,7 +78,7 @@ SONX_EXPORT void reverb_reset(reverb_t* reverb);
 // Frees every part and nulls its pointer; calling it again does nothing.
 SONX_EXPORT void reverb_end(reverb_t* reverb);
 
-// Store the value and its scaled form; the combs hear of it at reverb_update.
+// Store the value and its scaled form, which take effect with reverb_update.
 //   roomsize  room_scaled = 5779 + (v x 2333 >> 13)
 //   damp      damp_scaled = v x 3301 >> 13
 //   wet       wet_scaled = 3 v, saturated
@@ -85,13 +86,13 @@ SONX_EXPORT void reverb_setroomsize(reverb_t* reverb, int v);
 SONX_EXPORT void reverb_setdamp(reverb_t* reverb, int v);
 SONX_EXPORT void reverb_setwet(reverb_t* reverb, int v);
 
-// dry_scaled = 2 v, saturated; at the next sample.
+// dry_scaled = 2 v, saturated; takes effect at the next sample.
 SONX_EXPORT void reverb_setdry(reverb_t* reverb, int v);
 
-// Stored; heard after reverb_update.
+// Stored; takes effect with reverb_update.
 SONX_EXPORT void reverb_setwidth(reverb_t* reverb, int v);
 
-// Stored; at the next sample.
+// Stored; takes effect at the next sample.
 SONX_EXPORT void reverb_setgain(reverb_t* reverb, int v);
 
 // Stored for the owner.
@@ -106,10 +107,10 @@ SONX_EXPORT void reverb_getwidth(reverb_t* reverb, int* v);
 SONX_EXPORT void reverb_getgain(reverb_t* reverb, int* v);
 SONX_EXPORT void reverb_getstatus(reverb_t* reverb, int* v);
 
-// Makes the stored settings heard: with h = width / 2 (toward zero),
+// Applies the stored settings: with h = width / 2 (toward zero),
 //   wet1 = wet_scaled (h + 4096) / 8192,   wet2 = wet_scaled (8192 - h) / 8192,
-// rounded down and saturated; damping and feedback go to all sixteen combs. Tails go on. Safe
-// between two process calls; the wet level jumps.
+// rounded down and saturated; damping and feedback are set in all sixteen combs. Tails continue.
+// Safe between two process calls; the wet level jumps.
 SONX_EXPORT void reverb_update(reverb_t* reverb);
 
 // n frames of planar 16-bit samples. The DC remover's result is clamped to 16 bits.
@@ -119,12 +120,12 @@ SONX_EXPORT void reverb_process_stereo_16(reverb_t* reverb, short* in_left, shor
                                           short* out_left, short* out_right, unsigned int n);
 
 // n frames of planar 24-bit samples in 32-bit words, buffers as above. Gains saturate at 32 bits,
-// the output is what the DC removers give: it may exceed 24 bits when the input is loud.
+// the output is that of the DC removers: it may exceed 24 bits when the input is loud.
 SONX_EXPORT void reverb_process_stereo_24(reverb_t* reverb, int* in_left, int* in_right,
                                           int* out_left, int* out_right, unsigned int n);
 
 // n samples of 16-bit mono through the left bank alone, in place allowed; n < 1 does nothing. Half
 // the input level of the stereo form, own tail (wet1) and dry sound only, no DC removal; gain and
-// mix are computed in 32 bits and wrap on wild settings, the result is clamped to 16 bits. One
-// instance stays with one form: the combs of the 24-bit form stand at another scale.
+// mix are computed in 32 bits and wrap on extreme settings, the result is clamped to 16 bits. Use
+// one form per instance: the combs of the 24-bit form have another scale.
 SONX_EXPORT void reverb_processMono(reverb_t* reverb, short* in, short* out, int n);

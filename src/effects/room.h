@@ -1,5 +1,5 @@
-// What the reverb and the early reflector of the stereo widening share: the scaling of room size and
-// damp, and the parts of a bank over a block.
+// What the reverb and the early reflector of the stereo widening share: the scaling of room size
+// and damp, and the parts of a bank over a block.
 //
 //         ┌──► comb 1 ──►┐
 //   in ───┼──►  ...   ──►+──► all-pass 1 ──► ... ──► out

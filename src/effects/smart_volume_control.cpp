@@ -3,11 +3,11 @@
 #include <algorithm>
 #include <iterator>
 
-#include "allocation.h"
 #include "dsp/block.h"
 #include "dsp/fixed_math.h"
 #include "dsp/gain_ramp.h"
 #include "dsp/kernels/kernels.h"
+#include "effects/memory.h"
 #include "effects/rates.h"
 #include "fixed.h"
 
@@ -17,7 +17,7 @@ constexpr int kSplits = 3;
 constexpr int kBands = kSplits + 1;
 
 // Second-order low-passes, Q28: b0, b1, b2, -a1, -a2. The 44100 Hz row has the second filter of
-// 48000 Hz, which so lies at 590 instead of 645 Hz.
+// 48000 Hz, which puts it at 590 instead of 645 Hz.
 constexpr int kLowPass[][kSplits][5] = {
     {{82205, 164410, 82205, 518080780, -249974146},          // 44100 Hz: 160 Hz,
      {1015678, 2031357, 1015678, 470823151, -206450411},     // 590 Hz,
@@ -32,8 +32,8 @@ constexpr int kLowPass[][kSplits][5] = {
 
 constexpr int kBandShift[kBands] = {3, 1, 0, 2};
 
-constexpr int kLowestGain = kOneQ13 / 4;        // -12 dB
-constexpr int kHighestGain = kOneQ13 * 4;       // +12 dB
+constexpr int kLowestGainQ13 = kOneQ13 / 4;     // -12 dB
+constexpr int kHighestGainQ13 = kOneQ13 * 4;    // +12 dB
 constexpr int64_t kReferenceEnergy = 67277003;  // the target at level 8192
 constexpr int kFullPeak = 32768;                // full scale of 24 bits as |sample| >> 8
 
@@ -48,18 +48,18 @@ void smart_volume_control_init(smart_volume_control_t* control) {
   control->peak_env = 0;
   std::copy_n(kBandShift, kBands, control->band_shift);
   smart_volume_control_set_level(control, kOneQ13);
-  for (int k = 0; k < kSplits; ++k) {
-    for (IIR** section : {&control->low_pass_left[k], &control->low_pass_right[k]}) {
-      *section = make<IIR>(IIR_init, kLowPass[SAMPLE_RATE_48000][k]);
-    }
-  }
+  bool whole = true;
+  for (int k = 0; k < kSplits; ++k)
+    for (IIR** section : {&control->low_pass_left[k], &control->low_pass_right[k]})
+      whole &= make(*section, IIR_init, kLowPass[SAMPLE_RATE_48000][k]);
+  if (!whole) smart_volume_control_end(control);
 }
 
 void smart_volume_control_reset(smart_volume_control_t* control) {
   control->gain = control->peak_env = control->hold_count = 0;
   control->energy_est = 0;
-  for (IIR* section : control->low_pass_left) IIR_reset(section);
-  for (IIR* section : control->low_pass_right) IIR_reset(section);
+  for (IIR* section : control->low_pass_left) on(section, IIR_reset);
+  for (IIR* section : control->low_pass_right) on(section, IIR_reset);
 }
 
 void smart_volume_control_end(smart_volume_control_t* control) {
@@ -73,8 +73,8 @@ void smart_volume_control_end(smart_volume_control_t* control) {
 void smart_volume_control_set_sample_rate(smart_volume_control_t* control, SampleRateType rate) {
   const auto& sets = kLowPass[rate_row(rate, std::size(kLowPass))];
   for (int k = 0; k < kSplits; ++k) {
-    IIR_reinit(control->low_pass_left[k], sets[k]);
-    IIR_reinit(control->low_pass_right[k], sets[k]);
+    on(control->low_pass_left[k], IIR_reinit, sets[k]);
+    on(control->low_pass_right[k], IIR_reinit, sets[k]);
   }
 }
 
@@ -134,7 +134,8 @@ void follow_peak(smart_volume_control_t* control, int level) {
   peak = level > peak ? level : wrap_add(peak, wrap_sub(level, peak) >> 9);
 }
 
-// Right by the low 16 bits of bits, read as signed; negative shifts left. Modulo 64.
+// sum shifted right by the low 16 bits of `bits`, read as signed and modulo 64; negative shifts
+// left.
 int64_t weighted(int64_t sum, int bits) {
   const int16_t right = static_cast<int16_t>(bits);
   if (right >= 0) return shift_right64(sum, right);
@@ -149,7 +150,7 @@ int64_t weighted(const band_energies& sums, const int* band_shift) {
   return total;
 }
 
-// The louder channel's weighted energy over the block. Both channels' sections step together.
+// The louder channel's weighted energy over the block.
 int64_t loudest(const smart_volume_control_t* control, const int* in_left, const int* in_right,
                 int n) {
   band_energies sums[2] = {};  // left, right
@@ -182,10 +183,10 @@ void follow_energy(smart_volume_control_t* control, int64_t loudness) {
 
 // The gain that brings the estimate to the target, Q13: 1.0 within 3 dB of it, otherwise
 // sqrt(0.875 target / estimate) from below and sqrt(1.25 target / estimate) from above.
-// 448 and 640 are these factors in Q9; doubled and rooted, a ratio in Q10 is a gain in Q5. Beyond
-// the root's domain, below a 73rd of the target, it gives 256, far above the highest gain; of a
-// quotient of 2^31 or more it sees only the low bits, which may be anything.
-int wanted_gain(const smart_volume_control_t* control) {
+// 448 and 640 are these factors in Q9; the root of twice the ratio, in Q10, is a gain in Q5. For an
+// estimate below a 73rd of the target the argument is beyond the root's domain: the result, 256, is
+// far above the highest gain. A quotient of 2^31 or more is cut to its low 32 bits.
+int wanted_gain_q13(const smart_volume_control_t* control) {
   const int64_t target = control->energy_target, estimate = control->energy_est;
   const bool quiet = estimate < (target >> 1);
   const bool loud = estimate > wrap_mul64(target, 2);
@@ -194,38 +195,39 @@ int wanted_gain(const smart_volume_control_t* control) {
   return (sqrt_fixed(static_cast<uint32_t>(ratio) * 2) & 0xFFFF) << 8;
 }
 
-// Holds a boost back so far that the followed peak, where it would exceed full scale, comes to
-// 0.875 of it, or to 0.75 where it would exceed it by half; never below 1.0.
-int limited_gain(int gain, int peak) {
-  const int boosted = saturate32((int64_t{gain} * peak) >> 13);
-  if (boosted <= kFullPeak) return gain;  // so peak is positive below
+// Limits a boost: where the followed peak would exceed full scale, to 0.875 of full scale, or to
+// 0.75 where it would exceed 1.5; never below a gain of 1.0.
+int limited_gain_q13(int gain_q13, int peak) {
+  const int boosted = saturate32((int64_t{gain_q13} * peak) >> 13);
+  if (boosted <= kFullPeak) return gain_q13;  // so peak is positive below
   const int highest = boosted > kFullPeak * 3 / 2 ? kFullPeak / 4 * 3 : kFullPeak / 8 * 7;
   return std::max(highest * kOneQ13 / peak, kOneQ13);
 }
 
-// The block's gain, Q13: the present one when there is next to nothing to measure.
-int block_gain(smart_volume_control_t* control, int64_t loudness) {
+// The block's gain, Q13: the present one while the block is below the energy floor.
+int block_gain_q13(smart_volume_control_t* control, int64_t loudness) {
   if (loudness <= control->energy_floor) return control->gain >> 4;
   control->hold_count = 0;
   follow_energy(control, loudness);
-  return limited_gain(std::clamp(wanted_gain(control), kLowestGain, kHighestGain),
-                      control->peak_env);
+  return limited_gain_q13(std::clamp(wanted_gain_q13(control), kLowestGainQ13, kHighestGainQ13),
+                          control->peak_env);
 }
 
 }  // namespace
 
 void smart_volume_control_process(smart_volume_control_t* control, int* in_left, int* in_right,
                                   int* out_left, int* out_right, int n) {
+  if (!has_memory(control)) return pass(in_left, in_right, out_left, out_right, n);
   follow_peak(control, std::max(block_peak(in_left, n), block_peak(in_right, n)));
   const int64_t loudness = loudest(control, in_left, in_right, n) >> 24;
-  const int target = saturate32(int64_t{block_gain(control, loudness)} * 16);
+  const int target_q17 = saturate32(int64_t{block_gain_q13(control, loudness)} * 16);
 
   for_each_block(n, [=](int64_t start, int count) {
-    int gains[kBlockFrames], left[kBlockFrames], right[kBlockFrames];
-    control->gain = gain_ramp_block<5, 7>(control->gain, target, gains, count);
+    int gains_q17[kBlockFrames], left[kBlockFrames], right[kBlockFrames];
+    control->gain = gain_ramp_block<5, 7>(control->gain, target_q17, gains_q17, count);
     // Both are read before either is written.
-    kernels().scale_each_to_silence_q17(in_left + start, gains, left, count);
-    kernels().scale_each_to_silence_q17(in_right + start, gains, right, count);
+    kernels().scale_each_to_silence_q17(in_left + start, gains_q17, left, count);
+    kernels().scale_each_to_silence_q17(in_right + start, gains_q17, right, count);
     std::copy_n(left, count, out_left + start);
     std::copy_n(right, count, out_right + start);
   });

@@ -3,23 +3,23 @@
 // Each process call is one block. It is measured: three low-passes split each channel into four
 // bands (below 160 Hz, up to about 600 Hz, up to about 4.4 kHz, above), whose energies are weighted
 // and summed; the louder channel counts. An estimate follows the measurement with separate speeds,
-// and the gain is what brings the estimate to the target: 1.0 while the estimate is within 3 dB of
-// it, otherwise to 0.58 dB below the target for what is too quiet and 0.97 dB above it for what is
-// too loud, within -12..+12 dB. A boost is held back so far that the followed peak stays below full
-// scale. One gain is then ramped, sample by sample, over both channels. The split is only measured,
-// not heard.
+// and the gain brings the estimate to the target: 1.0 while the estimate is within 3 dB of it,
+// otherwise to 0.58 dB below the target for quiet and 0.97 dB above it for loud material, within
+// -12..+12 dB. A boost is limited so that the followed peak stays below full scale. One gain is
+// then ramped, sample by sample, over both channels. The split serves the measurement alone; the
+// output is not filtered.
 //
 // Blocks below the energy floor (24 dB under the target) hold the gain, so that pauses and noise
-// are not pulled up; after init and reset the output is silent until the first block above it.
+// are not amplified; after init and reset the output is silent until the first block above it.
 //
-// The energy is a sum over the block: the loudness that settings aim at holds for blocks of 240 to
-// 256 frames, and half as many frames count as 3 dB less. Cutting a stream differently gives a
-// different, equally valid result.
+// The energy is a sum over the block: the level settings hold for blocks of 240 to 256 frames; half
+// as many frames count as 3 dB less. Cutting a stream differently gives a different, equally valid
+// result.
 //
 // As a user thinks of it:
 //   level          the loudness aimed at, Q13; 16384 is 6 dB more than 8192
 //   attact_order   how fast the estimate follows louder material: per block by 2^-order of the
-//                  distance
+//                  distance ("attact" is the interface's own spelling)
 //   release_order  the same for quieter material
 //
 // Latency: none. Memory: the record and six filter sections, taken by init. Samples: 24-bit values

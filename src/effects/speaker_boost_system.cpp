@@ -2,13 +2,13 @@
 
 #include <algorithm>
 
-#include "allocation.h"
 #include "dsp/block.h"
 #include "dsp/kernels/audio_delay.h"
 #include "dsp/kernels/iir.h"
 #include "dsp/kernels/kernels.h"
 #include "effects/block_forms.h"
 #include "effects/crossover_tables.h"
+#include "effects/memory.h"
 #include "effects/rates.h"
 #include "fixed.h"
 
@@ -37,14 +37,14 @@ constexpr int kPreFilter[][5] = {
     {},                                                        // 192000 Hz: silence
 };
 
-// What left and right have each of their own.
+// The parts of one side.
 struct channel {
   spectral_band_split* const* split;
   IIR* pre;
   audio_delay* delay;
   dynamic_range_control_t *drc_low, *drc_mid, *drc_high, *drc_full;
   int *sub, *low, *mid, *high, *sum;
-  int nld_gain;
+  int nld_gain_q13;
 };
 
 channel left_of(const speaker_boost_system_t* b) {
@@ -60,7 +60,7 @@ channel right_of(const speaker_boost_system_t* b) {
           b->nld_gain_right};
 }
 
-// Calls use(pointer) with each of the pointers to the controllers, and to the work buffers.
+// Calls use(pointer) with each pointer to a controller, and below, to a work buffer.
 template <typename Use>
 void for_each_controller(speaker_boost_system_t* b, Use use) {
   for (auto* drc : {&b->drc_low_left, &b->drc_mid_left, &b->drc_high_left, &b->drc_low_right,
@@ -87,22 +87,23 @@ void speaker_boost_system_init(speaker_boost_system_t* boost) {
   boost->channel_num = 2;
   boost->history_len = 2;
   boost->frame_len = 60;
+  bool whole = true;
   for (int k = 0; k < kSplits; ++k) {
     const crossover_set& set = kCrossovers[k][SAMPLE_RATE_48000];
     for (auto* split : {&boost->split_left[k], &boost->split_right[k]})
-      *split = make<spectral_band_split>(spectral_band_split_init, set.low, set.high);
+      whole &= make(*split, spectral_band_split_init, set.low, set.high);
   }
-  boost->nld = make<NLD>(NLD_init);
-  boost->nld_band = make<IIR>(IIR_init, kHarmonicBand[SAMPLE_RATE_48000]);
-  boost->pre_left = make<IIR>(IIR_init, kPreFilter[SAMPLE_RATE_48000]);
-  boost->pre_right = make<IIR>(IIR_init, kPreFilter[SAMPLE_RATE_48000]);
-  boost->delay_left = make<audio_delay>(audio_delay_init, look_ahead(boost));
-  boost->delay_right = make<audio_delay>(audio_delay_init, look_ahead(boost));
-  for_each_controller(boost, [=](dynamic_range_control_t*& drc) {
-    drc = make<dynamic_range_control_t>(dynamic_range_control_init, boost->history_len,
-                                        boost->frame_len);
+  whole &= make(boost->nld, NLD_init);
+  whole &= make(boost->nld_band, IIR_init, kHarmonicBand[SAMPLE_RATE_48000]);
+  whole &= make(boost->pre_left, IIR_init, kPreFilter[SAMPLE_RATE_48000]);
+  whole &= make(boost->pre_right, IIR_init, kPreFilter[SAMPLE_RATE_48000]);
+  whole &= make(boost->delay_left, audio_delay_init, look_ahead(boost));
+  whole &= make(boost->delay_right, audio_delay_init, look_ahead(boost));
+  for_each_controller(boost, [&](dynamic_range_control_t*& drc) {
+    whole &= make(drc, dynamic_range_control_init, boost->history_len, boost->frame_len);
   });
-  for_each_buffer(boost, [](int*& buffer) { buffer = allocate<int>(kBlockFrames); });
+  for_each_buffer(boost, [&](int*& buffer) { whole &= take(buffer, kBlockFrames); });
+  if (!whole) speaker_boost_system_end(boost);
 }
 
 void speaker_boost_system_set_sample_rate(speaker_boost_system_t* boost, SampleRateType rate) {
@@ -110,20 +111,21 @@ void speaker_boost_system_set_sample_rate(speaker_boost_system_t* boost, SampleR
   boost->frame_len = frame_length(rate);
   for (int k = 0; k < kSplits; ++k) {
     const crossover_set& set = kCrossovers[k][crossover_row];
-    spectral_band_split_reinit(boost->split_left[k], set.low, set.high);
-    spectral_band_split_reinit(boost->split_right[k], set.low, set.high);
+    on(boost->split_left[k], spectral_band_split_reinit, set.low, set.high);
+    on(boost->split_right[k], spectral_band_split_reinit, set.low, set.high);
   }
-  IIR_reinit(boost->nld_band, kHarmonicBand[row]);
-  IIR_reinit(boost->pre_left, kPreFilter[row]);
-  IIR_reinit(boost->pre_right, kPreFilter[row]);
+  on(boost->nld_band, IIR_reinit, kHarmonicBand[row]);
+  on(boost->pre_left, IIR_reinit, kPreFilter[row]);
+  on(boost->pre_right, IIR_reinit, kPreFilter[row]);
   for_each_controller(boost, [=](dynamic_range_control_t* drc) {
-    dynamic_range_control_reinit(drc, boost->frame_len);
+    on(drc, dynamic_range_control_reinit, boost->frame_len);
   });
-  audio_delay_reinit(boost->delay_left, look_ahead(boost));
-  audio_delay_reinit(boost->delay_right, look_ahead(boost));
+  on(boost->delay_left, audio_delay_reinit, look_ahead(boost));
+  on(boost->delay_right, audio_delay_reinit, look_ahead(boost));
 }
 
 void speaker_boost_system_reset(speaker_boost_system_t* boost) {
+  if (!has_memory(boost)) return;
   for (int k = 0; k < kSplits; ++k) {
     spectral_band_split_reset(boost->split_left[k]);
     spectral_band_split_reset(boost->split_right[k]);
@@ -181,27 +183,27 @@ void speaker_boost_system_get_channel_num(speaker_boost_system_t* boost, int* nu
 }
 
 void speaker_boost_system_set_nld_param(speaker_boost_system_t* boost, int* coefficients) {
-  IIR_set_param(boost->nld_band, coefficients);
+  on(boost->nld_band, IIR_set_param, coefficients);
 }
 void speaker_boost_system_get_nld_param(speaker_boost_system_t* boost, int* coefficients) {
-  IIR_get_param(boost->nld_band, coefficients);
+  on(boost->nld_band, IIR_get_param, coefficients);
 }
 
 // The eighty accessors of the controllers.
 #define SPEAKER_BOOST_DEFINE(controller, parameter)                                           \
   void speaker_boost_system_drc_##controller##_set_##parameter(speaker_boost_system_t* boost, \
                                                                int value) {                   \
-    dynamic_range_control_set_##parameter(boost->drc_##controller, value);                    \
+    on(boost->drc_##controller, dynamic_range_control_set_##parameter, value);                \
   }                                                                                           \
   void speaker_boost_system_drc_##controller##_get_##parameter(speaker_boost_system_t* boost, \
                                                                int* value) {                  \
-    dynamic_range_control_get_##parameter(boost->drc_##controller, value);                    \
+    on(boost->drc_##controller, dynamic_range_control_get_##parameter, value);                \
   }
 SPEAKER_BOOST_FOR_EACH_ACCESSOR(SPEAKER_BOOST_DEFINE)
 #undef SPEAKER_BOOST_DEFINE
 
-// One channel; samples at input scale on all wires. N is shared: the mean of both channels' sub
-// bands (in mono the one sub band) through the non-linear device and the band-pass.
+// One channel; samples at input scale on all wires. N is common to both: the non-linear device and
+// the band-pass on the mean of both sub bands (in mono, on the one sub band).
 //
 //   in ─► roll-off ─► 250 Hz ─┬─ sub ─► N ─► × nld_gain, Q13 ─► delay ─► + ─► full ─► out
 //                             └─► 950 Hz ─┬─ low ─────► low controller ─► +   controller
@@ -210,7 +212,7 @@ SPEAKER_BOOST_FOR_EACH_ACCESSOR(SPEAKER_BOOST_DEFINE)
 
 namespace {
 
-// In the channel's high band stands what is above the crossovers so far.
+// c.high holds what is above the crossovers so far.
 void split_block(const channel& c, const int* in, int n) {
   iir_block<iir_step_32>(c.pre, in, c.high, n);
   spectral_band_split_block(c.split[0], c.high, c.sub, c.high, n);
@@ -233,15 +235,15 @@ void split_blocks(const channel& left, const int* in_left, const channel& right,
   split(2, left.mid, right.mid);
 }
 
-// N of the sketch: in place.
+// N of the sketch, in place.
 void make_harmonics(const speaker_boost_system_t* boost, int* x, int n) {
   nld_block(boost->nld, x, x, n);
   iir_block<iir_step_32>(boost->nld_band, x, x, n);
 }
 
-// The harmonics take the place of the sub band, and the bands become their sum.
+// c.sum = delayed harmonics + low + mid + high after their controllers; wraps.
 void mix_bands(const channel& c, const int* harmonics, int n) {
-  kernels().scale_q13(harmonics, c.nld_gain, c.sub, n);
+  kernels().scale_q13(harmonics, c.nld_gain_q13, c.sub, n);
   audio_delay_block(c.delay, c.sub, c.sub, n);
   dynamic_range_control_process(c.drc_low, c.low, c.low, n);
   dynamic_range_control_process(c.drc_mid, c.mid, c.mid, n);
@@ -254,6 +256,7 @@ void mix_bands(const channel& c, const int* harmonics, int n) {
 
 void speaker_boost_system_process_stereo(speaker_boost_system_t* boost, int* in_left, int* in_right,
                                          int* out_left, int* out_right, int n) {
+  if (!has_memory(boost)) return pass(in_left, in_right, out_left, out_right, n);
   const channel left = left_of(boost), right = right_of(boost);
   for_each_block_or_empty(n, [&](auto start, int count) {
     int harmonics[kBlockFrames];
@@ -268,6 +271,7 @@ void speaker_boost_system_process_stereo(speaker_boost_system_t* boost, int* in_
 }
 
 void speaker_boost_system_process_mono(speaker_boost_system_t* boost, int* in, int* out, int n) {
+  if (!has_memory(boost)) return pass(in, out, n);
   const channel left = left_of(boost);
   for_each_block_or_empty(n, [&](auto start, int count) {
     split_block(left, in + start, count);

@@ -1,7 +1,7 @@
-// Speaker boost: makes a small loudspeaker as loud and as full as it can safely be. What it cannot
-// reproduce, the lowest bass, is replaced by harmonics; each of the other bands is driven by its
-// own limiter with make-up volume, so that a loud band doesn't press the others down; a last
-// limiter holds the sum.
+// Speaker boost: makes a small loudspeaker as loud and as full as it can safely be. The lowest
+// bass, which it cannot reproduce, is replaced by harmonics; each of the other bands has its own
+// limiter with make-up volume, so that a loud band doesn't lower the others; a last limiter acts on
+// the sum.
 //
 // Each channel passes a gentle treble roll-off and is split at 250 Hz, 950 Hz and 2.8 kHz into sub,
 // low, mid and high. The mean of the two sub bands drives the non-linear device (nld.h), whose
@@ -12,35 +12,35 @@
 // 1976; E. Larsen and R. M. Aarts, "Audio Bandwidth Extension", Wiley, 2004.
 //
 // As a user thinks of it:
-//   nld gain left, right   level of the harmonics, Q13 (8192 = 1.0), 1.0 to begin with
+//   nld gain left, right   level of the harmonics, Q13 (8192 = 1.0), initially 1.0
 //   eight controllers      low, mid, high and full band of each side: how loud each gets (volume),
 //                          where it is limited (threshold), how fast, and where its gate closes;
-//                          dynamic_range_control.h says how
-// Settings are heard from the next block on and are not faded.
+//                          see dynamic_range_control.h
+// Settings take effect with the next block and are not faded.
 //
 // Latency: 240 samples at every rate, 120 in the bands and 120 in the full band; the harmonics are
-// delayed with the bands. The controllers and delays are taken by init for 2 x 60 samples and a
-// change of rate cannot make them longer: the frame length of 220 to 960 samples that goes with the
-// rate is stored, but the look-ahead stays 120 samples. A gain thus begins to fall with the block
-// that holds the peak, at least 120 samples before the peak comes out.
+// delayed with the bands. Controllers and delays are made by init for 2 x 60 samples, and a change
+// of rate cannot make them longer: the frame length of 220 to 960 samples that belongs to the rate
+// is stored, but the look-ahead stays 120 samples. A gain thus begins to fall with the block that
+// holds the peak, at least 120 samples before the peak comes out.
 //
-// Loud music overshoots full scale: a gain comes down by only about 1 dB in those 120 samples
-// (3/4096 of itself per sample), and the sum of the bands may need far more. Peaks measured at
-// 48000 Hz in blocks of 240, against full scale: +1 dB on dense music and +4 dB on hard onsets at
-// the settings to begin with, +5 and +7 dB with the volumes of the three bands doubled. Lower
-// thresholds of the full band leave room: half of full scale took 2 to 6 dB off. Blocks of 240 to
-// 256 samples overshoot least, because a gain begins to fall earlier before peaks late in a block;
-// with blocks below 60 samples a peak can outlive its target.
+// Loud music overshoots full scale: a gain falls by only about 1 dB in those 120 samples (3/4096 of
+// itself per sample), and the sum of the bands may need far more. Peaks measured at 48000 Hz in
+// blocks of 240, against full scale: +1 dB on dense music and +4 dB on hard onsets with the initial
+// settings, +5 and +7 dB with the volumes of the three bands doubled. Lower thresholds of the full
+// band leave headroom: half of full scale lowered the peaks by 2 to 6 dB. Blocks of 240 to 256
+// samples overshoot least, because a gain begins to fall earlier before peaks late in a block; with
+// blocks below 60 samples the target of a peak can end before the peak has come out.
 //
 // The controllers measure once per block, so the output depends on how a stream is cut.
 //
-// After a signal the output comes to rest, with the settings to begin with, at a constant of -3..0
-// at 44100 Hz, -4..0 at 48000 Hz and -55..0 at 96000 Hz; silence from init on gives exact silence.
+// After a signal the output settles, with the initial settings, at a constant of -3..0 at 44100 Hz,
+// -4..0 at 48000 Hz and -55..0 at 96000 Hz; silence from init on gives exact silence.
 //
-// There are no coefficients for 192000 Hz: the input filters put out 0 there, and so does the
-// module.
+// There are no coefficients for 192000 Hz: there the output of the input filters, and of the
+// module, is 0.
 //
-// Memory: about 17 KB (ten buffers of 256 words, ten delays of 120, 27 filter sections), taken by
+// Memory: 18 KB (ten buffers of 256 words, ten delays of 120, 27 filter sections), taken by
 // init. Samples: 24-bit values in 32-bit words.
 #pragma once
 
@@ -76,7 +76,7 @@ struct speaker_boost_system_t {
   dynamic_range_control_t* drc_full_left;
   dynamic_range_control_t* drc_full_right;
   int* sub_left;  // ten buffers of 256 words: the bands of the last block after their
-  int* low_left;  // controllers, and their sum before the full band's
+  int* low_left;  // controllers, and their sum before the full band's controller
   int* mid_left;
   int* high_left;
   int* sum_left;
@@ -91,10 +91,10 @@ struct speaker_boost_system_t {
 // samples, the controllers as dynamic_range_control_init leaves them.
 SONX_EXPORT void speaker_boost_system_init(speaker_boost_system_t* boost);
 
-// Loads the filters for a rate, a set nld band included, and clears their history and the delays;
-// the frame length becomes 220, 240, 480 or 960. At 192000 Hz the crossovers stay those of 48000 Hz
-// and the input and harmonic filters are 0. Any value beyond the four rates takes 48000 Hz. Between
-// two process calls it makes a transient.
+// Loads the filters for a rate, in place of a set nld band too, and clears their history and
+// delays; the frame length becomes 220, 240, 480 or 960. At 192000 Hz the crossovers stay those of
+// 48000 Hz and the input and harmonic filters are 0. Any value beyond the four rates takes 48000
+// Hz. Between two process calls it causes a transient.
 SONX_EXPORT void speaker_boost_system_set_sample_rate(speaker_boost_system_t* boost,
                                                       SampleRateType rate);
 
@@ -136,7 +136,8 @@ SONX_EXPORT void speaker_boost_system_get_nld_param(speaker_boost_system_t* boos
 //   band               low, mid, high: the band of that name, before the sum; full: the sum
 //   side               left, right
 //   parameter
-//     attact_order       shift of the level follower upwards, 0..31, initially 0
+//     attact_order       shift of the level follower upwards, 0..31, initially 0 ("attact" is the
+//                        interface's own spelling)
 //     release_order      shift of the level follower downwards, 0..31, initially 5
 //     threshold          peak limit, |sample| >> 8, 1..32767, initially 32767
 //     denoise_threshold  mean magnitude in sample units below which the gate closes, initially 256;
@@ -144,10 +145,9 @@ SONX_EXPORT void speaker_boost_system_get_nld_param(speaker_boost_system_t* boos
 //     volume             make-up volume, Q13, initially 8192; setting it makes the running gain
 //                        jump to half of it
 //
-// Each reaches its one controller through the function of dynamic_range_control.h with the same
-// ending, which has the rest of the contract. SPEAKER_BOOST_FOR_EACH_ACCESSOR(use) gives
-// use(<band>_<side>, <parameter>) for all forty pairs, to declare them here and for hosts that
-// bind them to names.
+// Each calls the function of dynamic_range_control.h with the same ending on its one controller;
+// the rest of the contract is there. SPEAKER_BOOST_FOR_EACH_ACCESSOR(use) gives use(<band>_<side>,
+// <parameter>) for all forty pairs, to declare them here and for hosts that bind them to names.
 #define SPEAKER_BOOST_FOR_EACH_PARAMETER(use, controller) \
   use(controller, attact_order)                           \
   use(controller, release_order)                          \
@@ -175,12 +175,12 @@ SPEAKER_BOOST_FOR_EACH_ACCESSOR(SPEAKER_BOOST_DECLARE)
 
 // One block of n frames, planar, meant for up to 256; more are taken as blocks of 256, each
 // measured by the controllers on its own. Any of the four buffers may be the same; the right output
-// is written last. The bands' sum wraps at 32 bits; the outputs saturate and -1 becomes 0. With n <
-// 1 no samples are touched, and the controllers advance by a block of silence.
+// is written last. The bands' sum wraps at 32 bits; the outputs saturate and -1 becomes 0. With
+// n < 1 no samples are touched, and the controllers advance by a block of silence.
 SONX_EXPORT void speaker_boost_system_process_stereo(speaker_boost_system_t* boost, int* in_left,
                                                      int* in_right, int* out_left, int* out_right,
                                                      int n);
 
-// The same for one channel, with the left side's parts and gain; the right side's rest.
+// The same for one channel, with the left side's parts and gain; the right side's keep their state.
 SONX_EXPORT void speaker_boost_system_process_mono(speaker_boost_system_t* boost, int* in, int* out,
                                                    int n);

@@ -1,22 +1,24 @@
 #include "effects/spectral_band_split.h"
 
-#include "allocation.h"
 #include "dsp/kernels/kernels.h"
 #include "effects/block_forms.h"
+#include "effects/memory.h"
 
 void spectral_band_split_init(spectral_band_split* split, const int* low, const int* high) {
-  for (IIR*& section : split->low) section = make<IIR>(IIR_init, low);
-  for (IIR*& section : split->high) section = make<IIR>(IIR_init, high);
+  bool whole = true;
+  for (IIR*& section : split->low) whole &= make(section, IIR_init, low);
+  for (IIR*& section : split->high) whole &= make(section, IIR_init, high);
+  if (!whole) spectral_band_split_end(split);
 }
 
 void spectral_band_split_reinit(spectral_band_split* split, const int* low, const int* high) {
-  for (IIR* section : split->low) IIR_reinit(section, low);
-  for (IIR* section : split->high) IIR_reinit(section, high);
+  for (IIR* section : split->low) on(section, IIR_reinit, low);
+  for (IIR* section : split->high) on(section, IIR_reinit, high);
 }
 
 void spectral_band_split_reset(spectral_band_split* split) {
-  for (IIR* section : split->low) IIR_reset(section);
-  for (IIR* section : split->high) IIR_reset(section);
+  for (IIR* section : split->low) on(section, IIR_reset);
+  for (IIR* section : split->high) on(section, IIR_reset);
 }
 
 void spectral_band_split_end(spectral_band_split* split) {
@@ -25,6 +27,7 @@ void spectral_band_split_end(spectral_band_split* split) {
 }
 
 void spectral_band_split_process(spectral_band_split* split, int* in, int* low, int* high) {
+  if (!has_memory(split)) return pass(in, in, low, high, 1);
   const int x = *in;
   int x_low, x_high;
   IIR_process_32(split->low[0], &x, &x_low);

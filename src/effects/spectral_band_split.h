@@ -4,10 +4,10 @@
 // With Butterworth sections that share their poles this is a Linkwitz-Riley crossover: both bands
 // are 6 dB down at the corner, in phase with each other everywhere, and their sum is an all-pass,
 // flat in level. S. H. Linkwitz, "Active Crossover Networks for Noncoincident Drivers", J. Audio
-// Eng. Soc. 24(1), 1976. The caller brings the coefficients, and with them the corner.
+// Eng. Soc. 24(1), 1976. The caller supplies the coefficients, and with them the corner.
 //
 // Latency: none but the filters' own. Memory: four sections, taken by init. Samples: 24-bit values
-// in 32-bit words; coefficients: five words Q28 as dsp/iir.h has them.
+// in 32-bit words; coefficients: five words Q28, see dsp/iir.h.
 #pragma once
 
 #include "../dsp/iir.h"

@@ -1,19 +1,21 @@
 #include "effects/stereo_widening_system.h"
 
-#include "allocation.h"
 #include "dsp/block.h"
+#include "effects/memory.h"
 
 void stereo_widening_system_init(stereo_widening_system* system) {
   system->status = 0;
-  system->difference = make<difference_circuit>(difference_circuit_init);
-  system->crossfeed = make<crossfeed_network>(crossfeed_network_init);
-  system->reflector = make<early_reflector>(early_reflector_init);
+  bool whole = true;
+  whole &= make(system->difference, difference_circuit_init);
+  whole &= make(system->crossfeed, crossfeed_network_init);
+  whole &= make(system->reflector, early_reflector_init);
+  if (!whole) stereo_widening_system_end(system);
 }
 
 void stereo_widening_system_reset(stereo_widening_system* system) {
-  difference_circuit_reset(system->difference);
-  crossfeed_network_reset(system->crossfeed);
-  early_reflector_reset(system->reflector);
+  on(system->difference, difference_circuit_reset);
+  on(system->crossfeed, crossfeed_network_reset);
+  on(system->reflector, early_reflector_reset);
 }
 
 void stereo_widening_system_end(stereo_widening_system* system) {
@@ -23,9 +25,9 @@ void stereo_widening_system_end(stereo_widening_system* system) {
 }
 
 void stereo_widening_system_set_sample_rate(stereo_widening_system* system, SampleRateType rate) {
-  difference_circuit_set_sample_rate(system->difference, rate);
-  crossfeed_network_set_sample_rate(system->crossfeed, rate);
-  early_reflector_set_sample_rate(system->reflector, rate);
+  on(system->difference, difference_circuit_set_sample_rate, rate);
+  on(system->crossfeed, crossfeed_network_set_sample_rate, rate);
+  on(system->reflector, early_reflector_set_sample_rate, rate);
 }
 
 void stereo_widening_system_setstatus(stereo_widening_system* system, int status) {
@@ -36,52 +38,52 @@ void stereo_widening_system_getstatus(stereo_widening_system* system, int* statu
 }
 
 void stereo_widening_system_dc_set_side_gain(stereo_widening_system* system, int gain) {
-  difference_circuit_set_side_gain(system->difference, gain);
+  on(system->difference, difference_circuit_set_side_gain, gain);
 }
 void stereo_widening_system_dc_get_side_gain(stereo_widening_system* system, int* gain) {
-  difference_circuit_get_side_gain(system->difference, gain);
+  on(system->difference, difference_circuit_get_side_gain, gain);
 }
 
 void stereo_widening_system_cfn_set_gain(stereo_widening_system* system, int gain) {
-  crossfeed_network_set_gain(system->crossfeed, gain);
+  on(system->crossfeed, crossfeed_network_set_gain, gain);
 }
 void stereo_widening_system_cfn_get_gain(stereo_widening_system* system, int* gain) {
-  crossfeed_network_get_gain(system->crossfeed, gain);
+  on(system->crossfeed, crossfeed_network_get_gain, gain);
 }
 
 void stereo_widening_system_er_set_dry_gain(stereo_widening_system* system, int gain) {
-  early_reflector_set_dry_gain(system->reflector, gain);
+  on(system->reflector, early_reflector_set_dry_gain, gain);
 }
 void stereo_widening_system_er_get_dry_gain(stereo_widening_system* system, int* gain) {
-  early_reflector_get_dry_gain(system->reflector, gain);
+  on(system->reflector, early_reflector_get_dry_gain, gain);
 }
 
 void stereo_widening_system_er_set_wet_gain(stereo_widening_system* system, int gain) {
-  early_reflector_set_wet_gain(system->reflector, gain);
+  on(system->reflector, early_reflector_set_wet_gain, gain);
 }
 void stereo_widening_system_er_get_wet_gain(stereo_widening_system* system, int* gain) {
-  early_reflector_get_wet_gain(system->reflector, gain);
+  on(system->reflector, early_reflector_get_wet_gain, gain);
 }
 
 void stereo_widening_system_er_set_roomsize(stereo_widening_system* system, int roomsize) {
-  early_reflector_set_roomsize(system->reflector, roomsize);
+  on(system->reflector, early_reflector_set_roomsize, roomsize);
 }
 void stereo_widening_system_er_get_roomsize(stereo_widening_system* system, int* roomsize) {
-  early_reflector_get_roomsize(system->reflector, roomsize);
+  on(system->reflector, early_reflector_get_roomsize, roomsize);
 }
 
 void stereo_widening_system_er_set_damp(stereo_widening_system* system, int damp) {
-  early_reflector_set_damp(system->reflector, damp);
+  on(system->reflector, early_reflector_set_damp, damp);
 }
 void stereo_widening_system_er_get_damp(stereo_widening_system* system, int* damp) {
-  early_reflector_get_damp(system->reflector, damp);
+  on(system->reflector, early_reflector_get_damp, damp);
 }
 
-// Block by block, each stage over the whole block.
-// Work buffers stand between the stages, so that no stage's left output can overwrite its right
-// input when the caller's buffers coincide.
+// Block by block, each stage over the whole block. Work buffers between the stages, so that no
+// stage's left output overwrites its right input when the caller's buffers coincide.
 void stereo_widening_system_process(stereo_widening_system* system, int* in_left, int* in_right,
                                     int* out_left, int* out_right, int n) {
+  if (!has_memory(system)) return pass(in_left, in_right, out_left, out_right, n);
   for_each_block(n, [=](int64_t start, int count) {
     int left[kBlockFrames], right[kBlockFrames];
     difference_circuit_process_block(system->difference, in_left + start, in_right + start, left,

@@ -1,21 +1,20 @@
-// Stereo widening: takes music on headphones out of the head. Three stages in a row,
+// Stereo widening: music on headphones as from outside the head. Three stages in series,
 //
 //   in ──► difference circuit ──► crossfeed network ──► early reflector ──► out
 //
-// the first makes the difference between the channels stronger (difference_circuit.h), the second
-// lets each ear hear the other side as from loudspeakers (crossfeed_network.h), the third adds a
-// small room (early_reflector.h). Their headers say what their settings do; all gains are Q13,
-// 8192 = 1.0. Each setter takes effect at the next sample.
+// the first amplifies the difference between the channels (difference_circuit.h), the second adds
+// to each ear the other side, as from loudspeakers (crossfeed_network.h), the third adds a small
+// room (early_reflector.h). Their headers describe the settings; all gains are Q13, 8192 = 1.0.
+// Each setter takes effect at the next sample.
 //
-// What gets wider is the top: at the headphone chain's settings the channels' correlation on a
-// piece of rock music fell from 0.78 to 0.38 from 7 kHz up, while the crossfeed brought the
-// channels together below (from 0.77 to 0.82 between 1 and 6 kHz, from 0.86 to 0.89 down to 200
-// Hz).
+// The highs get wider: with the headphone chain's settings the channels' correlation on a piece of
+// rock music fell from 0.78 to 0.38 above 7 kHz, while the crossfeed raised it below (from 0.77 to
+// 0.82 between 1 and 6 kHz, from 0.86 to 0.89 down to 200 Hz).
 //
 // For 44100, 48000 and 96000 Hz. At 192000 Hz every filter is silent: the output is the rest of the
 // room's tail and then nothing (a constant between -8 and 0, see early_reflector.h).
 //
-// Latency: none but the filters' own. Memory: about 55 KB, taken by stereo_widening_system_init.
+// Latency: none but the filters' own. Memory: 54 KB, taken by stereo_widening_system_init.
 // Samples: 24 bits in 32-bit words.
 #pragma once
 

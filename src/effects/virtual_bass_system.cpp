@@ -2,11 +2,11 @@
 
 #include <algorithm>
 
-#include "allocation.h"
 #include "dsp/block.h"
 #include "dsp/kernels/kernels.h"
 #include "effects/block_forms.h"
 #include "effects/crossover_tables.h"
+#include "effects/memory.h"
 #include "effects/rates.h"
 #include "fixed.h"
 
@@ -37,27 +37,29 @@ void virtual_bass_system_init(virtual_bass_system* bass) {
   bass->status = 0;
   bass->origin_gain = 4096;
   bass->nld_gain = 4096;
-  bass->high_band_gain = 8192;
-  bass->bass_buffer = allocate<int>(kBlockFrames);
-  bass->nld = make<NLD>(NLD_init);
+  bass->high_band_gain = kOneQ13;
+  bool whole = take(bass->bass_buffer, kBlockFrames);
+  whole &= make(bass->nld, NLD_init);
   for (spectral_band_split** split : {&bass->split_left, &bass->split_right})
-    *split = make<spectral_band_split>(spectral_band_split_init, crossover.low, crossover.high);
-  bass->nld_band = make<IIR>(IIR_init, kHarmonicBand[SAMPLE_RATE_48000]);
+    whole &= make(*split, spectral_band_split_init, crossover.low, crossover.high);
+  whole &= make(bass->nld_band, IIR_init, kHarmonicBand[SAMPLE_RATE_48000]);
   for (IIR** section : {&bass->align_left, &bass->align_right, &bass->align_bass})
-    *section = make<IIR>(IIR_init, kAlignment[SAMPLE_RATE_48000]);
-  bass->bass_compressor = make<compressor_bass>(compressor_bass_init);
+    whole &= make(*section, IIR_init, kAlignment[SAMPLE_RATE_48000]);
+  whole &= make(bass->bass_compressor, compressor_bass_init);
+  if (!whole) virtual_bass_system_end(bass);
 }
 
 void virtual_bass_system_set_sample_rate(virtual_bass_system* bass, SampleRateType rate) {
   const int row = rate_row(rate);
   for (spectral_band_split* split : {bass->split_left, bass->split_right})
-    spectral_band_split_reinit(split, kCrossover250[row].low, kCrossover250[row].high);
-  IIR_reinit(bass->nld_band, kHarmonicBand[row]);
+    on(split, spectral_band_split_reinit, kCrossover250[row].low, kCrossover250[row].high);
+  on(bass->nld_band, IIR_reinit, kHarmonicBand[row]);
   for (IIR* section : {bass->align_left, bass->align_right, bass->align_bass})
-    IIR_reinit(section, kAlignment[row]);
+    on(section, IIR_reinit, kAlignment[row]);
 }
 
 void virtual_bass_system_reset(virtual_bass_system* bass) {
+  if (!has_memory(bass)) return;
   spectral_band_split_reset(bass->split_left);
   spectral_band_split_reset(bass->split_right);
   NLD_reset(bass->nld);
@@ -104,27 +106,28 @@ void virtual_bass_system_get_high_band_gain(virtual_bass_system* bass, int* gain
 }
 
 void virtual_bass_system_set_nld_band_param(virtual_bass_system* bass, const int* coefficients) {
-  IIR_set_param(bass->nld_band, coefficients);
+  on(bass->nld_band, IIR_set_param, coefficients);
 }
 void virtual_bass_system_get_nld_band_param(virtual_bass_system* bass, int* coefficients) {
-  IIR_get_param(bass->nld_band, coefficients);
+  on(bass->nld_band, IIR_get_param, coefficients);
 }
 
 void virtual_bass_system_set_nld_clip_level(virtual_bass_system* bass, int level) {
-  NLD_set_clip_level(bass->nld, level);
+  on(bass->nld, NLD_set_clip_level, level);
 }
 void virtual_bass_system_get_nld_clip_level(virtual_bass_system* bass, int* level) {
-  NLD_get_clip_level(bass->nld, level);
+  on(bass->nld, NLD_get_clip_level, level);
 }
 
 // Samples at input scale on all wires, gains Q13:
 //
-//   left ──► split ── high ──► all-pass ──► × high_band_gain ───────────────────────► + ──► left
-//              └─ low ──► + >> 1 ─┬─► non-linear device ──► low-pass ──► × nld_gain   ▲
-//              ┌─ low ────┘       │                                      + ◄──┘       │
-//              │                  └─► all-pass ──► × origin_gain ────────┘│           │
-//              │                                                    compressor ───────┤
-//   right ──► split ── high ──► all-pass ──► × high_band_gain ──────────────────────► + ──► right
+//   left ──► split ─┬─ high ─► all-pass ─► × high_band_gain ─► + bass ─► left
+//                   └─ low, see below
+//   right, the same
+//
+//   left low + right low ─► / 2 ─┬─► non-linear device ─► low-pass ─► × nld_gain ──► +
+//                                └─► all-pass ──────────────────────► × origin_gain ► + ─┐
+//                                                                  bass ◄─ compressor ◄──┘
 
 namespace {
 
@@ -159,6 +162,7 @@ void process_block(virtual_bass_system* bass, const int* in_left, const int* in_
 
 void virtual_bass_system_process(virtual_bass_system* bass, int* in_left, int* in_right,
                                  int* out_left, int* out_right, int n) {
+  if (!has_memory(bass)) return pass(in_left, in_right, out_left, out_right, n);
   for_each_block_or_empty(n, [=](auto start, int count) {
     process_block(bass, in_left + start, in_right + start, out_left + start, out_right + start,
                   count);

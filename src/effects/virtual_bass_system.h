@@ -1,6 +1,6 @@
-// Virtual bass: lets small loudspeakers and earphones sound as if they reached lower. The ear hears
-// a low note from its harmonics alone (the missing fundamental), so the bass is taken out, turned
-// into harmonics that the loudspeaker can reproduce, levelled, and added again.
+// Virtual bass: more apparent bass from small loudspeakers and earphones. The ear hears a low note
+// from its harmonics alone (the missing fundamental), so the bass is split off, turned into
+// harmonics that the loudspeaker can reproduce, levelled, and added again.
 //
 // J. F. Schouten, "The Perception of Subjective Tones", Proc. Kon. Ned. Akad. Wetensch. 41, 1938;
 // E. Larsen and R. M. Aarts, "Audio Bandwidth Extension", Wiley, 2004.
@@ -11,23 +11,23 @@
 // The high bands and the plain bass pass identical all-passes, which keep them in phase with each
 // other and, roughly, with the band-limited harmonics. Bass thus comes out in mono.
 //
-// As a user thinks of it, all Q13 (8192 = 1.0), stored as given and heard from the next sample on:
-//   nld gain        level of the harmonics, 0.5 to begin with
-//   origin gain     level of the plain bass, 0.5 to begin with
-//   high band gain  level of everything above 250 Hz, 1.0 to begin with
-//   clip level      where the bass begins to be squared off (nld.h), 8192: a quarter of full scale
+// As a user thinks of it, all Q13 (8192 = 1.0), stored as given, effective from the next sample on:
+//   nld gain        level of the harmonics, initially 0.5
+//   origin gain     level of the plain bass, initially 0.5
+//   high band gain  level of everything above 250 Hz, initially 1.0
+//   clip level      where the bass begins to clip (nld.h), 8192: a quarter of full scale
 // With the harmonics at 0 and both other gains at 1.0 a mono signal passes flat. Changes are not
 // faded.
 //
 // The compressor measures the mixed bass once per block, so the output depends, slightly, on how a
 // stream is cut; its gain starts at 0, so the bass fades in after init and reset.
 //
-// There are no coefficients for 192000 Hz: all filters put out 0 there, and so does the module.
+// There are no coefficients for 192000 Hz: there the output of all filters, and of the module, is
+// 0.
 //
-// After a signal the output comes to rest at a constant between 0 and some -180 (-93 dB of full
-// scale), -700 (-82 dB) at 96000 Hz, at the gains to begin with; it goes with the gains. The
-// filters round toward minus infinity, hence the sign. Silence from init or reset on gives exact
-// silence.
+// After a signal the output settles at a constant between 0 and some -180 (-93 dB of full scale),
+// -700 (-82 dB) at 96000 Hz, with the initial gains; it is proportional to the gains. The filters
+// round toward minus infinity, hence the sign. Silence from init or reset on gives exact silence.
 //
 // Latency: none but the filters' own, the same at every rate. The group delay is 2.58 ms towards
 // 0 Hz (1.80 ms from the crossover, 0.78 ms from the all-passes), 2.67 ms at 60 Hz and 2.80 ms at
@@ -61,14 +61,14 @@ struct virtual_bass_system {
 // Takes all parts. Status 0, gains 4096, 4096 and 8192, filters for 48000 Hz.
 SONX_EXPORT void virtual_bass_system_init(virtual_bass_system* bass);
 
-// Loads the filters for a rate, a set nld band included, and clears their history; the compressor
-// and the clipper go on. Any value beyond the four rates takes 48000 Hz. Between two process calls
-// it makes a transient.
+// Loads the filters for a rate, in place of a set nld band too, and clears their history; the
+// compressor and the clipper continue. Any value beyond the four rates takes 48000 Hz. Between two
+// process calls it causes a transient.
 SONX_EXPORT void virtual_bass_system_set_sample_rate(virtual_bass_system* bass,
                                                      SampleRateType rate);
 
 // Clears the history of all parts and the bass buffer; settings and coefficients stay. The clip
-// threshold restarts at its default and glides to the level set.
+// threshold restarts at its default and moves to the level set.
 SONX_EXPORT void virtual_bass_system_reset(virtual_bass_system* bass);
 
 // Ends and frees all parts; calling it again does nothing.
@@ -92,7 +92,7 @@ SONX_EXPORT void virtual_bass_system_set_nld_band_param(virtual_bass_system* bas
 SONX_EXPORT void virtual_bass_system_get_nld_band_param(virtual_bass_system* bass,
                                                         int* coefficients);
 
-// The clip level, as NLD_set_clip_level has it.
+// The clip level, see NLD_set_clip_level.
 SONX_EXPORT void virtual_bass_system_set_nld_clip_level(virtual_bass_system* bass, int level);
 SONX_EXPORT void virtual_bass_system_get_nld_clip_level(virtual_bass_system* bass, int* level);
 

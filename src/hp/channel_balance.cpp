@@ -8,8 +8,8 @@
 
 namespace {
 
-// own (1 - ratio) + other ratio, saturated, -1 kept, so that a ratio of 0 changes nothing. The other
-// channel is added with two gains, so that each fits in 32 bits for a ratio of 2^31 too.
+// own (1 - ratio) + other ratio, saturated, -1 kept, so that a ratio of 0 changes nothing. The
+// other channel is added with two gains, so that each fits in 32 bits for a ratio of 2^31 too.
 void cross_mix(const int* own, const int* other, int64_t ratio_q13, int* out, int n) {
   const mix_input three[] = {{own, static_cast<int>(kOneQ13 - ratio_q13)},
                              {other, static_cast<int>(ratio_q13 - 1)},

@@ -20,8 +20,8 @@ struct smooth_volume_t {
 // Gain 0, target 8192, ramp speed 2 (shift 7): the output fades in.
 SONX_EXPORT void smooth_volume_init(smooth_volume_t* stage);
 
-// Restarts the ramp: the gain becomes 8192 - target, so that a target of 1.0 is reached from silence
-// and a target of 0 from 1.0.
+// Restarts the ramp: the gain becomes 8192 - target, so that a target of 1.0 is reached from
+// silence and a target of 0 from 1.0.
 SONX_EXPORT void smooth_volume_reset(smooth_volume_t* stage);
 
 // Nothing to free: does nothing.

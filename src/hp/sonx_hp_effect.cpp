@@ -3,9 +3,9 @@
 #include <algorithm>
 #include <cstddef>
 
-#include "allocation.h"
 #include "dsp/block.h"
 #include "fixed.h"
+#include "hp/memory.h"
 #include "hp/sonx_hp_handle.h"
 #include "log.h"
 
@@ -99,9 +99,12 @@ void* sonx_hp_effect_init(unsigned int sample_rate, int format_type) {
   teka_hp_effect_reset(&effect->chain);
   effect->last_frame_count = kLongBlock;
   effect->block_frames = kLongBlock;
-  effect->work_left = allocate<int>(kBlockFrames);
-  effect->work_right = allocate<int>(kBlockFrames);
-  return effect;
+  bool whole = has_memory(&effect->chain);
+  whole &= take(effect->work_left, kBlockFrames);
+  whole &= take(effect->work_right, kBlockFrames);
+  if (whole) return effect;
+  sonx_hp_effect_deinit(effect);
+  return nullptr;
 }
 
 void sonx_hp_effect_deinit(void* handle) {

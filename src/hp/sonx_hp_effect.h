@@ -7,17 +7,17 @@
 //   sonx_hp_effect_process(effect, buffer, bytes);      // once per period
 //   sonx_hp_effect_deinit(effect);
 //
-// A change of parameters fades out, applies the new settings and fades in again, within 35 to 38 ms,
-// so that nothing clicks. The effect starts the same way. Inside, a period is cut into blocks of 240
-// or 256 frames, chosen by its length. The fade counts blocks: at the switch it is silent with
-// blocks of 256 frames and 37 dB down with blocks of 240. Shorter blocks shorten its ramps, so that
-// a switch can be heard with periods below about 200 frames, or that leave a short last block.
+// A change of parameters fades out, applies the new settings and fades in again, within 35 to 38
+// ms, so that nothing clicks. The effect starts the same way. Inside, a period is cut into blocks
+// of 240 or 256 frames, chosen by its length. The fade counts blocks: at the switch it is silent
+// with blocks of 256 frames and 37 dB down with blocks of 240. Shorter blocks shorten its ramps, so
+// that a switch can be heard with periods below about 200 frames, or that leave a short last block.
 //
 // Rates: 44050..48050 Hz are processed (44.1 and 48 kHz with a tolerance). At any other rate the
 // handle is a bypass: init logs a warning, process does nothing.
 //
 // Latency: the compressor's look-ahead, 440 samples at 44100 Hz and 480 at the other rates.
-// Memory: about 215 KB per handle, taken by init; process takes none, no lock, and makes no system
+// Memory: 212 KB per handle, taken by init; process takes none, no lock, and makes no system
 // call but the log lines for a changed period and at a switch. One handle is used from one thread
 // at a time; handles share nothing.
 //

@@ -3,10 +3,10 @@
 #include <algorithm>
 #include <cstring>
 
-#include "allocation.h"
 #include "dsp/block.h"
 #include "dsp/sample_formats.h"
 #include "fixed.h"
+#include "hp/memory.h"
 #include "hp/teka_hp_effect_untyped.h"
 #include "hp/tuning_tables.h"
 #include "log.h"
@@ -26,10 +26,10 @@ constexpr int kCounterSwitch = 4;
 constexpr int kCounterFadeOut = 6;
 
 // The compressor's volume by effect, Q13: leaves headroom for what the effect amplifies.
-constexpr int kGainWidening = 5168;          // -4.0 dB
-constexpr int kGainVirtualBass = 4608;       // -5.0 dB
-constexpr int kGainParametricPreset = 6368;  // -2.2 dB
-constexpr int kGainReverb = 6528;            // -2.0 dB
+constexpr int kVolumeWideningQ13 = 5168;          // -4.0 dB
+constexpr int kVolumeVirtualBassQ13 = 4608;       // -5.0 dB
+constexpr int kVolumeParametricPresetQ13 = 6368;  // -2.2 dB
+constexpr int kVolumeReverbQ13 = 6528;            // -2.0 dB
 
 }  // namespace
 
@@ -40,28 +40,29 @@ void teka_hp_effect_init(teka_hp_effect_t* chain) {
   chain->switch_counter = kCounterIdle;
   chain->volume = kOneQ13;
   chain->sample_rate_type = SAMPLE_RATE_48000;
-  chain->params = allocate<audio_effect_control_acdb_t>();
-  chain->eq = make<equalizer_t>(equalizer_init);
-  chain->p_eq = make<parameter_equalizer_t>(parameter_equalizer_init);
-  chain->reverb = make<reverb_t>(reverb_init);
-  chain->sws = make<stereo_widening_system>(stereo_widening_system_init);
-  chain->vbs = make<virtual_bass_system>(virtual_bass_system_init);
-  chain->svc = make<smart_volume_control_t>(smart_volume_control_init);
-  chain->cb = make<channel_balance_t>(channel_balance_init);
-  chain->comp = make<compressor_t>(compressor_init, kOneQ13, kHistoryBlocks);
-  chain->sv = make<smooth_volume_t>(smooth_volume_init);
-  chain->work_left = allocate<int>(kBlockFrames);
-  chain->work_right = allocate<int>(kBlockFrames);
+  bool whole = take(chain->params);
+  whole &= make(chain->eq, equalizer_init);
+  whole &= make(chain->p_eq, parameter_equalizer_init);
+  whole &= make(chain->reverb, reverb_init);
+  whole &= make(chain->sws, stereo_widening_system_init);
+  whole &= make(chain->vbs, virtual_bass_system_init);
+  whole &= make(chain->svc, smart_volume_control_init);
+  whole &= make(chain->cb, channel_balance_init);
+  whole &= make(chain->comp, compressor_init, kOneQ13, kHistoryBlocks);
+  whole &= make(chain->sv, smooth_volume_init);
+  whole &= take(chain->work_left, kBlockFrames);
+  whole &= take(chain->work_right, kBlockFrames);
+  if (!whole) teka_hp_effect_end(chain);
 }
 
 void teka_hp_effect_reset(teka_hp_effect_t* chain) {
-  equalizer_reset(chain->eq);
-  parameter_equalizer_reset(chain->p_eq);
-  reverb_reset(chain->reverb);
-  stereo_widening_system_reset(chain->sws);
-  virtual_bass_system_reset(chain->vbs);
-  smart_volume_control_reset(chain->svc);
-  compressor_reset(chain->comp);
+  on(chain->eq, equalizer_reset);
+  on(chain->p_eq, parameter_equalizer_reset);
+  on(chain->reverb, reverb_reset);
+  on(chain->sws, stereo_widening_system_reset);
+  on(chain->vbs, virtual_bass_system_reset);
+  on(chain->svc, smart_volume_control_reset);
+  on(chain->comp, compressor_reset);
 }
 
 void teka_hp_effect_end(teka_hp_effect_t* chain) {
@@ -84,15 +85,16 @@ void teka_hp_effect_end(teka_hp_effect_t* chain) {
 void teka_hp_effect_set_sample_rate(teka_hp_effect_t* chain, unsigned int rate) {
   const SampleRateType type = sample_rate_type(rate);
   chain->sample_rate_type = type;
-  stereo_widening_system_set_sample_rate(chain->sws, type);
-  virtual_bass_system_set_sample_rate(chain->vbs, type);
-  smart_volume_control_set_sample_rate(chain->svc, type);
-  compressor_set_sample_rate(chain->comp, type);
+  on(chain->sws, stereo_widening_system_set_sample_rate, type);
+  on(chain->vbs, virtual_bass_system_set_sample_rate, type);
+  on(chain->svc, smart_volume_control_set_sample_rate, type);
+  on(chain->comp, compressor_set_sample_rate, type);
 }
 
 // ---- The fade: from any state to the switch point.
 
 void teka_hp_effect_update_smooth_status(teka_hp_effect_t* chain) {
+  if (!has_memory(chain)) return;
   int& counter = chain->switch_counter;
   if (counter < kCounterFadeIn) {
     counter = kCounterFadeOut;
@@ -122,12 +124,13 @@ void teka_hp_effect_debug_enable_getstatus(teka_hp_effect_t* chain, int* status)
 }
 
 void teka_hp_effect_setparameter(teka_hp_effect_t* chain, audio_effect_control_acdb_t* record) {
+  if (!has_memory(chain)) return;
   const bool changed = std::memcmp(record, chain->params, sizeof *record) != 0;
   if (changed && chain->status == kOn) teka_hp_effect_update_smooth_status(chain);
   *chain->params = *record;
 }
 void teka_hp_effect_getparameter(teka_hp_effect_t* chain, audio_effect_control_acdb_t* record) {
-  *record = *chain->params;
+  if (has_memory(chain)) *record = *chain->params;
 }
 
 // ---- From the record to the modules. Each enable_* returns the compressor's volume, Q13.
@@ -154,7 +157,7 @@ int enable_stereo_widening(stereo_widening_system* sws) {
   stereo_widening_system_er_set_wet_gain(sws, 1536);
   stereo_widening_system_er_set_roomsize(sws, 7168);
   stereo_widening_system_er_set_damp(sws, 4096);
-  return kGainWidening;
+  return kVolumeWideningQ13;
 }
 
 int enable_virtual_bass(virtual_bass_system* vbs, int rate) {
@@ -165,7 +168,7 @@ int enable_virtual_bass(virtual_bass_system* vbs, int rate) {
   virtual_bass_system_set_origin_gain(vbs, 6144);
   virtual_bass_system_set_high_band_gain(vbs, 8192);
   virtual_bass_system_set_nld_band_param(vbs, &tuning::kVirtualBassRow[rate][5]);
-  return kGainVirtualBass;
+  return kVolumeVirtualBassQ13;
 }
 
 void load_parametric_equalizer(parameter_equalizer_t* p_eq, int gain_left, int gain_right,
@@ -181,7 +184,7 @@ void load_parametric_equalizer(parameter_equalizer_t* p_eq, int gain_left, int g
 int enable_parametric_preset(parameter_equalizer_t* p_eq, int rate) {
   const auto& preset = tuning::kParametricPreset[rate == SAMPLE_RATE_44100 ? 0 : 1];
   load_parametric_equalizer(p_eq, kOneQ13, kOneQ13, preset, preset);
-  return kGainParametricPreset;
+  return kVolumeParametricPresetQ13;
 }
 
 // words: room size, damp, wet, dry, width, gain.
@@ -195,7 +198,7 @@ int enable_reverb(reverb_t* reverb, const int* words) {
   reverb_setwidth(reverb, words[4]);
   reverb_setgain(reverb, words[5]);
   reverb_update(reverb);
-  return kGainReverb;
+  return kVolumeReverbQ13;
 }
 
 int enable_graphic_equalizer(equalizer_t* eq, int* indices, int rate) {
@@ -216,6 +219,7 @@ void enable_adapter_correction(parameter_equalizer_t* p_eq, int rate, int adapte
 }  // namespace
 
 void teka_hp_effect_update_parameter(teka_hp_effect_t* chain) {
+  if (!has_memory(chain)) return;
   audio_effect_control_acdb_t& record = *chain->params;
   const int effect = record.effect_type, adapter = record.hpadapter_type;
   const int rate = chain->sample_rate_type;
@@ -295,6 +299,7 @@ void process_modules(teka_hp_effect_t* chain, int* left, int* right, int n) {
 template <typename Word, typename Read, typename Write>
 void process_planar(teka_hp_effect_t* chain, const Word* in_left, const Word* in_right,
                     Word* out_left, Word* out_right, int n, Read read, Write write) {
+  if (!has_memory(chain)) return pass(in_left, in_right, out_left, out_right, n);
   pass_switch_point(chain);
   int* left = chain->work_left;
   for_each_block_or_empty(n, [&](int start, int count) {
@@ -316,6 +321,7 @@ void process_planar(teka_hp_effect_t* chain, const Word* in_left, const Word* in
 }  // namespace
 
 void teka_hp_effect_core_process(teka_hp_effect_t* chain, int* left, int* right, int frames) {
+  if (!has_memory(chain)) return;
   pass_switch_point(chain);
   for_each_block_or_empty(frames, [=](int start, int count) {
     process_modules(chain, left + start, right + start, count);

@@ -5,8 +5,8 @@
 //      ─► stereo widening or else reverb ─► smart volume ─► compressor ─► smooth volume ─► out
 //
 // A module runs when its status word is not 0; the compressor and the smooth volume always run.
-// sonx_hp_effect.h is for a HAL with interleaved buffers, the functions here for callers with planar
-// data. Samples inside are 24-bit in 32-bit words, gains Q13 (8192 = 1.0).
+// sonx_hp_effect.h is for a HAL with interleaved buffers, the functions here for callers with
+// planar data. Samples inside are 24-bit in 32-bit words, gains Q13 (8192 = 1.0).
 //
 // How a change happens. switch_counter is the state of the sequence; the owner of the chain
 // decrements it after each block while it is not negative (sonx_hp_effect_process does so, the
@@ -17,11 +17,11 @@
 //   3     running, still silent (with blocks of 256 frames; 37 dB down with 240, see
 //         sonx_hp_effect.h)
 //
-// A change during 6 and 5 is part of the present fade-out; during 4..2 the counter goes back to 4.
+// A change during 6 and 5 is part of the present fade-out; during 4..2 the counter returns to 4.
 // While the chain is off (active_status not 1), audio still passes the smooth volume.
 //
 // Latency: the compressor's look-ahead, 440 frames at 44100 Hz, 480 at 48000, 960 at 96000, 1920 at
-// 192000. Memory: about 215 KB, taken by init. One chain is used from one thread at a time; any
+// 192000. Memory: 210 KB, taken by init. One chain is used from one thread at a time; any
 // function may be called between two process calls.
 #pragma once
 

@@ -1,10 +1,10 @@
 #include "ktv/gramophone.h"
 
-#include "allocation.h"
 #include "dsp/block.h"
 #include "dsp/kernels/elliptic.h"
 #include "dsp/kernels/kernels.h"
 #include "dsp/kernels/overdrive.h"
+#include "ktv/memory.h"
 
 namespace {
 
@@ -17,7 +17,7 @@ constexpr int kBandPass[] = {617,     -1060,     268,      0,         -268,    1
 
 void gramophone_init(gramophone* effect) {
   effect->status = 0;
-  effect->filter = make<elliptic>(elliptic_init, kBandPass);
+  if (!make(effect->filter, elliptic_init, kBandPass)) gramophone_end(effect);
 }
 
 void gramophone_end(gramophone* effect) { end_and_release(effect->filter, elliptic_end); }
@@ -30,6 +30,7 @@ void bit_shift_porocess(int* in, int* out) { *out = bit_shift_step(*in); }
 
 // in ──► overdrive ──► bit shift ──► band-pass ──► out     24-bit samples on every wire
 void gramophone_process(gramophone* effect, int* in, int* out, int n) {
+  if (!has_memory(effect)) return pass(in, out, n);
   for_each_block(n, [&](int start, int count) {
     int shaped[kBlockFrames];
     kernels().overdrive_bit_shift(in + start, shaped, count);

@@ -2,13 +2,14 @@
 
 #include <algorithm>
 
-#include "allocation.h"
 #include "dsp/block.h"
+#include "dsp/fft_frame.h"
 #include "dsp/kernels/dc_remove.h"
 #include "dsp/kernels/elliptic.h"
 #include "dsp/kernels/kernels.h"
 #include "fixed.h"
 #include "ktv/howling_internal.h"
+#include "ktv/memory.h"
 
 namespace {
 
@@ -25,19 +26,6 @@ constexpr int kDeaf = 4;     // frames until the memory holds enough
 constexpr int kLoudest = (1 << 24) - 1;
 
 static_assert(kHop <= kBlockFrames);
-
-void follow(howlingCancel* canceller) {
-  int found[kPeaks];
-  fft_int_dowin_process(canceller->analyser, canceller->frame, found, kFrame);
-  if (++canceller->analyser->frames_heard < kDeaf) return;
-  advance_places(canceller, found);
-  gather_evidence(canceller, found);
-  for (howling_suspect& suspect : canceller->suspects)
-    if (is_howl(canceller, suspect)) {
-      answer_howl(canceller, suspect);
-      suspect = {};
-    }
-}
 
 // Into the second half of the frame: the first holds the hop before.
 void listen(howlingCancel* canceller, const int* in, int n) {
@@ -67,40 +55,43 @@ static_assert(kFullDepth == kFadeFull);
 
 void howling_canceling_init(howlingCancel* canceller) {
   canceller->status = 1;
-  canceller->notches = allocate<notch>(kPlaces);
-  for (int i = 0; i < kPlaces; ++i) notch_init(&canceller->notches[i], kWidestRadius, 0);
-  canceller->low_pass = allocate<elliptic>();
-  elliptic_init(canceller->low_pass, kLowPass);
-  canceller->dc = allocate<dc_remove>();
-  canceller->analyser = allocate<fft_int>();
-  fft_int_init(canceller->analyser, kFrame);
-  canceller->frame = allocate<int>(kFrame);
+  bool whole = take(canceller->notches, kPlaces);
+  for (int i = 0; whole && i < kPlaces; ++i) {
+    notch_init(&canceller->notches[i], kWidestRadius, 0);
+    whole = has_memory(&canceller->notches[i]);
+  }
+  whole &= make(canceller->low_pass, elliptic_init, kLowPass);
+  whole &= make(canceller->dc, dc_remove_init);
+  whole &= make(canceller->analyser, fft_init_own, kFrame);
+  whole &= take(canceller->frame, kFrame);
+  whole &= take(canceller->powers);
+  if (!whole) howling_canceling_end(canceller);
   howling_canceling_reset(canceller);
 }
 
 void howling_canceling_reset(howlingCancel* canceller) {
+  std::fill_n(canceller->places, kPlaces, howling_place{});
+  forget_evidence(canceller);
+  if (!has_memory(canceller)) return;
   for (int i = 0; i < kPlaces; ++i) notch_setcoef(&canceller->notches[i], kWidestRadius, 0);
   elliptic_resetstate(canceller->low_pass);
   dc_remove_reset(canceller->dc);
   canceller->analyser->frames_heard = 0;
   canceller->analyser->samples_pending = 0;
   std::fill_n(canceller->analyser->marked_bins, kPeaks, kNoBin);
-  for (auto& bin : fft_power_history) std::fill_n(bin, 8, uint64_t{0});
   std::fill_n(canceller->frame, kFrame, 0);
-  std::fill_n(canceller->places, kPlaces, howling_place{});
-  forget_evidence(canceller);
+  *canceller->powers = {};
 }
 
 void howling_canceling_end(howlingCancel* canceller) {
   if (canceller->notches)
     for (int i = 0; i < kPlaces; ++i) notch_end(&canceller->notches[i]);
   release(canceller->notches);
-  if (canceller->low_pass) elliptic_end(canceller->low_pass);
-  release(canceller->low_pass);
-  release(canceller->dc);
-  if (canceller->analyser) fft_int_end(canceller->analyser);
-  release(canceller->analyser);
+  end_and_release(canceller->low_pass, elliptic_end);
+  end_and_release(canceller->dc, dc_remove_end);
+  end_and_release(canceller->analyser, fft_int_end);
   release(canceller->frame);
+  release(canceller->powers);
 }
 
 void howling_canceling_setstatus(howlingCancel* canceller, int status) {
@@ -110,12 +101,27 @@ void howling_canceling_getstatus(howlingCancel* canceller, int* status) {
   *status = canceller->status;
 }
 
+void follow_howls(howlingCancel* canceller) {
+  int found[kPeaks];
+  fft_analyse(canceller->analyser, canceller->powers, canceller->frame, found, kFrame);
+  if (++canceller->analyser->frames_heard < kDeaf) return;
+  advance_places(canceller, found);
+  gather_evidence(canceller, found);
+  for (howling_suspect& suspect : canceller->suspects) {
+    const howling_place* former = former_place(canceller, suspect.position);
+    if (!is_howl(canceller, suspect, former)) continue;
+    answer_howl(canceller, suspect, is_strong(canceller, suspect, former));
+    suspect = {};
+  }
+}
+
 // in ─┬─► notch 1 ─► .. ─► notch 5 ─► out                                 24-bit samples
 //     └─► DC blocker ─► low-pass ─► every other sample ─► frame ─► peaks ─► evidence ─► places
 //                                                         each 256 samples        └► notches
 //
 // The notches take a new setting between two hops, so the cut of the stream doesn't matter.
 void howling_canceling_process(howlingCancel* canceller, int* in, int* out, int n) {
+  if (!has_memory(canceller)) return pass(in, out, n);
   int64_t& pending = canceller->analyser->samples_pending;
   for (int start = 0; start < n;) {
     const int count = std::min(n - start, kHop - static_cast<int>(pending));
@@ -128,7 +134,7 @@ void howling_canceling_process(howlingCancel* canceller, int* in, int* out, int 
     pending += count;
     if (pending < kHop) continue;
     pending = 0;
-    follow(canceller);
+    follow_howls(canceller);
     std::copy_n(canceller->frame + kFrame / 2, kFrame / 2, canceller->frame);
   }
 }

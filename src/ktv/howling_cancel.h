@@ -44,8 +44,7 @@
 // howls are found from 300 Hz to 11.6 kHz, in half the time.
 //
 // 24-bit samples in 32-bit words. Latency: none. While no notch is placed the samples pass as they
-// are. Memory: about 8 KB, all taken by init. The analysis keeps its power history process-wide:
-// only one canceller may be processing in a process at a time.
+// are. Memory: 13 KB, all taken by init. Cancellers share nothing.
 #pragma once
 
 #include <stdint.h>
@@ -81,6 +80,8 @@ struct howling_suspect {
   int level;     // newest, log2 Q10
 };
 
+struct bin_powers;  // of the eight latest frames
+
 // A tone that went on when it was notched, so comes from outside of the loop.
 struct howling_outsider {
   int position;  // 0 = unused
@@ -97,12 +98,14 @@ struct howlingCancel {
   howling_place places[5];  // of the five notches
   howling_suspect suspects[8];
   howling_outsider outsiders[8];
-  int usual_level;  // of the loud parts of what is heard, slowly followed, log2 Q10
-  int alert;        // frames to go in which more howls are likely: one has just been proved
-  int doubt;        // grows with every trial that a tone from outside has caused, Q8
+  int usual_level;     // of the loud parts of what is heard, slowly followed, log2 Q10
+  int alert;           // frames to go in which more howls are likely: one has just been proved
+  int doubt;           // grows with every trial that a tone from outside has caused, Q8
+  bin_powers* powers;  // of the analysed frames, owned
 };
 
-// Takes all memory; no notch placed; status 1 (on). Clears the process-wide power history.
+// Takes all memory; no notch placed; status 1 (on). Where memory is short, all pointers are null and
+// the samples pass as they are.
 SONX_EXPORT void howling_canceling_init(howlingCancel* canceller);
 
 // Forgets all notches, histories and what was learnt about the voice; the status stays.

@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <cstdlib>
 
+#include "dsp/fft_frame.h"
 #include "ktv/howling_internal.h"
 
 namespace {
@@ -43,19 +44,20 @@ constexpr demand kAlertDemand = {level_of_db(3.0), level_of_db(3.0), 12, 24};
 constexpr int kStrong = level_of_db(7.0);
 constexpr int kOver = level_of_db(10.0);  // above the usual level: no voice
 
-uint64_t power_at(int bin, int age = 0) {
-  return bin < 2 || bin > 62 ? 0 : fft_power_history[bin][age];
+uint64_t power_at(const bin_powers& powers, int bin, int age = 0) {
+  return bin < 2 || bin > 62 ? 0 : powers.history[bin][age];
 }
 
-uint64_t three_bins(int bin, int age) {
-  return power_at(bin - 1, age) + power_at(bin, age) + power_at(bin + 1, age);
+uint64_t three_bins(const bin_powers& powers, int bin, int age) {
+  return power_at(powers, bin - 1, age) + power_at(powers, bin, age) +
+         power_at(powers, bin + 1, age);
 }
 
 int nearest_bin(int position) { return (position + 128) >> 8; }
 
-int whole_level() {
+int whole_level(const bin_powers& powers) {
   uint64_t all = kLeast;
-  for (int b = 2; b <= 62; ++b) all += power_at(b);
+  for (int b = 2; b <= 62; ++b) all += power_at(powers, b);
   return log2_q10(all);
 }
 
@@ -70,10 +72,10 @@ struct peak_features {
 
 // Least squares over the eight frames, newest first: the weights 7, 5, .. -7 have 168 as the sum of
 // their squares, and a frame is two of their steps.
-void fit_line(int bin, peak_features& f) {
+void fit_line(const bin_powers& powers, int bin, peak_features& f) {
   int level[kFrames], mean = 0;
   for (int j = 0; j < kFrames; ++j) {
-    level[j] = log2_q10(three_bins(bin, j) + kLeast);
+    level[j] = log2_q10(three_bins(powers, bin, j) + kLeast);
     mean += level[j];
     f.slope += (7 - 2 * j) * level[j];
   }
@@ -85,30 +87,31 @@ void fit_line(int bin, peak_features& f) {
 }
 
 // At thirds, halves and multiples of the frequency, a bin to either side included.
-int strongest_relative(int position, int bin) {
+int strongest_relative(const bin_powers& powers, int position, int bin) {
   constexpr int kSixths[] = {2, 3, 4, 8, 12, 16, 18};
   uint64_t strongest = 0;
   for (const int sixths : kSixths) {
     const int b = nearest_bin(position * sixths / 6);
     if (b >= 2 && b <= 62 && std::abs(b - bin) > 3)
-      strongest = std::max({strongest, power_at(b - 1), power_at(b), power_at(b + 1)});
+      strongest = std::max(
+          {strongest, power_at(powers, b - 1), power_at(powers, b), power_at(powers, b + 1)});
   }
   return log2_q10(strongest + kLeast);
 }
 
-peak_features features_of(int position) {
+peak_features features_of(const bin_powers& powers, int position) {
   const int bin = nearest_bin(position);
   peak_features f = {};
-  fit_line(bin, f);
-  f.share = whole_level() - f.level;
-  f.harmonic = log2_q10(power_at(bin) + kLeast) - strongest_relative(position, bin);
+  fit_line(powers, bin, f);
+  f.share = whole_level(powers) - f.level;
+  f.harmonic = log2_q10(power_at(powers, bin) + kLeast) - strongest_relative(powers, position, bin);
   return f;
 }
 
 // Rises by up to 4 dB and falls by up to 1 dB in a second: so it settles near the level that one
 // frame in five exceeds. Frames in which a peak stands are none to learn from.
 void follow_usual_level(howlingCancel* canceller) {
-  const int level = whole_level();
+  const int level = whole_level(*canceller->powers);
   if (level < kQuiet) return;
   for (const howling_suspect& s : canceller->suspects)
     if (s.loud > 4 || s.steady > 12) return;
@@ -137,15 +140,16 @@ howling_suspect& suspect_at(howlingCancel* canceller, int position) {
   return *weakest;
 }
 
-void add_evidence(howling_suspect& s, int position, int usual_level, bool alert) {
-  const peak_features f = features_of(position);
+// position is that of a marked peak.
+void add_evidence(const howlingCancel* canceller, howling_suspect& s, int position) {
+  const peak_features f = features_of(*canceller->powers, position);
   const int offset = position - s.position;
   s.position += offset / 4;
   s.missed = -1;
   s.level = f.level;
   const bool steady = f.residual < kSteadyLevel && std::abs(offset) < kSteadyFrequency;
-  const bool alone = f.harmonic > level_of_db(12.0) || s.steady > kStanding || alert;
-  const bool over = f.level - usual_level > kOver;
+  const bool alone = f.harmonic > level_of_db(12.0) || s.steady > kStanding || canceller->alert > 0;
+  const bool over = f.level - canceller->usual_level > kOver;
   if (steady) {
     if (alone)
       s.growth = std::clamp(s.growth + std::clamp(f.slope, -kFastest, kFastest), 0, kMostGrowth);
@@ -168,7 +172,9 @@ bool meets(const howling_suspect& s, const demand& d, int doubt) {
 
 }  // namespace
 
-int newest_level(int position) { return log2_q10(three_bins(nearest_bin(position), 0) + kLeast); }
+int newest_level(const howlingCancel* canceller, int position) {
+  return log2_q10(three_bins(*canceller->powers, nearest_bin(position), 0) + kLeast);
+}
 
 void gather_evidence(howlingCancel* canceller, const int* found) {
   canceller->doubt -= canceller->doubt > 0;
@@ -177,9 +183,7 @@ void gather_evidence(howlingCancel* canceller, const int* found) {
     if (o.position && --o.timer <= 0) o = {};
   follow_usual_level(canceller);
   for (int k = 0; k < kPeaks; ++k)
-    if (found[k])
-      add_evidence(suspect_at(canceller, found[k]), found[k], canceller->usual_level,
-                   canceller->alert > 0);
+    if (found[k]) add_evidence(canceller, suspect_at(canceller, found[k]), found[k]);
   for (howling_suspect& s : canceller->suspects) {
     if (s.position == 0 || ++s.missed == 0) continue;
     s.growth -= s.growth / 8;
@@ -187,14 +191,14 @@ void gather_evidence(howlingCancel* canceller, const int* found) {
   }
 }
 
-bool is_howl(const howlingCancel* canceller, const howling_suspect& suspect) {
+bool is_howl(const howlingCancel* canceller, const howling_suspect& suspect,
+             const howling_place* former) {
   if (suspect.position == 0) return false;
   for (const howling_outsider& o : canceller->outsiders)
     if (o.position && std::abs(o.position - suspect.position) < kOutsiderWidth) return false;
   const int excess = suspect.level - canceller->usual_level;
-  const int place = place_of_return(canceller, suspect.position);
-  if (place >= 0)
-    return excess > (canceller->places[place].hold == kLongHold ? kReturnDemand.excess : 0) &&
+  if (former)
+    return excess > (former->hold == kLongHold ? kReturnDemand.excess : 0) &&
            meets(suspect, kReturnDemand, 0);
   if (canceller->alert > 0 && excess > kAlertDemand.excess && meets(suspect, kAlertDemand, 0))
     return true;
@@ -203,9 +207,9 @@ bool is_howl(const howlingCancel* canceller, const howling_suspect& suspect) {
   return false;
 }
 
-bool is_strong(const howlingCancel* canceller, const howling_suspect& suspect) {
-  const bool returned = place_of_return(canceller, suspect.position) >= 0;
-  return suspect.level - canceller->usual_level > (returned ? 0 : kStrong);
+bool is_strong(const howlingCancel* canceller, const howling_suspect& suspect,
+               const howling_place* former) {
+  return suspect.level - canceller->usual_level > (former ? 0 : kStrong);
 }
 
 void forget_evidence(howlingCancel* canceller) {

@@ -1,5 +1,6 @@
-// The howling canceller's inner parts: evidence says what is a howl, places decide where the
-// notches stand.
+// The howling canceller's inner parts: evidence says what is a howl, places decide where the notches
+// stand. The places ask the evidence, not the other way round; howling_cancel.cpp brings both
+// together.
 #pragma once
 
 #include "dsp/fft_peaks.h"
@@ -20,16 +21,20 @@ enum howling_phase { kFree, kTrial, kHolding, kReleasing };
 // --- evidence
 
 // Level of the newest frame around a frequency, three bins, log2 Q10.
-int newest_level(int position);
+int newest_level(const howlingCancel* canceller, int position);
 
 // Follows the usual level, matches the frame's marked peaks with the suspects and adds to what
 // speaks against them.
 void gather_evidence(howlingCancel* canceller, const int* found);
 
-bool is_howl(const howlingCancel* canceller, const howling_suspect& suspect);
+// former is the place at which a howl of this frequency stood before, or null. A howl that returns
+// needs less evidence.
+bool is_howl(const howlingCancel* canceller, const howling_suspect& suspect,
+             const howling_place* former);
 
-// The level from which evidence is good enough for a long hold.
-bool is_strong(const howlingCancel* canceller, const howling_suspect& suspect);
+// Whether the evidence is good enough for a long hold.
+bool is_strong(const howlingCancel* canceller, const howling_suspect& suspect,
+               const howling_place* former);
 
 void forget_evidence(howlingCancel* canceller);
 
@@ -38,11 +43,16 @@ void learn_outsider(howlingCancel* canceller, int position, int level);
 
 // --- places
 
-// The place that has been given up, or is being given up, where a howl returns; -1 = none.
-int place_of_return(const howlingCancel* canceller, int position);
+// The place that has been given up, or is being given up, where a howl returns; null = none.
+const howling_place* former_place(const howlingCancel* canceller, int position);
 
 // One frame further: trials end, holds end, what has faded out is moved.
 void advance_places(howlingCancel* canceller, const int* found);
 
-// Puts a notch on a howl.
-void answer_howl(howlingCancel* canceller, const howling_suspect& howl);
+// Puts a notch on a howl, for long if the evidence is strong.
+void answer_howl(howlingCancel* canceller, const howling_suspect& howl, bool strong);
+
+// --- both
+
+// Once per hop: analyses the frame, looks for howls, answers them.
+void follow_howls(howlingCancel* canceller);

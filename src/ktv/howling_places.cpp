@@ -52,7 +52,7 @@ void begin_trial(howlingCancel* canceller, int i) {
   howling_place& place = canceller->places[i];
   place.phase = kTrial;
   place.timer = 0;
-  place.level = newest_level(place.position);
+  place.level = newest_level(canceller, place.position);
   retune(canceller, i);
 }
 
@@ -145,7 +145,7 @@ int moved_peak(const howling_place& place, const int* found) {
 
 void advance_trial(howlingCancel* canceller, int i, const int* found) {
   howling_place& place = canceller->places[i];
-  const int level = newest_level(place.position);
+  const int level = newest_level(canceller, place.position);
   place.level = std::max(place.level, level);
   const int drop = place.hold == kLongHold ? kTrialDrop : kWeakTrialDrop;
   if (place.level - level >= drop && place.timer >= kLeastTrial) {
@@ -192,29 +192,26 @@ void advance_place(howlingCancel* canceller, int i, const int* found) {
 
 }  // namespace
 
-int place_of_return(const howlingCancel* canceller, int position) {
-  for (int i = 0; i < kPlaces; ++i) {
-    const howling_place& place = canceller->places[i];
+const howling_place* former_place(const howlingCancel* canceller, int position) {
+  for (const howling_place& place : canceller->places)
     if (place.position && (place.phase == kFree || place.phase == kReleasing) &&
         std::abs(place.position - position) < std::max(2 * kMoved, place.width / 4))
-      return i;
-  }
-  return -1;
+      return &place;
+  return nullptr;
 }
 
 void advance_places(howlingCancel* canceller, const int* found) {
   for (int i = 0; i < kPlaces; ++i) advance_place(canceller, i, found);
 }
 
-void answer_howl(howlingCancel* canceller, const howling_suspect& howl) {
-  const bool strong = is_strong(canceller, howl);
+void answer_howl(howlingCancel* canceller, const howling_suspect& howl, bool strong) {
   int i = place_near(canceller, howl.position);
   if (i >= 0) {
     howling_place& place = canceller->places[i];
     if (place.phase == kTrial) return;
     if (place.phase == kHolding)
       widen_to(place, howl.position);
-    else if (place_of_return(canceller, howl.position) < 0)
+    else if (!former_place(canceller, howl.position))
       place.position = howl.position;
     place.hold = strong ? kLongHold : std::min(place.hold * 4, kLongHold);
   } else {

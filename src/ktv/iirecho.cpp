@@ -2,11 +2,11 @@
 
 #include <algorithm>
 
-#include "allocation.h"
 #include "dsp/block.h"
 #include "dsp/kernels/iircomber.h"
 #include "dsp/kernels/kernels.h"
 #include "fixed.h"
+#include "ktv/memory.h"
 
 namespace {
 
@@ -18,8 +18,9 @@ constexpr int kSpread = 24;          // samples by which the right loop is longe
 
 void iirecho_init(iirecho* echo) {
   echo->status = 1;
-  echo->comb_left = make<iircomber>(iircomber_init, kLongest * kPerMillisecond);
-  echo->comb_right = make<iircomber>(iircomber_init, kLongest * kPerMillisecond + kSpread);
+  bool whole = make(echo->comb_left, iircomber_init, kLongest * kPerMillisecond);
+  whole &= make(echo->comb_right, iircomber_init, kLongest * kPerMillisecond + kSpread);
+  if (!whole) iirecho_end(echo);
   echo->feedback = 4096;
   echo->delay = 1;
   iirecho_update(echo);
@@ -34,12 +35,12 @@ void iirecho_end(iirecho* echo) {
 
 void iirecho_update(iirecho* echo) {
   const int loop = wrap_mul(echo->delay, kPerMillisecond);
-  iircomber_setfeedback(echo->comb_left, echo->feedback);
-  iircomber_setfeedback(echo->comb_right, echo->feedback);
-  iircomber_setdelay(echo->comb_left, loop);
-  iircomber_setdelay(echo->comb_right, wrap_add(loop, kSpread));
-  iircomber_reset(echo->comb_left);
-  iircomber_reset(echo->comb_right);
+  on(echo->comb_left, iircomber_setfeedback, echo->feedback);
+  on(echo->comb_right, iircomber_setfeedback, echo->feedback);
+  on(echo->comb_left, iircomber_setdelay, loop);
+  on(echo->comb_right, iircomber_setdelay, wrap_add(loop, kSpread));
+  on(echo->comb_left, iircomber_reset);
+  on(echo->comb_right, iircomber_reset);
 }
 
 void iirecho_setstatus(iirecho* echo, int status) { echo->status = status; }
@@ -72,6 +73,7 @@ void iirecho_getdry(iirecho* echo, int* gain) { *gain = echo->dry; }
 // Both channels are read before either is written, so that any of the buffers may coincide.
 void iirecho_processStereo(iirecho* echo, int* in_left, int* in_right, int* out_left,
                            int* out_right, int n) {
+  if (!has_memory(echo)) return pass(in_left, in_right, out_left, out_right, n);
   const int dry = echo->dry, wet = echo->wet;
   for_each_block(n, [&](int start, int count) {
     int left[kBlockFrames], right[kBlockFrames];

@@ -1,10 +1,12 @@
 #include "ktv/resampler.h"
 
+#include <algorithm>
 #include <cstdint>
+#include <cstring>
 #include <iterator>
 #include <numeric>
 
-#include "allocation.h"
+#include "ktv/memory.h"
 #include "spl/by_two.h"
 #include "spl/resample.h"
 #include "spl/vectors.h"
@@ -23,8 +25,8 @@ template <typename State, void (*reset)(State*),
 constexpr kernel make_kernel(int block_in, int block_out, int scratch_words) {
   return {block_in, block_out, scratch_words,
           []() -> void* {
-            State* state = allocate<State>();
-            reset(state);
+            auto* state = allocate<State>();
+            if (state != nullptr) reset(state);
             return state;
           },
           [](const short* in, short* out, void* state, void* scratch) {
@@ -83,10 +85,15 @@ constexpr cascade kModes[] = {
 constexpr int kCopy = 0;
 constexpr int kLateRule = 17;  // the mode whose block rule comes after the first stage
 
-void* make_state(stage s) {
-  if (s == kNone) return nullptr;
-  return s == kUp || s == kDown ? allocate<int>(tekaSpl_kBy2StateWords) : kKernels[s].make_state();
+// Whether there was memory for the stage's state.
+bool take_state(void*& state, stage s) {
+  state = nullptr;
+  if (s == kNone) return true;
+  state = s == kUp || s == kDown ? allocate<int>(tekaSpl_kBy2StateWords) : kKernels[s].make_state();
+  return state != nullptr;
 }
+
+int scratch_words(stage s) { return s < kUp ? kKernels[s].scratch_words : 0; }
 
 int64_t length_after(stage s, int64_t n) {
   if (s == kUp) return 2 * n;
@@ -94,16 +101,17 @@ int64_t length_after(stage s, int64_t n) {
   return n / kKernels[s].block_in * kKernels[s].block_out;
 }
 
-// n samples through one stage; in and out do not overlap. A kernel's n is a multiple of its block.
-void run_stage(stage s, void* state, const short* in, int n, short* out) {
+// n samples through one stage; in and out do not overlap. A kernel's n is a multiple of its block,
+// and its scratch area has the words that it needs.
+void run_stage(stage s, void* state, const short* in, int n, short* out, int* scratch) {
   if (s == kUp) return tekaSpl_UpsampleBy2(in, n, out, static_cast<int*>(state));
   if (s == kDown) return tekaSpl_DownsampleBy2(in, n, out, static_cast<int*>(state));
   const kernel& k = kKernels[s];
-  int* scratch = allocate<int>(k.scratch_words);
   for (; n > 0; n -= k.block_in, in += k.block_in, out += k.block_out)
     k.run(in, out, state, scratch);
-  release(scratch);
 }
+
+bool is_last(const cascade& c, int i) { return i + 1 == kMostStages || c.stages[i + 1] == kNone; }
 
 bool overlap(const short* a, int a_length, const short* b, int b_length) {
   const auto first = reinterpret_cast<uintptr_t>(a), second = reinterpret_cast<uintptr_t>(b);
@@ -125,9 +133,12 @@ void Resampler_config(Resampler_t* resampler, int in_rate, int out_rate) {
     const cascade& c = kModes[mode];
     if (c.in != in_rate / divisor || c.out != out_rate / divisor) continue;
     resampler->mode = mode;
-    resampler->state1 = make_state(c.stages[0]);
-    resampler->state2 = make_state(c.stages[1]);
-    resampler->state3 = make_state(c.stages[2]);
+    bool whole = take_state(resampler->state1, c.stages[0]);
+    whole &= take_state(resampler->state2, c.stages[1]);
+    whole &= take_state(resampler->state3, c.stages[2]);
+    if (whole) continue;
+    Resampler_delete(resampler);
+    resampler->state1 = resampler->state2 = resampler->state3 = nullptr;
   }
 }
 
@@ -150,31 +161,36 @@ int Resampler_proc(Resampler_t* resampler, const short* in, int in_len, short* o
     return 0;
   }
 
-  void* states[] = {resampler->state1, resampler->state2, resampler->state3};
-  short* held = nullptr;  // what the current stage reads, if it's a temporary
-  const bool single = c.stages[1] == kNone;
-  if (single && overlap(in, in_len, out, static_cast<int>(made))) {
-    held = allocate<short>(in_len);
-    tekaSpl_Copy16(in, held, in_len);
-    in = held;
-  }
-  int n = in_len;
+  // All temporaries in one: a kernel's scratch area, then the input or what lies between the stages.
+  const bool holds = c.stages[1] == kNone && overlap(in, in_len, out, static_cast<int>(made));
+  int scratch = 0;
+  int64_t n = in_len, held = holds ? n : 0;
   for (int i = 0; i < kMostStages && c.stages[i] != kNone; ++i) {
-    if (i > 0 && in_len % c.block != 0) {  // the late rule
-      release(held);
-      return -1;
-    }
-    const bool last = i + 1 == kMostStages || c.stages[i + 1] == kNone;
-    const int64_t next_n = length_after(c.stages[i], n);
-    if (next_n > INT32_MAX) return -1;  // only a first stage gets there, with nothing held
-    short* next = last ? nullptr : allocate<short>(static_cast<int>(next_n));
-    run_stage(c.stages[i], states[i], in, n, last ? out : next);
-    release(held);
-    in = held = next;
-    n = static_cast<int>(next_n);
+    n = length_after(c.stages[i], n);
+    if (n > INT32_MAX) return -1;
+    if (!is_last(c, i)) held += n;
+    scratch = std::max(scratch, scratch_words(c.stages[i]));
   }
-  *out_len = n;
-  return 0;
+  int* work = nullptr;
+  const int64_t words = scratch + (held + 1) / 2;
+  if (!has_memory(resampler) || (words > 0 && !take(work, words))) return -1;
+
+  auto* next = reinterpret_cast<short*>(work + scratch);
+  if (holds)
+    in = static_cast<short*>(std::memcpy(next, in, sizeof(short) * static_cast<size_t>(in_len)));
+  void* states[] = {resampler->state1, resampler->state2, resampler->state3};
+  int result = 0, length = in_len;
+  for (int i = 0; i < kMostStages && c.stages[i] != kNone && result == 0; ++i) {
+    if (is_last(c, i)) next = out;
+    run_stage(c.stages[i], states[i], in, length, next, work);
+    length = static_cast<int>(length_after(c.stages[i], length));
+    in = next;
+    next += length;
+    if (in_len % c.block != 0) result = -1;  // the late rule
+  }
+  release(work);
+  if (result == 0) *out_len = length;
+  return result;
 }
 
 void Resampler_delete(Resampler_t* resampler) {

@@ -2,7 +2,7 @@
 
 #include <cstdint>
 
-#include "allocation.h"
+#include "ktv/memory.h"
 #include "ktv/teka_audio_tx_ktv.h"
 #include "log.h"
 
@@ -28,6 +28,7 @@ void* sonx_ktv_init(void) {
   if (karaoke == nullptr) return nullptr;
   karaoke->bit_width = 16;
   teka_audio_tx_ktv_init(&karaoke->chain);
+  if (!has_memory(&karaoke->chain)) release(karaoke);
   return karaoke;
 }
 
@@ -39,7 +40,7 @@ void sonx_ktv_deinit(void* handle) {
 }
 
 void sonx_ktv_process_16(void* handle, short* in, short* out_left, short* out_right, int n) {
-  if (handle == nullptr) return;
+  if (handle == nullptr || in == nullptr || out_left == nullptr || out_right == nullptr) return;
   auto* karaoke = static_cast<sonx_ktv_handle_t*>(handle);
   teka_audio_tx_ktv_process(&karaoke->chain, static_cast<int>(karaoke->bit_width), in, out_left,
                             out_right, n);
@@ -50,7 +51,7 @@ void sonx_ktv_set_voice_gain(void* handle, int gain) {
 }
 
 void sonx_ktv_eq_setparameter(void* handle, int* indices) {
-  set(handle, teka_audio_tx_ktv_eq_set_param_index, indices);
+  if (indices != nullptr) set(handle, teka_audio_tx_ktv_eq_set_param_index, indices);
 }
 
 void sonx_ktv_reverb_setroomsize(void* handle, int roomsize) {

@@ -3,15 +3,15 @@
 #include <algorithm>
 #include <cstring>
 
-#include "allocation.h"
 #include "dsp/block.h"
 #include "dsp/sample_formats.h"
+#include "fixed.h"
+#include "ktv/memory.h"
 #include "ktv/noise_path_internal.h"
 #include "ns/noise_suppressor.h"
 
 namespace {
 
-constexpr int kUnity = 8192;         // Q13
 constexpr int kVoiceRate = 48000;    // Hz
 constexpr int kNoiseRate = 32000;    // Hz, of the noise suppressor
 constexpr int kNoisePolicy = 3;      // the strongest
@@ -20,22 +20,23 @@ constexpr int kNoHistoryBlocks = 0;  // the compressor runs without look-ahead
 }  // namespace
 
 void teka_audio_tx_ktv_init(teka_audio_tx_ktv_t* chain) {
-  chain->volume = kUnity;
+  chain->volume = kOneQ13;
   chain->sample_rate = SAMPLE_RATE_48000;
-  chain->eq = make<equalizer_t>(equalizer_init);
-  chain->reverb = make<reverb_t>(reverb_init);
-  chain->howling = make<howlingCancel>(howling_canceling_init);
-  chain->compressor = make<compressor_t>(compressor_init, kUnity, kNoHistoryBlocks);
+  bool whole = make(chain->eq, equalizer_init);
+  whole &= make(chain->reverb, reverb_init);
+  whole &= make(chain->howling, howling_canceling_init);
+  whole &= make(chain->compressor, compressor_init, kOneQ13, kNoHistoryBlocks);
+  whole &= make(chain->iirecho, iirecho_init);
+  whole &= make(chain->gramophone, gramophone_init);
+  whole &= make(chain->ns, tekaNs_InitCore, static_cast<unsigned>(kNoiseRate));
+  whole &= make(chain->hpf, IIR_init, kFilterCoefficients);
+  whole &= make(chain->resampler_down, Resampler_config, kVoiceRate, kNoiseRate);
+  whole &= make(chain->resampler_up, Resampler_config, kNoiseRate, kVoiceRate);
+  whole &= take(chain->buf_left, kBlockFrames);
+  whole &= take(chain->buf_right, kBlockFrames);
+  if (!whole) return teka_audio_tx_ktv_end(chain);
   compressor_set_sample_rate(chain->compressor, chain->sample_rate);
-  chain->iirecho = make<iirecho>(iirecho_init);
-  chain->gramophone = make<gramophone>(gramophone_init);
-  chain->ns = make<NsxInst_t_>(tekaNs_InitCore, static_cast<unsigned>(kNoiseRate));
   tekaNs_set_policy_core(chain->ns, kNoisePolicy);
-  chain->hpf = make<IIR>(IIR_init, kFilterCoefficients);
-  chain->resampler_down = make<Resampler_t>(Resampler_config, kVoiceRate, kNoiseRate);
-  chain->resampler_up = make<Resampler_t>(Resampler_config, kNoiseRate, kVoiceRate);
-  chain->buf_left = allocate<int>(kBlockFrames);
-  chain->buf_right = allocate<int>(kBlockFrames);
 }
 
 void teka_audio_tx_ktv_end(teka_audio_tx_ktv_t* chain) {
@@ -55,8 +56,8 @@ void teka_audio_tx_ktv_end(teka_audio_tx_ktv_t* chain) {
 
 void teka_audio_tx_ktv_set_sample_rate(teka_audio_tx_ktv_t* chain, unsigned int rate) {
   chain->sample_rate = sample_rate_type(rate);
-  compressor_set_sample_rate(chain->compressor, chain->sample_rate);
-  IIR_reinit(chain->hpf, kFilterCoefficients);
+  on(chain->compressor, compressor_set_sample_rate, chain->sample_rate);
+  on(chain->hpf, IIR_reinit, kFilterCoefficients);
 }
 
 void teka_audio_tx_ktv_copy_left_to_right(int* left, int* right, int n) {
@@ -64,6 +65,7 @@ void teka_audio_tx_ktv_copy_left_to_right(int* left, int* right, int n) {
 }
 
 void teka_audio_tx_ktv_core_process(teka_audio_tx_ktv_t* chain, int* left, int* right, int n) {
+  if (!has_memory(chain)) return teka_audio_tx_ktv_copy_left_to_right(left, right, n);
   tekaNs_canceling_setstatus(chain->ns, 0);  // the noise path stays off, whatever was asked for
   if (chain->ns->status) noise_path(chain, left, reinterpret_cast<short*>(right), n);
   if (chain->howling->status) howling_canceling_process(chain->howling, left, left, n);
@@ -84,6 +86,7 @@ namespace {
 template <typename Word, typename Read, typename Write>
 void process_words(teka_audio_tx_ktv_t* chain, const Word* in, Word* out_left, Word* out_right,
                    int n, Read read, Write write) {
+  if (!has_memory(chain)) return pass(in, in, out_left, out_right, n);
   int *left = chain->buf_left, *right = chain->buf_right;
   for_each_block_or_empty(n, [=](int start, int count) {
     for (int i = 0; i < count; ++i) left[i] = read(in[start + i]);

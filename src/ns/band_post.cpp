@@ -18,7 +18,7 @@ constexpr int kFirstFrames = 10;  // measures unsmoothed
 
 constexpr int kSmoothing = 9830;  // 0.3, Q15
 
-// Q15 logarithms: the range within which a floor stands still, and the sigmoid's middle.
+// Q15 logarithms: the range that a tracker must exceed to set a floor, and the sigmoid's middle.
 constexpr int kSpreadRange = 150 << 15, kSpreadMiddle = 100 << 15, kSpreadWidth = 10;
 constexpr int kDeviationRange = 200 << 15, kDeviationMiddle = 200 << 15, kDeviationWidth = 40;
 
@@ -37,7 +37,8 @@ void append(short (&history)[length], short newest) {
 }  // namespace
 
 BPInfo_tag* BP_ns_init(int, int bins) {
-  BPInfo_tag* bp = allocate<BPInfo_tag>();
+  auto* bp = allocate<BPInfo_tag>();
+  if (bp == nullptr) return nullptr;
   bp->bins = bins;
   std::copy_n(kTrackerAges, kTrackers, bp->tracker_count);
   return bp;

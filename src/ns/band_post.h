@@ -1,5 +1,5 @@
-// Band post-processing of the noise suppressor: estimates for each frame whether a voice is present,
-// and limits sudden peaks of the suppressor's output.
+// Band post-processing of the noise suppressor: estimates for each frame whether a voice is
+// present, and limits sudden peaks of the suppressor's output.
 //
 // Per frame of n samples, in this order:
 //
@@ -65,9 +65,9 @@ struct BPInfo_tag {
 // memory was there.
 SONX_EXPORT BPInfo_tag* BP_ns_init(int rate, int bins);
 
-// Appends the peak of an input frame of n samples, x[0..n), and updates peak_mean (sum / 50, rounded
-// toward zero). The peak is the largest positive sample but for the last one of the frame, at least
-// 1; n < 2 gives 1. The last argument is not used. Returns 0.
+// Appends the peak of an input frame of n samples, x[0..n), and updates peak_mean (sum / 50,
+// rounded toward zero). The peak is the largest positive sample but for the last one of the frame,
+// at least 1; n < 2 gives 1. The last argument is not used. Returns 0.
 SONX_EXPORT int BP_ns_pre(BPInfo_tag* bp, short* x, int n, short* unused);
 
 // Presence of a voice, Q15, from a magnitude spectrum: spectrum[0..bins), the true magnitudes times
@@ -94,7 +94,7 @@ SONX_EXPORT int BP_ns_delete(BPInfo_tag* bp);
 
 // The limiter's gain ramp alone: out[i] = in[i] * gain / 32768, rounded down, with the gain moving
 // by step (Q15 per sample, not negative) from *gain toward target, where it stays; the final one is
-// stored in *gain. Gains are Q15, 32767 stands for 1. With *gain and target both 32767 nothing is
+// stored in *gain. Gains are Q15, 32767 counts as 1.0. With *gain and target both 32767 nothing is
 // written. A step below 0 jumps to the target after one sample. in and out may be the same; n < 1
 // does nothing.
 SONX_EXPORT void soft_gain_proc(short* in, int n, short* out, short target, short* gain,

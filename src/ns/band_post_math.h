@@ -53,7 +53,8 @@ inline short sigmoid(int x) {
   const int64_t e = std::min<int64_t>((kExponential[a >> 15] * series) >> 8, INT32_MAX);
   const int64_t d = std::min<int64_t>(e + 32767, INT32_MAX);
 
-  // The quotient is taken from the top 15 bits of d and the bits of the numerator at the same place.
+  // The quotient is taken from the top 15 bits of d and the bits of the numerator at the same
+  // place.
   const int norm = std::countl_zero(static_cast<uint32_t>(d)) - 1;
   const int64_t numerator = x > 0 ? e : 32767;
   return s16_div_s16_s16(static_cast<short>((numerator << norm) >> 16),

@@ -54,8 +54,8 @@ void (*tekaNsx_AnalysisUpdate)(NsxInst_t_*, const short*, short*) = analysis_upd
 void (*tekaNsx_CreateComplexBuffer)(NsxInst_t_*, const short*, short*) = create_complex_buffer;
 
 void use_portable_analysis() {
-  tekaNsx_AnalysisUpdate = analysis_update;
-  tekaNsx_CreateComplexBuffer = create_complex_buffer;
+  dispatch(tekaNsx_AnalysisUpdate, analysis_update);
+  dispatch(tekaNsx_CreateComplexBuffer, create_complex_buffer);
 }
 
 //   block ─► last N samples ─► × window ─┬─► energy_in

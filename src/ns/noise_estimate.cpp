@@ -65,7 +65,7 @@ void noise_estimation(NsxInst_t_* ns) {
 }  // namespace
 
 void (*tekaNsx_NoiseEstimation)(NsxInst_t_*) = noise_estimation;
-void use_portable_estimate() { tekaNsx_NoiseEstimation = noise_estimation; }
+void use_portable_estimate() { dispatch(tekaNsx_NoiseEstimation, noise_estimation); }
 
 void reset_noise_estimate(NsxInst_t_* ns) {
   for (int s = 0; s < kNsxEstimates; ++s) {

@@ -1,4 +1,5 @@
-// Noise estimate: log-quantiles over time, and the parametric model that replaces them at the start.
+// Noise estimate: log-quantiles over time, and the parametric model that replaces them at the
+// start.
 #pragma once
 
 #include "ns/noise_suppressor.h"

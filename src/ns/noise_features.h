@@ -6,5 +6,6 @@
 
 void reset_features(NsxInst_t_* ns);
 
-// Flatness and difference of the frame; at the end of a window the thresholds of all three features.
+// Flatness and difference of the frame; at the end of a window the thresholds of all three
+// features.
 void update_features(NsxInst_t_* ns);

@@ -21,3 +21,10 @@ inline int64_t frame_energy(const NsxInst_t_* ns, const short* frame) {
   const int64_t energy = tekaSpl_Energy16(frame, ns->frame_length, &scale);
   return energy << scale;
 }
+
+// Sets a dispatch pointer. Writes nothing where nothing changes: other instances may be running in
+// other threads.
+template <typename Stage>
+void dispatch(Stage*& pointer, Stage* stage) {
+  if (pointer != stage) pointer = stage;
+}

@@ -65,8 +65,8 @@ int tekaNs_InitCore(NsxInst_t_* ns, unsigned int fs) {
   reset_noise_estimate(ns);
   reset_features(ns);
   ns->band_post = BP_ns_init(static_cast<int>(fs), ns->bins);
-  ns->initialized = 1;
-  return 0;
+  ns->initialized = ns->band_post != nullptr;
+  return ns->initialized ? 0 : -1;
 }
 
 int tekaNs_FreeCore(NsxInst_t_* ns) {
@@ -163,7 +163,8 @@ unsigned short wiener_gain(const NsxInst_t_* ns, uint64_t snr) {
   return static_cast<unsigned short>(std::clamp(gain, ns->denoise_bound, kOneQ14));
 }
 
-// The gain of spectral subtraction of the model's noise (Q16) from the mean spectrum since init, Q14.
+// The gain of spectral subtraction of the model's noise (Q16) from the mean spectrum since init,
+// Q14.
 unsigned short start_gain(const NsxInst_t_* ns, int k, uint64_t model) {
   const int64_t magnitude = ns->start_magnitude[k];
   const auto noise = static_cast<int64_t>(model * static_cast<uint64_t>(ns->overdrive) >> 8) *

@@ -146,7 +146,7 @@ extern SONX_EXPORT const short tekaNsx_kLogTable[9];
 extern SONX_EXPORT const short tekaNsx_kCounterDiv[201];
 
 // The stages of which a platform may have a faster form. Every tekaNs_InitCore sets them to the
-// portable ones; they are shared by all instances of the process.
+// portable ones, where they are not that already; they are shared by all instances of the process.
 //
 //   AnalysisUpdate        appends a block of new samples, writes the windowed frame (N samples)
 //   CreateComplexBuffer   windowed frame times 2^norm, the transform's input (N samples)
@@ -165,9 +165,9 @@ extern SONX_EXPORT void (*tekaNsx_SynthesisUpdate)(NsxInst_t_*, const short* fra
 
 // Sets up an instance for a sample rate of 8000, 16000 or 32000 Hz: history cleared, policy 0,
 // prior probability of a pause 0.5, prior source 0, status 0. Returns 0, or -1 for another rate or
-// a null pointer (the instance is then left alone). The record need not hold anything before; a
-// running instance must go through tekaNs_FreeCore first, or its band post-processing's memory is
-// lost.
+// a null pointer (the instance is then left alone), or -1 if memory is short (the instance
+// is then not initialised and holds none). The record need not hold anything before; a running
+// instance must go through tekaNs_FreeCore first, or its band post-processing's memory is lost.
 SONX_EXPORT int tekaNs_InitCore(NsxInst_t_* ns, unsigned int fs);
 
 // Frees what init took; the instance then needs another init. Returns 0; a null pointer does

@@ -66,9 +66,9 @@ void (*tekaNsx_Denormalize)(NsxInst_t_*, short*, int) = denormalize;
 void (*tekaNsx_SynthesisUpdate)(NsxInst_t_*, const short*, short*, short) = synthesis_update;
 
 void use_portable_synthesis() {
-  tekaNsx_PrepareSpectrum = prepare_spectrum;
-  tekaNsx_Denormalize = denormalize;
-  tekaNsx_SynthesisUpdate = synthesis_update;
+  dispatch(tekaNsx_PrepareSpectrum, prepare_spectrum);
+  dispatch(tekaNsx_Denormalize, denormalize);
+  dispatch(tekaNsx_SynthesisUpdate, synthesis_update);
 }
 
 //   spectrum ─► × gain ─► inverse FFT ──► × 2^(scale - norm) ─┬─► × window × factor ─► overlap-add

@@ -27,8 +27,8 @@ int follow_likelihood(int likelihood, uint32_t xi, uint32_t gamma) {
   return saturate32(likelihood + ((ratio - likelihood) >> 1));
 }
 
-// 1 / (1 + e^(-2 x)) in Q14 for x = slope * distance, distance in Q12, by a table with four steps per
-// 1.0 of x and straight lines between them.
+// 1 / (1 + e^(-2 x)) in Q14 for x = slope * distance, distance in Q12, by a table with four steps
+// per 1.0 of x and straight lines between them.
 int indicator(int slope, int64_t distance) {
   const int64_t x = std::min<int64_t>(std::abs(distance) * slope, 4 << 12);
   const int64_t step = std::min<int64_t>(x >> 10, 15), rest = x - (step << 10);

@@ -96,8 +96,8 @@ int tekaSpl_ComplexInverseFft(short* data, int stages) {
   return allowed(stages) ? inverse(data, stages) : -1;
 }
 
-// A complex transform with imaginary parts of 0: twice the work of packing even and odd samples into
-// one pair, but no intermediate word exceeds the largest sample.
+// A complex transform with imaginary parts of 0: twice the work of packing even and odd samples
+// into one pair, but no intermediate word exceeds the largest sample.
 int tekaSpl_RealFft(const short* x, short* bins, int stages) {
   if (!allowed(stages)) return -1;
   const int points = 1 << stages;

@@ -217,6 +217,7 @@ void combs(const kernel_table& k, scene& s, int n) {
     comb[i] = {feedback, s.any(), damp1, damp2, loops.data() + i * size, length + 5 * i, 0};
     if (i < comb[i].length) comb[i].index = i;
   }
+  comb[s.random() % 8].feedback = s.pick({feedback, INT32_MIN});
   const comb_quartet two[] = {{list, s.x, s.z}, {list + 4, s.x, s.pick({s.y, s.z})}};
   for (int call : {n, 3, n}) (k.*kernel)(two, call);
   for (const comber& c : comb) s.keep({c.index, c.filter_store});

@@ -28,7 +28,8 @@ inline int dc_remove_step_24(int64_t& x_prev, int64_t& y_prev, int in) {
 void dc_remove_block_16(dc_remove* filter, const int* in, int* out, int n);
 void dc_remove_block_24(dc_remove* filter, const int* in, int* out, int n);
 
-// Two channels, which don't wait for each other: the same bits. A channel's out may be any in.
+// Two channels in one pass, whose recursions overlap in time; the same bits as one after the other.
+// A channel's out may be any in.
 struct dc_remove_channel {
   dc_remove* filter;
   const int* in;

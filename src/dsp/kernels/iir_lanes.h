@@ -38,6 +38,7 @@ constexpr int kMostRows = 5;  // of all groups together
 constexpr int kMostGroups = 2;
 constexpr int kMostLaneLag = kColumns * (kMostRows + 1) - 2;
 constexpr int kLaneSteps = kBlockFrames + kMostLaneLag;
+static_assert(kFewestBlockFrames >= 8);  // what interleave loads at once
 
 using int_row = int[kColumns];
 using int64_row = int64_t[kColumns];

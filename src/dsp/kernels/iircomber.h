@@ -36,7 +36,7 @@ inline int iircomber_step(iircomber_registers& r, int x, int& cell) {
 // n samples in place; n < 1 does nothing. The same bits as n calls of iircomber_process.
 void iircomber_block(iircomber* comb, int* samples, int n);
 
-// Two channels, which don't wait for each other: the same bits.
+// Two channels in one pass, whose recursions overlap in time; the same bits as one after the other.
 struct iircomber_channel {
   iircomber* comb;
   int* samples;

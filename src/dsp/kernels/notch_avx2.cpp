@@ -56,6 +56,7 @@ void run_staggered(notch_lanes* f, int* x, int n) {
   __m256i depth = lanes_of(f->depth);
   wide y1(lanes_of(f->y1)), y2(lanes_of(f->y2));
 
+  // Of x[0 .. kAhead], what the lanes take at this step and what they take at the next.
   __m256i in = _mm256_setr_epi64x(x[6], x[4], x[2], x[0]);
   __m256i waiting = _mm256_setr_epi64x(0, x[5], x[3], x[1]);
   for (int t = kAhead;; ++t) {
