@@ -29,7 +29,7 @@ const CLI::App& innermost(const CLI::App& app) {
 
 }  // namespace
 
-// What nobody knows comes first: it's often the reason why something else is missing.
+// An unknown word comes first: it's often the reason why something else is missing.
 std::string explain(const CLI::App& app, const CLI::ParseError& error) {
   const CLI::App& command = innermost(app);
   const std::vector<std::string> unknown = app.remaining(true);
