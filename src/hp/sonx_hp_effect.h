@@ -61,4 +61,12 @@ SONX_EXPORT void sonx_hp_effect_get_parameters(void* handle, void* record);
 // (debug).
 SONX_EXPORT void sonx_hp_effect_process(void* handle, void* buffer, unsigned long bytes);
 
+// Frames by which process delays the sound once an effect is in force: 440 at 44100 Hz, 480 at the
+// other rates, 0 for a bypass and for a null handle.
+SONX_EXPORT int sonx_hp_effect_latency(const void* handle);
+
+// 1 for a handle whose process leaves the sound as it came because of its rate, and for a null
+// handle; otherwise 0. Never changes.
+SONX_EXPORT int sonx_hp_effect_bypasses(const void* handle);
+
 SONX_C_END
