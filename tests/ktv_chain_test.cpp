@@ -9,7 +9,7 @@
 #include "support/log_capture.h"
 #include "support/pcm16.h"
 #include "support/signals.h"
-#include "support/small_room.h"
+#include "version.h"
 
 namespace {
 
@@ -96,4 +96,25 @@ TEST_F(KtvChain, VoiceGainActsInTheCompressor) {
   EXPECT_EQ(rows[5][0]++, 310981976);
   teka_audio_tx_ktv_eq_setparameter(&chain, rows);
   EXPECT_EQ(chain.eq->left_section[5]->coef[0], 310981977);
+}
+
+TEST(KtvHandle, IgnoresNullAndSaysWhatItDoes) {
+  void* handle = sonx_ktv_init();
+  short in[4] = {1, 2, 3, 4}, out[4] = {};
+  sonx_ktv_process_16(handle, nullptr, out, out, 4);
+  sonx_ktv_process_16(handle, in, nullptr, out, 4);
+  sonx_ktv_process_16(handle, in, out, nullptr, 4);
+  sonx_ktv_process_16(nullptr, in, out, out, 4);
+  sonx_ktv_eq_setparameter(handle, nullptr);
+  EXPECT_EQ(out[3], 0);
+  EXPECT_EQ(sonx_ktv_latency(handle), 0);
+  EXPECT_EQ(sonx_ktv_bypasses(handle), 0);
+  sonx_ktv_hw_howling_canceling_enable(handle, 0);
+  sonx_ktv_iirecho_enable(handle, 0);
+  EXPECT_EQ(sonx_ktv_bypasses(handle), 1);
+  sonx_ktv_process_16(handle, in, in, out, 4);
+  EXPECT_EQ(out[3], 4);
+  sonx_ktv_deinit(handle);
+  EXPECT_EQ(sonx_ktv_bypasses(nullptr), 1);
+  EXPECT_STREQ(sonx_version(), SONX_PROJECT_VERSION);
 }

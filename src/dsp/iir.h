@@ -30,6 +30,7 @@ extern SONX_EXPORT const int kFilterCoefficients[5];
 SONX_C_BEGIN
 
 // Takes memory, copies the five coefficients, clears the history.
+// If memory is short it takes none, and the record passes samples on as they are.
 SONX_EXPORT void IIR_init(void* section, const int* coefficients);
 
 // New coefficients, history cleared. Safe between two process calls, with a transient.
