@@ -16,7 +16,7 @@
 //   4     the new settings are applied          -1       idle
 //   3     running, still silent
 //
-// A change during 6 and 5 is part of the present fade-out; during 4..2 the counter goes back to 4.
+// A change during 6 and 5 is part of the present fade-out; during 4..2 the counter returns to 4.
 // While the chain is off (active_status not 1), audio still passes the smooth volume.
 //
 // Latency: the compressor's look-ahead, 440 frames at 44100 Hz, 480 at 48000, 960 at 96000, 1920 at

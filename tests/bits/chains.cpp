@@ -1,3 +1,6 @@
+#include <array>
+#include <bit>
+
 #include "bits/rows.h"
 #include "bits/subjects.h"
 #include "hp/sonx_hp_effect.h"
@@ -21,59 +24,58 @@ audio_effect_control_acdb_t any_record(trial& t) {
   return record;
 }
 
-// A record of words, by its setter and its getter. Its status is on or off.
+// A module's record of words, by its setter and its getter; draw() gives some words of their own.
 template <auto setter, auto getter, typename Record>
-void set_record(trial& t, teka_hp_effect_t* chain, Record record) {
-  static_assert(sizeof(Record) % sizeof(int) == 0);
-  record.status = static_cast<int>(t.roll(2));
+void set_record(trial& t, teka_hp_effect_t* chain, void (*draw)(trial&, Record&)) {
+  std::array<int, sizeof(Record) / sizeof(int)> words;
+  for (int& word : words) word = t.value();
+  words[0] = static_cast<int>(t.roll(2));  // the status
+  Record record = std::bit_cast<Record>(words);
+  draw(t, record);
   setter(chain, &record);
-  record = {};
   getter(chain, &record);
-  t.note_all(reinterpret_cast<const int*>(&record), sizeof record / sizeof(int));
+  t.note_all(reinterpret_cast<const int*>(&record), words.size());
 }
 
 void set_module(trial& t, teka_hp_effect_t* c) {
-  const auto v = [&] { return t.value(); };
-  eq_param_acdb_t eq = {0, v(), {}};
-  draw_rows(t, eq.band);
+#define RECORD(module, kind)                               \
+  set_record<teka_hp_effect_##module##_setparameter##kind, \
+             teka_hp_effect_##module##_getparameter##kind>
   switch (t.roll(8)) {
     case 0:
-      return set_record<teka_hp_effect_eq_setparameter_data, teka_hp_effect_eq_getparameter_data>(
-          t, c, eq);
-    case 1: {
-      equalizer_params curve = {};
-      t.decibels(curve.index);
-      return set_record<teka_hp_effect_eq_setparameter_index, teka_hp_effect_eq_getparameter_index>(
-          t, c, curve);
-    }
-    case 2: {
-      param_eq_param_acdb_t p = {0, v(), v(), {}, {}};
-      for (int k = 0; k < 10; ++k) {
-        p.left[k][0] = static_cast<int>(t.roll(2));
-        p.right[k][0] = static_cast<int>(t.roll(2));
-        std::copy_n(eq.band[k], 5, p.left[k] + 1);
-      }
-      return set_record<teka_hp_effect_p_eq_setparameter, teka_hp_effect_p_eq_getparameter>(t, c,
-                                                                                            p);
-    }
+      return RECORD(eq, _data)(
+          t, c, +[](trial& u, eq_param_acdb_t& r) { draw_rows(u, r.band); });
+    case 1:
+      return RECORD(eq, _index)(
+          t, c, +[](trial& u, equalizer_params& r) { u.decibels(r.index); });
+    case 2:
+      return RECORD(p_eq, )(
+          t, c, +[](trial& u, param_eq_param_acdb_t& r) {
+            int rows[10][5];
+            draw_rows(u, rows);
+            for (int k = 0; k < 10; ++k) {
+              r.left[k][0] = static_cast<int>(u.roll(2));
+              r.right[k][0] = static_cast<int>(u.roll(2));
+              std::copy_n(rows[k], 5, r.left[k] + 1);
+            }
+          });
     case 3:
-      return set_record<teka_hp_effect_reverb_setparameter, teka_hp_effect_reverb_getparameter>(
-          t, c, reverb_param_acdb_t{0, v(), v(), v(), v(), v(), v()});
-    case 4: {
-      virtual_bass_param_acdb_t bass = {0, v(), v(), v(), v(), {}};
-      draw_row(t, bass.nld_band);
-      return set_record<teka_hp_effect_vbs_setparameter, teka_hp_effect_vbs_getparameter>(t, c,
-                                                                                          bass);
-    }
+      return RECORD(reverb, )(
+          t, c, +[](trial&, reverb_param_acdb_t&) {});
+    case 4:
+      return RECORD(vbs, )(
+          t, c, +[](trial& u, virtual_bass_param_acdb_t& r) { draw_row(u, r.nld_band); });
     case 5:
-      return set_record<teka_hp_effect_sws_setparameter, teka_hp_effect_sws_getparameter>(
-          t, c, stereo_param_acdb_t{0, v(), v(), v(), v(), v(), v()});
+      return RECORD(sws, )(
+          t, c, +[](trial&, stereo_param_acdb_t&) {});
     case 6:
-      return set_record<teka_hp_effect_svc_setparameter, teka_hp_effect_svc_getparameter>(
-          t, c, smart_volume_control_param_acdb_t{0, static_cast<int>(v() * 4LL), v(), v()});
+      return RECORD(svc, )(
+          t, c, +[](trial&, smart_volume_control_param_acdb_t&) {});
     default:
-      return set_record<teka_hp_effect_cb_setparameter, teka_hp_effect_cb_getparameter>(
-          t, c, channel_balance_param_acdb_t{0, static_cast<int>(t.roll(4)), v()});
+      return RECORD(cb, )(
+          t, c, +[](trial& u, channel_balance_param_acdb_t& r) {
+            r.channel_num = static_cast<int>(u.roll(4));
+          });
   }
 }
 
@@ -100,8 +102,7 @@ void headphone_chain(trial& t) {
         teka_hp_effect_set_sample_rate(&c, kRates[t.roll(5)]);
         break;
       case 1:
-        t.set<teka_hp_effect_sv_set_volume, teka_hp_effect_sv_set_volume, teka_hp_effect_setstatus>(
-            &c);
+        t.access<teka_hp_effect_sv_set_volume, teka_hp_effect_setstatus>(&c);
         if (t.once_in(2)) teka_hp_effect_sv_set_smooth_buffer_num(&c, static_cast<int>(t.roll(6)));
         break;
       case 2:
@@ -123,8 +124,8 @@ void headphone_chain(trial& t) {
     t.note(record.effect_type, record.hpadapter_type);
     t.note_all(record.data);
     t.note(c.active_status, c.switch_counter, c.volume, c.sample_rate_type);
-    t.get<teka_hp_effect_getstatus, teka_hp_effect_debug_enable_getstatus,
-          teka_hp_effect_sv_get_volume, teka_hp_effect_sv_get_smooth_buffer_num>(&c);
+    t.access<teka_hp_effect_getstatus, teka_hp_effect_debug_enable_getstatus,
+             teka_hp_effect_sv_get_volume, teka_hp_effect_sv_get_smooth_buffer_num>(&c);
   });
 }
 
@@ -158,7 +159,7 @@ void headphone_handles(trial& t) {
     std::vector<Word> x;
   } streams[2];
   for (auto& s : streams) {
-    const unsigned rate = kHandleRates[t.once_in(8) ? t.roll(6) : t.roll(2)];
+    const unsigned rate = kHandleRates[t.once_in(4) ? t.roll(6) : t.roll(2)];
     s.effect = sonx_hp_effect_init(rate, format == 3 && t.once_in(4) ? 7 : format);
     s.x = t.signal<Word>(2 * t.frames, t.number + t.roll(8));
   }
@@ -185,48 +186,62 @@ void echo(trial& t) {
   t.run<int, 2, 2>(
       [&](int* a, int* b, int* c, int* d, int n) { iirecho_processStereo(&e, a, b, c, d, n); },
       [&] {
-        t.set<iirecho_setfeedback, iirecho_setwet, iirecho_setdry, iirecho_setstatus>(&e);
+        t.access<SETTING(iirecho_, feedback), SETTING(iirecho_, wet), SETTING(iirecho_, dry),
+                 SETTING(iirecho_, status), iirecho_getdelay>(&e);
         if (t.once_in(4))
           iirecho_setdelay(&e, t.wild() ? t.any() : static_cast<int>(t.roll(360)) - 2);
-        t.get<iirecho_getfeedback, iirecho_getdelay, iirecho_getwet, iirecho_getdry,
-              iirecho_getstatus>(&e);
         if (t.once_in(8)) iirecho_update(&e);
       });
 }
 
-// A voice in a room that feeds back: the canceller's output comes back to it after some 400 samples
-// and a filter. The first trial goes on until a notch has been given up again.
+// A room that feeds back: what the canceller puts out returns some 400 samples later through a
+// resonance that moves now and then. Besides there are tones from outside, or short noises. The
+// first trial goes on until its notches have been given up again.
 void howling(trial& t) {
-  constexpr int kPeriod = 240;
+  constexpr int kPeriod = 240, kOne = 1 << 28;
   held<howlingCancel, howling_canceling_init, howling_canceling_end> canceller;
-  held<equalizer_t, equalizer_init, equalizer_end> path;
-  int gains[10] = {};
-  gains[3 + t.roll(5)] = 9;
-  equalizer_set_param_index_48000(&path, gains);
-  equalizer_set_gain(&path, 1600 + static_cast<int>(t.roll(4000)));
-  const int delay = 300 + static_cast<int>(t.roll(500)),
-            frames = t.number == 0 ? 75 * 48000 : t.frames;
-  std::vector<int> voice = t.signal<int>(96000, t.number % 3 == 0 ? 4 : 3), heard(kPeriod),
-                   played(frames);
-  for (int& v : voice) v >>= t.number % 3;
+  int row[5] = {kOne / 100, 0, -kOne / 100, 0, -(kOne / 100 * 98)};  // poles at 0.99
+  held<IIR, IIR_init, IIR_end> resonance(row);
+  const bool loop = t.number % 3 != 1, tones = t.number % 3 != 0;
+  const int gain_q13 = loop ? 11000 + static_cast<int>(t.roll(14000)) : 0;
+  const int delay = 300 + static_cast<int>(t.roll(500)), long_one = 75 * 48000,
+            frames = t.number == 0 ? long_one : t.frames;
+  const std::vector<int> bursts = t.signal<int>(48000, 4);
+  std::vector<int> heard(kPeriod), played(static_cast<size_t>(frames) + kPeriod);
+  struct {
+    int64_t step_q28, sine, cosine;  // one multiplication each turns the pair
+  } oscillators[6];
+  for (auto& o : oscillators)
+    o = {1 + t.roll(1 << 26), 0, t.once_in(2) ? 0 : 1 << (16 + t.roll(6))};
   for (int start = 0; start + kPeriod <= frames; start += kPeriod) {
-    if (start >= delay)
-      equalizer_process_mono(&path, &played[size_t(start - delay)], heard.data(), kPeriod);
-    const bool open = t.number != 0 || start < 4 * 48000;  // otherwise silence
-    for (int i = 0; i < kPeriod; ++i) {
-      const int64_t sum =
-          int64_t{open ? heard[size_t(i)] : 0} + (open ? voice[size_t((start + i) % 96000)] : 0);
+    std::fill(heard.begin(), heard.end(), 0);
+    if (start % 72000 == 0 && (t.number != 0 || start == 0)) {
+      const int angle_q14 = 500 + static_cast<int>(t.roll(9000));  // its cosine is 1 - angle^2 / 2
+      row[3] = (kOne - angle_q14 * angle_q14 / 2) / 50 * 99;
+      IIR_set_param(&resonance, row);
+    }
+    for (int i = 0; i < kPeriod && start >= delay; ++i) {
+      IIR_process_32(&resonance, &played[size_t(start - delay + i)], &heard[size_t(i)]);
+      heard[size_t(i)] = static_cast<int>(int64_t{heard[size_t(i)]} * gain_q13 >> 13);
+    }
+    const bool silent = start > frames / 8 && start < frames - 96000;
+    for (int i = 0; i < kPeriod && !(silent && t.number == 0); ++i) {
+      int64_t sum = heard[size_t(i)] + (tones ? 0 : bursts[size_t((start + i) % 48000)] / 8);
+      for (auto& o : oscillators) {
+        o.sine += o.cosine * o.step_q28 >> 28;
+        o.cosine -= o.sine * o.step_q28 >> 28;
+        if (tones && (start >> 18) % 2 == 0) sum += o.sine;
+      }
       heard[size_t(i)] = static_cast<int>(std::clamp<int64_t>(sum, -8388608, 8388607));
     }
     const int cut = static_cast<int>(t.roll(kPeriod + 1));
     int* out = &played[size_t(start)];
     howling_canceling_process(&canceller, heard.data(), out, cut);
     howling_canceling_process(&canceller, heard.data() + cut, out + cut, kPeriod - cut);
-    t.note_all(out, kPeriod);
-    if (t.once_in(2000)) howling_canceling_reset(&canceller);
+    t.note_all(out, kPeriod + 4);
+    if (t.once_in(8000)) howling_canceling_reset(&canceller);
   }
-  t.set<howling_canceling_setstatus>(&canceller);
-  t.get<howling_canceling_getstatus>(&canceller);
+  t.access<SETTING(howling_canceling_, status)>(&canceller);
 }
 
 void howling_blocks(trial& t) {
@@ -256,35 +271,27 @@ void set_karaoke(trial& t, teka_audio_tx_ktv_t* c) {
       teka_audio_tx_ktv_iirecho_setdelay(c, static_cast<int>(t.roll(360)));
       break;
     default:
-      t.set<teka_audio_tx_ktv_set_volume, teka_audio_tx_ktv_reverb_setroomsize,
-            teka_audio_tx_ktv_reverb_setdamp, teka_audio_tx_ktv_reverb_setwet,
-            teka_audio_tx_ktv_reverb_setdry, teka_audio_tx_ktv_reverb_setwidth,
-            teka_audio_tx_ktv_reverb_setgain, teka_audio_tx_ktv_iirecho_setfeedback,
-            teka_audio_tx_ktv_iirecho_setwet, teka_audio_tx_ktv_iirecho_setdry>(c);
+      break;
   }
-  const auto status = [&](auto set, int odds) {
-    if (t.once_in(3)) set(c, !t.once_in(odds));
-  };
-  status(teka_audio_tx_ktv_reverb_setstatus, 3);
-  status(teka_audio_tx_ktv_eq_setstatus, 3);
-  status(teka_audio_tx_ktv_noise_canceling_setstatus, 2);
-  status(teka_audio_tx_ktv_howling_canceling_setstatus, 3);
-  status(teka_audio_tx_ktv_gramophone_setstatus, 2);
-  status(teka_audio_tx_ktv_compressor_setstatus, 3);
-  status(teka_audio_tx_ktv_iirecho_setstatus, 3);
+  for (const auto status :
+       {teka_audio_tx_ktv_reverb_setstatus, teka_audio_tx_ktv_eq_setstatus,
+        teka_audio_tx_ktv_noise_canceling_setstatus, teka_audio_tx_ktv_howling_canceling_setstatus,
+        teka_audio_tx_ktv_gramophone_setstatus, teka_audio_tx_ktv_compressor_setstatus,
+        teka_audio_tx_ktv_iirecho_setstatus})
+    if (t.once_in(4)) status(c, static_cast<int>(t.roll(2)));
   teka_audio_tx_ktv_eq_getparameter(c, rows);
   for (const auto& row : rows) t.note_all(row);
   teka_audio_tx_ktv_eq_get_param_index(c, gains);
   t.note_all(gains);
-  t.get<teka_audio_tx_ktv_get_volume, teka_audio_tx_ktv_reverb_getroomsize,
-        teka_audio_tx_ktv_reverb_getdamp, teka_audio_tx_ktv_reverb_getwet,
-        teka_audio_tx_ktv_reverb_getdry, teka_audio_tx_ktv_reverb_getwidth,
-        teka_audio_tx_ktv_reverb_getgain, teka_audio_tx_ktv_iirecho_getfeedback,
-        teka_audio_tx_ktv_iirecho_getdelay, teka_audio_tx_ktv_iirecho_getwet,
-        teka_audio_tx_ktv_iirecho_getdry, teka_audio_tx_ktv_reverb_getstatus,
-        teka_audio_tx_ktv_eq_getstatus, teka_audio_tx_ktv_noise_canceling_getstatus,
-        teka_audio_tx_ktv_howling_canceling_getstatus, teka_audio_tx_ktv_gramophone_getstatus,
-        teka_audio_tx_ktv_compressor_getstatus, teka_audio_tx_ktv_iirecho_getstatus>(c);
+#define KTV(name) SETTING(teka_audio_tx_ktv_, name)
+#define REVERB(name) SETTING(teka_audio_tx_ktv_reverb_, name)
+#define ECHO(name) SETTING(teka_audio_tx_ktv_iirecho_, name)
+  t.access<KTV(_volume), REVERB(roomsize), REVERB(damp), REVERB(wet), REVERB(dry), REVERB(width),
+           REVERB(gain), ECHO(feedback), ECHO(wet), ECHO(dry), teka_audio_tx_ktv_iirecho_getdelay,
+           teka_audio_tx_ktv_reverb_getstatus, teka_audio_tx_ktv_eq_getstatus,
+           teka_audio_tx_ktv_noise_canceling_getstatus,
+           teka_audio_tx_ktv_howling_canceling_getstatus, teka_audio_tx_ktv_gramophone_getstatus,
+           teka_audio_tx_ktv_compressor_getstatus, teka_audio_tx_ktv_iirecho_getstatus>(c);
 }
 
 template <typename Sample>
@@ -312,12 +319,12 @@ void karaoke_handles(trial& t) {
       t.decibels(gains);
       if (t.once_in(8)) sonx_ktv_eq_setparameter(handle, gains);
       if (t.once_in(4)) {
-        t.set<sonx_ktv_set_voice_gain, sonx_ktv_reverb_setroomsize, sonx_ktv_reverb_setdamp,
-              sonx_ktv_reverb_setwet, sonx_ktv_reverb_setdry, sonx_ktv_reverb_setwidth,
-              sonx_ktv_reverb_setgain, sonx_ktv_iirecho_setfeedback, sonx_ktv_iirecho_setwet,
-              sonx_ktv_iirecho_setdry, sonx_ktv_iirecho_setdelay, sonx_ktv_reverb_enable,
-              sonx_ktv_eq_enable, sonx_ktv_noise_canceling_enable, sonx_ktv_gramophone_enable,
-              sonx_ktv_compressor_enable, sonx_ktv_iirecho_enable>(handle);
+        t.access<sonx_ktv_set_voice_gain, sonx_ktv_reverb_setroomsize, sonx_ktv_reverb_setdamp,
+                 sonx_ktv_reverb_setwet, sonx_ktv_reverb_setdry, sonx_ktv_reverb_setwidth,
+                 sonx_ktv_reverb_setgain, sonx_ktv_iirecho_setfeedback, sonx_ktv_iirecho_setwet,
+                 sonx_ktv_iirecho_setdry, sonx_ktv_iirecho_setdelay, sonx_ktv_reverb_enable,
+                 sonx_ktv_eq_enable, sonx_ktv_noise_canceling_enable, sonx_ktv_gramophone_enable,
+                 sonx_ktv_compressor_enable, sonx_ktv_iirecho_enable>(handle);
         // Only one canceller may be at work in a process.
         sonx_ktv_hw_howling_canceling_enable(handle, handle == handles[0] && t.once_in(2));
       } else if (start == 0) {
@@ -344,7 +351,8 @@ const std::vector<subject> kChains = {
     {"hp-handles-32", "32 bits, unknown formats", 24, 24000, headphone_handles<int, 3>},
     {"hp-handles-8.24", "8.24", 12, 24000, headphone_handles<int, 4>},
     {"echo", "delays to 350 ms, feedback, gains", 35, 40000, echo},
-    {"howling-loop", "a voice in a closed loop, some seconds; one of 75", 16, 400000, howling},
+    {"howling-loop", "closed loops, tones from outside; 15 seconds each, one of 75", 20, 720000,
+     howling},
     {"howling-blocks", "streams of all kinds", 35, 20000, howling_blocks},
     {"ktv-chain-16", "every stage and setting", 70, 12000, karaoke_chain<short>},
     {"ktv-chain-24", "24-bit samples 4 bits up", 70, 12000, karaoke_chain<int>},

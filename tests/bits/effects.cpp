@@ -50,7 +50,7 @@ void change_equalizer(trial& t, equalizer_t* e) {
       equalizer_setparameter(e, rows);
       break;
     case 1:
-      t.set<equalizer_set_gain, equalizer_setstatus>(e);
+      t.access<SETTING(equalizer_, _gain), SETTING(equalizer_, status)>(e);
       break;
     default:
       t.note(equalizer_set_param_index(e, gains, any_rate(t)));
@@ -59,7 +59,7 @@ void change_equalizer(trial& t, equalizer_t* e) {
   for (const auto& row : rows) t.note_all(row);
   equalizer_get_param_index(e, gains);
   t.note_all(gains);
-  t.get<equalizer_get_gain, equalizer_getstatus>(e);
+  t.note(e->gain);
   if (t.once_in(8)) equalizer_reset(e);
 }
 
@@ -106,10 +106,8 @@ void parametric_equalizer(trial& t) {
     }
     (t.once_in(2) ? parameter_equalizer_setparameter_left : parameter_equalizer_setparameter_right)(
         &e, flagged);
-    t.set<parameter_equalizer_set_gain_left, parameter_equalizer_set_gain_right,
-          parameter_equalizer_setstatus>(&e);
-    t.get<parameter_equalizer_get_gain_left, parameter_equalizer_get_gain_right,
-          parameter_equalizer_getstatus>(&e);
+    t.access<SETTING(parameter_equalizer_, _gain_left), SETTING(parameter_equalizer_, _gain_right),
+             SETTING(parameter_equalizer_, status)>(&e);
     parameter_equalizer_getparameter_left(&e, flagged);
     parameter_equalizer_getparameter_right(&e, flagged);
     t.note_all(flagged[t.roll(10)]);
@@ -126,10 +124,9 @@ template <typename Sample, int channels>
 void room(trial& t) {
   held<reverb_t, reverb_init, reverb_end> r;
   const auto change = [&] {
-    t.set<reverb_setroomsize, reverb_setdamp, reverb_setwet, reverb_setdry, reverb_setwidth,
-          reverb_setgain, reverb_setstatus>(&r);
-    t.get<reverb_getroomsize, reverb_getdamp, reverb_getwet, reverb_getdry, reverb_getwidth,
-          reverb_getgain, reverb_getstatus>(&r);
+    t.access<SETTING(reverb_, roomsize), SETTING(reverb_, damp), SETTING(reverb_, wet),
+             SETTING(reverb_, dry), SETTING(reverb_, width), SETTING(reverb_, gain),
+             SETTING(reverb_, status)>(&r);
     if (!t.once_in(4)) reverb_update(&r);
     if (t.once_in(8)) reverb_reset(&r);
     t.note(r.wet_scaled, r.wet1, r.wet2, r.dry_scaled, r.room_scaled, r.damp_scaled);
@@ -148,10 +145,8 @@ void reflector(trial& t) {
   run_stereo<
       process_either<early_reflector_process_32, early_reflector_process_block, early_reflector>>(
       t, &r, [&] {
-        t.set<early_reflector_set_wet_gain, early_reflector_set_dry_gain,
-              early_reflector_set_roomsize, early_reflector_set_damp>(&r);
-        t.get<early_reflector_get_wet_gain, early_reflector_get_dry_gain,
-              early_reflector_get_roomsize, early_reflector_get_damp>(&r);
+        t.access<SETTING(early_reflector_, _wet_gain), SETTING(early_reflector_, _dry_gain),
+                 SETTING(early_reflector_, _roomsize), SETTING(early_reflector_, _damp)>(&r);
         early_reflector_update(&r);
         if (t.once_in(4)) early_reflector_set_sample_rate(&r, any_rate(t));
         if (t.once_in(8)) early_reflector_reset(&r);
@@ -162,8 +157,7 @@ void crossfeed(trial& t) {
   held<crossfeed_network, crossfeed_network_init, crossfeed_network_end> r;
   run_stereo<process_either<crossfeed_network_process_32, crossfeed_network_process_block,
                             crossfeed_network>>(t, &r, [&] {
-    t.set<crossfeed_network_set_gain>(&r);
-    t.get<crossfeed_network_get_gain>(&r);
+    t.access<SETTING(crossfeed_network_, _gain)>(&r);
     if (t.once_in(2)) crossfeed_network_set_sample_rate(&r, any_rate(t));
     if (t.once_in(8)) crossfeed_network_reset(&r);
   });
@@ -173,8 +167,7 @@ void difference(trial& t) {
   held<difference_circuit, difference_circuit_init, difference_circuit_end> r;
   run_stereo<process_either<difference_circuit_process_32, difference_circuit_process_block,
                             difference_circuit>>(t, &r, [&] {
-    t.set<difference_circuit_set_side_gain>(&r);
-    t.get<difference_circuit_get_side_gain>(&r);
+    t.access<SETTING(difference_circuit_, _side_gain)>(&r);
     if (t.once_in(2)) difference_circuit_set_sample_rate(&r, any_rate(t));
     if (t.once_in(8)) difference_circuit_reset(&r);
     for (const IIR* section : r.section) t.note_all(section->coef, 5);
@@ -184,14 +177,13 @@ void difference(trial& t) {
 void widening(trial& t) {
   held<stereo_widening_system, stereo_widening_system_init, stereo_widening_system_end> s;
   run_stereo<stereo_widening_system_process>(t, &s, [&] {
-    t.set<stereo_widening_system_dc_set_side_gain, stereo_widening_system_cfn_set_gain,
-          stereo_widening_system_er_set_dry_gain, stereo_widening_system_er_set_wet_gain,
-          stereo_widening_system_er_set_roomsize, stereo_widening_system_er_set_damp,
-          stereo_widening_system_setstatus>(&s);
-    t.get<stereo_widening_system_dc_get_side_gain, stereo_widening_system_cfn_get_gain,
-          stereo_widening_system_er_get_dry_gain, stereo_widening_system_er_get_wet_gain,
-          stereo_widening_system_er_get_roomsize, stereo_widening_system_er_get_damp,
-          stereo_widening_system_getstatus>(&s);
+    t.access<SETTING(stereo_widening_system_dc_, _side_gain),
+             SETTING(stereo_widening_system_cfn_, _gain),
+             SETTING(stereo_widening_system_er_, _dry_gain),
+             SETTING(stereo_widening_system_er_, _wet_gain),
+             SETTING(stereo_widening_system_er_, _roomsize),
+             SETTING(stereo_widening_system_er_, _damp), SETTING(stereo_widening_system_, status)>(
+        &s);
     if (t.once_in(3)) stereo_widening_system_set_sample_rate(&s, any_rate(t));
     if (t.once_in(8)) stereo_widening_system_reset(&s);
   });
@@ -202,14 +194,14 @@ void dynamic_range(trial& t) {
   held<dynamic_range_control_t, dynamic_range_control_init, dynamic_range_control_end> drc(
       static_cast<int>(t.number % 4), kFrames[1 + t.roll(4)]);
   run_mono<dynamic_range_control_process>(t, &drc, [&] {
-    t.set<dynamic_range_control_set_threshold, dynamic_range_control_set_denoise_threshold,
-          dynamic_range_control_set_volume, dynamic_range_control_set_attact_order,
-          dynamic_range_control_set_release_order>(&drc);
-    t.get<dynamic_range_control_get_threshold, dynamic_range_control_get_denoise_threshold,
-          dynamic_range_control_get_volume, dynamic_range_control_get_attact_order,
-          dynamic_range_control_get_release_order>(&drc);
+    t.access<SETTING(dynamic_range_control_, _threshold),
+             SETTING(dynamic_range_control_, _denoise_threshold),
+             SETTING(dynamic_range_control_, _volume),
+             SETTING(dynamic_range_control_, _attact_order),
+             SETTING(dynamic_range_control_, _release_order)>(&drc);
     if (t.once_in(4)) dynamic_range_control_reinit(&drc, kFrames[t.roll(5)]);
     if (t.once_in(8)) dynamic_range_control_reset(&drc);
+    if (t.wild() && t.once_in(3)) drc.gain = t.any();
     t.note(drc.gain, drc.peak_env, drc.denoise_gain, drc.mean_env, drc.history_len, drc.frame_len);
     t.note_all(drc.history, static_cast<size_t>(drc.history_len) + 1);
     t.note_all(drc.recent_targets);
@@ -224,8 +216,8 @@ void limiter(trial& t) {
   t.crossing = false;
   held<compressor_t, compressor_init, compressor_end> c(t.value(), static_cast<int>(t.number % 4));
   run_stereo<compressor_process>(t, &c, [&] {
-    t.set<compressor_set_volume, compressor_set_volume, compressor_setstatus>(&c);
-    t.get<compressor_get_volume, compressor_getstatus>(&c);
+    t.access<SETTING(compressor_, _volume), compressor_set_volume, SETTING(compressor_, status)>(
+        &c);
     if (t.once_in(2)) compressor_set_sample_rate(&c, any_rate(t));
     if (t.once_in(8)) compressor_reset(&c);
   });
@@ -234,9 +226,10 @@ void limiter(trial& t) {
 void bass_compressor(trial& t) {
   held<compressor_bass, compressor_bass_init, compressor_bass_end> c;
   run_mono<compressor_bass_process>(t, &c, [&] {
-    t.set<compressor_bass_setstatus>(&c);
-    t.get<compresso_bassr_getstatus>(&c);
+    t.access<compressor_bass_setstatus, compresso_bassr_getstatus>(&c);
     if (t.once_in(8)) compressor_bass_reset(&c);
+    if (t.once_in(4)) c.default_gain = t.wild() ? t.any() : t.value() * 8;
+    if (t.once_in(4)) c.gain = t.wild() ? t.any() : t.value() * 8;
     t.note(c.default_gain, c.gain, c.level, c.reserved);
     std::vector<int> x = t.signal<int>(100, t.number);
     t.note(find_current_max_bass(x.data(), static_cast<int>(t.roll(102)) - 1));
@@ -246,11 +239,11 @@ void bass_compressor(trial& t) {
 void smart_volume(trial& t) {
   held<smart_volume_control_t, smart_volume_control_init, smart_volume_control_end> c;
   run_stereo<smart_volume_control_process>(t, &c, [&] {
-    t.set<smart_volume_control_set_attact_order, smart_volume_control_set_release_order,
-          smart_volume_control_setstatus>(&c);
+    t.access<SETTING(smart_volume_control_, _attact_order),
+             SETTING(smart_volume_control_, _release_order), SETTING(smart_volume_control_, status),
+             smart_volume_control_get_level>(&c);
     if (t.once_in(2)) smart_volume_control_set_level(&c, static_cast<int>(t.value() * 8LL));
-    t.get<smart_volume_control_get_level, smart_volume_control_get_attact_order,
-          smart_volume_control_get_release_order, smart_volume_control_getstatus>(&c);
+    if (t.once_in(3)) c.band_shift[t.roll(4)] = static_cast<int>(t.roll(9)) - 4;
     if (t.once_in(4)) smart_volume_control_set_sample_rate(&c, any_rate(t));
     if (t.once_in(8)) smart_volume_control_reset(&c);
     t.note(c.peak_env, c.energy_floor, c.energy_target, c.energy_est);
@@ -265,12 +258,11 @@ void boost(trial& t) {
 #define SETTER(controller, parameter) , speaker_boost_system_drc_##controller##_set_##parameter
 #define GETTER(controller, parameter) , speaker_boost_system_drc_##controller##_get_##parameter
     for (int i = 0; i < 3; ++i)
-      t.set<speaker_boost_system_set_nld_gain_left, speaker_boost_system_set_nld_gain_right,
-            speaker_boost_system_set_channel_num,
-            speaker_boost_system_setstatus SPEAKER_BOOST_FOR_EACH_ACCESSOR(SETTER)>(&b);
-    t.get<speaker_boost_system_get_nld_gain_left, speaker_boost_system_get_nld_gain_right,
-          speaker_boost_system_get_channel_num,
-          speaker_boost_system_getstatus SPEAKER_BOOST_FOR_EACH_ACCESSOR(GETTER)>(&b);
+      t.access<SETTING(speaker_boost_system_, _nld_gain_left),
+               SETTING(speaker_boost_system_, _nld_gain_right),
+               SETTING(speaker_boost_system_, _channel_num),
+               speaker_boost_system_setstatus SPEAKER_BOOST_FOR_EACH_ACCESSOR(SETTER),
+               speaker_boost_system_getstatus SPEAKER_BOOST_FOR_EACH_ACCESSOR(GETTER)>(&b);
     int row[5];
     draw_row(t, row);
     if (t.once_in(3)) speaker_boost_system_set_nld_param(&b, row);
@@ -291,12 +283,10 @@ void boost(trial& t) {
 void virtual_bass(trial& t) {
   held<virtual_bass_system, virtual_bass_system_init, virtual_bass_system_end> b;
   run_stereo<virtual_bass_system_process>(t, &b, [&] {
-    t.set<virtual_bass_system_set_nld_gain, virtual_bass_system_set_origin_gain,
-          virtual_bass_system_set_high_band_gain, virtual_bass_system_set_nld_clip_level,
-          virtual_bass_system_setstatus>(&b);
-    t.get<virtual_bass_system_get_nld_gain, virtual_bass_system_get_origin_gain,
-          virtual_bass_system_get_high_band_gain, virtual_bass_system_get_nld_clip_level,
-          virtual_bass_system_getstatus>(&b);
+    t.access<SETTING(virtual_bass_system_, _nld_gain), SETTING(virtual_bass_system_, _origin_gain),
+             SETTING(virtual_bass_system_, _high_band_gain),
+             SETTING(virtual_bass_system_, _nld_clip_level), SETTING(virtual_bass_system_, status)>(
+        &b);
     int row[5];
     draw_row(t, row);
     if (t.once_in(3)) virtual_bass_system_set_nld_band_param(&b, row);
@@ -304,6 +294,8 @@ void virtual_bass(trial& t) {
     t.note_all(row);
     if (t.once_in(3)) virtual_bass_system_set_sample_rate(&b, any_rate(t));
     if (t.once_in(8)) virtual_bass_system_reset(&b);
+    if (t.once_in(8)) b.nld->coefficients[t.roll(8)] = t.value();
+    if (t.once_in(8)) NLD_set_clip_flag(b.nld, static_cast<int>(t.roll(2)));
     t.note_all(b.bass_buffer, 256);
   });
 }
@@ -312,10 +304,8 @@ template <bool mono>
 void balance(trial& t) {
   held<channel_balance_t, channel_balance_init, channel_balance_end> b;
   const auto change = [&] {
-    t.set<channel_balance_set_channel_ration, channel_balance_set_channel_num,
-          channel_balance_setstatus>(&b);
-    t.get<channel_balance_get_channel_ration, channel_balance_get_channel_num,
-          channel_balance_getstatus>(&b);
+    t.access<SETTING(channel_balance_, _channel_ration), SETTING(channel_balance_, _channel_num),
+             SETTING(channel_balance_, status)>(&b);
     channel_balance_reset(&b);
   };
   if constexpr (mono)
@@ -329,10 +319,10 @@ void balance(trial& t) {
 void smooth(trial& t) {
   held<smooth_volume_t, smooth_volume_init, smooth_volume_end> v;
   run_stereo<smooth_volume_process>(t, &v, [&] {
-    t.set<smooth_volume_set_volume, smooth_volume_set_volume, smooth_volume_set_soft_volume>(&v);
+    t.access<SETTING(smooth_volume_, _volume), smooth_volume_set_soft_volume,
+             smooth_volume_get_smooth_buffer_num>(&v);
     if (t.once_in(3))
       smooth_volume_set_smooth_buffer_num(&v, t.wild() ? t.any() : static_cast<int>(t.roll(6)));
-    t.get<smooth_volume_get_volume, smooth_volume_get_smooth_buffer_num>(&v);
     if (t.once_in(8)) smooth_volume_reset(&v);
     t.note(v.soft_volume, v.shift);
   });

@@ -66,8 +66,7 @@ void diffuser(trial& t) {
   held<allpass, allpass_init, allpass_end> section(t.wild() ? -1 : static_cast<int>(t.roll(700)));
   t.run_steps<int>([&](int x) { return allpass_process(x, &section); },
                    [&] {
-                     t.set<allpass_setfeedback>(&section);
-                     t.get<allpass_getfeedback>(&section);
+                     t.access<SETTING(allpass_, feedback)>(&section);
                      if (t.once_in(8)) allpass_reset(&section);
                      t.note(section.length, section.index);
                    });
@@ -77,7 +76,7 @@ template <typename Sample, auto process>
 void damped_comb(trial& t) {
   held<comber, comb_init, comb_end> comb(t.wild() ? 0 : static_cast<int>(t.roll(900)));
   const auto change = [&] {
-    t.set<comb_setfeedback, comb_setsetdamp>(&comb);
+    t.access<comb_setfeedback, comb_setsetdamp>(&comb);
     if (t.once_in(8)) comb_reset(&comb);
     t.note(comb.feedback, comb.damp1, comb.damp2, comb.filter_store, comb.length, comb.index);
   };
@@ -90,8 +89,7 @@ void echo_comb(trial& t) {
   t.run_steps<int>([&](int x) { return iircomber_process(x, &comb); },
                    [&] {
                      iircomber_setdelay(&comb, static_cast<int>(t.roll(1000)) - 20);
-                     t.set<iircomber_setfeedback>(&comb);
-                     t.get<iircomber_getdelay, iircomber_getfeedback>(&comb);
+                     t.access<SETTING(iircomber_, feedback), iircomber_getdelay>(&comb);
                      if (t.once_in(8)) iircomber_reset(&comb);
                      t.note(comb.index, comb.b0, comb.b1, comb.a1, comb.x1, comb.y1);
                    });
@@ -104,7 +102,7 @@ void delay_line(trial& t) {
                      const int delay = static_cast<int>(t.roll(700)) - 20;
                      (t.once_in(3) ? audio_delay_reinit : audio_delay_set_delay)(&line, delay);
                      if (t.once_in(8)) audio_delay_reset(&line);
-                     t.get<audio_delay_get_delay>(&line);
+                     t.access<audio_delay_get_delay>(&line);
                      t.note(line.capacity, line.index);
                    });
 }
@@ -167,6 +165,11 @@ void transform(trial& t) {
     complex_end(&b);
     t.note(b.re, b.im);
   }
+  for (int i = 0; i < 10; ++i) {  // sizes that no transform is made for stay in their memory
+    held<fft_int, fft_int_init, fft_int_end> odd(static_cast<int>(t.roll(1000)));
+    std::vector<int> frame = t.signal<int>(300, t.number);
+    fft_int_dowin_process(&odd, frame.data(), nullptr, 300);
+  }
   held<fft_int, fft_int_init, fft_int_end> fft(256);
   for (int i = 0; i < 256; ++i) fft.data[i] = {t.any() >> 8, t.any() >> 8};
   fft_do_process(&fft);
@@ -196,10 +199,9 @@ void nonlinear_device(trial& t) {
       },
       [&] {
         part = static_cast<int>(t.roll(4));
-        t.set<NLD_set_clip_level, NLD_set_clip_level, NLD_set_clip_flag>(&nld);
+        t.access<SETTING(NLD_, _clip_level), SETTING(NLD_, _clip_flag)>(&nld);
         if (t.once_in(8)) NLD_reset(&nld);
         if (t.once_in(3)) nld.coefficients[t.roll(8)] = t.value();
-        t.get<NLD_get_clip_level, NLD_get_clip_flag>(&nld);
         t.note(nld.clip_level_scaled, nld.clip_envelope);
         t.note_all(nld.coefficients, 8);
       });
@@ -235,8 +237,7 @@ void shellac(trial& t) {
                      overdrive_process(&x, &y);
                      bit_shift_porocess(&x, &x);
                      t.note(x, y);
-                     t.set<gramophone_setstatus>(&effect);
-                     t.get<gramophone_getstatus>(&effect);
+                     t.access<SETTING(gramophone_, status)>(&effect);
                    });
 }
 

@@ -53,7 +53,7 @@ void suppressor(trial& t) {
     t.note(ns.prior_non_speech, ns.energy_in, ns.magnitude_energy, ns.frame_count);
     if (t.once_in(1000)) tekaNs_set_policy_core(&ns, static_cast<int>(t.roll(4)));
     if (t.once_in(1000)) tekaNs_canceling_setstatus(&ns, t.value());
-    t.get<tekaNs_canceling_getstatus>(&ns);
+    t.access<tekaNs_canceling_getstatus>(&ns);
     int now = 0;
     t.note(tekaNs_get_prior_source(&ns, &now));
     t.note(now);
@@ -125,14 +125,16 @@ void converter(trial& t) {
   Resampler_config(&r, from, to);
   t.note(r.in_khz, r.out_khz, r.mode);
   const std::vector<short> x = t.signal<short>(t.frames, t.number % 5);
-  std::vector<short> out(12 * 960 + 4);
+  std::vector<short> out(12 * 960 + 960 + 4);
   for (int start = 0; start + 960 <= t.frames; start += 960) {
     int made = -7;
     const int n = t.once_in(4) ? static_cast<int>(t.roll(960)) : t.once_in(2) ? 960 : 880;
-    const int room = t.once_in(8) ? 100 : static_cast<int>(out.size()) - 4;
-    t.note(Resampler_proc(&r, &x[size_t(start)], n, out.data(), room, &made));
+    const int room = t.once_in(8) ? 100 : 12 * 960;
+    const size_t at = t.once_in(3) ? t.roll(200) : 960;  // the input may overlap with the output
+    std::copy_n(&x[size_t(start)], 960, &out[at]);
+    t.note(Resampler_proc(&r, &out[at], n, out.data(), room, &made));
     t.note(made);
-    t.note_all(out.data(), size_t(std::max(made, 0)) + 4);
+    t.note_all(out.data(), out.size());
   }
   Resampler_delete(&r);
 }

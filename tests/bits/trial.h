@@ -12,6 +12,9 @@
 #include <type_traits>
 #include <vector>
 
+// A setter and its getter, as most of them are named.
+#define SETTING(stem, name) stem##set##name, stem##get##name
+
 // A record from its init to its end.
 template <typename Record, auto init, auto end>
 struct held : Record {
@@ -71,17 +74,24 @@ class trial {
     for (int& gain : gains) gain = wild() ? any() : static_cast<int>(roll(37)) - 18;
   }
 
-  // Calls one of the setters with a value; notes what the getters give.
-  template <auto... setters, typename Record>
-  void set(Record* record) {
-    const unsigned chosen = roll(sizeof...(setters));
-    unsigned k = 0;
-    ((k++ == chosen ? static_cast<void>(setters(record, value())) : void()), ...);
-  }
-  template <auto... getters, typename Record>
-  void get(Record* record) {
-    int value = 0;
-    ((getters(record, &value), note(value)), ...);
+  // Of setters and getters of one record: calls one setter with a value, notes what all getters give.
+  template <auto... accessors, typename Record>
+  void access(Record* record) {
+    unsigned rest = roll(std::max((unsigned{kSets<decltype(accessors), Record>} + ...), 1u));
+    const auto use = [&](auto accessor) {
+      if constexpr (kSets<decltype(accessor), Record>) {
+        if (rest-- == 0) accessor(record, value());
+      }
+    };
+    (use(accessors), ...);
+    const auto ask = [&](auto accessor) {
+      if constexpr (!kSets<decltype(accessor), Record>) {
+        int answer = 0;
+        accessor(record, &answer);
+        note(answer);
+      }
+    };
+    (ask(accessors), ...);
   }
 
   // ---- Signals: 24 bits, but for the last, which is of any word; 16-bit ones are 8 bits down.
@@ -161,6 +171,9 @@ class trial {
 
  private:
   static constexpr int kGuard = 4;
+
+  template <typename Function, typename Record>
+  static constexpr bool kSets = std::is_invocable_v<Function, Record*, int>;
 
   unsigned longest() const {
     constexpr unsigned kLongest[] = {256, 64, 240, 3, 600};

@@ -1,0 +1,22 @@
+#include <sonx/rack.h>
+#include <stdio.h>
+
+enum { RATE = 48000, FRAMES = 480 };
+
+int main(int count, char** words) {  // a preset's file; raw 16-bit stereo in and out
+  char preset[65536] = "", error[200] = "no such file, or no memory";
+  FILE* file = count > 1 ? fopen(words[1], "r") : NULL;
+  sonx_rack* rack = file ? sonx_rack_create(RATE, FRAMES) : NULL;
+  if (file) fread(preset, 1, sizeof preset - 1, file);
+  if (!rack || sonx_rack_load(rack, preset, error, sizeof error) != 0) {
+    fprintf(stderr, "%s\n", error);
+    return 1;
+  }
+  int16_t buffer[2 * FRAMES];
+  size_t frames;
+  while ((frames = fread(buffer, 4, FRAMES, stdin)) > 0) {
+    sonx_rack_process_s16(rack, buffer, 2, (int)frames);
+    fwrite(buffer, 4, frames, stdout);
+  }
+  sonx_rack_destroy(rack);
+}
