@@ -77,6 +77,7 @@ TEST_F(Tool, AWrongCommandLineSaysInOneLineWhatIsWrongAndLeavesTheOldOutputAlone
       // and a part of what is said
       {"", "a command is missing"},
       {"respnse", "there is no command 'respnse'; did you mean 'response'?"},
+      {"hpp in.wav out.wav", "there is no command 'hpp'; did you mean 'hp'?"},
       {"hp in.wav out.wav --romo 3", "no option '--romo'; did you mean '--room'?"},
       {"hp in.wav", "OUT is required"},
       {"hp in.wav out.wav more.wav", "one argument too many: 'more.wav'"},
