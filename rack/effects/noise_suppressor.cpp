@@ -141,7 +141,6 @@ extern constinit const effect_definition kNoiseSuppressor = {
               "Takes steady noise, a fan or a street, away from speech.", 1, 1, std::size(kRates),
               kRates, std::size(kParameters), kParameters},
     .whole_blocks = true,
-    .fade = kPhaseFade,
     .latency = latency,
     .warm_up = fixed_time<1500>,
     .tail = fixed_time<50>,
