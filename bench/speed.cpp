@@ -180,7 +180,7 @@ void print_suppressor(unsigned rate, int source) {
       tekaNs_ProcessCore(&ns, &in[static_cast<size_t>(at)], out.data());
     best = std::min(best, (processor_seconds() - start) / kInput * ns.block_length);
   }
-  std::printf("| %u | %s | %.1f | %.0f |\n", rate, source == 0 ? "presence" : "own", 1e6 * best,
+  std::printf("| %u | %s | %.1f | %.0f |\n", rate, source == 0 ? "presence" : source == 1 ? "own" : "tracked", 1e6 * best,
               ns.block_length / best / rate);
   tekaNs_FreeCore(&ns);
 }

@@ -10,7 +10,7 @@
 
 using pcm = std::vector<short>;
 
-enum class prior { presence = 0, own = 1 };
+enum class prior { presence = 0, own = 1, tracked = 2 };
 
 inline size_t block_of(int rate) { return rate == 8000 ? 80 : 160; }
 inline size_t latency_of(int rate) { return rate == 8000 ? 48 : 96; }

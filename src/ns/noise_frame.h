@@ -13,7 +13,7 @@ constexpr int kStartupFrames = 50;
 constexpr int kCycleFrames = 200;
 
 enum { kLikelihood, kFlatness, kDifference };             // features
-enum { kPriorFromPresence = 0, kPriorFromFeatures = 1 };  // prior sources
+enum { kPriorFromPresence = 0, kPriorFromFeatures = 1, kPriorFromMinima = 2 };  // prior sources
 
 // Sum of squares over frame[0..N).
 inline int64_t frame_energy(const NsxInst_t_* ns, const short* frame) {

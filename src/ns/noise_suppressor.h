@@ -70,7 +70,8 @@ enum {
   kNsxMaxBins = kNsxMaxFrame / 2 + 1,  // magnitudes of a spectrum, bin 0 and the last one included
   kNsxEstimates = 3,                   // quantile estimates that run side by side
   kNsxFeatures = 3,                    // likelihood ratio, flatness, difference: in this order
-  kNsxHistogramBins = 1000
+  kNsxHistogramBins = 1000,
+  kNsxStages = 7  // complete parts of the window in which minima are sought
 };
 
 // Magnitudes "in Q16" are |X| / N, X being the N-point transform of a windowed frame of 16-bit
@@ -137,7 +138,19 @@ struct NsxInst_t_ {
   int window_age;                   // frames since the histograms were started
   unsigned short histogram[kNsxFeatures][kNsxHistogramBins];
 
-  int prior_source;  // 0: presence of the band post-processing, 1: own features
+  int prior_source;  // 0: presence of the band post-processing, 1: own features, 2: minima
+
+  // Prior source 2. Powers are |X|^2 / N^2, Q24.
+  int64_t smooth_power[kNsxMaxBins];              // over three bins and 50 ms
+  int64_t past_minimum[kNsxStages][kNsxMaxBins];  // of smooth_power, in the stages before
+  int64_t window_minimum[kNsxMaxBins];            // the least of these
+  int64_t stage_minimum[kNsxMaxBins];             // in the stage in progress
+  int64_t noise_power[kNsxMaxBins];
+  int64_t speech_power[kNsxMaxBins];  // what Wiener's gain left of the frame before
+  int smooth_snr[kNsxMaxBins];        // a priori, of powers, Q12
+  int tracked_frames;                 // since the source was chosen; stays at a window's length
+  int stage;                          // the oldest one, which is written next
+  int stage_age;                      // frames in the stage in progress
 };
 
 // ln(2^k), Q8, k = 0..8.
