@@ -6,12 +6,12 @@
 #include <cstddef>
 #include <vector>
 
-#include "fade.h"
+#include "crossfade.h"
 
 class bypass {
  public:
-  bypass(int latency, int fade_frames)
-      : latency_(latency), fade_(fade_frames), held_{line(latency), line(latency)} {}
+  bypass(int latency, int rate)
+      : latency_(latency), fade_(rate), held_{line(latency), line(latency)} {}
 
   void start(bool on) {
     for (auto& channel : held_) std::fill(channel.begin(), channel.end(), 0);
@@ -22,7 +22,7 @@ class bypass {
   // n frames of the effect's input; dry gets them delayed.
   void take(const int* const in[2], int* const dry[2], int n) {
     if (latency_ == 0) {
-      if (fade_.at(true) && fade_.arrived()) return;  // nobody hears it
+      if (fade_.rests_high()) return;  // nobody hears it
       for (int c = 0; c < 2; ++c) std::copy_n(in[c], n, dry[c]);
       return;
     }
@@ -42,11 +42,7 @@ class bypass {
 
   // The effect's output, in place, or what stands for it.
   void give(const int* const dry[2], int* const wet[2], int n) {
-    if (fade_.arrived() && fade_.at(true)) return;
-    if (fade_.arrived())
-      for (int c = 0; c < 2; ++c) std::copy_n(dry[c], n, wet[c]);
-    else
-      fade_.mix(dry, wet, wet, n);
+    if (!fade_.rests_high()) fade_.mix(dry, wet, wet, n);
   }
 
  private:
@@ -55,6 +51,6 @@ class bypass {
   }
 
   int latency_, position_ = 0;
-  fade fade_;
+  crossfade fade_;
   std::vector<int> held_[2];
 };

@@ -29,7 +29,6 @@ class processor {
 struct effect_definition {
   sonx_effect entry;
   bool whole_blocks;  // measures: every call must be one block of the grid
-  int fade;           // milliseconds of a crossfade between two instances
 
   // Frames at a rate; values are settled.
   int (*latency)(int rate);
@@ -38,11 +37,6 @@ struct effect_definition {
 
   std::unique_ptr<processor> (*make)(int rate);  // null or std::bad_alloc: short memory
 };
-
-// Crossfades. Where phases turn, two instances' outputs may cancel each other while both are heard:
-// a short fade keeps that below 3 dB over 20 ms. Where they are alike but for their level, a longer
-// one keeps a low tone's slope.
-constexpr int kPhaseFade = 15, kLevelFade = 40;  // ms
 
 // Frames of the blocks that whole_blocks asks for: 5 ms, 10 ms up to 16000 Hz.
 constexpr int block_frames(int rate) {

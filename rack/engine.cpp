@@ -6,7 +6,7 @@
 
 namespace {
 
-constexpr int kInputFade = 20, kExchangeFade = 20;  // ms
+constexpr int kInputRise = 20;  // ms
 
 void raise_peak(std::atomic<int>& peak, const int* samples, int n) {
   int largest = 0;
@@ -21,8 +21,8 @@ sonx_rack::sonx_rack(int rate)
     : rate_(rate),
       current_(new row({}, rate)),
       live_(current_.load()),
-      input_(frames_of(kInputFade, rate)),
-      crossfade_(frames_of(kExchangeFade, rate)) {}
+      input_(frames_of(kInputRise, rate)),
+      crossfade_(rate) {}
 
 sonx_rack::~sonx_rack() {
   bury(retired_.load());
@@ -105,9 +105,8 @@ void sonx_rack::begin_exchange() {
   next_ = incoming_.exchange(nullptr, std::memory_order_acquire);
   if (next_ == nullptr) return;
   next_->start();
-  to_fill_ = next_->warm_up();
-  input_.jump(false);
-  input_.go(true);
+  to_fill_ = input_.length() + next_->warm_up();
+  input_.begin();
   crossfade_.jump(false);
 }
 
@@ -121,12 +120,12 @@ void sonx_rack::process(int* const samples[2], int n) {
   for (int done = 0; done < n;) {
     if (next_ == nullptr && incoming_.load(std::memory_order_relaxed) != nullptr) begin_exchange();
     int count = n - done;
-    if (next_ != nullptr) count = std::min(count, to_fill_ > 0 ? to_fill_ : crossfade_.to(true));
+    if (next_ != nullptr) count = std::min(count, to_fill_ > 0 ? to_fill_ : crossfade_.to_turn());
     int* const stretch[2] = {samples[0] + done, samples[1] + done};
     if (next_ != nullptr) {
       int* const next[2] = {next_samples_[0], next_samples_[1]};
       for (int c = 0; c < 2; ++c) std::copy_n(stretch[c], count, next[c]);
-      if (!input_.arrived()) input_.raise(next, count);
+      input_.apply(next, count);
       next_->process(next, count);
       live_->process(stretch, count);
       advance_exchange(stretch, next, count);
@@ -146,11 +145,11 @@ void sonx_rack::process(int* const samples[2], int n) {
 void sonx_rack::advance_exchange(int* const samples[2], int* const next[2], int n) {
   if (to_fill_ > 0) {
     to_fill_ -= n;
+    if (to_fill_ == 0) crossfade_.go(true);
     return;
   }
-  crossfade_.go(true);
   crossfade_.mix(samples, next, samples, n);
-  if (!crossfade_.arrived()) return;
+  if (!crossfade_.rests()) return;
   retire(live_);
   live_ = next_;
   next_ = nullptr;

@@ -6,7 +6,7 @@
 #include <memory>
 #include <mutex>
 
-#include "fade.h"
+#include "crossfade.h"
 #include "row.h"
 #include "settings.h"
 
@@ -68,7 +68,8 @@ struct sonx_rack {
   row* next_ = nullptr;  // runs along, unheard or fading in
   bool fresh_ = true;    // nothing has been processed since create or reset
   int to_fill_ = 0;
-  fade input_, crossfade_;
+  rise input_;
+  crossfade crossfade_;
   int next_samples_[2][kStretch];
 
   // Largest magnitudes, 24-bit.

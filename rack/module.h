@@ -1,12 +1,19 @@
 // A module's record, initialised with its owner and ended with it.
 #pragma once
 
+#include <new>
+
+#include "hp/memory.h"
+#include "ktv/memory.h"
+
+// Throws std::bad_alloc where the module didn't get its memory.
 template <typename Record, auto init, auto end>
 class module {
  public:
   template <typename... Arguments>
   explicit module(Arguments... arguments) {
     init(&record_, arguments...);
+    if (!has_memory(&record_)) throw std::bad_alloc();
   }
   ~module() { end(&record_); }
   module(const module&) = delete;

@@ -4,7 +4,6 @@
 
 namespace {
 
-constexpr int kRowFade = 20;       // ms
 constexpr int kLongestWarmUp = 3;  // s
 constexpr int kLongestTail = 1 << 30;
 
@@ -30,7 +29,7 @@ row::row(const rack_settings& settings, int rate)
       block_(block_of(settings, rate)),
       latency_(latency_of(settings, rate)),
       enabled_(settings.enabled),
-      bypass_(latency_, frames_of(kRowFade, rate)) {
+      bypass_(latency_, rate) {
   for (const slot_settings& slot_setting : settings.slots)
     slots_.push_back(std::make_unique<slot>(slot_setting, rate));
 }

@@ -25,8 +25,8 @@ slot::slot(const slot_settings& settings, int rate)
       spare_(parameters_ > 0 ? make(effect_, rate) : nullptr),
       taken_(static_cast<size_t>(parameters_)),
       input_(frames_of(kInputFade, rate)),
-      crossfade_(frames_of(effect_.fade, rate)),
-      bypass_(effect_.latency(rate), frames_of(effect_.fade, rate)) {
+      crossfade_(rate),
+      bypass_(effect_.latency(rate), rate) {
   for (int k = 0; k < parameters_; ++k)
     values_[static_cast<size_t>(k)].store(settings.values[static_cast<size_t>(k)]);
 }
@@ -66,7 +66,7 @@ int slot::prepare() {
     case phase::filling:
       return to_fill_;
     case phase::fading:
-      return crossfade_.to(true);
+      return crossfade_.to_turn();
     default:
       return INT_MAX;
   }
@@ -81,12 +81,11 @@ void slot::take_settings() {
 void slot::begin_round() {
   take_settings();
   to_fill_ = spare_->take_over(*heard_, taken_.data());
-  input_.jump(true);
+  input_.end();
   if (to_fill_ < 0) {
     spare_->start(taken_.data());
-    to_fill_ = effect_.warm_up(taken_.data(), rate_);
-    input_.jump(false);
-    input_.go(true);
+    to_fill_ = input_.length() + effect_.warm_up(taken_.data(), rate_);
+    input_.begin();
   }
   phase_ = phase::filling;
   if (to_fill_ == 0) begin_crossfade();
@@ -109,7 +108,7 @@ void slot::process(int* const samples[2], int n, scratch_blocks& scratch) {
 
   if (phase_ != phase::steady) {
     for (int c = 0; c < 2; ++c) std::copy_n(samples[c], n, spare[c]);
-    if (!input_.arrived()) input_.raise(spare, n);
+    input_.apply(spare, n);
     spare_->process(spare[0], spare[1], n);
   }
   heard_->process(samples[0], samples[1], n);
@@ -128,7 +127,7 @@ void slot::advance(int* const samples[2], int* const spare[2], int n) {
   }
   if (phase_ != phase::fading) return;
   crossfade_.mix(samples, spare, samples, n);
-  if (!crossfade_.arrived()) return;
+  if (!crossfade_.rests()) return;
   std::swap(heard_, spare_);
   phase_ = phase::steady;
 }

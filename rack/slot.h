@@ -12,8 +12,8 @@
 #include <vector>
 
 #include "bypass.h"
+#include "crossfade.h"
 #include "effect.h"
-#include "fade.h"
 #include "settings.h"
 
 // Room for what's unheard, shared by the slots of a row.
@@ -69,6 +69,7 @@ class slot {
   unsigned seen_ = 0;
   phase phase_ = phase::steady;
   int to_fill_ = 0;
-  fade input_, crossfade_;
+  rise input_;
+  crossfade crossfade_;
   bypass bypass_;
 };

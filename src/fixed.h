@@ -9,7 +9,7 @@
 //   shift_right masks its count as the machines do: a count of 32 on a 32-bit word is one of 0
 //
 // About that rule: an arithmetic shift rounds toward minus infinity, so a decaying negative signal
-// would stay at -1 for ever. Replacing -1 by 0 lets it end in silence.
+// would stay at -1 for ever. With -1 replaced by 0 it ends in silence.
 //
 // Q formats: Qn means n fractional bits; 8192 is 1.0 in Q13.
 #pragma once

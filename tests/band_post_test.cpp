@@ -47,10 +47,6 @@ struct BandPost : testing::Test {
     bp->presence = 0;
     return app(bins, shift);
   }
-  void set_peaks(groups peaks) {
-    std::ranges::copy(spread_out(peaks, 50), bp->peak_history);
-    bp->peak_mean = 0;
-  }
 
   pcm post(pcm x) {
     BP_ns_post(bp, x.data(), int(x.size()), x.data());
@@ -108,29 +104,6 @@ TEST_F(BandPost, SigmoidIsTheLogisticFunction) {
     EXPECT_EQ(std::pair(sigmoid(x), sigmoid(-x)), std::pair(short{32767}, short{0}));
 }
 
-TEST_F(BandPost, EndsTheProcessOverAnImpossibleDivision) {
-  expect_end([] { s16_div_s16_s16(2, 1); }, "^Division Error var1=2  var2=1\n$");
-  expect_end([] { s16_div_s16_s16(-1, 3); }, "^Division Error var1=-1  var2=3\n$");
-  expect_end([] { s16_div_s16_s16(0, 0); }, "^Division by 0, Fatal error \n$");
-  for (int x : {622592, INT32_MAX}) expect_end([=] { sigmoid(x); }, kSigmoidEnds);
-  for (int x : {-622592, INT32_MIN})
-    expect_end([=] { sigmoid(x); }, "^Division Error var1=0  var2=-32768\n$");
-}
-
-// The trackers' ages of 600, 300 and 200 let them end their spans at frames 2, 302 and 402, and
-// then every 601 frames. At frame 2 there is no range yet.
-TEST_F(BandPost, RenewsTheFloorAtTheEndOfASpan) {
-  constexpr int kLow = (129 * 532) << 7;  // 268.1; the loud frames between have 715.5
-  std::vector<int> renewals;
-  for (int frame = 1; frame <= 1700; ++frame) {
-    bp->dev_floor = -1;
-    app({}, frame % 2 ? -3 : -8);
-    if (bp->dev_floor != -1) renewals.push_back(frame);
-    EXPECT_TRUE(bp->dev_floor == -1 || bp->dev_floor == kLow);
-  }
-  EXPECT_EQ(renewals, (std::vector{302, 402, 603, 903, 1003, 1204, 1504, 1604}));
-}
-
 // A deviation of 960.0 is 19 widths above the middle: 129 * 1774 + 56 * ln 3 + 2 * ln 10 = 245760
 // in Q8; 37 * ln 5 + 2 * ln 28 instead make one less. And with half of the history filled, a
 // steady sound's spread is 50 ln(peak / 2 + 1): 290 at a peak of 659 (-34 dB), and a little later
@@ -180,19 +153,4 @@ TEST_F(BandPost, HoldsATransientAtTwiceTheLastMaxima) {
   bp->post_gain = 32767;
   EXPECT_EQ(post(click), click) << "within twice the maxima";
   EXPECT_EQ(bp->max_history[9], 10000);
-}
-
-TEST(SoftGain, StopsAtTheTarget) {
-  pcm in = {16384, 16384, 16384, -1, 16384}, out(5);
-  short gain = 0;
-  soft_gain_proc(in.data(), 5, out.data(), 100, &gain, 40);
-  EXPECT_EQ(std::pair(out, gain), std::pair(pcm{0, 20, 40, -1, 50}, short{100}));
-  soft_gain_proc(in.data(), 5, in.data(), 0, &gain, 40);
-  EXPECT_EQ(std::pair(in, gain), std::pair(pcm{50, 30, 10, 0, 0}, short{0}));
-  gain = 30000;
-  soft_gain_proc(in.data(), 2, out.data(), 32767, &gain, 32767);
-  EXPECT_EQ(gain, 32767) << "no wrap at 16 bits";
-  out = {7, 7};
-  soft_gain_proc(in.data(), 2, out.data(), 32767, &gain, 1);
-  EXPECT_EQ(out, pcm({7, 7})) << "nothing to do, nothing written";
 }

@@ -68,29 +68,3 @@ TEST(EchoComb, SettlesByItsLoopGain) {
   EXPECT_NEAR(through(comb, samples(2000, 1000000)).back(),
               1000000.0 / (1.0 - 0.5 / (1.0 + 5734.0 / 8192.0)), 4.0);
 }
-
-// A negative tail ends in silence; a reset clears loop and filter and keeps the settings.
-TEST(DelayLines, FallSilent) {
-  const auto check = [](auto& line, auto reset) {
-    samples x(1000);
-    x[0] = -kFullScale;
-    EXPECT_EQ(through(line, x).back(), 0);
-    EXPECT_EQ(through(line, samples(10)), samples(10));
-    through(line, samples(20, 1000));
-    reset(&line);
-    EXPECT_EQ(line.index, 0);
-    EXPECT_EQ(through(line, samples(10)), samples(10));
-  };
-  allpass_section section(3, 6000);
-  comb_filter comb(3, 5000, 2000);
-  echo_comb echo(6, 9, 4096);
-  check(section, allpass_reset);
-  check(comb, comb_reset);
-  check(echo, iircomber_reset);
-  int gain = 0, echo_gain = 0, delay = 0;
-  allpass_getfeedback(&section, &gain);
-  iircomber_getfeedback(&echo, &echo_gain);
-  iircomber_getdelay(&echo, &delay);
-  EXPECT_EQ((samples{gain, comb.feedback, comb.damp1, comb.damp2, echo_gain, delay}),
-            (samples{6000, 5000, 2000, 6192, 4096, 6}));
-}

@@ -124,37 +124,4 @@ TEST(DynamicRangeControl, GatesInProportionToTheMean) {
   }
 }
 
-// The volume's setter halves the gain, and upwards the target is half way from there. Above the
-// threshold it is 1000 x volume / peak x 7936 >> 13.
-TEST(DynamicRangeControl, LimitsAboveTheThreshold) {
-  constexpr int kTargets[][3] = {{1000, 8192, 6144}, {1001, 8192, 7927}, {10, 1 << 20, 793600}};
-  for (const auto& [peak, volume, target] : kTargets) {
-    controller limiter;
-    dynamic_range_control_set_threshold(&limiter, 1000);
-    dynamic_range_control_set_volume(&limiter, volume);
-    limiter.run({peak * 256});
-    EXPECT_EQ(limiter.recent_targets[2], target * 16) << peak;
-  }
-}
-
-TEST(Compressor, KeepsItsGainAtAReset) {
-  compressor used, fresh;
-  EXPECT_EQ(samples({used.status, used.right->denoise_threshold, used.right->gain,
-                     used.left->denoise_gain, used.left->history[0]}),
-            samples({0, 2, 65536, 8192, 0}));
-  const samples x = noise(2400, kFullScale, 4);
-  used.run_mono(x, 240);
-  compressor_reset(&used);
-  for (auto side : {&compressor_t::left, &compressor_t::right}) {
-    EXPECT_EQ(std::exchange((fresh.*side)->mean_env, 32767), 0);
-    (fresh.*side)->gain = (used.*side)->gain;
-  }
-  EXPECT_EQ(used.run_mono(x, 240), fresh.run_mono(x, 240));
-  compressor_set_volume(&used, INT32_MAX);
-  EXPECT_EQ(used.right->volume, INT32_MAX);
-  EXPECT_EQ(used.left->gain, INT32_MAX) << "saturates";
-  compressor_end(&used);
-  EXPECT_EQ(used.left, nullptr);  // the destructor ends it again
-}
-
 }  // namespace

@@ -81,44 +81,17 @@ TEST_F(Equalizer, InputGainFollowsTheLevelLaw) {
   // 20 * 8 + 0.3 * 8 * (22 + 18) = 256, times -21 / 1680 = -3.2 dB.
   EXPECT_EQ(set({0, 0, 0, 0, 0, 8}), 5667);
   EXPECT_EQ(eq.gain, 5667);
-  // One boost: the cut counts -4.995. 4 * 15 + 18 * (4.5 - 1.4985) - 20 * 4.995 - 22 * 1.4985.
-  EXPECT_EQ(set({15, 0, -15}), 8417) << "+0.2355 dB";
-  EXPECT_EQ(take_log().back().text,
-            "neg_flag 1, total_offset -18.840019, calc_gain 0.235500dB 0x20e1");
   // Two boosts: it doesn't. 4 * 19.5 + 18 * 19.5 + 20 * 4.5 = 519, -6.4875 dB.
   EXPECT_EQ(set({15, 15}), 3881);
   EXPECT_EQ(set({15, 15, -15}), 3881);
   EXPECT_EQ(take_log().back(),
             (log_line{3, "_T_sonx_hp_proc",
                       "neg_flag 2, total_offset 519.000000, calc_gain -6.487500dB 0xf29"}));
-  EXPECT_NE(set({8, 15, -15}), set({8, 15})) << "8 is not beyond 8";
-  EXPECT_EQ(set({3, 2, 1, 0, -1, -2, -3, 4, 5, 6}), 7110);
-  EXPECT_EQ(set({3, 2, 1, 0, -1, -2, -3, 4, 5, -15}), 7110) << "band 9 has no say";
   // Curves whose result changes by one when a product and a sum are rounded together (as a fused
   // multiply-add does) instead of one after the other.
   EXPECT_EQ(set({-12, -3, 3, -10, 11, 6, -7, -12, -9}), 6382);
   EXPECT_EQ(set({1, 8, -5, 8, 7, 6, -8, 9, -7}), 2426);
   EXPECT_EQ(set({9, 11, -10, -12, -3, 6, 4, -6, 3}), 3047) << "3048 for an unrounded sum";
-  const float weights[] = {4, 18, 20, 22, 22, 20, 18, 12, 4};
-  for (int k = 0; k < 9; ++k) EXPECT_EQ(weighting_offset(k, 1.5F), 1.5F * weights[k]);
-  for (const int k : {-1, 9, 10, INT32_MIN}) EXPECT_EQ(weighting_offset(k, 1.5F), 1.5F);
-}
-
-TEST_F(Equalizer, ClampsIndices) {
-  curve indices = {20, -40, 15, -15}, kept;
-  int rows[10][5] = {{1, 2, 3, 4, 5}};
-  EXPECT_EQ(eq.status, 0);
-  equalizer_set_param_index_48000(&eq, indices.data());
-  EXPECT_EQ(indices, (curve{20, -40, 15, -15}));
-  equalizer_setparameter(&eq, rows);
-  equalizer_set_gain(&eq, -77);
-  EXPECT_EQ(band(0), (row{1, 2, 3, 4, 5}));
-  EXPECT_EQ(eq.gain, -77);
-  equalizer_get_param_index(&eq, kept.data());
-  EXPECT_EQ(kept, (curve{15, -15, 15, -15}));
-  equalizer_end(&eq);
-  EXPECT_TRUE(eq.left_section[9] == nullptr && eq.right_section[0] == nullptr);
-  EXPECT_EQ(eq.gain_index[0], 0);
 }
 
 TEST_F(Equalizer, PassesEveryBitAfterInit) {

@@ -27,22 +27,6 @@ using dc_24 = filter<dc_remove, dc_remove_end, dc_remove_process_24>;
 
 }  // namespace
 
-// Each forward tap alone is a delay of its place times its weight; each feedback tap alone, at 1.0,
-// repeats an impulse every k samples.
-TEST(Elliptic, TapsAreInOrder) {
-  int forward[13] = {};
-  for (int k = 0; k < 7; ++k) forward[k] = (k + 1) * kOneQ20;
-  EXPECT_EQ(elliptic_filter(elliptic_init, forward).run(impulse(9, 1000)),
-            samples({1000, 2000, 3000, 4000, 5000, 6000, 7000, 0, 0}));
-  for (int k = 1; k <= 6; ++k) {
-    int back[13] = {kOneQ20};
-    back[6 + k] = kOneQ20;
-    samples expected(20);
-    for (size_t n = 0; n < 20; n += size_t(k)) expected[n] = 1000;
-    EXPECT_EQ(elliptic_filter(elliptic_init, back).run(impulse(20, 1000)), expected) << k;
-  }
-}
-
 TEST(Elliptic, BorrowsItsTable) {
   int c[13] = {0, kOneQ20}, other[13] = {0, kOneQ20, kOneQ20, 0, 0, 0, 0, kOneQ20};
   elliptic_filter f(elliptic_init, c);
@@ -74,19 +58,6 @@ TEST(Notch, FollowsTheClosedForm) {
   }
 }
 
-TEST(Notch, KeepsItsHistoryWhenItMoves) {
-  notch_filter f(notch_init, 0, 0);
-  f.run({800});
-  notch_setfi(&f, kOneQ28);  // x[n-1] now counts once
-  EXPECT_EQ(f.run({0}), samples({800}));
-  f.state[4] = 8192;  // a residue of one step
-  notch_setcoef(&f, 4096, kOneQ28);
-  EXPECT_EQ(std::pair(f.radius, f.freq), std::pair(4096, kOneQ28));
-  EXPECT_EQ(f.run({0}), samples({0}));
-  notch_end(&f);
-  EXPECT_TRUE(f.radius == 0 && f.freq == 0 && !f.state);
-}
-
 TEST(DcRemove, FollowsTheClosedForm) {
   constexpr double kRate = 48000.0, kPole = 0.996;
   for (double frequency : {10.0, 30.0, 100.0, 1000.0}) {
@@ -96,15 +67,4 @@ TEST(DcRemove, FollowsTheClosedForm) {
     for (const samples& y : {dc_16(dc_remove_init).run(x), dc_24(dc_remove_init).run(x)})
       EXPECT_NEAR(gain_db(x, y, frequency, kRate, 24000), expected, 0.02) << frequency;
   }
-}
-
-// Truncation stops the decay from below where 0.996 y rounds down to y, at -249 of the internal
-// scale: under one unit of 16 bits (so 0 by the rule for -1), eight units of 24 bits.
-TEST(DcRemove, EndsAConstantNearSilence) {
-  dc_16 narrow(dc_remove_init);
-  dc_24 wide(dc_remove_init);
-  EXPECT_EQ(narrow.run(samples(10001, -32768)).back(), 0);
-  EXPECT_EQ(wide.run(samples(10001, -32768)).back(), -8);
-  EXPECT_EQ(std::pair(narrow.y_prev, wide.y_prev), (std::pair<int64_t, int64_t>(-249, -249)));
-  EXPECT_EQ(dc_24(dc_remove_init).run({-1}), samples({0})) << "-0.996 rounds down to -1";
 }

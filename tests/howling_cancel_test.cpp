@@ -3,12 +3,48 @@
 #include <gtest/gtest.h>
 
 #include "support/signals.h"
-#include "support/small_room.h"
 
 namespace {
 
-constexpr double kRate = kRoomRate;
-constexpr int kPeriod = kRoomPeriod;
+constexpr double kRate = 48000.0;
+constexpr int kPeriod = 240;
+
+// A loudspeaker's resonance and four reflections on the way back to the microphone: the loop turns
+// by whole circles every 76 Hz and is loudest near the resonance. Unprotected it holds up to a gain
+// of about 1.
+class small_room {
+ public:
+  small_room(double resonance, double gain) : gain_(gain) {
+    const double w = 2.0 * std::numbers::pi * resonance / kRate, r = 0.99;
+    a1_ = -2.0 * r * std::cos(w);
+    a2_ = r * r;
+    b_ = (1.0 - r * r) / 2.0;
+  }
+  // What the microphone hears of one period of the loudspeaker, added to x.
+  void add_to(int* x) {
+    for (int i = 0; i < kPeriod; ++i) {
+      double y = 0.0;
+      for (const auto& [delay, share] : {std::pair{390, 0.7}, {523, -0.2}, {611, 0.1}, {897, 0.1}})
+        y += share * past_[(now_ + past_.size() - static_cast<size_t>(delay)) % past_.size()];
+      const double z = b_ * (y - x2_) - a1_ * y1_ - a2_ * y2_;
+      x2_ = x1_;
+      x1_ = y;
+      y2_ = y1_;
+      y1_ = z;
+      x[i] =
+          static_cast<int>(std::clamp(x[i] + gain_ * z, -double{kFullScale}, double{kFullScale}));
+      past_[now_] = speaker_[i];
+      now_ = (now_ + 1) % past_.size();
+    }
+  }
+  void play(const int* x) { std::copy_n(x, kPeriod, speaker_); }
+
+ private:
+  std::vector<double> past_ = std::vector<double>(1024);
+  int speaker_[kPeriod] = {};
+  size_t now_ = 0;
+  double gain_, b_, a1_, a2_, x1_ = 0, x2_ = 0, y1_ = 0, y2_ = 0;
+};
 
 struct Howling : testing::Test {
   howlingCancel canceller;
@@ -94,16 +130,6 @@ double rms(const samples& x, size_t first) {
 
 }  // namespace
 
-TEST_F(Howling, KeepsItsStatus) {
-  int status = 0;
-  howling_canceling_getstatus(&canceller, &status);
-  EXPECT_EQ(status, 1);
-  howling_canceling_setstatus(&canceller, 0);
-  howling_canceling_reset(&canceller);
-  howling_canceling_getstatus(&canceller, &status);
-  EXPECT_EQ(status, 0);
-}
-
 TEST_F(Howling, KeepsALoopFromHowling) {
   const samples sung = voice(5.0, 400000.0);
   const double alone = rms(sung, sung.size() - 48000);
@@ -179,20 +205,4 @@ TEST_F(Howling, FadesItsNotches) {
   const double w = 2.0 * std::numbers::pi * 1000.0 / kRate;
   for (size_t i = 2; i < out.size(); ++i)
     ASSERT_LT(std::abs(double(out[i]) - 2.0 * out[i - 1] + out[i - 2]), 2.0 * 3e6 * w * w) << i;
-}
-
-TEST_F(Howling, ForgetsFullSwings) {
-  played(wild(60000, 9));
-  howling_canceling_process(&canceller, nullptr, nullptr, 0);
-  howling_canceling_process(&canceller, nullptr, nullptr, -5);
-  samples square(48000);
-  for (size_t i = 0; i < square.size(); ++i) square[i] = i / 20 % 2 ? INT32_MAX : INT32_MIN;
-  played(square);
-
-  // Slow full swings leave nothing behind in the analysis.
-  samples swing(2400 + 48000);
-  std::fill_n(swing.begin(), 2000, INT32_MIN);
-  std::fill_n(swing.begin() + 2000, 400, INT32_MAX);
-  played(swing);
-  for (int i = 0; i < 256; ++i) EXPECT_LT(std::abs(canceller.frame[i]), 100) << i;
 }

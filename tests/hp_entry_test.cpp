@@ -111,21 +111,6 @@ TEST_F(HpEntry, ConvertsSamplesByTheirFormat) {
   EXPECT_EQ(processed(samples{5000, 5000, 5000}), (samples{0, 0, 5120}));
 }
 
-TEST_F(HpEntry, LeavesPartsOfAFrameAlone) {
-  for (int format : {1, 2, 3, 4, 0, 5, -1}) {
-    open_settled(format, 0);
-    EXPECT_EQ(handle->format_type, format < 0 || format > 4 ? 0u : unsigned(format));
-    EXPECT_EQ(handle->bits_per_sample, format == 1 ? 16u : 32u);
-    if (format == 3) continue;
-    std::vector<unsigned char> bytes(64, 0x55);
-    const size_t frame = format == 1 ? 4 : 8;
-    sonx_hp_effect_process(handle, bytes.data(), frame - 1);
-    EXPECT_EQ(bytes, std::vector<unsigned char>(64, 0x55));
-    sonx_hp_effect_process(handle, bytes.data(), 2 * frame - 1);
-    EXPECT_EQ(std::count(bytes.begin(), bytes.end(), 0), static_cast<long>(frame));
-  }
-}
-
 // From init on: two blocks fade out, the third switches, the output rises from the fifth.
 TEST_F(HpEntry, FadesInFromTheFirstBlock) {
   open(48000, 1);
@@ -144,24 +129,6 @@ TEST_F(HpEntry, FadesInFromTheFirstBlock) {
   EXPECT_TRUE(last[2] == 0 && last[3] == 0 && first[4] == 0);
   EXPECT_GT(last[4], 2000);
   EXPECT_GT(last[7], last[4]);
-}
-
-TEST_F(HpEntry, AbsorbsAChangeWhileFadingOut) {
-  open(48000, 1);
-  run_blocks(10);
-  ASSERT_EQ(handle->chain.switch_counter, -1);
-  set_effect(5);
-  run_blocks(1);
-  set_effect(4);
-  EXPECT_EQ(handle->chain.switch_counter, 5) << "absorbed by the fade-out under way";
-  run_blocks(2);
-  EXPECT_EQ(handle->chain.reverb->status, 1) << "the later record is the one that took effect";
-  EXPECT_EQ(handle->chain.eq->status, 0);
-  for (int counter : {6, 5, 4, 3, 2, 1, 0, -1}) {
-    handle->chain.switch_counter = counter;
-    set_effect(10 + counter);
-    EXPECT_EQ(handle->chain.switch_counter, counter > 4 ? counter : counter > 1 ? 4 : 6);
-  }
 }
 
 TEST_F(HpEntry, FadesForAnyChangedWord) {

@@ -27,21 +27,6 @@ struct Echo : testing::Test {
 
 }  // namespace
 
-TEST_F(Echo, LimitsItsDelay) {
-  EXPECT_EQ((samples{echo.status, echo.feedback, echo.delay, echo.dry, echo.wet}),
-            (samples{1, 4096, 1, 2703, 5489}));
-  EXPECT_EQ(echo.comb_left->delay, 48);
-  const samples given = {400, 100, -1, -89478485, INT32_MIN};  // * 48: 16 - 2^32 and -3 * 2^35
-  const samples loop = {16800, 4800, -48, 16, 0};
-  for (size_t i = 0; i < given.size(); ++i) {
-    iirecho_setdelay(&echo, given[i]);
-    EXPECT_EQ((samples{echo.delay, echo.comb_left->delay, echo.comb_right->delay}),
-              (samples{std::min(given[i], 350), loop[i], loop[i] + 24}));
-  }
-  iirecho_end(&echo);
-  EXPECT_TRUE(echo.comb_left == nullptr && echo.comb_right == nullptr);
-}
-
 // The loop filter's answer to 8192, at a loop gain of 1: 4096 first, then 4096 - 0.69995 * 4096 =
 // 1229, and from there on times -0.69995, rounded down.
 TEST_F(Echo, RepeatsLaterOnTheRight) {

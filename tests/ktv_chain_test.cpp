@@ -9,7 +9,6 @@
 #include "support/log_capture.h"
 #include "support/pcm16.h"
 #include "support/signals.h"
-#include "support/small_room.h"
 
 namespace {
 
@@ -40,25 +39,6 @@ int read(void (*get)(teka_audio_tx_ktv_t*, int*), teka_audio_tx_ktv_t* chain) {
 
 }  // namespace
 
-TEST_F(KtvChain, StartsWithItsDefaults) {
-  EXPECT_EQ(read(teka_audio_tx_ktv_howling_canceling_getstatus, &chain), 1);
-  EXPECT_EQ(read(teka_audio_tx_ktv_noise_canceling_getstatus, &chain), 0);
-  EXPECT_EQ(samples({chain.iirecho->status, chain.eq->status, chain.reverb->status,
-                     chain.gramophone->status, chain.compressor->status, chain.volume,
-                     chain.compressor->history_len}),
-            samples({1, 0, 0, 0, 0, 8192, 0}));
-  EXPECT_EQ(chain.resampler_down->mode, 17) << "3:2";
-  EXPECT_EQ(chain.resampler_up->mode, 6) << "2:3";
-  for (const auto& [hertz, type] :
-       {std::pair{44100u, 0}, {22050u, 1}, {48000u, 1}, {96000u, 2}, {192000u, 3}, {0u, 1}}) {
-    chain.hpf->state[1] = 99;
-    teka_audio_tx_ktv_set_sample_rate(&chain, hertz);
-    EXPECT_EQ(chain.sample_rate, type) << hertz;
-    EXPECT_EQ(chain.hpf->state[1], 0);
-    EXPECT_EQ(chain.compressor->left->frame_len, (samples{220, 240, 480, 960})[size_t(type)]);
-  }
-}
-
 TEST_F(KtvChain, PassesTheVoiceWhenAllIsOff) {
   switch_all(0);
   teka_audio_tx_ktv_noise_canceling_setstatus(&chain, 1);
@@ -86,14 +66,4 @@ TEST_F(KtvChain, VoiceGainActsInTheCompressor) {
   for (size_t i = 0; i < 48000; i += 240)
     teka_audio_tx_ktv_core_process(&chain, &left[i], right.data(), 240);
   EXPECT_NEAR(left[47999], 25000, 30) << "a quarter";
-
-  teka_audio_tx_ktv_set_sample_rate(&chain, 44100);
-  int curve[10] = {0, 0, 0, 0, 0, 15}, kept[10], rows[10][5];
-  teka_audio_tx_ktv_eq_set_param_index(&chain, curve);
-  teka_audio_tx_ktv_eq_get_param_index(&chain, kept);
-  EXPECT_TRUE(std::equal(curve, curve + 10, kept));
-  teka_audio_tx_ktv_eq_getparameter(&chain, rows);
-  EXPECT_EQ(rows[5][0]++, 310981976);
-  teka_audio_tx_ktv_eq_setparameter(&chain, rows);
-  EXPECT_EQ(chain.eq->left_section[5]->coef[0], 310981977);
 }

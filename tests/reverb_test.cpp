@@ -68,23 +68,6 @@ std::vector<double> ideal_tail(int channel, double feedback, double damp, size_t
   return sum;
 }
 
-// With plain delays, of 1720 samples in all, for the all-passes and mono's missing DC remover the
-// echoes stand alone: one per loop and round, each 5779 / 8192 of the one before.
-TEST(Reverb, EchoesFallByTheFeedback) {
-  mono_room r;
-  set(&r, 0, 0, 0, 0, 8192, 16384);
-  for (allpass* section : r.allpass_left) allpass_setfeedback(section, 0);
-  r.wet1 = 8192;
-  samples expected(1720 + 3 * 1109);
-  for (int length : kCombs[0])
-    for (size_t at = 1720 + size_t(length), level = 16384; at < expected.size();
-         at += size_t(length), level = 11558)
-      expected[at] = static_cast<int>(level);
-  const samples none(expected.size());
-  EXPECT_EQ(r.run({impulse(1720 + 3 * 1109, 16384), none}).left, expected);
-  for (comber* c : r.comb_right) EXPECT_EQ(c->index, 0) << "mono leaves the right bank alone";
-}
-
 // Dry sound, room size, damping and width against the design in real numbers, which the integers
 // may differ from by rounding only: the loops, all-passes and the DC remover each round down.
 TEST(Reverb, FollowsItsDesign) {

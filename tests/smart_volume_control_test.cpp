@@ -142,17 +142,4 @@ TEST(SmartVolume, MeasuresTonesByTheirBands) {
   }
 }
 
-TEST(SmartVolume, RestartsAtAReset) {
-  control c;
-  for (int block = 0; block < 50; ++block) c.run_mono(tone(c, kTarget));
-  smart_volume_control_reset(&c);
-  c.run_mono(samples(kBlock));
-  EXPECT_EQ(c.energy_est, 0) << "the filters are empty: nothing above the floor";
-  EXPECT_EQ(std::pair(c.gain, c.peak_env), std::pair(0, 0));
-  c.run_mono(tone(c, kTarget));
-  EXPECT_NEAR(double(c.energy_est), kTarget / 8, kTarget / 8 * 0.05);
-  smart_volume_control_end(&c);
-  EXPECT_EQ(c.low_pass_right[2], nullptr);
-}
-
 }  // namespace

@@ -16,22 +16,6 @@ struct speaker_boost : effect<speaker_boost_system_t, speaker_boost_system_init,
     if (rate != kAsInitLeavesIt)
       speaker_boost_system_set_sample_rate(this, static_cast<SampleRateType>(rate));
   }
-
-  // Five of each side, left first: sub, low, mid, high and sum.
-  std::array<int*, 10> all_buffers() const {
-    return {sub_left,  low_left,  mid_left,  high_left,  sum_left,
-            sub_right, low_right, mid_right, high_right, sum_right};
-  }
-  // What stands in the ten buffers after a block of n samples.
-  samples buffers(int n) const {
-    samples all;
-    for (const int* buffer : all_buffers()) all.insert(all.end(), buffer, buffer + n);
-    return all;
-  }
-  std::array<dynamic_range_control_t*, 8> controllers() const {
-    return {drc_low_left,  drc_mid_left,  drc_high_left,  drc_full_left,
-            drc_low_right, drc_mid_right, drc_high_right, drc_full_right};
-  }
 };
 
 // At 192 kHz the crossovers stay those of 48 kHz, and the other filters are silent.
@@ -84,38 +68,6 @@ TEST(SpeakerBoost, BandsAddUpAsDesigned) {
           << f;
     }
   }
-}
-
-// A new rate keeps what isn't a filter's; a reset leaves what init made but for the gains.
-TEST(SpeakerBoost, KeepsOnlyItsGainsAtAReset) {
-  const stereo x = noise_pair(1100, 8000000, 6), silence = {samples(1100), samples(1100)};
-  speaker_boost used(SAMPLE_RATE_48000), fresh(SAMPLE_RATE_48000);
-  for (speaker_boost* boost : {&used, &fresh}) NLD_set_clip_level(boost->nld, 1);
-  used.run(x, 256);
-  const int envelope = used.nld->clip_envelope, mean = used.drc_full_right->mean_env;
-  speaker_boost_system_set_sample_rate(&used, SAMPLE_RATE_48000);
-  EXPECT_EQ(used.nld->clip_envelope, envelope);
-  EXPECT_EQ(used.drc_full_right->mean_env, mean);
-  EXPECT_EQ(used.run(silence, 240), silence);
-  used.run(x, 256);
-  speaker_boost_system_reset(&used);
-  EXPECT_EQ(used.buffers(256), samples(2560));
-  for (size_t k = 0; k < 8; ++k) {
-    const int gain = used.controllers()[k]->gain;
-    EXPECT_NE(std::exchange(fresh.controllers()[k]->gain, gain), gain);
-  }
-  EXPECT_EQ(used.run(x, 240), fresh.run(x, 240));
-}
-
-TEST(SpeakerBoost, MonoSoundsLikeTwoEqualChannels) {
-  speaker_boost mono, pair;
-  samples in = noise(3000, 8000000, 8), out(3000);
-  for (int start = 0; start < 3000; start += 240)
-    speaker_boost_system_process_mono(&mono, &in[start], &out[start], std::min(240, 3000 - start));
-  EXPECT_EQ(pair.run_mono(in, 240), out);
-  const samples buffers = mono.buffers(256);
-  EXPECT_EQ(samples(buffers.begin() + 1280, buffers.end()), samples(1280));
-  for (size_t k = 4; k < 8; ++k) EXPECT_EQ(mono.controllers()[k]->mean_env, 32767);
 }
 
 // An impulse's harmonics pass the delay of 120 samples that the controlled bands pass too.

@@ -5,19 +5,6 @@
 #include "support/pcm16.h"
 #include "support/signals.h"
 
-// At lengths around those of lanes, with the extremes at each place in turn.
-TEST(SplVectors, FindAnExtremeWhereverItStands) {
-  for (int n = 1; n <= 70; ++n)
-    for (int place = 0; place < n; ++place) {
-      pcm x = pcm_noise(n, 100, unsigned(n));
-      x[size_t(place)] = -101;
-      ASSERT_EQ(tekaSpl_MinIndex16(x.data(), n), place);
-      ASSERT_EQ(tekaSpl_MaxAbsIndex16(x.data(), n), place);
-      x[size_t(place)] = 101;
-      ASSERT_EQ(tekaSpl_MaxIndex16(x.data(), n), place);
-    }
-}
-
 TEST(SplEnergy, IsTheExactSum) {
   int scale = -1;
   const short three[] = {3, -4, 0};

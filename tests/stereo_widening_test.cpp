@@ -142,51 +142,6 @@ TEST(StereoWidening, CrossfeedHasItsResponse) {
     }
 }
 
-TEST(StereoWidening, EarlyReflectionsStayOnTheirSide) {
-  constexpr size_t n = 3000;
-  reflector r;
-  set_gain({r.highpass_left, r.highpass_right}, 1 << 28);
-  for (allpass* s : {r.allpass_left[0], r.allpass_left[1], r.allpass_right[0], r.allpass_right[1]})
-    allpass_setfeedback(s, 0);  // delays of 241 + 337 and 269 + 367 samples
-  early_reflector_set_dry_gain(&r, 4096);
-  early_reflector_set_wet_gain(&r, 16384);
-  early_reflector_set_damp(&r, 0);
-  early_reflector_set_roomsize(&r, 8192);
-  constexpr size_t kDelay[] = {578, 636};
-  constexpr size_t kCombs[][4] = {{1109, 1399, 1489, 1777}, {1151, 1423, 1523, 1801}};
-  for (size_t side : {0u, 1u}) {
-    samples x = impulse(n, 1 << 22), y = impulse(n, 1 << 21);
-    x[1] = y[2] = 0;
-    for (size_t length : kCombs[side]) y[kDelay[side] + length] = 1 << 21;
-    y[kDelay[side] + 2 * kCombs[side][0]] = (1 << 21) / 8192 * 8112;  // the second round at 0.990
-    dc_remove dc{};
-    for (int& v : y) dc_remove_process_24(&dc, &v, &v);
-    const samples none(n);
-    EXPECT_EQ(side == 0 ? r.run({x, none}) : r.run({none, x}),
-              (side == 0 ? stereo{y, none} : stereo{none, y}));
-    early_reflector_reset(&r);
-  }
-  for (int k = 0; k < 4; ++k)
-    EXPECT_EQ(std::pair(r.comb_right[k]->feedback, r.comb_right[k]->damp1), std::pair(8112, 0));
-  // A quarter of -1 .. -4 is -1, which becomes 0.
-  set_gain({r.highpass_left}, INT32_MAX);
-  r.run_mono({-4, -8, -5});
-  EXPECT_EQ(samples(r.comb_left[0]->buffer, r.comb_left[0]->buffer + 3),
-            samples({0, -16 * 32, -16 * 32}));
-}
-
-TEST(StereoWidening, ForgetsEverythingAtAReset) {
-  widening w, fresh;
-  const stereo x = noise_pair(4000, kFullScale, 9);
-  w.run(x);
-  stereo_widening_system_reset(&w);
-  EXPECT_EQ(w.run(x), fresh.run(x));
-  stereo_widening_system_set_sample_rate(&w, SAMPLE_RATE_192000);
-  EXPECT_GT(peak(w.run(x).left), 1 << 16);
-  stereo_widening_system_reset(&w);
-  EXPECT_EQ(w.run(x), (stereo{samples(4000), samples(4000)}));
-}
-
 // After a tenth of a second.
 double correlation(const stereo& x) {
   const std::vector<double> left(x.left.begin() + 4800, x.left.end()),

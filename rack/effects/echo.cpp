@@ -42,7 +42,6 @@ extern constinit const effect_definition kEcho = {
     .entry = {"echo", "Echo", "Repeats the sound again and again, each time softer.", 2, 2,
               std::size(kRates), kRates, std::size(kParameters), kParameters},
     .whole_blocks = false,
-    .fade = kPhaseFade,
     .latency = no_latency,
     .warm_up = echo_warm_up,
     .tail = echo_tail,

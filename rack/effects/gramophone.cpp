@@ -35,7 +35,6 @@ extern constinit const effect_definition kGramophone = {
               "Makes a voice sound like an old record through a horn; it keeps a faint noise.", 1,
               1, std::size(kRates), kRates, 0, nullptr},
     .whole_blocks = false,
-    .fade = kPhaseFade,
     .latency = no_latency,
     .warm_up = fixed_time<50>,
     .tail = never,

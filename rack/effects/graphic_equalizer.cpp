@@ -23,12 +23,14 @@ enum { kAutomatic = kBands, kGain };
 
 constexpr int kRates[] = {44100, 48000, 96000};
 
+constexpr int kSettle = 100;  // ms: ten time constants of the peak at 62.5 Hz
+
 //   band       whole dB, the module's indices
 //   automatic  the gain that the module finds from the indices
 //   gain       0 dB = 8192
 class graphic_equalizer final : public processor {
  public:
-  explicit graphic_equalizer(int rate) : rate_(sample_rate_type(static_cast<unsigned>(rate))) {}
+  explicit graphic_equalizer(int rate) : rate_(rate) {}
 
   void start(const double* values) noexcept override {
     equalizer_reset(equalizer_.get());
@@ -37,23 +39,22 @@ class graphic_equalizer final : public processor {
   int take_over(const processor& running, const double* values) noexcept override {
     copy_state(*static_cast<const graphic_equalizer&>(running).equalizer_.get(), *equalizer_.get());
     set(values);
-    return block_frames(kHertz[rate_]) * 4;
+    return frames_of(kSettle, rate_);
   }
   void process(int* left, int* right, int n) noexcept override {
     equalizer_process_stereo(equalizer_.get(), left, right, left, right, n);
   }
 
  private:
-  static constexpr int kHertz[] = {44100, 48000, 96000};
-
   void set(const double* values) {
     int indices[kBands];
     band_indices(values, indices);
-    equalizer_set_param_index(equalizer_.get(), indices, rate_);
+    equalizer_set_param_index(equalizer_.get(), indices,
+                              sample_rate_type(static_cast<unsigned>(rate_)));
     if (!is_on(values[kAutomatic])) equalizer_set_gain(equalizer_.get(), db_to_q13(values[kGain]));
   }
 
-  SampleRateType rate_;
+  int rate_;
   module<equalizer_t, equalizer_init, equalizer_end> equalizer_;
 };
 
@@ -63,9 +64,8 @@ extern constinit const effect_definition kGraphicEqualizer = {
     .entry = {"graphic-equalizer", "Graphic equalizer", "Ten bands an octave apart.", 2, 2,
               std::size(kRates), kRates, std::size(kParameters), kParameters},
     .whole_blocks = false,
-    .fade = kPhaseFade,
     .latency = no_latency,
-    .warm_up = fixed_time<100>,
+    .warm_up = fixed_time<kSettle>,
     .tail = fixed_time<200>,
     .make = [](int rate) -> std::unique_ptr<processor> {
       return std::make_unique<graphic_equalizer>(rate);

@@ -66,7 +66,8 @@ class headphones final : public processor {
     const teka_hp_effect_t& from = *static_cast<const headphones&>(running).chain_.get();
     set(values);
     if (from.params->effect_type != chain_->params->effect_type ||
-        from.params->hpadapter_type != chain_->params->hpadapter_type)
+        from.params->hpadapter_type != chain_->params->hpadapter_type ||
+        !same_loops(*from.reverb, *chain_->reverb))
       return -1;
     copy_state(*from.eq, *chain_->eq);
     copy_state(*from.p_eq, *chain_->p_eq);
@@ -96,7 +97,7 @@ int look_ahead(int rate) { return kHistoryBlocks * block_frames(rate); }
 int warm_up(const double* values, int rate) {
   const int reverb =
       effect_of(values) == SONX_EFFECT_REVERB ? reverb_warm_up(values + kReverbFirst, rate) : 0;
-  return std::max(reverb, frames_of(400, rate));
+  return std::max(reverb, frames_of(500, rate));  // as long as the widening's all-passes take
 }
 
 int tail(const double* values, int rate) {
@@ -117,7 +118,6 @@ extern constinit const effect_definition kHeadphones = {
               "One effect at a time and a correction for an adapter, in front of a limiter.", 2, 2,
               std::size(kRates), kRates, std::size(kParameters), kParameters},
     .whole_blocks = true,
-    .fade = kPhaseFade,
     .latency = look_ahead,
     .warm_up = warm_up,
     .tail = tail,

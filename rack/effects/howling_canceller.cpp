@@ -33,7 +33,6 @@ extern constinit const effect_definition kHowlingCanceller = {
               "Keeps a microphone that hears its own loudspeaker from howling.", 1, 1,
               std::size(kRates), kRates, 0, nullptr},
     .whole_blocks = false,
-    .fade = kPhaseFade,
     .latency = no_latency,
     .warm_up = fixed_time<50>,
     .tail = fixed_time<200>,

@@ -60,7 +60,9 @@ class karaoke final : public processor {
     const teka_audio_tx_ktv_t& from = *static_cast<const karaoke&>(running).chain_.get();
     set(values);
     const bool same_echo = from.iirecho->delay == chain_->iirecho->delay;
-    if (switched_on(from) || (chain_->iirecho->status != 0 && !same_echo)) return -1;
+    if (switched_on(from) || (chain_->iirecho->status != 0 && !same_echo) ||
+        !same_loops(*from.reverb, *chain_->reverb))
+      return -1;
     copy_state(*from.howling, *chain_->howling);
     copy_state(*from.gramophone, *chain_->gramophone);
     copy_state(*from.eq, *chain_->eq);
@@ -125,7 +127,6 @@ extern constinit const effect_definition kKaraoke = {
               "Colours a singer's voice: the mean of both channels goes in, stereo comes out.", 1,
               2, std::size(kRates), kRates, std::size(kParameters), kParameters},
     .whole_blocks = true,
-    .fade = kPhaseFade,
     .latency = no_latency,
     .warm_up = warm_up,
     .tail = tail,

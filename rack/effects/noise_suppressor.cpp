@@ -9,6 +9,7 @@
 
 #include "conversions.h"
 #include "effect.h"
+#include "ktv/memory.h"
 #include "module_state.h"
 #include "parameters.h"
 #include "spl/by_two.h"
@@ -55,6 +56,7 @@ class suppressor {
  public:
   explicit suppressor(int rate) : converts_(rate != suppressor_rate(rate)) {
     tekaNs_InitCore(&core_, static_cast<unsigned>(suppressor_rate(rate)));
+    if (!has_memory(&core_)) throw std::bad_alloc();
     tekaNs_set_prior_source(&core_, kOwnPrior);
     fresh_band_post_ = *core_.band_post;
     fresh_ = core_;
@@ -139,7 +141,6 @@ extern constinit const effect_definition kNoiseSuppressor = {
               "Takes steady noise, a fan or a street, away from speech.", 1, 1, std::size(kRates),
               kRates, std::size(kParameters), kParameters},
     .whole_blocks = true,
-    .fade = kPhaseFade,
     .latency = latency,
     .warm_up = fixed_time<1500>,
     .tail = fixed_time<50>,

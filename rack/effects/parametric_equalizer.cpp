@@ -196,7 +196,6 @@ extern constinit const effect_definition kParametricEqualizer = {
               "Ten sections of any shape, for both channels or for each.", 2, 2, std::size(kRates),
               kRates, static_cast<int>(kParameters.size()), kParameters.data()},
     .whole_blocks = false,
-    .fade = kPhaseFade,
     .latency = no_latency,
     .warm_up = warm_up,
     .tail = tail,

@@ -21,16 +21,17 @@ class reverb_processor final : public processor {
     set_reverb(reverb_.get(), values);
   }
   int take_over(const processor& running, const double* values) noexcept override {
-    copy_state(*static_cast<const reverb_processor&>(running).reverb_.get(), *reverb_.get());
+    const reverb_t& from = *static_cast<const reverb_processor&>(running).reverb_.get();
     set_reverb(reverb_.get(), values);
-    return kSettled;
+    if (!same_loops(from, *reverb_.get())) return -1;
+    copy_state(from, *reverb_.get());
+    return 0;
   }
   void process(int* left, int* right, int n) noexcept override {
     reverb_process_stereo_24(reverb_.get(), left, right, left, right, static_cast<unsigned>(n));
   }
 
  private:
-  static constexpr int kSettled = 0;  // the tail goes on; only what the loops are fed changes
   module<reverb_t, reverb_init, reverb_end> reverb_;
 };
 
@@ -40,7 +41,6 @@ extern constinit const effect_definition kReverb = {
     .entry = {"reverb", "Reverb", "Puts a room around the music.", 2, 2, std::size(kRates), kRates,
               std::size(kParameters), kParameters},
     .whole_blocks = false,
-    .fade = kPhaseFade,
     .latency = no_latency,
     .warm_up = reverb_warm_up,
     .tail = reverb_tail,

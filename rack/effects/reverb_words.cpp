@@ -38,6 +38,10 @@ void set_reverb(reverb_t* reverb, const double* values) {
   reverb_update(reverb);
 }
 
+bool same_loops(const reverb_t& a, const reverb_t& b) {
+  return a.roomsize == b.roomsize && a.damp == b.damp && a.gain == b.gain;
+}
+
 // A loop's energy is half there when what it lost would have fallen by 3 dB.
 int reverb_warm_up(const double* values, int rate) {
   const int half_full = loop_decay(kLongestLoop, loop_gain(values), 3.0);

@@ -18,6 +18,10 @@ reverb_words reverb_words_of(const double* values);
 
 void set_reverb(reverb_t* reverb, const double* values);
 
+// Whether one's tail can go on in the other: a jump of what goes into the loops, or round in them,
+// would come out again and again as a click.
+bool same_loops(const reverb_t& a, const reverb_t& b);
+
 // Until a room that starts empty has filled to within 3 dB, at most 2 s.
 int reverb_warm_up(const double* values, int rate);
 

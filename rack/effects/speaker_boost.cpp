@@ -121,7 +121,6 @@ extern constinit const effect_definition kSpeakerBoost = {
               "Makes a small loudspeaker as loud and as full as it can safely be.", 2, 2,
               std::size(kRates), kRates, std::size(kParameters), kParameters},
     .whole_blocks = true,
-    .fade = kLevelFade,
     .latency = look_ahead,
     .warm_up = fixed_time<400>,
     .tail = fixed_time<100>,

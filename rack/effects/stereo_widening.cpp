@@ -1,6 +1,7 @@
 // Stereo widening: src/effects/stereo_widening_system.h.
 #include "effects/stereo_widening_system.h"
 
+#include <algorithm>
 #include <iterator>
 
 #include "conversions.h"
@@ -32,9 +33,12 @@ double loop_gain(const double* values) {
   return (5779 + (percent_to_q13(values[kRoom]) * 2333 >> 13)) / 8192.0;
 }
 
+constexpr int kSettle = 500;  // ms: six time constants of the all-pass at 50 Hz
+
 int warm_up(const double* values, int rate) {
   const int half_full = loop_decay(kLongestLoop, loop_gain(values), 3.0);
-  return std::min(2 * half_full + 2 * kLongestLoop + kAllpasses, 2 * rate);
+  return std::clamp(2 * half_full + 2 * kLongestLoop + kAllpasses, frames_of(kSettle, rate),
+                    2 * rate);
 }
 
 int tail(const double* values, int) {
@@ -54,9 +58,18 @@ class stereo_widening final : public processor {
     set(values);
   }
   int take_over(const processor& running, const double* values) noexcept override {
-    copy_state(*static_cast<const stereo_widening&>(running).system_.get(), *system_.get());
+    const stereo_widening_system& from =
+        *static_cast<const stereo_widening&>(running).system_.get();
     set(values);
-    return 0;  // only gains have changed, and what the loops give back
+    // What goes into the room's loops, and round in them, mustn't jump: it would come out again and
+    // again as a click.
+    if (from.difference->side_gain != system_->difference->side_gain ||
+        from.crossfeed->gain != system_->crossfeed->gain ||
+        from.reflector->roomsize != system_->reflector->roomsize ||
+        from.reflector->damp != system_->reflector->damp)
+      return -1;
+    copy_state(from, *system_.get());
+    return 0;
   }
   void process(int* left, int* right, int n) noexcept override {
     stereo_widening_system_process(system_.get(), left, right, left, right, n);
@@ -82,7 +95,6 @@ extern constinit const effect_definition kStereoWidening = {
     .entry = {"stereo-widening", "Stereo widening", "Takes music on headphones out of the head.", 2,
               2, std::size(kRates), kRates, std::size(kParameters), kParameters},
     .whole_blocks = false,
-    .fade = kPhaseFade,
     .latency = no_latency,
     .warm_up = warm_up,
     .tail = tail,

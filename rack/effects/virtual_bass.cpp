@@ -7,7 +7,6 @@
 #include "conversions.h"
 #include "effect.h"
 #include "module.h"
-#include "module_state.h"
 #include "parameters.h"
 
 namespace {
@@ -39,11 +38,8 @@ class virtual_bass final : public processor {
     set(values);
     virtual_bass_system_reset(bass_.get());
   }
-  int take_over(const processor& running, const double* values) noexcept override {
-    set(values);
-    copy_state(*static_cast<const virtual_bass&>(running).bass_.get(), *bass_.get());
-    return frames_of(30, rate_);  // the clip level glides
-  }
+  // Its compressor forgets loud bass slowly: with softer settings a fresh one is there sooner.
+  int take_over(const processor&, const double*) noexcept override { return -1; }
   void process(int* left, int* right, int n) noexcept override {
     virtual_bass_system_process(bass_.get(), left, right, left, right, n);
   }
@@ -74,7 +70,6 @@ extern constinit const effect_definition kVirtualBass = {
               "Lets small loudspeakers and earphones sound as if they reached lower.", 2, 2,
               std::size(kRates), kRates, std::size(kParameters), kParameters},
     .whole_blocks = true,
-    .fade = kPhaseFade,
     .latency = no_latency,
     .warm_up = fixed_time<250>,
     .tail = fixed_time<100>,

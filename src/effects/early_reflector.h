@@ -51,8 +51,8 @@ SONX_EXPORT void early_reflector_reset(early_reflector* reflector);
 // Frees every part and nulls its pointer; calling it again does nothing.
 SONX_EXPORT void early_reflector_end(early_reflector* reflector);
 
-// Coefficients of the two high-passes for a rate, their history cleared; the room's tail goes on. A
-// value outside 0..3 counts as 48000 Hz.
+// Coefficients of the two high-passes for a rate, their history cleared; the room's tail continues.
+// A value outside 0..3 counts as 48000 Hz.
 SONX_EXPORT void early_reflector_set_sample_rate(early_reflector* reflector, SampleRateType rate);
 
 // Any value; takes effect at the next sample.

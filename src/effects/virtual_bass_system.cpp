@@ -37,7 +37,7 @@ void virtual_bass_system_init(virtual_bass_system* bass) {
   bass->status = 0;
   bass->origin_gain = 4096;
   bass->nld_gain = 4096;
-  bass->high_band_gain = 8192;
+  bass->high_band_gain = kOneQ13;
   bool whole = take(bass->bass_buffer, kBlockFrames);
   whole &= make(bass->nld, NLD_init);
   for (spectral_band_split** split : {&bass->split_left, &bass->split_right})

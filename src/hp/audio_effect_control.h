@@ -1,4 +1,4 @@
-// The headphone effect's parameter record: what the audio HAL hands over, 31 signed 32-bit words.
+// The headphone effect's parameter record: what the audio HAL sends, 31 signed 32-bit words.
 // Compiles as C11 and as C++.
 #pragma once
 

@@ -17,7 +17,7 @@
 //   3     running, still silent (with blocks of 256 frames; 37 dB down with 240, see
 //         sonx_hp_effect.h)
 //
-// A change during 6 and 5 is part of the present fade-out; during 4..2 the counter goes back to 4.
+// A change during 6 and 5 is part of the present fade-out; during 4..2 the counter returns to 4.
 // While the chain is off (active_status not 1), audio still passes the smooth volume.
 //
 // Latency: the compressor's look-ahead, 440 frames at 44100 Hz, 480 at 48000, 960 at 96000, 1920 at

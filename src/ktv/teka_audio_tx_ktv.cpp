@@ -5,13 +5,13 @@
 
 #include "dsp/block.h"
 #include "dsp/sample_formats.h"
+#include "fixed.h"
 #include "ktv/memory.h"
 #include "ktv/noise_path_internal.h"
 #include "ns/noise_suppressor.h"
 
 namespace {
 
-constexpr int kUnity = 8192;         // Q13
 constexpr int kVoiceRate = 48000;    // Hz
 constexpr int kNoiseRate = 32000;    // Hz, of the noise suppressor
 constexpr int kNoisePolicy = 3;      // the strongest
@@ -20,12 +20,12 @@ constexpr int kNoHistoryBlocks = 0;  // the compressor runs without look-ahead
 }  // namespace
 
 void teka_audio_tx_ktv_init(teka_audio_tx_ktv_t* chain) {
-  chain->volume = kUnity;
+  chain->volume = kOneQ13;
   chain->sample_rate = SAMPLE_RATE_48000;
   bool whole = make(chain->eq, equalizer_init);
   whole &= make(chain->reverb, reverb_init);
   whole &= make(chain->howling, howling_canceling_init);
-  whole &= make(chain->compressor, compressor_init, kUnity, kNoHistoryBlocks);
+  whole &= make(chain->compressor, compressor_init, kOneQ13, kNoHistoryBlocks);
   whole &= make(chain->iirecho, iirecho_init);
   whole &= make(chain->gramophone, gramophone_init);
   whole &= make(chain->ns, tekaNs_InitCore, static_cast<unsigned>(kNoiseRate));

@@ -18,7 +18,7 @@ constexpr int kFirstFrames = 10;  // measures unsmoothed
 
 constexpr int kSmoothing = 9830;  // 0.3, Q15
 
-// Q15 logarithms: the range within which a floor stands still, and the sigmoid's middle.
+// Q15 logarithms: the range that a tracker must exceed to set a floor, and the sigmoid's middle.
 constexpr int kSpreadRange = 150 << 15, kSpreadMiddle = 100 << 15, kSpreadWidth = 10;
 constexpr int kDeviationRange = 200 << 15, kDeviationMiddle = 200 << 15, kDeviationWidth = 40;
 

@@ -94,7 +94,7 @@ SONX_EXPORT int BP_ns_delete(BPInfo_tag* bp);
 
 // The limiter's gain ramp alone: out[i] = in[i] * gain / 32768, rounded down, with the gain moving
 // by step (Q15 per sample, not negative) from *gain toward target, where it stays; the final one is
-// stored in *gain. Gains are Q15, 32767 stands for 1. With *gain and target both 32767 nothing is
+// stored in *gain. Gains are Q15, 32767 counts as 1.0. With *gain and target both 32767 nothing is
 // written. A step below 0 jumps to the target after one sample. in and out may be the same; n < 1
 // does nothing.
 SONX_EXPORT void soft_gain_proc(short* in, int n, short* out, short target, short* gain,

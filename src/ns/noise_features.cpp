@@ -19,7 +19,7 @@ constexpr int64_t kLargest = 1 << 20;  // of a feature, 256.0 in Q12
 // Histogram bins per 1.0 of a feature: 0.1, 0.05 and 0.1 wide.
 constexpr int kBinsPerUnit[kNsxFeatures] = {10, 20, 10};
 
-constexpr int kLikelihoodRange = 10;  // bins below 1.0, where noise alone lies: those of the mean
+constexpr int kLikelihoodRange = 10;  // bins below 1.0, as noise alone has them: of the mean
 constexpr int kEnoughFrames = 154;    // 0.3 of the window: the least for a peak to count
 
 struct limits {
@@ -62,7 +62,7 @@ int64_t ratio_q12(int64_t num, int64_t den) {
 //   var(M) - cov(M, P)^2 / var(P)
 //
 // Magnitudes in Q12, with at most 27.5 bits, so that the squares of all bins add up to less than
-// 2^62; the energy goes from Q32 to Q24 with them.
+// 2^62; the energy is shifted from Q32 to Q24 accordingly.
 int64_t difference(const NsxInst_t_* ns) {
   int64_t mean_m = 0, mean_p = 0;
   for (int k = 0; k < ns->bins; ++k) {

@@ -1,3 +1,6 @@
+#include <array>
+#include <bit>
+
 #include "bits/rows.h"
 #include "bits/subjects.h"
 #include "hp/sonx_hp_effect.h"
@@ -21,59 +24,58 @@ audio_effect_control_acdb_t any_record(trial& t) {
   return record;
 }
 
-// A record of words, by its setter and its getter. Its status is on or off.
+// A module's record of words, by its setter and its getter; draw() gives some words of their own.
 template <auto setter, auto getter, typename Record>
-void set_record(trial& t, teka_hp_effect_t* chain, Record record) {
-  static_assert(sizeof(Record) % sizeof(int) == 0);
-  record.status = static_cast<int>(t.roll(2));
+void set_record(trial& t, teka_hp_effect_t* chain, void (*draw)(trial&, Record&)) {
+  std::array<int, sizeof(Record) / sizeof(int)> words;
+  for (int& word : words) word = t.value();
+  words[0] = static_cast<int>(t.roll(2));  // the status
+  Record record = std::bit_cast<Record>(words);
+  draw(t, record);
   setter(chain, &record);
-  record = {};
   getter(chain, &record);
-  t.note_all(reinterpret_cast<const int*>(&record), sizeof record / sizeof(int));
+  t.note_all(reinterpret_cast<const int*>(&record), words.size());
 }
 
 void set_module(trial& t, teka_hp_effect_t* c) {
-  const auto v = [&] { return t.value(); };
-  eq_param_acdb_t eq = {0, v(), {}};
-  draw_rows(t, eq.band);
+#define RECORD(module, kind)                               \
+  set_record<teka_hp_effect_##module##_setparameter##kind, \
+             teka_hp_effect_##module##_getparameter##kind>
   switch (t.roll(8)) {
     case 0:
-      return set_record<teka_hp_effect_eq_setparameter_data, teka_hp_effect_eq_getparameter_data>(
-          t, c, eq);
-    case 1: {
-      equalizer_params curve = {};
-      t.decibels(curve.index);
-      return set_record<teka_hp_effect_eq_setparameter_index, teka_hp_effect_eq_getparameter_index>(
-          t, c, curve);
-    }
-    case 2: {
-      param_eq_param_acdb_t p = {0, v(), v(), {}, {}};
-      for (int k = 0; k < 10; ++k) {
-        p.left[k][0] = static_cast<int>(t.roll(2));
-        p.right[k][0] = static_cast<int>(t.roll(2));
-        std::copy_n(eq.band[k], 5, p.left[k] + 1);
-      }
-      return set_record<teka_hp_effect_p_eq_setparameter, teka_hp_effect_p_eq_getparameter>(t, c,
-                                                                                            p);
-    }
+      return RECORD(eq, _data)(
+          t, c, +[](trial& u, eq_param_acdb_t& r) { draw_rows(u, r.band); });
+    case 1:
+      return RECORD(eq, _index)(
+          t, c, +[](trial& u, equalizer_params& r) { u.decibels(r.index); });
+    case 2:
+      return RECORD(p_eq, )(
+          t, c, +[](trial& u, param_eq_param_acdb_t& r) {
+            int rows[10][5];
+            draw_rows(u, rows);
+            for (int k = 0; k < 10; ++k) {
+              r.left[k][0] = static_cast<int>(u.roll(2));
+              r.right[k][0] = static_cast<int>(u.roll(2));
+              std::copy_n(rows[k], 5, r.left[k] + 1);
+            }
+          });
     case 3:
-      return set_record<teka_hp_effect_reverb_setparameter, teka_hp_effect_reverb_getparameter>(
-          t, c, reverb_param_acdb_t{0, v(), v(), v(), v(), v(), v()});
-    case 4: {
-      virtual_bass_param_acdb_t bass = {0, v(), v(), v(), v(), {}};
-      draw_row(t, bass.nld_band);
-      return set_record<teka_hp_effect_vbs_setparameter, teka_hp_effect_vbs_getparameter>(t, c,
-                                                                                          bass);
-    }
+      return RECORD(reverb, )(
+          t, c, +[](trial&, reverb_param_acdb_t&) {});
+    case 4:
+      return RECORD(vbs, )(
+          t, c, +[](trial& u, virtual_bass_param_acdb_t& r) { draw_row(u, r.nld_band); });
     case 5:
-      return set_record<teka_hp_effect_sws_setparameter, teka_hp_effect_sws_getparameter>(
-          t, c, stereo_param_acdb_t{0, v(), v(), v(), v(), v(), v()});
+      return RECORD(sws, )(
+          t, c, +[](trial&, stereo_param_acdb_t&) {});
     case 6:
-      return set_record<teka_hp_effect_svc_setparameter, teka_hp_effect_svc_getparameter>(
-          t, c, smart_volume_control_param_acdb_t{0, static_cast<int>(v() * 4LL), v(), v()});
+      return RECORD(svc, )(
+          t, c, +[](trial&, smart_volume_control_param_acdb_t&) {});
     default:
-      return set_record<teka_hp_effect_cb_setparameter, teka_hp_effect_cb_getparameter>(
-          t, c, channel_balance_param_acdb_t{0, static_cast<int>(t.roll(4)), v()});
+      return RECORD(cb, )(
+          t, c, +[](trial& u, channel_balance_param_acdb_t& r) {
+            r.channel_num = static_cast<int>(u.roll(4));
+          });
   }
 }
 

@@ -1,8 +1,13 @@
 #include "audio_reader.h"
 
+#include <unistd.h>
+
 #include <algorithm>
+#include <cerrno>
 #include <cmath>
-#include <regex>
+#include <cstdio>
+#include <cstring>
+#include <sstream>
 #include <stdexcept>
 
 #include "measure.h"
@@ -44,7 +49,9 @@ audio_reader::audio_reader(const std::filesystem::path& path)
   if (fs::is_directory(path, ignored))
     throw std::runtime_error("'" + name_ + "' is a folder, not an audio file");
   if (file_.error() != SF_ERR_NO_ERROR || file_.channels() < 1 || file_.samplerate() < 1) {
-    throw std::runtime_error("cannot read '" + name_ + "' as audio: " + file_.strError());
+    const bool closed = access(name_.c_str(), R_OK) != 0;
+    throw std::runtime_error("cannot read '" + name_ + (closed ? "': " : "' as audio: ") +
+                             (closed ? std::strerror(errno) : file_.strError()));
   }
   rate_ = file_.samplerate();
 }
@@ -136,11 +143,13 @@ size_t audio_reader::read_file(float* stereo, size_t frames) {
 double audio_reader::part_there() const {
   const std::string log = log_of(file_);
   if (log.find("ended unexpectedly") != std::string::npos) return 0;
-  static const std::regex kCorrected(R"(\n *(?:data|SSND) *: (\d+) \(should be (\d+)\))");
-  std::smatch match;
-  if (std::regex_search(log, match, kCorrected)) {
-    const double stated = std::stod(match[1]), there = std::stod(match[2]);
-    return stated < kNoLimit ? std::min(there / stated, 1.0) : 1;
+  std::istringstream lines(log);
+  for (std::string line; std::getline(lines, line);) {
+    char chunk[8];
+    double stated = 0, there = 0;
+    if (std::sscanf(line.c_str(), " %7s : %lf (should be %lf)", chunk, &stated, &there) == 3 &&
+        (std::strcmp(chunk, "data") == 0 || std::strcmp(chunk, "SSND") == 0))
+      return stated < kNoLimit ? std::min(there / stated, 1.0) : 1;
   }
   if ((file_.format() & SF_FORMAT_TYPEMASK) == SF_FORMAT_MPEG) return 1;
   return std::min(

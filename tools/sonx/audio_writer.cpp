@@ -30,12 +30,17 @@ constexpr container kContainers[] = {{".wav", "WAV", SF_FORMAT_WAV},
                                      {".caf", "CAF", SF_FORMAT_CAF},
                                      {".w64", "W64", SF_FORMAT_W64}};
 
-const container& find_container(const std::filesystem::path& path) {
+const container* look_for_container(const std::filesystem::path& path) {
   std::string extension = path == "-" ? ".wav" : path.extension().string();
   std::transform(extension.begin(), extension.end(), extension.begin(),
                  [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
   for (const container& one : kContainers)
-    if (extension == one.extension) return one;
+    if (extension == one.extension) return &one;
+  return nullptr;
+}
+
+const container& find_container(const std::filesystem::path& path) {
+  if (const container* const found = look_for_container(path)) return *found;
   throw std::runtime_error("cannot write '" + path.string() +
                            "': OUT is a file .wav, .flac, .ogg, .caf or .w64, or - for WAV on "
                            "standard output");
@@ -56,6 +61,10 @@ int32_t round_to_bits(int32_t word, int bits) {
 }
 
 }  // namespace
+
+bool can_be_written(const std::filesystem::path& path) {
+  return look_for_container(path) != nullptr;
+}
 
 audio_writer::audio_writer(const std::filesystem::path& path, const audio_shape& shape)
     : pending_(path), shape_(shape) {

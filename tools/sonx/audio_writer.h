@@ -21,6 +21,9 @@ struct audio_shape {
   int from_rate = 0;  // of the samples that are given, where it is another
 };
 
+// Whether a file of this name can be.
+bool can_be_written(const std::filesystem::path& path);
+
 class audio_writer {
  public:
   // A file .wav, .flac, .ogg, .caf or .w64; "-" is WAV on standard output.

@@ -41,7 +41,8 @@ file_job::file_job(const file_options& options, const effect_rates& rates)
     throw std::runtime_error(file + "; " + rates.effect + " works at " + rates.rates);
   reader_.convert_to(to);
   std::fprintf(
-      stderr, "sonx: %s: converted to %d Hz for %s and back%s\n", file.c_str(), to, rates.effect,
+      stderr, "sonx: %s: converted to %d Hz for %s and back%s\n", file.c_str(), to,
+      rates.effect.c_str(),
       to < from ? ("; nothing above " + std::to_string(to / 2) + " Hz remains").c_str() : "");
 }
 

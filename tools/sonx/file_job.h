@@ -2,6 +2,7 @@
 // the effect works, and the way there and back.
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <string>
 
@@ -26,9 +27,9 @@ struct file_options {
 
 // Where an effect works.
 struct effect_rates {
-  const char* effect;             // "the karaoke chain"
-  const char* rates;              // "48000 Hz"
-  int (*nearest)(int file_rate);  // the rate for a file: its own, or one to convert to
+  std::string effect;                         // "the karaoke chain"
+  std::string rates;                          // "48000 Hz"
+  std::function<int(int file_rate)> nearest;  // the rate for a file: its own, or one to convert to
 };
 
 class file_job {

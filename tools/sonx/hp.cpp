@@ -35,7 +35,7 @@ Examples:
   sonx hp in.wav out.wav --effect reverb --room 80% --damp 30% --tail 3
   sonx hp in.wav out.wav --effect eq --eq 3,2,0,0,0,-2 --adapter 0 --format 4
   sonx hp in.wav out.wav --effect 4 --words 2=4096,3=4096,4=5461,5=4096,6=8192,7=127
-  sonx hp in.wav out.wav --at 5:effect=bass --at 10:effect=eq,eq=6/3/0 --at 15:effect=none)";
+  sonx hp in.wav out.wav --at 5:effect=bass --at 10:effect=eq,eq=6,3,0 --at 15:effect=none)";
 
 struct hp_options {
   file_options files;
@@ -149,9 +149,9 @@ void add_hp_command(CLI::App& app) {
   options->effect.add_to(*command);
   command
       ->add_option("--at", options->changes,
-                   "a change at a time, SECONDS:name=value,..: names are effect, adapter, eq, "
-                   "room, damp, wet, dry, width, gain and word numbers; "
-                   "can be repeated")
+                   "a change at a time, SECONDS:name=value,..: names are effect, adapter, eq "
+                   "(with its gains), room, damp, wet, dry, width, gain and word numbers, all "
+                   "separated by , or /; can be repeated")
       ->type_name("CHANGE")
       ->expected(1)
       ->take_all();

@@ -13,6 +13,10 @@
 namespace {
 
 const char* const kExamples = R"(Examples:
+  sonx effects reverb
+  sonx play in.flac out.flac --preset late-evening.toml
+  sonx play in.wav out.wav --set reverb.room=60 --at 5:reverb.room=20 --tail 3
+  sonx preset save mine.toml --preset late-evening.toml --set compressor.makeup=2
   sonx hp in.flac out.flac --effect widening
   sonx hp in.wav out.wav --effect eq --eq 6,4,2,0,0,0,0,1,2,3
   sonx hp in.wav out.wav --at 5:effect=bass --at 10:effect=reverb,room=90%
@@ -34,6 +38,9 @@ int run(int argc, char** argv) {
   app.add_flag_callback(
       "--log", [] { sonx::show_debug_log(); },
       "show the library's debug log lines on standard error");
+  sonx::add_play_command(app);
+  sonx::add_effects_command(app);
+  sonx::add_preset_command(app);
   sonx::add_hp_command(app);
   sonx::add_response_command(app);
   sonx::add_boost_command(app);
@@ -45,6 +52,8 @@ int run(int argc, char** argv) {
     app.parse(argc, argv);
   } catch (const CLI::Success& help) {
     return app.exit(help);
+  } catch (const CLI::RuntimeError& said) {
+    return said.get_exit_code();
   } catch (const CLI::ParseError& error) {
     const std::string command = sonx::called_command(app);
     std::fprintf(stderr, "sonx: %s ('sonx %s--help' tells more)\n",

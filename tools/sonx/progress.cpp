@@ -33,8 +33,11 @@ progress_bar::progress_bar(std::string label, int64_t total)
       start_(now()),
       next_(start_ + kQuietSeconds) {}
 
-progress_bar::~progress_bar() {
+progress_bar::~progress_bar() { clear(); }
+
+void progress_bar::clear() {
   if (drawn_) std::fputs("\r\033[K", stderr);
+  drawn_ = false;
 }
 
 void progress_bar::update(int64_t done) {

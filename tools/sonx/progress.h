@@ -17,6 +17,9 @@ class progress_bar {
   // Throws std::runtime_error when the user has interrupted the program.
   void update(int64_t done);
 
+  // Makes room for other text; the next update draws it again.
+  void clear();
+
  private:
   std::string label_;
   int64_t total_;

@@ -33,6 +33,7 @@ stream_report stream(audio_reader& reader, audio_writer& writer, const stream_op
     out.add(&stereo[2 * first], frames.all - first);
     done += static_cast<int64_t>(frames.all - first);
     progress.update(done);
+    if (options.watch) options.watch(done);
   }
   const double seconds = busy.seconds();
   return {in.result(), out.result(), done,

@@ -34,6 +34,7 @@ struct stream_options {
   std::string label;
   size_t channels = 2;  // of the output
   int64_t delay = 0;    // frames that the process delays by: taken out, so that both ends line up
+  std::function<void(int64_t done)> watch = {};  // told after each period, beside the progress bar
 };
 
 struct stream_report {

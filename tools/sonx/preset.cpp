@@ -1,0 +1,124 @@
+// sonx preset: presets checked, shown and written.
+#include <CLI/CLI.hpp>
+
+#include <cstdio>
+#include <memory>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include "commands.h"
+#include "messages.h"
+#include "pending_file.h"
+#include "rack_host.h"
+#include "text_table.h"
+
+namespace sonx {
+
+namespace {
+
+const char* const kFooter = R"(Examples:
+  sonx preset check presets/*.toml
+  sonx preset show late-evening.toml --set compressor.makeup=2
+  sonx preset save mine.toml --preset late-evening.toml --set compressor.makeup=2
+  sonx preset save room.toml --set reverb.room=60 --set reverb.dry=100)";
+
+struct preset_options {
+  std::vector<std::string> files;
+  std::string out = "-";
+  rack_options rack;
+  int rate = 0;
+  bool all = false;
+};
+
+int count_faults(const std::vector<std::string>& files) {
+  int faults = 0;
+  for (const std::string& file : files) {
+    try {
+      const rack_recipe recipe = read_recipe(file);
+      const std::vector<int> rates = recipe.rates();
+      const int slots = rack(recipe, rates.back()).slots();
+      say("%s: fine: %d effect%s, at %s Hz\n", file.c_str(), slots, slots == 1 ? "" : "s",
+          rates_text(rates).c_str());
+    } catch (const std::runtime_error& error) {
+      std::fprintf(stderr, "sonx: %s\n", error.what());
+      ++faults;
+    }
+  }
+  return faults;
+}
+
+void check(const preset_options& options) {
+  if (const int faults = count_faults(options.files); faults > 0) throw CLI::RuntimeError(1);
+}
+
+void show_slot(const rack& its, int slot, bool all) {
+  const sonx_effect& effect = its.effect(slot);
+  say("\n%d %s: %s\n", slot + 1, effect.id, effect.name);
+  text_table table({"  parameter", "value", "default"});
+  bool any = false;
+  for (int k = 0; k < effect.parameter_count; ++k) {
+    const sonx_parameter& parameter = effect.parameters[k];
+    const double value = its.get(slot, k);
+    if (!all && value == parameter.initial) continue;
+    any = true;
+    table.add({std::string("  ") + parameter.id, value_text(parameter, value),
+               value_text(parameter, parameter.initial)});
+  }
+  if (any)
+    table.print();
+  else
+    say("  every parameter at its default\n");
+}
+
+void show(const preset_options& options) {
+  rack_options named = options.rack;
+  if (!options.files.empty()) named.preset = options.files.front();
+  const rack_recipe recipe = named.recipe();
+  const rack its(recipe, recipe.rate_for(options.rate != 0 ? options.rate : 48000));
+  const double rate = its.rate();
+  say("%sat %d Hz: a latency of %d frames (%.1f ms), ",
+      recipe.label.empty() ? "" : (recipe.label + ", ").c_str(), its.rate(), its.latency(),
+      1000 * its.latency() / rate);
+  if (its.tail() < 0)
+    say("a tail without end\n");
+  else
+    say("a tail of %.1f s at the most\n", its.tail() / rate);
+  for (int slot = 0; slot < its.slots(); ++slot) show_slot(its, slot, options.all);
+}
+
+void save(const preset_options& options) {
+  const rack_recipe recipe = options.rack.recipe();
+  const std::string text = rack(recipe, recipe.rates().back()).save();
+  write_text_file(options.out, text);
+  if (options.out != "-") say("written: %s\n", options.out.c_str());
+}
+
+}  // namespace
+
+void add_preset_command(CLI::App& app) {
+  CLI::App* command = app.add_subcommand("preset", "check, show and write presets");
+  command->require_subcommand(1);
+  command->footer(kFooter);
+
+  auto checked = std::make_shared<preset_options>();
+  CLI::App* checks = command->add_subcommand("check", "say what is wrong with presets, by line");
+  checks->add_option("FILE", checked->files, "presets")->required();
+  checks->callback([checked] { check(*checked); });
+
+  auto shown = std::make_shared<preset_options>();
+  CLI::App* shows = command->add_subcommand("show", "what would be in force");
+  shows->add_option("FILE", shown->files, "a preset, as with --preset")->expected(0, 1);
+  shown->rack.add_to(*shows);
+  shows->add_flag("--all", shown->all, "parameters at their defaults too");
+  shows->add_option("--rate", shown->rate, "Hz [48000, or the nearest above]");
+  shows->callback([shown] { show(*shown); });
+
+  auto saved = std::make_shared<preset_options>();
+  CLI::App* saves = command->add_subcommand("save", "write a preset");
+  saves->add_option("OUT", saved->out, "file to write; - is standard output")->required();
+  saved->rack.add_to(*saves);
+  saves->callback([saved] { save(*saved); });
+}
+
+}  // namespace sonx
