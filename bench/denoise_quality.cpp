@@ -4,6 +4,7 @@
 //   denoise_quality levels          steady noise with the presence prior, attenuation by level
 //   denoise_quality steady          steady noise with the own prior, and how fast it converges
 //   denoise_quality speech [rate]   speech in noise, beside libspeexdsp's denoiser
+//   denoise_quality tracked         the tracked prior: noise, steps, clean speech, musical noise
 //   denoise_quality clean           level that speech without noise loses
 //   denoise_quality hour [seconds]  an hour of mixed signal: drift, silence, overflow (not in the
 //                                   report; meant for a build with sanitizers)
@@ -17,6 +18,7 @@
 #include "denoise/measures.h"
 #include "denoise/runs.h"
 #include "denoise/signals.h"
+#include "denoise/tracked.h"
 
 namespace {
 
@@ -196,7 +198,7 @@ class speech_report {
     if (ours != latency_of(rate)) std::exit(2);
   }
 
-  void print(const std::vector<noise_kind>& kinds, const char* title) {
+  void print(const std::vector<background>& kinds, const char* title) {
     std::printf(
         "%s, %d Hz, speech at %.0f dBFS\n\n"
         "| | SNR 0 dB | 5 | 10 | 20 | LSD at 0 dB | 5 | 10 | 20 | ended |\n"
@@ -205,7 +207,7 @@ class speech_report {
     std::map<std::string, std::map<int, score>> rows;
     for (const spoken_clip& clean : clips_) {
       const spectral_distance distance(clean, rate_);
-      for (const noise_kind kind : kinds)
+      for (const background& kind : kinds)
         for (const int snr : kSnrs) add_runs(clean, distance, kind, snr, rows);
     }
     int all_ended = 0;
@@ -223,7 +225,7 @@ class speech_report {
  private:
   static constexpr int kSnrs[] = {0, 5, 10, 20};
 
-  void add_runs(const spoken_clip& clean, const spectral_distance& distance, noise_kind kind,
+  void add_runs(const spoken_clip& clean, const spectral_distance& distance, const background& kind,
                 int snr, std::map<std::string, std::map<int, score>>& rows) {
     std::vector<double> noisy = noise_beside(clean, kind, rate_, snr);
     for (size_t i = 0; i < noisy.size(); ++i) noisy[i] += clean.samples[i];
@@ -236,11 +238,12 @@ class speech_report {
       ++s.runs;
     };
     add("0 not processed", advanced(in, 0));
-    for (const prior source : {prior::own, prior::presence})
+    for (const prior source : {prior::tracked, prior::own, prior::presence})
       for (int policy = 0; policy < kPolicies; ++policy) {
-        const std::string name =
-            (source == prior::own ? "1 own prior, policy " : "2 presence prior, policy ") +
-            std::to_string(policy);
+        const std::string name = (source == prior::tracked ? "1 tracked prior, policy "
+                                  : source == prior::own   ? "2 own prior, policy "
+                                                           : "3 presence prior, policy ") +
+                                 std::to_string(policy);
         const outcome result = run_suppressor(in, rate_, policy, source);
         if (result.ended)
           ++rows[name][snr].ended;
@@ -248,7 +251,7 @@ class speech_report {
           add(name, advanced(result.out, latency_of(rate_)));
       }
     for (const int bound : {-15, -18})
-      add("3 libspeexdsp, " + std::to_string(bound) + " dB",
+      add("4 libspeexdsp, " + std::to_string(bound) + " dB",
           advanced(run_speex(in, rate_, bound), speex_delay_));
   }
 
@@ -293,11 +296,12 @@ void report_speech(int only_rate) {
     if (only_rate != 0 && only_rate != rate) continue;
     speech_report report(rate, kSpeechLevel);
     if (rate == 16000)
-      for (const noise_kind kind : kNoises)
+      for (const background& kind : kBackgrounds)
         report.print({kind}, (std::string("Noise: ") + kind.name).c_str());
-    report.print({std::begin(kNoises), std::end(kNoises)}, "All noises");
+    report.print({std::begin(kBackgrounds), std::end(kBackgrounds)}, "All noises");
     if (rate == 16000)
-      speech_report(rate, -50.0).print({std::begin(kNoises), std::end(kNoises)}, "All noises");
+      speech_report(rate, -50.0)
+          .print({std::begin(kBackgrounds), std::end(kBackgrounds)}, "All noises");
   }
 }
 
@@ -345,7 +349,7 @@ void report_clean() {
 int render(const char* path) {
   constexpr int kRenderRate = 16000;
   const spoken_clip voice = at_rate(speech()[1], kRenderRate, kSpeechLevel);
-  std::vector<double> x = noise_beside(voice, kFan, kRenderRate, 5.0);
+  std::vector<double> x = noise_beside(voice, kBackgrounds[2], kRenderRate, 5.0);
   for (size_t i = 0; i < x.size(); ++i) x[i] += voice.samples[i];
   const pcm out = to_pcm(x);
   SF_INFO info = {};
@@ -370,10 +374,12 @@ int main(int argc, char** argv) {
   if (what == "render" && argc > 2) return render(argv[2]);
   if (what == "hour") return report_hour(number > 0 ? number : 3600);
   const bool all = what == "all";
-  if (!all && what != "levels" && what != "steady" && what != "speech" && what != "clean") {
-    std::fprintf(stderr,
-                 "denoise_quality [levels | steady | speech [rate] | clean | hour [seconds] | "
-                 "render OUT.wav]\n");
+  if (!all && what != "levels" && what != "steady" && what != "speech" && what != "clean" &&
+      what != "tracked") {
+    std::fprintf(
+        stderr,
+        "denoise_quality [levels | steady | speech [rate] | clean | tracked | hour [seconds] | "
+        "render OUT.wav]\n");
     return 1;
   }
   if (all || what == "levels") report_levels();
@@ -383,5 +389,6 @@ int main(int argc, char** argv) {
   }
   if (all || what == "speech") report_speech(number);
   if (all || what == "clean") report_clean();
+  if (all || what == "tracked") report_tracked();
   return 0;
 }

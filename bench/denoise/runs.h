@@ -1,4 +1,4 @@
-// Signals through a suppressor: ours with either prior, and libspeexdsp's denoiser for comparison.
+// Signals through a suppressor: ours with each prior, and libspeexdsp's denoiser for comparison.
 #pragma once
 
 #include <ns/noise_suppressor.h>

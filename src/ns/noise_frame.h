@@ -12,7 +12,7 @@ constexpr int kStartupFrames = 50;
 // Length of a quantile estimate's cycle. During the first, the estimate is read every frame.
 constexpr int kCycleFrames = 200;
 
-enum { kLikelihood, kFlatness, kDifference };             // features
+enum { kLikelihood, kFlatness, kDifference };                                   // features
 enum { kPriorFromPresence = 0, kPriorFromFeatures = 1, kPriorFromMinima = 2 };  // prior sources
 
 // Sum of squares over frame[0..N).

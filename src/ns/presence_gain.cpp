@@ -14,12 +14,12 @@ namespace {
 constexpr int kTenMillisecondSmoothing = 9830;  // 0.3, a new frame's weight, Q15
 constexpr int kFiveMillisecondSmoothing = 5352;
 constexpr int kLargestSnrOfFrame = 4 << 12;  // more doesn't make a frame more of a voice
-constexpr int kNeighbours = 8;                // to either side
+constexpr int kNeighbours = 8;               // to either side
 
 struct limits {
   int low, high;  // certainly noise, certainly speech
 };
-constexpr limits kBin = {729, 2053};    // -7.5 and -3 dB
+constexpr limits kBin = {729, 2053};  // -7.5 and -3 dB
 // Of a frame's mean: fewer bins and frames that are averaged scatter more.
 constexpr limits kFrame8 = {917, 1631};   // -6.5 and -4 dB
 constexpr limits kFrame16 = {771, 1371};  // -7.25 and -4.75 dB
