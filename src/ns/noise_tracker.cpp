@@ -24,7 +24,7 @@ constexpr pace kFiveMilliseconds = {7386, 1337, 28, 30};
 constexpr int kPreviousWeight = 29491;  // 0.9 of the frame before, in the SNR a priori
 constexpr int kPresentWeight = kOneQ15 - kPreviousWeight;
 
-// The minimum of a smoothed power of noise is this much below the mean: 2.3 times.
+// The mean of noise is 2.3 times the minimum of its smoothed power.
 constexpr int kMinimumBias = 75366;     // Q15
 constexpr int kNoiseBias = 40960;       // 1.25: only powers that aren't high count for the noise
 constexpr int kSpeechAbove = 125861;    // 2.3 * 1.67: smoothed powers above are speech
