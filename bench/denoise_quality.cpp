@@ -5,9 +5,12 @@
 //   denoise_quality steady          steady noise with the own prior, and how fast it converges
 //   denoise_quality speech [rate]   speech in noise, beside libspeexdsp's denoiser
 //   denoise_quality tracked         the tracked prior: noise, steps, clean speech, musical noise
+//   denoise_quality beside [rate]   speech in noise, policy 2 alone, beside libspeexdsp's denoiser
 //   denoise_quality clean           level that speech without noise loses
 //   denoise_quality hour [seconds]  an hour of mixed signal: drift, silence, overflow (not in the
 //                                   report; meant for a build with sanitizers)
+//   denoise_quality listen DIR      before, after the own and the tracked prior and libspeexdsp, of
+//                                   each noise, loudness-matched, 16 kHz
 //   denoise_quality render OUT.wav  a voice in the noise of a fan, at 16 kHz
 #include <sndfile.h>
 
@@ -346,23 +349,56 @@ void report_clean() {
   std::printf("\n");
 }
 
-int render(const char* path) {
-  constexpr int kRenderRate = 16000;
-  const spoken_clip voice = at_rate(speech()[1], kRenderRate, kSpeechLevel);
-  std::vector<double> x = noise_beside(voice, kBackgrounds[2], kRenderRate, 5.0);
-  for (size_t i = 0; i < x.size(); ++i) x[i] += voice.samples[i];
-  const pcm out = to_pcm(x);
+bool write_wav(const std::string& path, const pcm& x, int rate) {
   SF_INFO info = {};
-  info.samplerate = kRenderRate;
+  info.samplerate = rate;
   info.channels = 1;
   info.format = SF_FORMAT_WAV | SF_FORMAT_PCM_16;
-  SNDFILE* file = sf_open(path, SFM_WRITE, &info);
+  SNDFILE* file = sf_open(path.c_str(), SFM_WRITE, &info);
   if (!file) {
-    std::fprintf(stderr, "denoise_quality: cannot write %s\n", path);
-    return 2;
+    std::fprintf(stderr, "denoise_quality: cannot write %s\n", path.c_str());
+    return false;
   }
-  sf_writef_short(file, out.data(), static_cast<sf_count_t>(out.size()));
+  sf_writef_short(file, x.data(), static_cast<sf_count_t>(x.size()));
   sf_close(file);
+  return true;
+}
+
+constexpr int kRenderRate = 16000;
+
+pcm voice_in(const spoken_clip& voice, const background& noise, double snr) {
+  std::vector<double> x = noise_beside(voice, noise, kRenderRate, snr);
+  for (size_t i = 0; i < x.size(); ++i) x[i] += voice.samples[i];
+  pcm in = to_pcm(x);
+  in.resize((in.size() / block_of(kRenderRate) + 1) * block_of(kRenderRate));
+  return in;
+}
+
+int render(const char* path) {
+  const spoken_clip voice = at_rate(speech()[1], kRenderRate, kSpeechLevel);
+  return write_wav(path, voice_in(voice, kBackgrounds[2], 5.0), kRenderRate) ? 0 : 2;
+}
+
+// All files at the same level of the voice's frames, and without their delays.
+int listen(const std::string& folder) {
+  const spoken_clip voice = at_rate(speech()[1], kRenderRate, kSpeechLevel);
+  for (const background& noise : kBackgrounds) {
+    const pcm in = voice_in(voice, noise, 5.0);
+    const std::pair<const char*, std::vector<double>> forms[] = {
+        {"before", advanced(in, 0)},
+        {"own",
+         advanced(run_suppressor(in, kRenderRate, 2, prior::own).out, latency_of(kRenderRate))},
+        {"tracked",
+         advanced(run_suppressor(in, kRenderRate, 2, prior::tracked).out, latency_of(kRenderRate))},
+        {"speexdsp", advanced(run_speex(in, kRenderRate, -18), speex_delay(kRenderRate))}};
+    for (auto [name, y] : forms) {
+      const double gain =
+          std::sqrt(speech_power(voice.samples, voice.frames) / speech_power(y, voice.frames));
+      for (double& v : y) v *= gain;
+      if (!write_wav(folder + "/" + noise.name + "-" + name + ".wav", to_pcm(y), kRenderRate))
+        return 2;
+    }
+  }
   return 0;
 }
 
@@ -372,14 +408,20 @@ int main(int argc, char** argv) {
   const std::string what = argc > 1 ? argv[1] : "all";
   const int number = argc > 2 ? std::atoi(argv[2]) : 0;
   if (what == "render" && argc > 2) return render(argv[2]);
+  if (what == "listen" && argc > 2) return listen(argv[2]);
   if (what == "hour") return report_hour(number > 0 ? number : 3600);
+  if (what == "beside") {
+    for (const int rate : kRates)
+      if (number == 0 || number == rate) report_beside(rate, speex_delay(rate));
+    return 0;
+  }
   const bool all = what == "all";
   if (!all && what != "levels" && what != "steady" && what != "speech" && what != "clean" &&
       what != "tracked") {
-    std::fprintf(
-        stderr,
-        "denoise_quality [levels | steady | speech [rate] | clean | tracked | hour [seconds] | "
-        "render OUT.wav]\n");
+    std::fprintf(stderr,
+                 "denoise_quality [levels | steady | speech [rate] | clean | tracked | beside "
+                 "[rate] | hour [seconds] | "
+                 "render OUT.wav]\n");
     return 1;
   }
   if (all || what == "levels") report_levels();

@@ -158,3 +158,47 @@ inline void report_tracked() {
                 pumping(rate, prior::own));
   std::printf("\n");
 }
+
+// Means over the voices at policy 2: what the tracked prior, the own one and libspeexdsp add to the
+// segmental SNR and take from the log-spectral distance.
+inline void report_beside(int rate, size_t speex_delay) {
+  constexpr int kSnrs[] = {0, 5, 10, 20};
+  enum { kNone, kTracked, kOwn, kSpeex, kForms };
+  constexpr const char* kNames[] = {"", "tracked", "own", "libspeexdsp, -18 dB"};
+  std::vector<spoken_clip> clips;
+  for (const clip& voice : speech()) clips.push_back(at_rate(voice, rate, -26.0));
+  std::printf(
+      "Policy 2, %d Hz, speech at -26 dBFS\n\n"
+      "| noise | | SNR 0 dB | 5 | 10 | 20 | LSD at 0 dB | 5 | 10 | 20 |\n"
+      "|---|---|---|---|---|---|---|---|---|---|\n",
+      rate);
+  for (const background& noise : kBackgrounds) {
+    double segmental[kForms][4] = {}, distances[kForms][4] = {};
+    for (const spoken_clip& clean : clips) {
+      const spectral_distance distance(clean, rate);
+      for (size_t s = 0; s < 4; ++s) {
+        std::vector<double> x = noise_beside(clean, noise, rate, kSnrs[s]);
+        for (size_t i = 0; i < x.size(); ++i) x[i] += clean.samples[i];
+        pcm in = to_pcm(x);
+        in.resize((in.size() / block_of(rate) + 1) * block_of(rate));
+        const std::vector<double> forms[] = {
+            advanced(in, 0),
+            advanced(run_suppressor(in, rate, 2, prior::tracked).out, latency_of(rate)),
+            advanced(run_suppressor(in, rate, 2, prior::own).out, latency_of(rate)),
+            advanced(run_speex(in, rate, -18), speex_delay)};
+        for (size_t f = 0; f < kForms; ++f) {
+          segmental[f][s] += segmental_snr(clean, forms[f]) / double(clips.size());
+          distances[f][s] += distance.of(forms[f]) / double(clips.size());
+        }
+      }
+    }
+    for (size_t f = kTracked; f < kForms; ++f) {
+      std::printf("| %s | %s |", noise.name, kNames[f]);
+      for (size_t s = 0; s < 4; ++s) std::printf(" %+.1f |", segmental[f][s] - segmental[kNone][s]);
+      for (size_t s = 0; s < 4; ++s) std::printf(" %+.1f |", distances[f][s] - distances[kNone][s]);
+      std::printf("\n");
+    }
+  }
+  std::printf("\n");
+  std::fflush(stdout);
+}

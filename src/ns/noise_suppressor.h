@@ -78,7 +78,7 @@
 // of speech from the SNRs around (I. Cohen, B. Berdugo, Signal Processing 81, 2001); Wiener's gain
 // (P. Scalart, J. V. Filho, ICASSP 1996).
 //
-// Memory: the record below, 27 KiB, held by the caller, and the 216 bytes of the band
+// Memory: the record below, 26 KiB, held by the caller, and the 216 bytes of the band
 // post-processing, taken by tekaNs_InitCore; nothing is allocated per frame. One instance is used
 // from one thread at a time; the six dispatch pointers are the process's.
 #pragma once
