@@ -36,7 +36,7 @@ int turn_of(int position) {
 }
 
 // The pole radius for a bandwidth, 1 - pi width / rate, Q13; a width of 1 is 1/131072 of the rate.
-int radius_of(int width) { return std::clamp(8192 - (width * 201 >> 10), kWidestRadius, 8180); }
+int radius_of(int width) { return std::clamp(kOneQ13 - (width * 201 >> 10), kWidestRadius, 8180); }
 
 // Moves the notch to its place: at once while it isn't heard, else when it has faded out.
 void retune(howlingCancel* canceller, int i) {

@@ -46,6 +46,7 @@ struct teka_audio_tx_ktv_t {
 
 // Voice gain 8192 at 48000 Hz; howling canceller and echo on, everything else off. Takes all
 // memory.
+// If memory is short it takes none, and the record passes samples on as they are.
 SONX_EXPORT void teka_audio_tx_ktv_init(teka_audio_tx_ktv_t* chain);
 
 // Ends and frees all modules and buffers; volume and rate keep their values. To be called once.
