@@ -239,20 +239,6 @@ TEST(NoiseSuppressor, SilenceStaysSilent) {
   }
 }
 
-TEST(NoiseSuppressor, WorksBesideAnotherInstance) {
-  const pcm a = speech_like(16000, 1.0, -30.0), b = noise_of(kPink, 8000, 1.0, -30.0);
-  const pcm alone_a = suppressor(16000, kOwn, 3).run(a), alone_b = suppressor(8000).run(b);
-  suppressor one(16000, kOwn, 3), two(8000);
-  pcm in_a = a, in_b = b, out_a(a.size()), out_b(b.size());
-  for (size_t f = 0; f < 100; ++f) {
-    tekaNs_ProcessCore(&one, &in_a[160 * f], &out_a[160 * f]);
-    tekaNs_ProcessCore(&two, &in_b[80 * f], &out_b[80 * f]);
-  }
-  EXPECT_EQ(out_a, alone_a);
-  EXPECT_EQ(out_b, alone_b);
-  EXPECT_EQ(in_a, a) << "the input is not written to";
-}
-
 namespace {
 
 int calls = 0;
