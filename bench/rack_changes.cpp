@@ -41,7 +41,7 @@ bool cut = false;
 constexpr double kGap = 0.007;  // seconds
 
 double limit_of(const std::string& effect) {  // dB
-  for (const char* level : {"balance", "volume", "compressor", "smart-volume", "speaker-boost"})
+  for (const char* level : {"balance", "volume", "compressor", "smart-volume"})
     if (effect == level) return 1.0;
   for (const char* tail : {"reverb", "echo", "stereo-widening", "headphones", "karaoke"})
     if (effect == tail) return 6.0;

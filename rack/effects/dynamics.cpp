@@ -24,6 +24,9 @@ enum { kLevel, kSmartAttack, kSmartRelease };
 
 constexpr int kSmartVolumeRates[] = {44100, 48000, 96000};
 
+// The module's gain starts at 0 and stays there while it hears next to nothing; here it starts at
+// 1.0, so that soft music isn't silenced.
+//
 //   level            0 dB = 8192
 //   attack, release  5 ms x 2^order
 class smart_volume final : public processor {
@@ -36,6 +39,7 @@ class smart_volume final : public processor {
   void start(const double* values) noexcept override {
     set(values);
     smart_volume_control_reset(control_.get());
+    control_->gain = 1 << 17;  // Q17
   }
   int take_over(const processor& running, const double* values) noexcept override {
     set(values);
