@@ -24,9 +24,6 @@ enum { kLevel, kSmartAttack, kSmartRelease };
 
 constexpr int kSmartVolumeRates[] = {44100, 48000, 96000};
 
-// The module's gain starts at 0 and stays there while it hears next to nothing; here it starts at
-// 1.0, so that soft music isn't silenced.
-//
 //   level            0 dB = 8192
 //   attack, release  5 ms x 2^order
 class smart_volume final : public processor {
@@ -36,10 +33,12 @@ class smart_volume final : public processor {
                                          sample_rate_type(static_cast<unsigned>(rate)));
   }
 
+  // Begins at a gain of 1, where the module's own is 0 until the first block above its floor: soft
+  // music may never have one.
   void start(const double* values) noexcept override {
     set(values);
     smart_volume_control_reset(control_.get());
-    control_->gain = 1 << 17;  // Q17
+    control_->gain = control_->gain_init;
   }
   int take_over(const processor& running, const double* values) noexcept override {
     set(values);
