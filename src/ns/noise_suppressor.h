@@ -49,7 +49,7 @@
 //                 is not computed, so the process can't end.
 //   2, tracked    no prior for the frame as a whole, but another estimate and another gain, on the
 //                 same frames, transforms and bounds; below. It follows a change of the noise
-//                 within 1.4 s, turns steady noise down by exactly the policy's bound and takes
+//                 within 1.6 s, turns steady noise down by exactly the policy's bound and takes
 //                 least from a voice. New hosts should use this one.
 //
 // With sources 0 and 1 the output fades in over the first 656 samples and passes through the
