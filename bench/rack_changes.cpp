@@ -40,8 +40,9 @@ constexpr const char* kHeader =
 bool cut = false;
 constexpr double kGap = 0.007;  // seconds
 
-double limit_of(const std::string& effect) {  // dB
-  for (const char* level : {"balance", "volume", "compressor", "smart-volume", "speaker-boost"})
+// In dB. The speaker boost counts as one that turns the phase: its crossovers do.
+double limit_of(const std::string& effect) {
+  for (const char* level : {"balance", "volume", "compressor", "smart-volume"})
     if (effect == level) return 1.0;
   for (const char* tail : {"reverb", "echo", "stereo-widening", "headphones", "karaoke"})
     if (effect == tail) return 6.0;

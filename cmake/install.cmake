@@ -7,7 +7,7 @@ install(TARGETS sonx_proc_hal sonx_proc_hal_static EXPORT sonx_proc_hal_targets
   ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR})
 
 # The public headers, by folder; no other header is installed.
-set(public_headers export.h)
+set(public_headers export.h version.h)
 foreach(header
     allpass audio_delay comber dc_remove elliptic fft_int fixed_math iir iircomber notch sample_rate)
   list(APPEND public_headers dsp/${header}.h)

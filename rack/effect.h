@@ -2,6 +2,7 @@
 #pragma once
 
 #include <memory>
+#include <string>
 
 #include "sonx/rack.h"
 
@@ -36,6 +37,10 @@ struct effect_definition {
   int (*tail)(const double* values, int rate);     // until silence follows silence, or -1
 
   std::unique_ptr<processor> (*make)(int rate);  // null or std::bad_alloc: short memory
+
+  // The settings as C for the effects' own library, its variables' names beginning so; null where
+  // there's no form for them.
+  std::string (*in_c)(const double* values, int rate, const std::string& name) = nullptr;
 };
 
 // Frames of the blocks that whole_blocks asks for: 5 ms, 10 ms up to 16000 Hz.

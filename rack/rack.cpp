@@ -10,6 +10,8 @@
 #include <string_view>
 
 #include "engine.h"
+#include "equalizer_text.h"
+#include "export_c.h"
 #include "parameters.h"
 #include "preset.h"
 
@@ -51,6 +53,17 @@ void settle(rack_settings& settings) {
 
 const char* sonx_rack_version() { return SONX_RACK_VERSION; }
 
+int sonx_rack_import(const char* text, int auto_preamp, char* preset, size_t size, char* report,
+                     size_t report_size) try {
+  const imported_equalizer result = import_equalizer(text ? text : "", auto_preamp != 0);
+  if (result.faults == 0 && result.preset.size() >= size) return -1;
+  hand_out(result.preset, preset, size);
+  hand_out(result.report, report, report_size);
+  return result.faults;
+} catch (...) {
+  return -1;
+}
+
 // ---- Control.
 
 sonx_rack* sonx_rack_create(int rate, int max_frames) try {
@@ -87,6 +100,16 @@ int sonx_rack_save(const sonx_rack* rack, char* preset, size_t size) try {
       write_preset(rack->with_row([](const row& row) { return row.settings(); }));
   hand_out(text, preset, size);
   return static_cast<int>(text.size());
+} catch (...) {
+  return -1;
+}
+
+int sonx_rack_export_c(const sonx_rack* rack, char* text, size_t size) try {
+  if (rack == nullptr) return -1;
+  const std::string all =
+      write_c(rack->with_row([](const row& row) { return row.settings(); }), rack->rate());
+  hand_out(all, text, size);
+  return static_cast<int>(all.size());
 } catch (...) {
   return -1;
 }

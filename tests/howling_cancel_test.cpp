@@ -206,3 +206,35 @@ TEST_F(Howling, FadesItsNotches) {
   for (size_t i = 2; i < out.size(); ++i)
     ASSERT_LT(std::abs(double(out[i]) - 2.0 * out[i - 1] + out[i - 2]), 2.0 * 3e6 * w * w) << i;
 }
+
+// Two loops that howl at different frequencies, one canceller in each: a period of one, then one of
+// the other, while a third is made and ended in between.
+TEST(HowlingCancellers, ShareNothing) {
+  const samples sung[2] = {voice(1.0, 400000.0, 1), voice(1.0, 400000.0, 2)};
+  const double resonances[2] = {1250.0, 2900.0};
+  const auto run = [&](bool first, bool second) {
+    howlingCancel cancellers[2], third;
+    small_room rooms[2] = {{resonances[0], 1.9}, {resonances[1], 1.9}};
+    samples heard[2];
+    for (auto& canceller : cancellers) howling_canceling_init(&canceller);
+    for (int start = 0; start < 48000; start += kPeriod) {
+      for (size_t k = 0; k < 2; ++k) {
+        if (!(k == 0 ? first : second)) continue;
+        int x[kPeriod];
+        std::copy_n(sung[k].begin() + start, kPeriod, x);
+        rooms[k].add_to(x);
+        howling_canceling_process(&cancellers[k], x, x, kPeriod);
+        rooms[k].play(x);
+        heard[k].insert(heard[k].end(), x, x + kPeriod);
+      }
+      if (!first || !second) continue;
+      howling_canceling_init(&third);
+      howling_canceling_end(&third);
+    }
+    for (auto& canceller : cancellers) howling_canceling_end(&canceller);
+    return std::pair(heard[0], heard[1]);
+  };
+  const auto together = run(true, true);
+  EXPECT_TRUE(together.first == run(true, false).first);
+  EXPECT_TRUE(together.second == run(false, true).second);
+}

@@ -62,6 +62,8 @@ TEST_F(HpEntry, BypassesOtherRates) {
     if (bypass) expected.push_back({5, kTag, text + " unmatch, need bypass"});
     EXPECT_EQ(take_log(), expected);
     EXPECT_EQ(processed(in) == in, bypass);
+    EXPECT_EQ(sonx_hp_effect_bypasses(handle), bypass);
+    EXPECT_EQ(sonx_hp_effect_latency(handle), bypass ? 0 : rate == 44100 ? 440 : 480);
     EXPECT_EQ(take_log().empty(), bypass);
     EXPECT_EQ(handle->chain.sample_rate_type, rate == 44100 ? 0 : 1);
     set_effect(4);
@@ -162,6 +164,8 @@ TEST_F(HpEntry, IgnoresNullArguments) {
   sonx_hp_effect_get_parameters(nullptr, &record);
   sonx_hp_effect_deinit(nullptr);
   EXPECT_EQ(buffer[3], 4);
+  EXPECT_EQ(sonx_hp_effect_bypasses(nullptr), 1);
+  EXPECT_EQ(sonx_hp_effect_latency(nullptr), 0);
   open(48000, 1);
   take_log();
   sonx_hp_effect_process(handle, nullptr, 960);

@@ -9,6 +9,7 @@
 #include "support/log_capture.h"
 #include "support/pcm16.h"
 #include "support/signals.h"
+#include "version.h"
 
 namespace {
 
@@ -66,4 +67,25 @@ TEST_F(KtvChain, VoiceGainActsInTheCompressor) {
   for (size_t i = 0; i < 48000; i += 240)
     teka_audio_tx_ktv_core_process(&chain, &left[i], right.data(), 240);
   EXPECT_NEAR(left[47999], 25000, 30) << "a quarter";
+}
+
+TEST(KtvHandle, IgnoresNullAndSaysWhatItDoes) {
+  void* handle = sonx_ktv_init();
+  short in[4] = {1, 2, 3, 4}, out[4] = {};
+  sonx_ktv_process_16(handle, nullptr, out, out, 4);
+  sonx_ktv_process_16(handle, in, nullptr, out, 4);
+  sonx_ktv_process_16(handle, in, out, nullptr, 4);
+  sonx_ktv_process_16(nullptr, in, out, out, 4);
+  sonx_ktv_eq_setparameter(handle, nullptr);
+  EXPECT_EQ(out[3], 0);
+  EXPECT_EQ(sonx_ktv_latency(handle), 0);
+  EXPECT_EQ(sonx_ktv_bypasses(handle), 0);
+  sonx_ktv_hw_howling_canceling_enable(handle, 0);
+  sonx_ktv_iirecho_enable(handle, 0);
+  EXPECT_EQ(sonx_ktv_bypasses(handle), 1);
+  sonx_ktv_process_16(handle, in, in, out, 4);
+  EXPECT_EQ(out[3], 4);
+  sonx_ktv_deinit(handle);
+  EXPECT_EQ(sonx_ktv_bypasses(nullptr), 1);
+  EXPECT_STREQ(sonx_version(), SONX_PROJECT_VERSION);
 }

@@ -114,22 +114,6 @@ TEST(StereoWidening, DifferenceCircuitHasItsResponse) {
     }
 }
 
-TEST(StereoWidening, CrossfeedDelaysHalfAMillisecond) {
-  constexpr size_t kDelay[] = {95, 23, 23, 47, 95, 23};
-  for (int type = -1; type < 5; ++type) {
-    network c;
-    if (type >= 0) crossfeed_network_set_sample_rate(&c, static_cast<SampleRateType>(type));
-    set_gain({c.allpass_left, c.allpass_right, c.highpass_left, c.highpass_right}, 0);
-    set_gain({c.lowpass_left, c.lowpass_right}, 1 << 28);
-    stereo expected = {samples(200), samples(200)};
-    expected.left[kDelay[type + 1] + 7] = 8192;  // gain 0.5 after init
-    expected.right[kDelay[type + 1]] = 4096;
-    stereo x = {impulse(200, 8192), samples(200)};
-    x.right[7] = 16384;
-    EXPECT_EQ(c.run(x), expected) << type;
-  }
-}
-
 TEST(StereoWidening, CrossfeedHasItsResponse) {
   for (int gain : {6144, 0})
     for (double f : {100.0, 500.0, 1500.0, 6000.0}) {

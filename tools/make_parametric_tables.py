@@ -203,7 +203,8 @@ def make_up_lines():
             f" adapter the chain goes on {PRESET_MAKE_UP:.2f} dB lower, until a record with an effect"
             " or an adapter sets its own. The same holds for the make-up gains of the other effects"
             " (stereo widening -4.0 dB, virtual bass -5.0 dB, reverb -2.0 dB; the graphic equalizer"
-            " and an adapter alone set 0 dB). `sonx hp` shows the gain in force beside each stretch of"
+            " and an adapter alone set 0 dB, so that a flat graphic equalizer is the way to full"
+            " level). `sonx hp` shows the gain in force beside each stretch of"
             " its report.", ""]
 
 

@@ -33,9 +33,12 @@ class smart_volume final : public processor {
                                          sample_rate_type(static_cast<unsigned>(rate)));
   }
 
+  // Begins at a gain of 1, where the module's own is 0 until the first block above its floor: soft
+  // music may never have one.
   void start(const double* values) noexcept override {
     set(values);
     smart_volume_control_reset(control_.get());
+    control_->gain = control_->gain_init;
   }
   int take_over(const processor& running, const double* values) noexcept override {
     set(values);

@@ -5,6 +5,7 @@
 
 #include "conversions.h"
 #include "effect.h"
+#include "export_c.h"
 #include "module.h"
 #include "module_state.h"
 
@@ -58,6 +59,15 @@ class graphic_equalizer final : public processor {
   module<equalizer_t, equalizer_init, equalizer_end> equalizer_;
 };
 
+std::string in_c(const double* values, int, const std::string& name) {
+  audio_effect_control_acdb_t record = {SONX_EFFECT_GRAPHIC_EQUALIZER, 0, {}};
+  band_indices(values, record.data);
+  const std::string text = record_in_c(record, name);
+  if (is_on(values[kAutomatic])) return text;
+  return "// The handle finds its input gain itself; this one belongs to equalizer_set_gain.\n" +
+         text + number_in_c(name + "_gain", db_to_q13(values[kGain]), "Q13: 8192 is 0 dB");
+}
+
 }  // namespace
 
 extern constinit const effect_definition kGraphicEqualizer = {
@@ -69,4 +79,5 @@ extern constinit const effect_definition kGraphicEqualizer = {
     .tail = fixed_time<200>,
     .make = [](int rate) -> std::unique_ptr<processor> {
       return std::make_unique<graphic_equalizer>(rate);
-    }};
+    },
+    .in_c = in_c};

@@ -6,6 +6,7 @@
 
 #include "conversions.h"
 #include "effect.h"
+#include "export_c.h"
 #include "graphic_equalizer_words.h"
 #include "module.h"
 #include "module_state.h"
@@ -92,6 +93,10 @@ class headphones final : public processor {
   module<teka_hp_effect_t, teka_hp_effect_init, teka_hp_effect_end> chain_;
 };
 
+std::string in_c(const double* values, int, const std::string& name) {
+  return record_in_c(record_of(values), name);
+}
+
 int look_ahead(int rate) { return kHistoryBlocks * block_frames(rate); }
 
 int warm_up(const double* values, int rate) {
@@ -123,4 +128,5 @@ extern constinit const effect_definition kHeadphones = {
     .tail = tail,
     .make = [](int rate) -> std::unique_ptr<processor> {
       return std::make_unique<headphones>(rate);
-    }};
+    },
+    .in_c = in_c};

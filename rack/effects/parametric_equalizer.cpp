@@ -8,6 +8,7 @@
 #include "biquad_design.h"
 #include "conversions.h"
 #include "effect.h"
+#include "export_c.h"
 #include "module_state.h"
 #include "parameters.h"
 
@@ -189,6 +190,32 @@ class parametric_equalizer final : public processor {
   parameter_equalizer_t left_, right_;
 };
 
+std::string rows_in_c(const std::string& name, const rows& words) {
+  std::string text = "int " + name + "[10][6] = {\n";
+  for (const auto& row : words) {
+    text += "    {";
+    for (int k = 0; k < 6; ++k) text += (k > 0 ? ", " : "") + std::to_string(row[k]);
+    text += "},\n";
+  }
+  return text + "};\n";
+}
+
+std::string in_c(const double* values, int rate, const std::string& name) {
+  rows words;
+  design(values + kFirst, rate, words);
+  std::string text =
+      "// For parameter_equalizer_setparameter_left and _right: whether a section is used, then b0,"
+      "\n// b1, b2, -a1, -a2 in Q28.\n" +
+      rows_in_c(name + "_sections", words);
+  if (separate(values)) {
+    design(values + kFirst + kSections * kPerSection, rate, words);
+    text += "// The right channel's own; each channel takes an equalizer.\n" +
+            rows_in_c(name + "_sections_right", words);
+  }
+  return text + number_in_c(name + "_gain", db_to_q13(values[kPreamp]),
+                            "for parameter_equalizer_set_gain_left and _right, Q13: 8192 is 0 dB");
+}
+
 }  // namespace
 
 extern constinit const effect_definition kParametricEqualizer = {
@@ -201,4 +228,5 @@ extern constinit const effect_definition kParametricEqualizer = {
     .tail = tail,
     .make = [](int rate) -> std::unique_ptr<processor> {
       return std::make_unique<parametric_equalizer>(rate);
-    }};
+    },
+    .in_c = in_c};

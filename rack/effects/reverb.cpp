@@ -5,6 +5,7 @@
 
 #include "conversions.h"
 #include "effect.h"
+#include "export_c.h"
 #include "module.h"
 #include "module_state.h"
 #include "reverb_words.h"
@@ -13,6 +14,14 @@ namespace {
 
 constexpr sonx_parameter kParameters[] = {SONX_REVERB_SETTINGS("", "")};
 constexpr int kRates[] = {44100, 48000, 96000, 192000};
+
+std::string in_c(const double* values, int, const std::string& name) {
+  const reverb_words words = reverb_words_of(values);
+  return record_in_c({SONX_EFFECT_REVERB,
+                      0,
+                      {words.roomsize, words.damp, words.wet, words.dry, words.width, words.gain}},
+                     name);
+}
 
 class reverb_processor final : public processor {
  public:
@@ -44,4 +53,5 @@ extern constinit const effect_definition kReverb = {
     .latency = no_latency,
     .warm_up = reverb_warm_up,
     .tail = reverb_tail,
-    .make = [](int) -> std::unique_ptr<processor> { return std::make_unique<reverb_processor>(); }};
+    .make = [](int) -> std::unique_ptr<processor> { return std::make_unique<reverb_processor>(); },
+    .in_c = in_c};

@@ -17,6 +17,7 @@ struct allpass {
 };
 
 // A cleared loop of n samples, feedback 4096 (0.5). n below 1 makes a one-sample loop.
+// If memory is short it takes none, and the record passes samples on as they are.
 SONX_EXPORT void allpass_init(allpass* section, int n);
 
 // Clears the loop; feedback stays.

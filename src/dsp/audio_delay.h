@@ -12,6 +12,7 @@ struct audio_delay {
 };
 
 // A cleared line of n samples, delay = capacity = n; n of 0 passes samples through.
+// If memory is short it takes none, and the record passes samples on as they are.
 SONX_EXPORT void audio_delay_init(audio_delay* line, int n);
 
 // delay = the smaller of capacity and n; clears the first delay samples only, a negative n clears

@@ -25,6 +25,7 @@ struct comber {
 
 // A cleared loop of n samples, feedback 4096, damp1 8192, damp2 0: with this damping the loop feeds
 // nothing back, so comb_setsetdamp must be called before use. n below 1 makes a one-sample loop.
+// If memory is short it takes none, and the record passes samples on as they are.
 SONX_EXPORT void comb_init(comber* comb, int n);
 
 // Clears the loop and the low-pass; gains stay.

@@ -16,6 +16,7 @@ struct elliptic {
 };
 
 // Keeps the pointer to the table and takes the cleared history.
+// If memory is short it takes none, and the record passes samples on as they are.
 SONX_EXPORT void elliptic_init(elliptic* filter, const int* coefficients);
 
 // Another table; history cleared.

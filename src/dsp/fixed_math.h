@@ -6,6 +6,10 @@
 // J.-M. Muller, "Elementary Functions: Algorithms and Implementation", shift-and-add chapter.
 #pragma once
 
+#ifndef __cplusplus
+#error "The functions of this header have C++ linkage."
+#endif
+
 #include "../export.h"
 
 // Square root of an integer, rounded to the nearest integer. x: 0..65535; result: 0..256.

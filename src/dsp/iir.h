@@ -9,14 +9,13 @@
 // that all five products are added. 1.0 is 1048576 in Q20 and 268435456 in Q28.
 //
 // Latency: none but the filter's own. Memory: two five-word arrays, taken by IIR_init. The
-// functions have C linkage and take the section untyped; pass the address of an IIR.
+// functions have C linkage and take the section untyped; pass the address of an IIR. Compiles as C11
+// and as C++.
 #pragma once
 
 #include <stdint.h>
 
 #include "../export.h"
-
-#ifdef __cplusplus
 
 struct IIR {
   int* coef;   // 5 words b0, b1, b2, -a1, -a2; owned copy
@@ -28,11 +27,10 @@ struct IIR {
 // -1.4 dB at 200 Hz, +0.7 dB at 300 Hz.
 extern SONX_EXPORT const int kFilterCoefficients[5];
 
-#endif
-
 SONX_C_BEGIN
 
 // Takes memory, copies the five coefficients, clears the history.
+// If memory is short it takes none, and the record passes samples on as they are.
 SONX_EXPORT void IIR_init(void* section, const int* coefficients);
 
 // New coefficients, history cleared. Safe between two process calls, with a transient.

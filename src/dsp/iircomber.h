@@ -25,6 +25,7 @@ struct iircomber {
 
 // A cleared loop with room for n samples, feedback 4096, delay 0 (a one-sample loop until the delay
 // is set).
+// If memory is short it takes none, and the record passes samples on as they are.
 SONX_EXPORT void iircomber_init(iircomber* comb, int n);
 
 // Clears the loop and its filter; settings stay.

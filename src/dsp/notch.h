@@ -18,6 +18,7 @@ struct notch {
 };
 
 // Stores both settings and takes the cleared history.
+// If memory is short it takes none, and the record passes samples on as they are.
 SONX_EXPORT void notch_init(notch* filter, int radius, int freq);
 
 // Stores both settings; history cleared.

@@ -1,4 +1,5 @@
 // The sample rates that the modules know, as an index into their per-rate tables.
+// Compiles as C11 and as C++.
 #pragma once
 
 enum SampleRateType {

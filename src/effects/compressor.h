@@ -26,6 +26,7 @@ struct compressor_t {
 
 // Both channels with threshold 30720, orders 0 and 7, denoise threshold 2 and the volume; the
 // running gain starts at half the volume; status 0.
+// If memory is short it takes none, and the record passes samples on as they are.
 SONX_EXPORT void compressor_init(compressor_t* compressor, int volume, int history_len);
 
 // Frame length and latency for a rate; clears the delays. Any value beyond the four rates takes

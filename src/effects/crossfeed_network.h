@@ -38,6 +38,7 @@ struct crossfeed_network {
 
 // Takes the memory; filters for 48000 Hz, gain 4096, history clear. Both delays are 95 samples
 // until the first crossfeed_network_set_sample_rate.
+// If memory is short it takes none, and the record passes samples on as they are.
 SONX_EXPORT void crossfeed_network_init(crossfeed_network* network);
 
 // Clears the history of filters and delays.

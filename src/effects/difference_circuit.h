@@ -31,6 +31,7 @@ struct difference_circuit {
 };
 
 // Takes the memory; 48000 Hz, side gain 4096, history clear.
+// If memory is short it takes none, and the record passes samples on as they are.
 SONX_EXPORT void difference_circuit_init(difference_circuit* circuit);
 
 // Clears the history of all sections.

@@ -50,6 +50,7 @@ struct dynamic_range_control_t {
 // Threshold 32767, orders 0 and 5, volume 8192, denoise threshold 256, gain 1.0, the gate at
 // 8192 / 131072 and opening, history clear. Takes a delay of history_len x frame_len samples; a
 // history_len of 0 passes samples undelayed.
+// If memory is short it takes none, and the record passes samples on as they are.
 SONX_EXPORT void dynamic_range_control_init(dynamic_range_control_t* drc, int history_len,
                                             int frame_len);
 

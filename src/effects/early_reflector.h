@@ -43,6 +43,7 @@ struct early_reflector {
 };
 
 // Takes the memory; settings as above, high-pass for 48000 Hz, history clear.
+// If memory is short it takes none, and the record passes samples on as they are.
 SONX_EXPORT void early_reflector_init(early_reflector* reflector);
 
 // Silences every loop and filter; settings stay.

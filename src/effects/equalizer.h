@@ -49,6 +49,7 @@ struct equalizer_t {
 };
 
 // Takes memory. Status 0, gain 8192, indices 0, all sections an exact pass-through, history clear.
+// If memory is short it takes none, and the record passes samples on as they are.
 SONX_EXPORT void equalizer_init(equalizer_t* equalizer);
 
 // Clears the history of all sections; settings stay.

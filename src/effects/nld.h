@@ -32,6 +32,7 @@ struct NLD {
 };
 
 // Takes the coefficients and sets the defaults: those above, clipping on, level 8192 in force.
+// If memory is short it takes none, and what the clipper leaves passes on as it is.
 SONX_EXPORT void NLD_init(NLD* nld);
 
 // The threshold in force restarts at 2097152 (level 8192), whatever level is set; settings stay.

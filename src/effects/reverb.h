@@ -70,6 +70,7 @@ struct reverb_t {
 
 // Takes the memory; wet 2730, dry 0, room size 4096, damp 4096, width 8192, gain 127, status 0;
 // runs reverb_update.
+// If memory is short it takes none, and the record passes samples on as they are.
 SONX_EXPORT void reverb_init(reverb_t* reverb);
 
 // Silences every loop and filter; settings stay.

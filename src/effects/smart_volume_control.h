@@ -52,6 +52,7 @@ struct smart_volume_control_t {
 
 // Level 8192 with its energies, attack order 3, release order 7, band shifts 3, 1, 0, 2, gain 0,
 // status 0, filters for 48000 Hz.
+// If memory is short it takes none, and the record passes samples on as they are.
 SONX_EXPORT void smart_volume_control_init(smart_volume_control_t* control);
 
 // Gain, followed peak and estimate to 0, filter histories cleared; settings stay.

@@ -89,6 +89,7 @@ struct speaker_boost_system_t {
 
 // Takes all parts. Status 0, harmonics at 8192, 2 channels, filters for 48000 Hz, look-ahead 2 x 60
 // samples, the controllers as dynamic_range_control_init leaves them.
+// If memory is short it takes none, and the record passes samples on as they are.
 SONX_EXPORT void speaker_boost_system_init(speaker_boost_system_t* boost);
 
 // Loads the filters for a rate, in place of a set nld band too, and clears their history and

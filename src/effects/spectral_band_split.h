@@ -19,6 +19,7 @@ struct spectral_band_split {
 };
 
 // Takes the four sections. low and high: five coefficients each, copied.
+// If memory is short it takes none, and the record passes samples on as they are.
 SONX_EXPORT void spectral_band_split_init(spectral_band_split* split, const int* low,
                                           const int* high);
 

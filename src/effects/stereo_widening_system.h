@@ -33,6 +33,7 @@ struct stereo_widening_system {
 
 // Takes the memory; status 0, the stages as their own init leaves them: filters for 48000 Hz, the
 // crossfeed delay at 95 samples until a rate is set.
+// If memory is short it takes none, and the record passes samples on as they are.
 SONX_EXPORT void stereo_widening_system_init(stereo_widening_system* system);
 
 // Clears the history of the three stages; settings stay.

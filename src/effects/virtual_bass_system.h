@@ -59,6 +59,7 @@ struct virtual_bass_system {
 };
 
 // Takes all parts. Status 0, gains 4096, 4096 and 8192, filters for 48000 Hz.
+// If memory is short it takes none, and the record passes samples on as they are.
 SONX_EXPORT void virtual_bass_system_init(virtual_bass_system* bass);
 
 // Loads the filters for a rate, in place of a set nld band too, and clears their history; the

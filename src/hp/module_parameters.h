@@ -1,6 +1,7 @@
 // Parameter records of the headphone chain's direct module access, one per module. All words are
 // signed 32-bit; word 0 is the module's status (0 = off, 1 = on). Units, formats and ranges are
 // those of the module's own setters.
+// Compiles as C11 and as C++.
 #pragma once
 
 // Graphic equalizer by raw coefficients (equalizer.h).

@@ -153,3 +153,12 @@ void sonx_hp_effect_process(void* handle, void* buffer, unsigned long bytes) {
   process_interleaved(effect, words, frames, keep, keep);
   if (q31) std::transform(words, words + samples, words, write_q31);
 }
+
+int sonx_hp_effect_latency(const void* handle) {
+  if (sonx_hp_effect_bypasses(handle)) return 0;
+  return static_cast<const sonx_hp_handle_t*>(handle)->chain.comp->left->delay->delay;
+}
+
+int sonx_hp_effect_bypasses(const void* handle) {
+  return handle == nullptr || static_cast<const sonx_hp_handle_t*>(handle)->enabled == 0;
+}

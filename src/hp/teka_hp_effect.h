@@ -14,8 +14,7 @@
 //
 //   6, 5  fading out with the old settings      2, 1, 0  fading in
 //   4     the new settings are applied          -1       idle
-//   3     running, still silent (with blocks of 256 frames; 37 dB down with 240, see
-//         sonx_hp_effect.h)
+//   3     running, still silent
 //
 // A change during 6 and 5 is part of the present fade-out; during 4..2 the counter returns to 4.
 // While the chain is off (active_status not 1), audio still passes the smooth volume.
@@ -61,6 +60,7 @@ struct teka_hp_effect_t {
 };
 
 // Everything off at 48000 Hz, gain of the smooth volume 0. Takes all memory.
+// If memory is short it takes none, and the record passes samples on as they are.
 SONX_EXPORT void teka_hp_effect_init(teka_hp_effect_t* chain);
 
 // Clears the histories of all modules but channel balance and smooth volume; settings stay.

@@ -38,6 +38,7 @@ struct gramophone {
 };
 
 // Takes the band-pass with a clear history; status 0.
+// If memory is short it takes none, and the record passes samples on as they are.
 SONX_EXPORT void gramophone_init(gramophone* effect);
 
 // Frees the band-pass and nulls the pointer; calling it again does nothing.

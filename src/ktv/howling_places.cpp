@@ -16,7 +16,7 @@ constexpr int kQuickReleaseStep = 30;          // 0.7 s
 constexpr int kFirstWidth = 4;
 constexpr int kWidest = 10;
 
-constexpr int kLeastTrial = 4;  // frames: sooner the loop can't have answered
+constexpr int kLeastTrial = 4;  // frames; a notch takes as long to show in the loop
 constexpr int kTrialFrames = 20;
 constexpr int kTrials = 2;
 constexpr int kTrialDrop = level_of_db(7.0);
@@ -36,7 +36,7 @@ int turn_of(int position) {
 }
 
 // The pole radius for a bandwidth, 1 - pi width / rate, Q13; a width of 1 is 1/131072 of the rate.
-int radius_of(int width) { return std::clamp(8192 - (width * 201 >> 10), kWidestRadius, 8180); }
+int radius_of(int width) { return std::clamp(kOneQ13 - (width * 201 >> 10), kWidestRadius, 8180); }
 
 // Moves the notch to its place: at once while it isn't heard, else when it has faded out.
 void retune(howlingCancel* canceller, int i) {

@@ -38,6 +38,7 @@ struct iirecho {
 };
 
 // Takes cleared loops. On (status 1), feedback 4096, delay 1 ms, dry 2703, wet 5489.
+// If memory is short it takes none, and the record passes samples on as they are.
 SONX_EXPORT void iirecho_init(iirecho* echo);
 
 // Frees the loops and nulls both pointers; calling it again does nothing.

@@ -25,8 +25,9 @@
 // own), so a stream is to be cut into multiples of 2 or 4; then, as in every other mode, the
 // samples do not depend on where it's cut.
 //
-// Memory: the stages' states, taken by Resampler_config, at most 286 bytes each; per call the
-// signals between the stages and a kernel's scratch, freed before returning.
+// Memory: the stages' states, taken by Resampler_config, at most 286 bytes each; per call one piece
+// for the signals between the stages and a kernel's scratch, freed before returning. Where memory is
+// short, at either place, Resampler_proc refuses.
 #pragma once
 
 #include "../export.h"

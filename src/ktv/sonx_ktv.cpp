@@ -108,3 +108,15 @@ void sonx_ktv_noise_canceling_enable(void* handle, int enable) {
   __android_log_print(kLogDebug, kLogTag, "%s: %d", "sonx_ktv_noise_canceling_enable", enable);
   set(handle, teka_audio_tx_ktv_noise_canceling_setstatus, enable);
 }
+
+int sonx_ktv_latency(const void* handle) {
+  if (handle == nullptr) return 0;
+  return static_cast<const sonx_ktv_handle_t*>(handle)->chain.compressor->left->delay->delay;
+}
+
+int sonx_ktv_bypasses(const void* handle) {
+  if (handle == nullptr) return 1;
+  const teka_audio_tx_ktv_t& chain = static_cast<const sonx_ktv_handle_t*>(handle)->chain;
+  return !chain.howling->status && !chain.gramophone->status && !chain.eq->status &&
+         !chain.reverb->status && !chain.iirecho->status && !chain.compressor->status;
+}

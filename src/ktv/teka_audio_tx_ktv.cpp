@@ -66,7 +66,9 @@ void teka_audio_tx_ktv_copy_left_to_right(int* left, int* right, int n) {
 
 void teka_audio_tx_ktv_core_process(teka_audio_tx_ktv_t* chain, int* left, int* right, int n) {
   if (!has_memory(chain)) return teka_audio_tx_ktv_copy_left_to_right(left, right, n);
-  tekaNs_canceling_setstatus(chain->ns, 0);  // the noise path stays off, whatever was asked for
+  // The interface has the noise path built and settable, but switched off by every call: what
+  // noise_canceling_setstatus asked for is reported until here, and the path never runs.
+  tekaNs_canceling_setstatus(chain->ns, 0);
   if (chain->ns->status) noise_path(chain, left, reinterpret_cast<short*>(right), n);
   if (chain->howling->status) howling_canceling_process(chain->howling, left, left, n);
   if (chain->gramophone->status) gramophone_process(chain->gramophone, left, left, n);

@@ -23,6 +23,10 @@
 //   real, there and back  86.6  81.5  78.6  76.2  73.7  71.1  68.5  65.6  62.8  59.9
 #pragma once
 
+#ifndef __cplusplus
+#error "The functions of this header have C++ linkage."
+#endif
+
 #include "../export.h"
 
 // Moves pair k to the index with the reversed bits of k; doing it twice restores the order. The

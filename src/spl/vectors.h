@@ -4,6 +4,10 @@
 // 0, an index is -1. All results are exact; nothing here saturates, wraps or keeps state.
 #pragma once
 
+#ifndef __cplusplus
+#error "The functions of this header have C++ linkage."
+#endif
+
 #include "../export.h"
 
 // out[0..n) = value.

@@ -24,7 +24,8 @@ audio_effect_control_acdb_t any_record(trial& t) {
   return record;
 }
 
-// A module's record of words, by its setter and its getter; draw() gives some words of their own.
+// A module's record of words, by its setter and its getter; draw() gives some
+// words of their own.
 template <auto setter, auto getter, typename Record>
 void set_record(trial& t, teka_hp_effect_t* chain, void (*draw)(trial&, Record&)) {
   std::array<int, sizeof(Record) / sizeof(int)> words;
@@ -84,8 +85,18 @@ template <typename Sample>
 void headphone_chain(trial& t) {
   held<teka_hp_effect_t, teka_hp_effect_init, teka_hp_effect_end> c;
   teka_hp_effect_setstatus(&c, 1);
-  const unsigned form = t.roll(2);
+  const unsigned form = t.roll(3);
   const auto process = [&](Sample* a, Sample* b, Sample* out_a, Sample* out_b, int n) {
+    if constexpr (sizeof(Sample) == 4) {
+      if (form == 2 && out_a != out_b) {
+        const std::vector<int> left(a, a + n), right(b, b + n);
+        std::copy(left.begin(), left.end(), out_a);
+        std::copy(right.begin(), right.end(), out_b);
+        teka_hp_effect_core_process(&c, out_a, out_b, n);
+        if (c.switch_counter >= 0) --c.switch_counter;
+        return;
+      }
+    }
     if (form == 0) {
       teka_hp_effect_process_v2(&c, 8 * sizeof(Sample), a, b, out_a, out_b, n);
     } else if constexpr (sizeof(Sample) == 2) {
@@ -194,9 +205,10 @@ void echo(trial& t) {
       });
 }
 
-// A room that feeds back: what the canceller puts out returns some 400 samples later through a
-// resonance that moves now and then. Besides there are tones from outside, or short noises. The
-// first trial goes on until its notches have been given up again.
+// A room that feeds back: what the canceller puts out returns some 400 samples
+// later through a resonance that moves now and then. Besides there are tones
+// from outside, or short noises. The first trial goes on until its notches have
+// been given up again.
 void howling(trial& t) {
   constexpr int kPeriod = 240, kOne = 1 << 28;
   held<howlingCancel, howling_canceling_init, howling_canceling_end> canceller;
@@ -297,9 +309,15 @@ void set_karaoke(trial& t, teka_audio_tx_ktv_t* c) {
 template <typename Sample>
 void karaoke_chain(trial& t) {
   held<teka_audio_tx_ktv_t, teka_audio_tx_ktv_init, teka_audio_tx_ktv_end> c;
-  const unsigned form = t.roll(2);
+  const unsigned form = t.roll(3);
   t.run<Sample, 1, 2>(
       [&](Sample* in, Sample* left, Sample* right, int n) {
+        if constexpr (sizeof(Sample) == 4) {
+          if (form == 2 && left != right) {
+            std::copy_n(std::vector<int>(in, in + n).begin(), n, left);
+            return teka_audio_tx_ktv_core_process(&c, left, right, n);
+          }
+        }
         if (form == 0)
           teka_audio_tx_ktv_process(&c, 8 * sizeof(Sample), in, left, right, n);
         else if (sizeof(Sample) == 2)

@@ -174,6 +174,7 @@ block_function own_boost() {
 block_function own_smart_volume() {
   auto control = own<smart_volume_control_t, smart_volume_control_init, smart_volume_control_end>();
   smart_volume_control_reset(control.get());
+  control->gain = control->gain_init;  // the rack doesn't wait for a loud block
   return stereo(control, smart_volume_control_process);
 }
 

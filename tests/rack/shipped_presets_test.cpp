@@ -46,14 +46,14 @@ const std::map<std::string, uint64_t> kHashes = {
     {"headphones-tamed-treble", 15357003340442412325u},
     {"karaoke-arena", 2044453454918661669u},
     {"karaoke-club", 7124717659977063717u},
-    {"karaoke-studio", 5527261952348586533u},
-    {"late-evening", 17602530586177052709u},
-    {"loudspeakers", 17254331589434016805u},
-    {"noisy-speech", 3162391369253064997u},
+    {"karaoke-studio", 18044566225189319973u},
+    {"late-evening", 3302051394049787941u},
+    {"loudspeakers", 13555144053954517797u},
+    {"noisy-speech", 9385791563976538917u},
     {"old-record", 15634511134067300389u},
     {"small-room", 1092497115738273829u},
     {"small-speaker", 2388291720685706021u},
-    {"speech", 11704212527039801381u},
+    {"speech", 12046402081784249125u},
 };
 
 }  // namespace

@@ -54,6 +54,7 @@ TEST_F(Tool, WhatIsWrongWithARackIsSaidInOneLine) {
   write("in.wav", noise(48000, 2, 0.1));
   write("slow.wav", noise(22050, 2, 0.1));
   std::ofstream(path("bad.toml")) << "sonx = 1\n[[effect]]\nid = \"reverb\"\nromo = 1\n";
+  std::ofstream(path("eq.txt")) << "Filter: ON NO Fc 50 Hz\n";
   std::ofstream(path("two.toml")) << "sonx = 1\n[[effect]]\nid = \"reverb\"\n[[effect]]\nid = "
                                      "\"reverb\"\n";
   const std::array<const char*, 2> wrong[] = {
@@ -75,6 +76,8 @@ TEST_F(Tool, WhatIsWrongWithARackIsSaidInOneLine) {
       {"play slow.wav o.wav --preset two.toml --no-convert", "works at 44100, 48000, 96000 and"},
       {"play in.wav in.wav o --preset two.toml", "two files would become 'o/in.wav'"},
       {"preset check bad.toml", "line 4"},
+      {"import eq.txt -o o.wav", "'eq.txt': line 1: filter type 'NO' isn't supported"},
+      {"export two.toml --as d", "d not in"},
       {"effects revreb", "did you mean 'reverb'?"}};
   for (const auto& [arguments, part] : wrong) {
     EXPECT_EQ(run(arguments), 1) << arguments;

@@ -11,6 +11,8 @@ namespace sonx {
 void add_play_command(CLI::App& app);
 void add_effects_command(CLI::App& app);
 void add_preset_command(CLI::App& app);
+void add_import_command(CLI::App& app);
+void add_export_command(CLI::App& app);
 void add_hp_command(CLI::App& app);
 void add_response_command(CLI::App& app);
 void add_boost_command(CLI::App& app);

@@ -41,6 +41,8 @@ int run(int argc, char** argv) {
   sonx::add_play_command(app);
   sonx::add_effects_command(app);
   sonx::add_preset_command(app);
+  sonx::add_import_command(app);
+  sonx::add_export_command(app);
   sonx::add_hp_command(app);
   sonx::add_response_command(app);
   sonx::add_boost_command(app);

@@ -23,15 +23,6 @@ constexpr int kMaxFrames = 4096;
 
 [[noreturn]] void fail(const std::string& text) { throw std::runtime_error(text); }
 
-std::string read_text(const std::string& file) {
-  errno = 0;
-  std::ifstream in(file, std::ios::binary);
-  std::stringstream text;
-  text << in.rdbuf();
-  if (!in || in.bad()) fail("cannot read '" + file + "': " + std::strerror(errno ? errno : EIO));
-  return text.str();
-}
-
 // A whole number of one or more digits; -1 for any other text.
 int whole_number(const std::string& text) {
   int number = -1;
@@ -136,6 +127,15 @@ const sonx_effect& require_effect(const std::string& id) {
   return *effect;
 }
 
+std::string read_text(const std::string& file) {
+  errno = 0;
+  std::ifstream in(file, std::ios::binary);
+  std::stringstream text;
+  text << in.rdbuf();
+  if (!in || in.bad()) fail("cannot read '" + file + "': " + std::strerror(errno ? errno : EIO));
+  return text.str();
+}
+
 assignment::assignment(const std::string& text_) : text(text_) {
   const size_t equals = text.find('='), dot = text.find('.');
   if (dot == std::string::npos || equals == std::string::npos || dot > equals || dot == 0 ||
@@ -179,14 +179,19 @@ rack::rack(const rack_recipe& recipe, int rate)
   if (recipe.bypass) enable(false);
 }
 
-std::string rack::save() const {
-  const int length = sonx_rack_save(state_.get(), nullptr, 0);
+// A text that the rack writes.
+static std::string written(int (*write)(const sonx_rack*, char*, size_t), const sonx_rack* state) {
+  const int length = write(state, nullptr, 0);
   if (length < 0) throw std::bad_alloc();
   std::string text(static_cast<size_t>(length) + 1, '\0');
-  sonx_rack_save(state_.get(), text.data(), text.size());
+  write(state, text.data(), text.size());
   text.pop_back();
   return text;
 }
+
+std::string rack::save() const { return written(sonx_rack_save, state_.get()); }
+
+std::string rack::export_c() const { return written(sonx_rack_export_c, state_.get()); }
 
 int rack::find_slot(const assignment& wanted) const {
   const std::string where = "'" + wanted.text + "': ";

@@ -61,6 +61,8 @@ class rack {
   double get(int slot, int parameter) const { return sonx_rack_get(state_.get(), slot, parameter); }
   std::string save() const;
 
+  std::string export_c() const;
+
   rack_change find(const assignment& wanted) const;
   void apply(const rack_change& change);
   void enable(bool on) { sonx_rack_enable(state_.get(), -1, on ? 1 : 0); }
@@ -91,6 +93,9 @@ struct rack_options {
 
 // The effect of this id; throws, with the nearest known one.
 const sonx_effect& require_effect(const std::string& id);
+
+// A text file's content; throws.
+std::string read_text(const std::string& file);
 
 // A preset's file and nothing else.
 rack_recipe read_recipe(const std::string& file);

@@ -33,9 +33,9 @@
 // Nothing clicks and nothing mutes. A parameter may jump or be dragged, a slot or the rack be
 // switched, another preset be loaded while music plays: a second instance of the effect takes the
 // new settings and runs along unheard until its filters and tails are filled, then it's faded in.
-// That takes from 20 ms to some tenths of a second; what is set meanwhile comes in with the next
-// round. What is set or loaded before the first frames are processed, or between a reset and the
-// frames after it, holds from their first frame on.
+// That takes from 60 ms to some tenths of a second, for a long room or a slow echo up to two; what
+// is set meanwhile comes in with the next round. What is set or loaded before the first frames are
+// processed, or between a reset and the frames after it, holds from their first frame on.
 //
 // Samples inside are 24-bit whole numbers, and the same calls give the same bits on every platform,
 // however the frames are cut into calls. Full scale is 1.0 in floating point, 2^31 and 2^15 in
@@ -58,9 +58,6 @@
 // between, but that destroy comes last. set, enable and get never wait; load, save and the rest
 // may wait for each other, never for the audio thread, and the audio thread never waits for
 // anybody.
-//
-// One thing is shared by the whole process: howling-canceller and karaoke keep a part of their
-// analysis there, so racks that hold one of them must process on the same thread.
 //
 // The effects' debug lines go nowhere.
 #pragma once
@@ -111,6 +108,21 @@ SONX_RACK_EXPORT const sonx_effect* sonx_effect_at(int index);
 // Null if no effect has this id, or it is null.
 SONX_RACK_EXPORT const sonx_effect* sonx_effect_find(const char* id);
 
+// ---- Texts of other programs.
+
+// Makes a preset of equalizer settings as they are published: lines `Preamp: -6.2 dB` and
+// `Filter 1: ON PK Fc 105 Hz Gain -3.2 dB Q 0.70` with the types PK, LS, LSC, HS, HSC, LP, LPQ, HP,
+// HPQ and AP, or a line `GraphicEQ: 20 0.0; 21 -0.3; ..`, which ten sections are fitted to. Byte
+// order marks, any line ends, decimal commas and comments behind # are read.
+//
+// 0: the report, lines of text, says what was taken, how well a curve was fitted, how much the
+// whole curve raises and whether the preamp makes room for that; auto_preamp (not 0) makes the
+// preamp what is needed. Above 0: that many faults, for which the report has a line each, "line 7:
+// ..", and the preset is empty. -1: short memory, or a preset longer than size; 64 sections fit
+// into 8192 bytes. Both texts end with a zero, the report is cut to its size.
+SONX_RACK_EXPORT int sonx_rack_import(const char* text, int auto_preamp, char* preset, size_t size,
+                                      char* report, size_t report_size);
+
 // ---- A rack. Functions with a result answer 0, null or -1 for a null rack, the others do nothing.
 
 typedef struct sonx_rack sonx_rack;
@@ -130,6 +142,11 @@ SONX_RACK_EXPORT int sonx_rack_load(sonx_rack* rack, const char* preset, char* e
 // Writes the present settings as a preset, ended by a zero and cut to size bytes; preset may be
 // null if size is 0. The bytes needed without the zero, or -1 for short memory.
 SONX_RACK_EXPORT int sonx_rack_save(const sonx_rack* rack, char* preset, size_t size);
+
+// Writes the present settings as C, for a program that drives the effects' own library: the
+// parameter record for what a headphone handle can do, coefficients and gains for the parametric
+// equalizer's setters, with a comment for each slot. Ends, cuts and answers as save does.
+SONX_RACK_EXPORT int sonx_rack_export_c(const sonx_rack* rack, char* text, size_t size);
 
 SONX_RACK_EXPORT int sonx_rack_slot_count(const sonx_rack* rack);
 

@@ -1,20 +1,11 @@
 #include <gtest/gtest.h>
 
-#include "hp/channel_balance.h"
 #include "hp/smooth_volume.h"
 #include "support/signals.h"
 
 namespace {
 
 using frame = std::pair<int, int>;  // left, right
-
-frame balanced(int ratio, frame in) {
-  channel_balance_t balance;
-  channel_balance_init(&balance);
-  channel_balance_set_channel_ration(&balance, ratio);
-  channel_balance_process_stereo(&balance, &in.first, &in.second, &in.first, &in.second, 1);
-  return in;
-}
 
 smooth_volume_t stage_at(int gain, int target) {
   smooth_volume_t stage;
@@ -41,20 +32,6 @@ int frames_to_target(smooth_volume_t stage) {
 }
 
 }  // namespace
-
-TEST(ChannelBalance, MixesByTheRatio) {
-  EXPECT_EQ(balanced(4096, {1000, 3000}), (frame{2000, 3000}));
-  EXPECT_EQ(balanced(-4096, {1000, 3000}), (frame{1000, 2000}));
-  EXPECT_EQ(balanced(8192, {1000, 3000}), (frame{3000, 3000}));
-  EXPECT_EQ(balanced(-8192, {1000, 3000}), (frame{1000, 1000}));
-  EXPECT_EQ(balanced(1, {0, -1}), (frame{-1, -1})) << "rounds down and keeps -1";
-  for (int x : {INT32_MAX, INT32_MIN, -1, 0}) EXPECT_EQ(balanced(0, {x, x}), (frame{x, x}));
-  // -1 times the left plus twice the right: 2^31 + 2^32 and its negative are out of range.
-  EXPECT_EQ(balanced(16384, {INT32_MIN, INT32_MAX}), (frame{INT32_MAX, INT32_MAX}));
-  EXPECT_EQ(balanced(-16384, {INT32_MIN, INT32_MAX}), (frame{INT32_MIN, INT32_MIN}));
-  // (1000 x 2^31) / 8192, the lowest ratio there is.
-  EXPECT_EQ(balanced(INT32_MIN, {1000, 0}), (frame{1000, 262144000}));
-}
 
 TEST(SmoothVolume, RampsToItsTarget) {
   smooth_volume_t stage;

@@ -1,0 +1,95 @@
+// sonx import and export: presets from other programs' equalizer settings, and presets as C.
+#include <CLI/CLI.hpp>
+
+#include <cstdio>
+#include <memory>
+#include <sstream>
+#include <stdexcept>
+#include <string>
+
+#include "commands.h"
+#include "messages.h"
+#include "pending_file.h"
+#include "rack_host.h"
+
+namespace sonx {
+
+namespace {
+
+const char* const kImportFooter =
+    R"(Reads equalizer settings as headphone-correction projects and equalizer programs
+publish them:
+  Preamp: -6.2 dB
+  Filter 1: ON PK Fc 105 Hz Gain -3.2 dB Q 0.70
+with PK, LS, LSC, HS, HSC, LP, LPQ, HP, HPQ and AP; or
+  GraphicEQ: 20 0.0; 21 -0.3; 23 -0.9; ..
+which ten sections are fitted to. What can't be taken is said line by line, and
+then nothing is written.
+
+Examples:
+  sonx import headphones.txt -o headphones.toml
+  sonx import headphones.txt --auto-preamp -o headphones.toml)";
+
+constexpr size_t kPresetSize = 1 << 16, kReportSize = 1 << 16;
+
+struct import_options {
+  std::string in, out = "-";
+  bool auto_preamp = false;
+};
+
+void show_faults(const std::string& file, const std::string& report) {
+  std::istringstream lines(report);
+  for (std::string line; std::getline(lines, line);)
+    std::fprintf(stderr, "sonx: '%s': %s\n", file.c_str(), line.c_str());
+}
+
+void import(const import_options& options) {
+  std::string preset(kPresetSize, '\0'), report(kReportSize, '\0');
+  const int faults = sonx_rack_import(read_text(options.in).c_str(), options.auto_preamp ? 1 : 0,
+                                      preset.data(), preset.size(), report.data(), report.size());
+  if (faults < 0) throw std::runtime_error("'" + options.in + "': too many filters");
+  if (faults > 0) {
+    show_faults(options.in, report.c_str());
+    throw CLI::RuntimeError(1);
+  }
+  write_text_file(options.out, preset.c_str());
+  say("%s", report.c_str());
+  if (options.out != "-") say("written: %s\n", options.out.c_str());
+}
+
+struct export_options {
+  std::string preset, form = "c", out = "-";
+  int rate = 48000;
+};
+
+void export_preset(const export_options& options) {
+  write_text_file(options.out, rack(read_recipe(options.preset), options.rate).export_c());
+}
+
+}  // namespace
+
+void add_import_command(CLI::App& app) {
+  CLI::App* command = app.add_subcommand("import", "make a preset of published equalizer settings");
+  auto options = std::make_shared<import_options>();
+  command->footer(kImportFooter);
+  command->add_option("FILE", options->in, "text to read")->required();
+  command->add_option("-o,--out", options->out, "preset to write; without it standard output");
+  command->add_flag("--auto-preamp", options->auto_preamp,
+                    "set the preamp to what the whole curve needs");
+  command->callback([options] { import(*options); });
+}
+
+void add_export_command(CLI::App& app) {
+  CLI::App* command = app.add_subcommand("export", "write a preset in another form");
+  auto options = std::make_shared<export_options>();
+  command->footer("Example:\n  sonx export headphones.toml --as c -o headphones.h");
+  command->add_option("FILE", options->preset, "preset")->required();
+  command->add_option("--as", options->form, "c: initialisers for the effects' library")
+      ->check(CLI::IsMember({"c"}))
+      ->capture_default_str();
+  command->add_option("--rate", options->rate, "of the coefficients, in Hz")->capture_default_str();
+  command->add_option("-o,--out", options->out, "file to write; without it standard output");
+  command->callback([options] { export_preset(*options); });
+}
+
+}  // namespace sonx
