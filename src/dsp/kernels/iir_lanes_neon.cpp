@@ -33,9 +33,6 @@ inline int32x4_t result(sums sum) {
 }
 
 // changed where the mask is set, otherwise as it was.
-inline int32x4_t change(uint32x4_t mask, int32x4_t changed, int32x4_t was) {
-  return vbslq_s32(mask, changed, was);
-}
 inline sums change(uint32x4_t mask, sums changed, sums was) {
   const int32x4_t m = vreinterpretq_s32_u32(mask);
   const auto low = vreinterpretq_u64_s64(vmovl_s32(vget_low_s32(m)));
