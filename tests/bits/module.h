@@ -10,6 +10,7 @@
 #include "effects/equalizer.h"
 #include "hp/audio_effect_control.h"
 #include "hp/module_parameters.h"
+#include "support/run_through.h"
 
 #define LIFE(stem) stem##_init, stem##_end
 // A setter and its getter, as most of them are named.
@@ -149,32 +150,6 @@ void use_some(trial& t, Record* record) {
   for (size_t i = 0; i <= sizeof...(uses) / 8; ++i) {
     unsigned which = t.roll(sizeof...(uses));
     ((which-- == 0 ? use<uses>(t, record) : void()), ...);
-  }
-}
-
-// A process function takes a block, a frame or a sample.
-template <typename Sample, typename Process, typename Record>
-void run_through(Process process, Record* r, Sample* const (&at)[4], int n) {
-  const auto [a, b, c, d] = at;
-  if constexpr (requires { process(r, a, b, c, d, n); }) {
-    process(r, a, b, c, d, n);
-  } else if constexpr (requires { process(r, a, c, d, n); }) {
-    process(r, a, c, d, n);
-  } else if constexpr (requires { process(r, a, c, n); }) {
-    process(r, a, c, n);
-  } else {
-    for (int i = 0; i < n; ++i) {
-      if constexpr (requires { process(r, a, b, c, d); })
-        process(r, a + i, b + i, c + i, d + i);
-      else if constexpr (requires { process(r, a, c, d); })
-        process(r, a + i, c + i, d + i);
-      else if constexpr (requires { process(r, a, c); })
-        process(r, a + i, c + i);
-      else if constexpr (requires { process(r, *a); })
-        c[i] = process(r, a[i]);
-      else
-        c[i] = process(a[i], r);
-    }
   }
 }
 
