@@ -1,5 +1,7 @@
 // The subcommands that drive the rack.
 #include <array>
+#include <sstream>
+#include <tuple>
 
 #include "tool.h"
 
@@ -40,6 +42,25 @@ TEST_F(Tool, SeveralFilesComeOutTheSameHoweverManyAreWorkedOnAtOnce) {
   EXPECT_EQ(read_text(path("one/c.wav")), read_text(path("alone.wav")));
 }
 
+// An all-pass turns by half a turn at its frequency, where its delay is 2 Q / (pi f), whatever delay
+// stands behind it.
+TEST_F(Tool, ARacksLevelPhaseAndGroupDelayAreMeasured) {
+  const std::string all_pass =
+      "--set parametric-equalizer.band1_type=all-pass --set "
+      "parametric-equalizer.band1_frequency=500 "
+      "--set parametric-equalizer.preamp=-6 --set smart-volume.enabled=off --hertz 500 --show ";
+  const std::tuple<const char*, double, double> views[] = {
+      {"level", -6, 0.01}, {"phase", 180, 1}, {"delay", 1.273, 0.02}};
+  for (const auto& [name, expected, tolerance] : views) {
+    ASSERT_EQ(run("response " + all_pass + name), 0) << output_;
+    std::istringstream row(output_.substr(output_.rfind('\n', output_.size() - 2)));
+    double hertz = 0, left = 0, right = 0;
+    row >> hertz >> left >> right;
+    EXPECT_NEAR(std::abs(left) * (expected < 0 ? -1 : 1), expected, tolerance) << output_;
+    EXPECT_EQ(left, right);
+  }
+}
+
 TEST_F(Tool, APresetThatIsSavedSoundsAsWhatItWasSavedFrom) {
   write("in.wav", noise(48000, 2, 0.3));
   ASSERT_EQ(run("preset save room.toml " + kReverb), 0) << output_;
@@ -78,6 +99,7 @@ TEST_F(Tool, WhatIsWrongWithARackIsSaidInOneLine) {
       {"preset check bad.toml", "line 4"},
       {"import eq.txt -o o.wav", "'eq.txt': line 1: filter type 'NO' isn't supported"},
       {"export two.toml --as d", "d not in"},
+      {"response", "a --preset or a --set is missing"},
       {"effects revreb", "did you mean 'reverb'?"}};
   for (const auto& [arguments, part] : wrong) {
     EXPECT_EQ(run(arguments), 1) << arguments;

@@ -1,4 +1,5 @@
-// sonx response: the magnitude response of settings, measured on the library itself.
+// sonx response: the magnitude response of settings, measured on the library
+// itself.
 #include <hp/sonx_hp_effect.h>
 
 #include <CLI/CLI.hpp>
@@ -16,6 +17,7 @@
 #include "ktv.h"
 #include "messages.h"
 #include "pending_file.h"
+#include "rack_host.h"
 #include "render.h"
 #include "settings.h"
 #include "svg_plot.h"
@@ -32,16 +34,20 @@ constexpr int kTablePerOctave = 3;
 constexpr int kCombSmoothing = 12;
 
 const char* const kFooter =
-    R"(Measures the headphone effect, with the command ktv or boost behind it the
-karaoke chain or the speaker boost. A repeating 11 s sine sweep runs through the
+    R"(Measures a rack, as it is shipped; with the command hp, ktv or boost behind it the
+headphone effect, the karaoke chain or the speaker boost. A repeating 11 s sine sweep runs through the
 library and the spectra are compared; the start-up is over before the
 measurement begins. The level matters where an effect follows it: the default
 stays clear of limiters. What distorts is shown without its harmonics.
 
+Phase and group delay are what is left when the latency is taken out; the phase
+is unrolled from the lowest frequency on.
+
 Examples:
-  sonx response --effect eq --eq 6,0,0,0,0,-6 --svg eq.svg
-  sonx response --effect bass --also "--effect preset" --also "--adapter 1" --svg three.svg
-  sonx response --effect widening --input left --rate 44100 --csv left.csv
+  sonx response --preset headphones.toml --svg headphones.svg
+  sonx response --preset a.toml --also "--preset b.toml" --show delay --svg two.svg
+  sonx response --set reverb.room=60 --set reverb.dry=100 --input left --csv left.csv
+  sonx response hp --effect bass --also "--effect preset" --also "--adapter 1" --svg three.svg
   sonx response ktv --gramophone --also "--eq -6,-4,-2,0,0,1,3,3,2" --svg voice.svg
   sonx response boost --also "--nld-gain 0" --svg boost.svg)";
 
@@ -49,6 +55,7 @@ struct response_options {
   int rate = 48000;
   double level = -30;  // dBFS, of the sweep
   std::string input = "both";
+  std::string show = "level";
   int smoothing = -1;
   std::vector<std::string> also;
   std::vector<double> hertz;  // of the table
@@ -61,9 +68,52 @@ struct subject {
   std::string label;
   bool combed;  // by delays and reverberation
   sweep_process process;
+  int latency = 0;  // frames
 };
 
+// What can be shown of a response.
+struct view {
+  const char *name, *value, *unit;
+};
+constexpr view kViews[] = {{"level", "level, dB", "dB"},
+                           {"phase", "phase, degrees", "deg"},
+                           {"delay", "group delay, ms", "ms"}};
+
+const view& find_view(const std::string& name) {
+  return *std::find_if(std::begin(kViews), std::end(kViews),
+                       [&](const view& one) { return name == one.name; });
+}
+
 // Each chain with its options: what the command line needs of it.
+
+struct rack_chain {
+  static constexpr const char* kTitle = "Rack";
+  static constexpr bool kStereoIn = true;
+  inline static const std::vector<int> kRates = {8000, 16000, 32000, 44100, 48000, 96000, 192000};
+  rack_options options;
+
+  void add_to(CLI::App& app) { options.add_to(app); }
+
+  subject make(int rate) const {
+    const rack_recipe recipe = options.recipe();
+    auto its = std::make_shared<rack>(recipe, rate);
+    std::string label = recipe.label;
+    for (const assignment& one : recipe.sets) label += (label.empty() ? "" : ", ") + one.text;
+    if (label.empty()) throw std::runtime_error("a --preset or a --set is missing");
+    const bool long_tail = its->tail() < 0 || its->tail() > rate / 2;
+    return {label, long_tail,
+            [=, planes = std::vector<float>(2 * kSweepPeriod)](auto& in, auto& out) mutable {
+              float* const at[] = {planes.data(), planes.data() + kSweepPeriod};
+              for (size_t i = 0; i < in.size(); ++i) {
+                in[i] = std::rint(in[i] * 0x1p23F) / 0x1p23F;
+                at[i % 2][i / 2] = in[i];
+              }
+              its->process(at, 2, static_cast<int>(kSweepPeriod));
+              for (size_t i = 0; i < out.size(); ++i) out[i] = at[i % 2][i / 2];
+            },
+            its->latency()};
+  }
+};
 
 struct hp_chain {
   static constexpr const char* kTitle = "Headphone effect";
@@ -88,7 +138,8 @@ struct hp_chain {
               period.decode(in.data(), words.data());
               effect->process(period.data(), period.bytes());
               period.decode(out.data(), words.data());
-            }};
+            },
+            chain_delay(rate)};
   }
 };
 
@@ -103,7 +154,9 @@ struct ktv_chain {
   subject make(int) const {
     const karaoke_stages stages = options.stages();
     if (stages.howling)
-      warn("the howling canceller takes the sweep for a howl: its curve is what it does to that");
+      warn(
+          "the howling canceller takes the sweep for a howl: its curve is "
+          "what it does to that");
     auto chain = std::make_shared<karaoke>(parse_stages(stages));
     std::string label = describe(stages);
     for (size_t at; (at = label.find('\n')) != std::string::npos;) label.replace(at, 1, ", ");
@@ -164,11 +217,19 @@ std::vector<double> frequencies_around_1_khz(int per_octave) {
   }
 }
 
-plot_curve sample(const std::string& label, const response& measured, int smoothing,
-                  const std::vector<double>& frequencies) {
-  plot_curve curve{label, {}, {}};
+// Without the jumps from one turn to the next.
+void unroll(std::vector<double>& phases) {
+  for (size_t i = 1; i < phases.size(); ++i)
+    phases[i] -= 360 * std::round((phases[i] - phases[i - 1]) / 360);
+}
+
+plot_curve sample(const subject& of, const response& measured, const response_options& how,
+                  int smoothing, const std::vector<double>& frequencies) {
+  plot_curve curve{of.label, {}, {}};
   for (const double hertz : frequencies) {
-    const auto [left, right] = measured.at(hertz, smoothing);
+    const auto [left, right] = how.show == "phase"   ? measured.phase(hertz, of.latency)
+                               : how.show == "delay" ? measured.delay(hertz, of.latency)
+                                                     : measured.at(hertz, smoothing);
     curve.left.push_back(left);
     curve.right.push_back(right);
   }
@@ -176,7 +237,7 @@ plot_curve sample(const std::string& label, const response& measured, int smooth
 }
 
 // One line per frequency, each curve with left and right.
-void print_table(const response_plot& table) {
+void print_table(const response_plot& table, const char* unit) {
   const bool many = table.curves.size() > 1;
   say("%s, %s\n", table.title.c_str(), table.note.c_str());
   for (size_t i = 0; i < table.curves.size(); ++i)
@@ -185,7 +246,7 @@ void print_table(const response_plot& table) {
   say("\n%9s", "Hz");
   for (size_t i = 0; i < table.curves.size(); ++i) {
     const std::string number = many ? std::to_string(i + 1) + " " : "";
-    say(" %10s %10s", (number + "left dB").c_str(), (number + "right dB").c_str());
+    say(" %10s %10s", (number + "left " + unit).c_str(), (number + "right " + unit).c_str());
   }
   say("\n");
   for (size_t row = 0; row < table.frequencies.size(); ++row) {
@@ -196,11 +257,11 @@ void print_table(const response_plot& table) {
   }
 }
 
-std::string to_csv(const response_plot& plot) {
+std::string to_csv(const response_plot& plot, const std::string& unit) {
   std::string text = "frequency_hz";
   for (size_t i = 0; i < plot.curves.size(); ++i) {
     const std::string number = plot.curves.size() > 1 ? "_" + std::to_string(i + 1) : "";
-    text += ",left" + number + "_db,right" + number + "_db";
+    text += ",left" + number + "_" + unit + ",right" + number + "_" + unit;
   }
   for (size_t row = 0; row < plot.frequencies.size(); ++row) {
     char cell[64];
@@ -234,26 +295,34 @@ void run(const response_options& options, const Chain& chain) {
   std::vector<subject> subjects = {chain.make(options.rate)};
   for (const std::string& text : options.also)
     subjects.push_back(make_also<Chain>(text, options.rate));
-  // Delays and reverberation comb the response; a twelfth of an octave shows what the ear makes of
-  // it.
+  // Delays and reverberation comb the response; a twelfth of an octave shows
+  // what the ear makes of it.
   bool combed = false;
   for (const subject& one : subjects) combed = combed || one.combed;
   const int smoothing = options.smoothing >= 0 ? options.smoothing : combed ? kCombSmoothing : 0;
 
+  const view& shown = find_view(options.show);
   const std::string note = describe_measurement(options, Chain::kStereoIn, smoothing);
-  response_plot plot{Chain::kTitle, note, frequencies_around_1_khz(kPlotPerOctave), {}};
+  response_plot plot{
+      Chain::kTitle, note, frequencies_around_1_khz(kPlotPerOctave), {}, shown.value};
   response_plot table = plot;
   table.frequencies =
       options.hertz.empty() ? frequencies_around_1_khz(kTablePerOctave) : options.hertz;
   for (const subject& one : subjects) {
     const response measured =
         measure_response({options.rate, options.level, options.input}, one.process);
-    plot.curves.push_back(sample(one.label, measured, smoothing, plot.frequencies));
-    table.curves.push_back(sample(one.label, measured, smoothing, table.frequencies));
+    plot.curves.push_back(sample(one, measured, options, smoothing, plot.frequencies));
+    table.curves.push_back(sample(one, measured, options, smoothing, table.frequencies));
   }
+  if (options.show == "phase")
+    for (plot_curve& curve : plot.curves) {
+      unroll(curve.left);
+      unroll(curve.right);
+    }
   if (!options.svg.empty()) write_text_file(options.svg, draw_svg(plot));
-  if (!options.csv.empty()) write_text_file(options.csv, to_csv(plot));
-  print_table(table);
+  if (!options.csv.empty())
+    write_text_file(options.csv, to_csv(plot, std::string(shown.unit) == "dB" ? "db" : shown.unit));
+  print_table(table, shown.unit);
 }
 
 template <typename Chain>
@@ -263,10 +332,14 @@ void add_chain(CLI::App& command) {
   chain->add_to(command);
   command
       .add_option("--also", options->also,
-                  "one more curve: the options of other settings, in quotes; can be repeated")
+                  "one more curve: the options of other settings, in quotes; "
+                  "can be repeated")
       ->type_name("OPTIONS")
       ->expected(1)
       ->take_all();
+  command.add_option("--show", options->show, "what of the response: level, phase or delay")
+      ->check(CLI::IsMember({"level", "phase", "delay"}))
+      ->capture_default_str();
   if (Chain::kRates.size() > 1)
     command.add_option("--rate", options->rate, "sample rate in Hz")
         ->check(CLI::IsMember(Chain::kRates))
@@ -299,9 +372,10 @@ void add_chain(CLI::App& command) {
 
 void add_response_command(CLI::App& app) {
   CLI::App* command =
-      app.add_subcommand("response", "measure magnitude responses of settings, and plot them");
+      app.add_subcommand("response", "measure frequency responses of settings, and plot them");
   command->footer(kFooter);
-  add_chain<hp_chain>(*command);
+  add_chain<rack_chain>(*command);
+  add_chain<hp_chain>(*command->add_subcommand("hp", "of the headphone effect"));
   add_chain<ktv_chain>(*command->add_subcommand("ktv", "of the karaoke chain"));
   add_chain<boost_chain>(*command->add_subcommand("boost", "of the speaker boost"));
 }

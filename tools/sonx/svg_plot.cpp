@@ -77,6 +77,15 @@ std::string line(double x1, double y1, double x2, double y2, const std::string& 
                style.c_str());
 }
 
+// 1, 2 or 5 times a power of ten, some eight of which make a span.
+double even_step(double span) {
+  const double least = std::max(span, 0.01) / 8;
+  const double decade = std::pow(10, std::floor(std::log10(least)));
+  for (const double times : {1, 2, 5})
+    if (times * decade >= least) return times * decade;
+  return 10 * decade;
+}
+
 // The ranges of both axes, and the way from values to points of the picture.
 class axes {
  public:
@@ -91,10 +100,12 @@ class axes {
           bottom = std::min(bottom, level);
           top = std::max(top, level);
         }
-    bottom = std::max(bottom, top - 80);
-    step_ = top - bottom > 48 ? 10 : top - bottom > 20 ? 6 : 3;
-    bottom_ = step_ * std::floor((bottom - 1) / step_);
-    top_ = step_ * std::ceil((top + 1) / step_);
+    const bool levels = plot.value.ends_with("dB");
+    if (levels) bottom = std::max(bottom, top - 80);
+    step_ = levels ? (top - bottom > 48 ? 10 : top - bottom > 20 ? 6 : 3) : even_step(top - bottom);
+    const double margin = levels ? 1 : step_ / 4;
+    bottom_ = step_ * std::floor((bottom - margin) / step_);
+    top_ = step_ * std::ceil((top + margin) / step_);
   }
 
   double x(double hertz) const {
@@ -122,9 +133,11 @@ class axes {
       }
     }
     svg += labelled_lines;
-    for (double level = bottom_; level <= top_ + 0.5; level += step_) {
-      svg += line(kLeft, y(level), kWidth - kRight, y(level), level == 0 ? "zero" : "grid");
-      svg += text_at(kLeft - 9, y(level) + 4.5, print("%g", level), "text-anchor='end'");
+    for (double level = bottom_; level <= top_ + step_ / 2; level += step_) {
+      svg += line(kLeft, y(level), kWidth - kRight, y(level),
+                  std::abs(level) < step_ / 2 ? "zero" : "grid");
+      svg += text_at(kLeft - 9, y(level) + 4.5,
+                     print("%g", std::abs(level) < step_ / 2 ? 0 : level), "text-anchor='end'");
     }
     return svg;
   }
@@ -189,10 +202,11 @@ bool sides_differ(const plot_curve& curve) {
 std::string draw_svg(const response_plot& plot) {
   const axes area(plot);
   const auto [legend, height] = draw_legend(plot);
-  std::string svg =
-      print("<svg xmlns='http://www.w3.org/2000/svg' viewBox='0 0 %g %g' width='%g' height='%g'>\n",
-            kWidth, height, kWidth, height) +
-      kStyle + "<rect width='100%' height='100%' rx='6' class='paper'/>\n";
+  std::string svg = print(
+                        "<svg xmlns='http://www.w3.org/2000/svg' viewBox='0 "
+                        "0 %g %g' width='%g' height='%g'>\n",
+                        kWidth, height, kWidth, height) +
+                    kStyle + "<rect width='100%' height='100%' rx='6' class='paper'/>\n";
   svg += text_at(kLeft, 32, plot.title, "class='title'");
   svg += text_at(kLeft, 54, plot.note, "class='soft'");
   svg += area.grid();
@@ -205,9 +219,11 @@ std::string draw_svg(const response_plot& plot) {
   svg += legend;
   svg += text_at((kLeft + kWidth - kRight) / 2, kPlotBottom + 40, "frequency, Hz",
                  "class='soft' text-anchor='middle'");
-  svg += print("<text transform='translate(20 %g) rotate(-90)' class='soft' text-anchor='middle'>",
-               (kTop + kPlotBottom) / 2) +
-         "level, dB</text>\n</svg>\n";
+  svg += print(
+             "<text transform='translate(20 %g) rotate(-90)' class='soft' "
+             "text-anchor='middle'>",
+             (kTop + kPlotBottom) / 2) +
+         escape(plot.value) + "</text>\n</svg>\n";
   return svg;
 }
 

@@ -1,5 +1,5 @@
-// Draws magnitude responses as an SVG picture: frequency on a logarithmic axis, level in dB, and a
-// legend below. It follows the page that shows it, light or dark.
+// Draws curves over frequency as an SVG picture: frequency on a logarithmic
+// axis, and a legend below. It follows the page that shows it, light or dark.
 #pragma once
 
 #include <string>
@@ -9,7 +9,7 @@ namespace sonx {
 
 struct plot_curve {
   std::string label;
-  std::vector<double> left;  // dB, one per frequency
+  std::vector<double> left;  // one per frequency
   std::vector<double> right;
 };
 
@@ -18,6 +18,7 @@ struct response_plot {
   std::string note;                 // small, below the title
   std::vector<double> frequencies;  // Hz, rising
   std::vector<plot_curve> curves;
+  std::string value = "level, dB";  // what the curves show
 };
 
 // Whether left and right differ enough to be seen.

@@ -16,7 +16,7 @@ namespace {
 constexpr size_t kLength = kSweepLength;
 constexpr double kSweepFrom = 10;  // Hz
 
-using spectrum = std::vector<std::complex<double>>;  // bins 0 .. kLength / 2
+using spectrum = response::spectrum;  // bins 0 .. kLength / 2
 
 struct fft_deleter {
   void operator()(kiss_fftr_state* state) const { kiss_fftr_free(state); }
@@ -55,8 +55,8 @@ struct stereo_signal {
   std::vector<float> right;
 };
 
-// Two periods of the sweep through the process; what the second gave. The sweep itself becomes what
-// was fed.
+// Two periods of the sweep through the process; what the second gave. The sweep
+// itself becomes what was fed.
 stereo_signal run_sweep(const sweep& how, const sweep_process& process,
                         std::vector<float>& samples) {
   std::vector<float> in(2 * kSweepPeriod), out(2 * kSweepPeriod);
@@ -77,8 +77,8 @@ stereo_signal run_sweep(const sweep& how, const sweep_process& process,
   return result;
 }
 
-// Power |H|^2 per bin.
-std::vector<double> measure_power(const spectrum& in, const std::vector<float>& out) {
+// H per bin.
+spectrum measure_spectrum(const spectrum& in, const std::vector<float>& out) {
   const spectrum ys = transform(out);
   double strongest = 0;
   for (const auto& x : in) strongest = std::max(strongest, std::norm(x));
@@ -91,42 +91,67 @@ std::vector<double> measure_power(const spectrum& in, const std::vector<float>& 
   std::vector<float> impulse(kLength);
   kiss_fftri(make_plan(true).get(), ratio.data(), impulse.data());
   std::fill(impulse.begin() + kLength / 2, impulse.end(), 0.0f);  // distortion
-  const spectrum response = transform(impulse);
-  std::vector<double> power(response.size());
-  const double scale = 1.0 / (static_cast<double>(kLength) * static_cast<double>(kLength));
-  for (size_t k = 0; k < power.size(); ++k) power[k] = std::norm(response[k]) * scale;
-  return power;
+  spectrum result = transform(impulse);
+  for (auto& one : result) one /= static_cast<double>(kLength);
+  return result;
 }
 
-double level_at(const std::vector<double>& power, double bin, int smoothing) {
+double level_at(const spectrum& h, double bin, int smoothing) {
   const double half = smoothing > 0 ? std::exp2(0.5 / smoothing) : 1;
   const auto first = static_cast<size_t>(std::ceil(bin / half));
-  const auto last = std::min(static_cast<size_t>(bin * half), power.size() - 1);
+  const auto last = std::min(static_cast<size_t>(bin * half), h.size() - 1);
   if (smoothing <= 0 || last < first + 1) {
     const auto below = static_cast<size_t>(bin);
     const double part = bin - static_cast<double>(below);
-    return 10 * std::log10((1 - part) * power[below] + part * power[below + 1]);
+    return 10 * std::log10((1 - part) * std::norm(h[below]) + part * std::norm(h[below + 1]));
   }
   double sum = 0;
-  for (size_t k = first; k <= last; ++k) sum += power[k];
+  for (size_t k = first; k <= last; ++k) sum += std::norm(h[k]);
   return 10 * std::log10(sum / static_cast<double>(last - first + 1));
+}
+
+double phase_at(const spectrum& h, double bin, int latency) {
+  const auto k = static_cast<size_t>(std::lround(bin));
+  const double turn = 2 * std::numbers::pi * static_cast<double>(k) * latency / kLength;
+  return std::arg(h[k] * std::polar(1.0, turn)) * 180 / std::numbers::pi;
+}
+
+// In frames. The phase's slope between neighbours, each weighted with its
+// power.
+double delay_at(const spectrum& h, double bin) {
+  constexpr double kHalfWindow = 1.0293;  // 1/24 octave
+  const auto first = static_cast<size_t>(bin / kHalfWindow);
+  const auto last = std::min(static_cast<size_t>(bin * kHalfWindow) + 1, h.size() - 2);
+  std::complex<double> slope;
+  for (size_t k = first; k <= last; ++k) slope += h[k + 1] * std::conj(h[k]);
+  return -std::arg(slope) * kLength / (2 * std::numbers::pi);
 }
 
 }  // namespace
 
-response::response(int rate, std::vector<double> left, std::vector<double> right)
+response::response(int rate, spectrum left, spectrum right)
     : rate_(rate), left_(std::move(left)), right_(std::move(right)) {}
 
-response::levels response::at(double hertz, int smoothing) const {
+response::sides response::at(double hertz, int smoothing) const {
   const double bin = hertz * kLength / rate_;
   return {level_at(left_, bin, smoothing), level_at(right_, bin, smoothing)};
+}
+
+response::sides response::phase(double hertz, int latency) const {
+  const double bin = hertz * kLength / rate_;
+  return {phase_at(left_, bin, latency), phase_at(right_, bin, latency)};
+}
+
+response::sides response::delay(double hertz, int latency) const {
+  const double bin = hertz * kLength / rate_, ms = 1000.0 / rate_;
+  return {ms * (delay_at(left_, bin) - latency), ms * (delay_at(right_, bin) - latency)};
 }
 
 response measure_response(const sweep& how, const sweep_process& process) {
   std::vector<float> samples = make_sweep(how);
   const stereo_signal out = run_sweep(how, process, samples);
   const spectrum in = transform(samples);
-  return {how.rate, measure_power(in, out.left), measure_power(in, out.right)};
+  return {how.rate, measure_spectrum(in, out.left), measure_spectrum(in, out.right)};
 }
 
 }  // namespace sonx
