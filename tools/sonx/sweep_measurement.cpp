@@ -88,6 +88,8 @@ spectrum measure_spectrum(const spectrum& in, const std::vector<float>& out) {
     const std::complex<double> h = ys[k] * std::conj(in[k]) / (std::norm(in[k]) + floor);
     ratio[k] = {static_cast<float>(h.real()), static_cast<float>(h.imag())};
   }
+  // A constant that a filter comes to rest at is no answer to the sweep, which has none.
+  ratio[0] = {ratio[1].r, 0};
   std::vector<float> impulse(kLength);
   kiss_fftri(make_plan(true).get(), ratio.data(), impulse.data());
   std::fill(impulse.begin() + kLength / 2, impulse.end(), 0.0f);  // distortion
