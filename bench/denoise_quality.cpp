@@ -4,9 +4,13 @@
 //   denoise_quality levels          steady noise with the presence prior, attenuation by level
 //   denoise_quality steady          steady noise with the own prior, and how fast it converges
 //   denoise_quality speech [rate]   speech in noise, beside libspeexdsp's denoiser
+//   denoise_quality tracked         the tracked prior: noise, steps, clean speech, musical noise
+//   denoise_quality beside [rate]   speech in noise, policy 2 alone, beside libspeexdsp's denoiser
 //   denoise_quality clean           level that speech without noise loses
 //   denoise_quality hour [seconds]  an hour of mixed signal: drift, silence, overflow (not in the
 //                                   report; meant for a build with sanitizers)
+//   denoise_quality listen DIR      before, after the own and the tracked prior and libspeexdsp, of
+//                                   each noise, loudness-matched, 16 kHz
 //   denoise_quality render OUT.wav  a voice in the noise of a fan, at 16 kHz
 #include <sndfile.h>
 
@@ -17,6 +21,7 @@
 #include "denoise/measures.h"
 #include "denoise/runs.h"
 #include "denoise/signals.h"
+#include "denoise/tracked.h"
 
 namespace {
 
@@ -196,7 +201,7 @@ class speech_report {
     if (ours != latency_of(rate)) std::exit(2);
   }
 
-  void print(const std::vector<noise_kind>& kinds, const char* title) {
+  void print(const std::vector<background>& kinds, const char* title) {
     std::printf(
         "%s, %d Hz, speech at %.0f dBFS\n\n"
         "| | SNR 0 dB | 5 | 10 | 20 | LSD at 0 dB | 5 | 10 | 20 | ended |\n"
@@ -205,7 +210,7 @@ class speech_report {
     std::map<std::string, std::map<int, score>> rows;
     for (const spoken_clip& clean : clips_) {
       const spectral_distance distance(clean, rate_);
-      for (const noise_kind kind : kinds)
+      for (const background& kind : kinds)
         for (const int snr : kSnrs) add_runs(clean, distance, kind, snr, rows);
     }
     int all_ended = 0;
@@ -223,7 +228,7 @@ class speech_report {
  private:
   static constexpr int kSnrs[] = {0, 5, 10, 20};
 
-  void add_runs(const spoken_clip& clean, const spectral_distance& distance, noise_kind kind,
+  void add_runs(const spoken_clip& clean, const spectral_distance& distance, const background& kind,
                 int snr, std::map<std::string, std::map<int, score>>& rows) {
     std::vector<double> noisy = noise_beside(clean, kind, rate_, snr);
     for (size_t i = 0; i < noisy.size(); ++i) noisy[i] += clean.samples[i];
@@ -236,11 +241,12 @@ class speech_report {
       ++s.runs;
     };
     add("0 not processed", advanced(in, 0));
-    for (const prior source : {prior::own, prior::presence})
+    for (const prior source : {prior::tracked, prior::own, prior::presence})
       for (int policy = 0; policy < kPolicies; ++policy) {
-        const std::string name =
-            (source == prior::own ? "1 own prior, policy " : "2 presence prior, policy ") +
-            std::to_string(policy);
+        const std::string name = (source == prior::tracked ? "1 tracked prior, policy "
+                                  : source == prior::own   ? "2 own prior, policy "
+                                                           : "3 presence prior, policy ") +
+                                 std::to_string(policy);
         const outcome result = run_suppressor(in, rate_, policy, source);
         if (result.ended)
           ++rows[name][snr].ended;
@@ -248,7 +254,7 @@ class speech_report {
           add(name, advanced(result.out, latency_of(rate_)));
       }
     for (const int bound : {-15, -18})
-      add("3 libspeexdsp, " + std::to_string(bound) + " dB",
+      add("4 libspeexdsp, " + std::to_string(bound) + " dB",
           advanced(run_speex(in, rate_, bound), speex_delay_));
   }
 
@@ -293,11 +299,12 @@ void report_speech(int only_rate) {
     if (only_rate != 0 && only_rate != rate) continue;
     speech_report report(rate, kSpeechLevel);
     if (rate == 16000)
-      for (const noise_kind kind : kNoises)
+      for (const background& kind : kBackgrounds)
         report.print({kind}, (std::string("Noise: ") + kind.name).c_str());
-    report.print({std::begin(kNoises), std::end(kNoises)}, "All noises");
+    report.print({std::begin(kBackgrounds), std::end(kBackgrounds)}, "All noises");
     if (rate == 16000)
-      speech_report(rate, -50.0).print({std::begin(kNoises), std::end(kNoises)}, "All noises");
+      speech_report(rate, -50.0)
+          .print({std::begin(kBackgrounds), std::end(kBackgrounds)}, "All noises");
   }
 }
 
@@ -342,23 +349,56 @@ void report_clean() {
   std::printf("\n");
 }
 
-int render(const char* path) {
-  constexpr int kRenderRate = 16000;
-  const spoken_clip voice = at_rate(speech()[1], kRenderRate, kSpeechLevel);
-  std::vector<double> x = noise_beside(voice, kFan, kRenderRate, 5.0);
-  for (size_t i = 0; i < x.size(); ++i) x[i] += voice.samples[i];
-  const pcm out = to_pcm(x);
+bool write_wav(const std::string& path, const pcm& x, int rate) {
   SF_INFO info = {};
-  info.samplerate = kRenderRate;
+  info.samplerate = rate;
   info.channels = 1;
   info.format = SF_FORMAT_WAV | SF_FORMAT_PCM_16;
-  SNDFILE* file = sf_open(path, SFM_WRITE, &info);
+  SNDFILE* file = sf_open(path.c_str(), SFM_WRITE, &info);
   if (!file) {
-    std::fprintf(stderr, "denoise_quality: cannot write %s\n", path);
-    return 2;
+    std::fprintf(stderr, "denoise_quality: cannot write %s\n", path.c_str());
+    return false;
   }
-  sf_writef_short(file, out.data(), static_cast<sf_count_t>(out.size()));
+  sf_writef_short(file, x.data(), static_cast<sf_count_t>(x.size()));
   sf_close(file);
+  return true;
+}
+
+constexpr int kRenderRate = 16000;
+
+pcm voice_in(const spoken_clip& voice, const background& noise, double snr) {
+  std::vector<double> x = noise_beside(voice, noise, kRenderRate, snr);
+  for (size_t i = 0; i < x.size(); ++i) x[i] += voice.samples[i];
+  pcm in = to_pcm(x);
+  in.resize((in.size() / block_of(kRenderRate) + 1) * block_of(kRenderRate));
+  return in;
+}
+
+int render(const char* path) {
+  const spoken_clip voice = at_rate(speech()[1], kRenderRate, kSpeechLevel);
+  return write_wav(path, voice_in(voice, kBackgrounds[2], 5.0), kRenderRate) ? 0 : 2;
+}
+
+// All files at the same level of the voice's frames, and without their delays.
+int listen(const std::string& folder) {
+  const spoken_clip voice = at_rate(speech()[1], kRenderRate, kSpeechLevel);
+  for (const background& noise : kBackgrounds) {
+    const pcm in = voice_in(voice, noise, 5.0);
+    const std::pair<const char*, std::vector<double>> forms[] = {
+        {"before", advanced(in, 0)},
+        {"own",
+         advanced(run_suppressor(in, kRenderRate, 2, prior::own).out, latency_of(kRenderRate))},
+        {"tracked",
+         advanced(run_suppressor(in, kRenderRate, 2, prior::tracked).out, latency_of(kRenderRate))},
+        {"speexdsp", advanced(run_speex(in, kRenderRate, -18), speex_delay(kRenderRate))}};
+    for (auto [name, y] : forms) {
+      const double gain =
+          std::sqrt(speech_power(voice.samples, voice.frames) / speech_power(y, voice.frames));
+      for (double& v : y) v *= gain;
+      if (!write_wav(folder + "/" + noise.name + "-" + name + ".wav", to_pcm(y), kRenderRate))
+        return 2;
+    }
+  }
   return 0;
 }
 
@@ -368,11 +408,19 @@ int main(int argc, char** argv) {
   const std::string what = argc > 1 ? argv[1] : "all";
   const int number = argc > 2 ? std::atoi(argv[2]) : 0;
   if (what == "render" && argc > 2) return render(argv[2]);
+  if (what == "listen" && argc > 2) return listen(argv[2]);
   if (what == "hour") return report_hour(number > 0 ? number : 3600);
+  if (what == "beside") {
+    for (const int rate : kRates)
+      if (number == 0 || number == rate) report_beside(rate, speex_delay(rate));
+    return 0;
+  }
   const bool all = what == "all";
-  if (!all && what != "levels" && what != "steady" && what != "speech" && what != "clean") {
+  if (!all && what != "levels" && what != "steady" && what != "speech" && what != "clean" &&
+      what != "tracked") {
     std::fprintf(stderr,
-                 "denoise_quality [levels | steady | speech [rate] | clean | hour [seconds] | "
+                 "denoise_quality [levels | steady | speech [rate] | clean | tracked | beside "
+                 "[rate] | hour [seconds] | "
                  "render OUT.wav]\n");
     return 1;
   }
@@ -383,5 +431,6 @@ int main(int argc, char** argv) {
   }
   if (all || what == "speech") report_speech(number);
   if (all || what == "clean") report_clean();
+  if (all || what == "tracked") report_tracked();
   return 0;
 }

@@ -80,7 +80,6 @@ double bare(const std::string& effect) {
     int instances;  // for stereo
   };
   static constexpr known kModules[] = {
-      {"karaoke", "karaoke, all stages", 1},
       {"graphic-equalizer", "graphic equalizer", 1},
       {"parametric-equalizer", "parametric equalizer, 10 bands", 1},
       {"reverb", "reverb", 1},

@@ -180,8 +180,11 @@ void print_suppressor(unsigned rate, int source) {
       tekaNs_ProcessCore(&ns, &in[static_cast<size_t>(at)], out.data());
     best = std::min(best, (processor_seconds() - start) / kInput * ns.block_length);
   }
-  std::printf("| %u | %s | %.1f | %.0f |\n", rate, source == 0 ? "presence" : "own", 1e6 * best,
-              ns.block_length / best / rate);
+  std::printf("| %u | %s | %.1f | %.0f |\n", rate,
+              source == 0   ? "presence"
+              : source == 1 ? "own"
+                            : "tracked",
+              1e6 * best, ns.block_length / best / rate);
   tekaNs_FreeCore(&ns);
 }
 
@@ -263,7 +266,7 @@ int main(int argc, char** argv) {
   } else if (table == "--suppressor") {
     std::printf("| rate | prior | a frame, us | times real time |\n|---|---|---:|---:|\n");
     for (const unsigned rate : {8000u, 16000u, 32000u})
-      for (const int source : {0, 1}) print_suppressor(rate, source);
+      for (const int source : {0, 1, 2}) print_suppressor(rate, source);
   } else if (table == "--recording") {
     samples left, right;
     read_recording(argument.c_str(), left, right);

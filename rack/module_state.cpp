@@ -4,6 +4,8 @@
 #include <cstdint>
 #include <iterator>
 
+#include "dsp/fft_frame.h"
+
 namespace {
 
 void copy_state(const IIR& from, IIR& to) { std::copy_n(from.state, 5, to.state); }
@@ -132,6 +134,7 @@ void copy_state(const howlingCancel& from, howlingCancel& to) {
   complex* const data = to.analyser->data;
   *to.analyser = *from.analyser;
   to.analyser->data = data;  // scratch
+  *to.powers = *from.powers;
   std::copy_n(from.frame, 256, to.frame);
   std::copy_n(from.places, std::size(from.places), to.places);
   std::copy_n(from.suspects, std::size(from.suspects), to.suspects);

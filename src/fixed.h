@@ -1,12 +1,12 @@
 // The arithmetic vocabulary of the library: every helper's name says what happens at the edge.
 //
-//   saturate   clamps to the limits of the narrower type
-//   wrap       keeps the low bits (two's complement), computed in unsigned arithmetic, so that a
-//              deliberate overflow is told from a mistake and the sanitizer guards everything else
-//   scale_down arithmetic shift right of a 64-bit product, then saturate or wrap, then the rule
-//              that a result of exactly -1 becomes 0
-//
-//   shift_right masks its count as the machines do: a count of 32 on a 32-bit word is one of 0
+//   saturate     clamps to the limits of the narrower type
+//   wrap         keeps the low bits (two's complement), computed in unsigned arithmetic, so that a
+//                deliberate overflow is told from a mistake and the sanitizer guards everything else
+//   scale_down   arithmetic shift right of a 64-bit product, then saturate or wrap, then the rule
+//                that a result of exactly -1 becomes 0
+//   shift_right  arithmetic, by the count modulo the word's width, as machines do: a 32-bit word by
+//                32 stays as it is
 //
 // About that rule: an arithmetic shift rounds toward minus infinity, so a decaying negative signal
 // would stay at -1 for ever. With -1 replaced by 0 it ends in silence.

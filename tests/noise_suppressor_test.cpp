@@ -13,7 +13,7 @@
 
 namespace {
 
-enum prior { kPresence, kOwn };
+enum prior { kPresence, kOwn, kTracked };
 
 constexpr int kRates[] = {8000, 16000, 32000};
 
@@ -98,7 +98,7 @@ TEST(NoiseSuppressor, RefusesWhatItCannotTake) {
   int value = -1;
   for (int source : {1, 0, 1}) {
     EXPECT_EQ(tekaNs_set_prior_source(&ns, source), 0);
-    for (int wrong : {-1, 2}) EXPECT_EQ(tekaNs_set_prior_source(&ns, wrong), -1);
+    for (int wrong : {-1, 3}) EXPECT_EQ(tekaNs_set_prior_source(&ns, wrong), -1);
     EXPECT_EQ(tekaNs_get_prior_source(&ns, &value), 0);
     EXPECT_EQ(value, source);
   }
@@ -163,6 +163,46 @@ TEST(NoiseSuppressor, LeavesAClearVoiceAlone) {
       EXPECT_TRUE(loss > -0.5 && loss < 1.0) << rate << ", policy " << policy << ": " << loss;
     }
   }
+}
+
+TEST(NoiseSuppressor, TrackedNoiseGoesDownByThePolicysBoundFromTwentyHertzOn) {
+  constexpr double kBounds[] = {6.02, 12.04, 18.06, 20.92};
+  for (int rate : kRates)
+    for (const noise_kind kind : {kWhite, kPink, kDeepPink})
+      for (int policy : {0, 1, 2, 3}) {
+        const pcm in = noise_of(kind, rate, 6.0, -40.0);
+        const double down = attenuation(in, suppressor(rate, kTracked, policy).run(in), rate, 3.0);
+        EXPECT_NEAR(down, kBounds[policy], 0.5) << kind.name << " at " << rate << ", " << policy;
+      }
+}
+
+// A step of noise is noise after 1.6 s; a voice that starts as loud stays a voice, from its first
+// syllable on, and is one without a pause before it or any noise in its pauses.
+TEST(NoiseSuppressor, TracksAStepOfNoiseButNotAVoice) {
+  for (int rate : kRates) {
+    const pcm faint = noise_of(kWhite, rate, 2.0, -60.0), loud = noise_of(kWhite, rate, 2.6, -40.0);
+    pcm in = faint;
+    in.insert(in.end(), loud.begin(), loud.end());
+    EXPECT_NEAR(attenuation(in, suppressor(rate, kTracked).run(in), rate, 1.0), 18.06, 1.5) << rate;
+
+    pcm voice = speech_like(rate, 1.6, -40.0), with_pause = faint;
+    with_pause.insert(with_pause.end(), voice.begin(), voice.end());
+    const double lost =
+        attenuation(with_pause, suppressor(rate, kTracked).run(with_pause), rate, 1.6);
+    EXPECT_LT(lost, 0.5) << rate;
+    const pcm out = suppressor(rate, kTracked).run(voice);
+    EXPECT_LT(attenuation(voice, out, rate, 1.4), 1.0) << rate;
+  }
+}
+
+TEST(NoiseSuppressor, ChoosingTheTrackedPriorAgainForgetsTheNoise) {
+  suppressor used(16000, kTracked), fresh(16000, kTracked);
+  used.run(pcm_wild(16000, 9));
+  EXPECT_EQ(tekaNs_set_prior_source(&used, kOwn), 0);
+  used.run(pcm(1600));  // silence ends the overlap
+  EXPECT_EQ(tekaNs_set_prior_source(&used, kTracked), 0);
+  const pcm voice = speech_like(16000, 1.0, -30.0);
+  EXPECT_EQ(used.run(voice), fresh.run(voice));
 }
 
 // The burst's middle against the input, the documented delay before; errors from -20 dB on.

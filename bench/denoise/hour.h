@@ -39,9 +39,10 @@ struct hour_outcome {
 };
 
 inline hour_outcome run_hour(int rate, prior source, int seconds) {
-  const double gain = source == prior::own ? 1.0 : 0.008;
+  const double gain = source == prior::presence ? 0.008 : 1.0;
   const pcm minute = mixed_minute(rate, gain);
-  const pcm noise = to_pcm(steady_noise(kWhite, rate, 30, source == prior::own ? -40.0 : -65.0));
+  const pcm noise =
+      to_pcm(steady_noise(kWhite, rate, 30, source == prior::presence ? -65.0 : -40.0));
   const auto attenuation_by = [&](suppressor& ns) {
     pcm x = noise;
     ns.run(x);
@@ -75,6 +76,7 @@ inline hour_outcome run_hour(int rate, prior source, int seconds) {
 inline bool hour_is_over = false;
 
 inline int report_hour(int seconds) {
+  constexpr const char* kNames[] = {"presence", "own", "tracked"};
   int failures = 0;
   std::atexit([] {
     if (!hour_is_over) _exit(3);
@@ -84,11 +86,10 @@ inline int report_hour(int seconds) {
       "| rate | prior | new | afterwards | silences not silent |\n|---|---|---|---|---|\n",
       seconds);
   for (const int rate : kRates)
-    for (const prior source : {prior::own, prior::presence}) {
+    for (const prior source : {prior::tracked, prior::own, prior::presence}) {
       const hour_outcome result = run_hour(rate, source, seconds);
-      std::printf("| %d | %s | %.2f | %.2f | %ld |\n", rate,
-                  source == prior::own ? "own" : "presence", result.fresh_db, result.afterwards_db,
-                  result.loud_silences);
+      std::printf("| %d | %s | %.2f | %.2f | %ld |\n", rate, kNames[static_cast<int>(source)],
+                  result.fresh_db, result.afterwards_db, result.loud_silences);
       std::fflush(stdout);
       failures += std::abs(result.fresh_db - result.afterwards_db) > 0.5;
       failures += result.loud_silences > 0;

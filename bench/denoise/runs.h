@@ -1,4 +1,4 @@
-// Signals through a suppressor: ours with either prior, and libspeexdsp's denoiser for comparison.
+// Signals through a suppressor: ours with each prior, and libspeexdsp's denoiser for comparison.
 #pragma once
 
 #include <ns/noise_suppressor.h>
@@ -10,7 +10,7 @@
 
 using pcm = std::vector<short>;
 
-enum class prior { presence = 0, own = 1 };
+enum class prior { presence = 0, own = 1, tracked = 2 };
 
 inline size_t block_of(int rate) { return rate == 8000 ? 80 : 160; }
 inline size_t latency_of(int rate) { return rate == 8000 ? 48 : 96; }

@@ -57,21 +57,26 @@ struct spoken_clip {
   speech_frames frames;
 };
 
-inline spoken_clip at_rate(const clip& source, int rate, double dbfs) {
+inline std::vector<double> resampled(const signal& source, int rate) {
   const double ratio = rate / kRate;
-  signal out(static_cast<size_t>(static_cast<double>(source.samples.size()) * ratio) + 1);
+  signal out(static_cast<size_t>(static_cast<double>(source.size()) * ratio) + 1);
   SRC_DATA data = {};
-  data.data_in = source.samples.data();
-  data.input_frames = static_cast<long>(source.samples.size());
+  data.data_in = source.data();
+  data.input_frames = static_cast<long>(source.size());
   data.data_out = out.data();
   data.output_frames = static_cast<long>(out.size());
   data.src_ratio = ratio;
   if (src_simple(&data, SRC_SINC_MEDIUM_QUALITY, 1) != 0) {
-    std::fprintf(stderr, "cannot convert the rate of '%s'\n", source.name.c_str());
+    std::fprintf(stderr, "cannot convert a clip's rate\n");
     std::exit(2);
   }
+  return {out.begin(), out.begin() + data.output_frames_gen};
+}
+
+inline spoken_clip at_rate(const clip& source, int rate, double dbfs) {
   spoken_clip made{source.name, std::vector<double>(static_cast<size_t>(kLead * rate)), {}};
-  made.samples.insert(made.samples.end(), out.begin(), out.begin() + data.output_frames_gen);
+  const std::vector<double> voice = resampled(source.samples, rate);
+  made.samples.insert(made.samples.end(), voice.begin(), voice.end());
   made.frames = find_speech(made.samples, rate);
   const double gain =
       32768.0 * std::sqrt(std::pow(10.0, dbfs / 10.0) / speech_power(made.samples, made.frames));
@@ -79,13 +84,78 @@ inline spoken_clip at_rate(const clip& source, int rate, double dbfs) {
   return made;
 }
 
+// What a voice stands in: the steady noises, and two that aren't.
+struct background {
+  const char* name;
+  std::vector<double> (*make)(int rate, double seconds, double dbfs);
+};
+
+// Traffic: a rumble below 200 Hz that stays, and cars, each some four seconds long, one every three
+// seconds on average, of wider noise below 1 kHz that swells and falls; the loudest are 20 dB above
+// the faintest.
+inline std::vector<double> street_noise(int rate, double seconds, double dbfs) {
+  std::vector<double> rumble = steady_noise(kWhite, rate, seconds, 0.0);
+  std::vector<double> tyres = steady_noise(kPink, rate, seconds + 1.0, 0.0);  // another stretch
+  tyres.erase(tyres.begin(), tyres.begin() + rate / 2);
+  tyres.resize(rumble.size());
+  const auto low_pass = [&](std::vector<double>& x, double corner) {
+    const double pole = std::exp(-2.0 * std::numbers::pi * corner / rate);
+    double y = 0.0;
+    for (double& v : x) v = y += (1.0 - pole) * (v - y);
+  };
+  low_pass(rumble, 200.0);
+  low_pass(rumble, 200.0);
+  low_pass(tyres, 1000.0);
+  scale_to(rumble, 0.0);
+  scale_to(tyres, 0.0);
+  std::mt19937 generator(31);
+  const auto roll = [&] { return generator() / 4294967296.0; };
+  std::vector<double> level(rumble.size(), 0.2);
+  for (double at = -2.0; at < seconds + 2.0; at += 1.0 + 4.0 * roll()) {
+    const double height = std::pow(10.0, roll()), width = 0.6 + 0.8 * roll();
+    for (size_t i = 0; i < level.size(); ++i) {
+      const double t = (double(i) / rate - at) / width;
+      level[i] += height * std::exp(-0.5 * t * t);
+    }
+  }
+  for (size_t i = 0; i < rumble.size(); ++i) rumble[i] = 3.0 * rumble[i] + level[i] * tyres[i];
+  scale_to(rumble, dbfs);
+  return rumble;
+}
+
+// Sixteen talkers: the clips of speech(), each from four places on, as loud as each other.
+inline std::vector<double> babble_noise(int rate, double seconds, double dbfs) {
+  static const std::vector<clip> talkers = speech();
+  std::vector<double> x(static_cast<size_t>(seconds * rate));
+  std::mt19937 generator(32);
+  for (const clip& talker : talkers) {
+    std::vector<double> voice = resampled(talker.samples, rate);
+    scale_to(voice, 0.0);
+    for (int i = 0; i < 4; ++i) {
+      const size_t start = generator() % voice.size();
+      for (size_t n = 0; n < x.size(); ++n) x[n] += voice[(start + n) % voice.size()];
+    }
+  }
+  scale_to(x, dbfs);
+  return x;
+}
+
+template <const noise_kind& kind>
+std::vector<double> steady_background(int rate, double seconds, double dbfs) {
+  return steady_noise(kind, rate, seconds, dbfs);
+}
+constexpr background kBackgrounds[] = {{"white", steady_background<kWhite>},
+                                       {"pink", steady_background<kPink>},
+                                       {"fan-like", steady_background<kFan>},
+                                       {"street-like", street_noise},
+                                       {"babble-like", babble_noise}};
+
 // Noise beside a clip, at this distance below the speech frames' power.
-inline std::vector<double> noise_beside(const spoken_clip& speech, noise_kind kind, int rate,
-                                        double snr_db) {
+inline std::vector<double> noise_beside(const spoken_clip& speech, const background& noise,
+                                        int rate, double snr_db) {
   const double speech_dbfs =
       decibels(speech_power(speech.samples, speech.frames) / (32768.0 * 32768.0));
-  auto x =
-      steady_noise(kind, rate, double(speech.samples.size()) / rate + 0.1, speech_dbfs - snr_db);
+  auto x = noise.make(rate, double(speech.samples.size()) / rate + 0.1, speech_dbfs - snr_db);
   x.resize(speech.samples.size());
   return x;
 }

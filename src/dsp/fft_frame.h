@@ -5,6 +5,8 @@
 
 #include "dsp/fft_int.h"
 
+constexpr int kFirstBin = 2, kLastBin = 62;  // those with powers
+
 // Powers of the eight latest frames, [bin][age] with the newest first, and the smoothed ones. The
 // exported analysis has one of these for the whole process: fft_power_history, fft_power_current.
 struct bin_powers {

@@ -89,7 +89,7 @@ uint64_t smoothed_power(int bin, const uint64_t* history, const int* marked) {
 // Newest powers into the object and the history, [bin][age], and from there the smoothed ones.
 band_totals update_powers(fft_int* fft, uint64_t (*history)[kHistory], uint64_t* smoothed) {
   band_totals totals = {};
-  for (int b = 2; b <= 62; ++b) {
+  for (int b = kFirstBin; b <= kLastBin; ++b) {
     const uint64_t p = power_of(fft->data[b]);
     fft->power[b] = p;
     push(history[b], p);

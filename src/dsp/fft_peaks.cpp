@@ -1,11 +1,11 @@
 #include <algorithm>
 
+#include "dsp/fft_frame.h"
 #include "dsp/fft_peaks.h"
 #include "dsp/log2.h"
 
 namespace {
 
-constexpr int kFirstBin = 2, kLastBin = 62;  // with powers
 constexpr int kLowFirst = 2, kHighFirst = 18, kHighEnd = 61;
 
 // Limits of the criteria; see howling_cancel.h for what they tell apart.

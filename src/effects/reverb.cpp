@@ -36,7 +36,7 @@ void reverb_init(reverb_t* reverb) {
   reverb_setdry(reverb, 0);
   reverb_setroomsize(reverb, 4096);
   reverb_setdamp(reverb, 4096);
-  reverb_setwidth(reverb, 8192);
+  reverb_setwidth(reverb, kOneQ13);
   reverb_setgain(reverb, 127);
   reverb_setstatus(reverb, 0);
   reverb_update(reverb);
@@ -98,8 +98,8 @@ void reverb_getstatus(reverb_t* reverb, int* v) { *v = reverb->status; }
 
 void reverb_update(reverb_t* reverb) {
   const int half = reverb->width / 2;  // at most 2^30 in magnitude: the sums below stay in 32 bits
-  reverb->wet1 = saturate32(int64_t{reverb->wet_scaled} * (half + 4096) >> 13);
-  reverb->wet2 = saturate32(int64_t{reverb->wet_scaled} * (8192 - half) >> 13);
+  reverb->wet1 = saturate32(int64_t{reverb->wet_scaled} * (half + kOneQ13 / 2) >> 13);
+  reverb->wet2 = saturate32(int64_t{reverb->wet_scaled} * (kOneQ13 - half) >> 13);
   for (auto& bank : {reverb->comb_left, reverb->comb_right})
     for (size_t k = 0; k < std::size(kCombs); ++k) {
       on(bank[k], comb_setsetdamp, reverb->damp_scaled);

@@ -166,7 +166,7 @@ int enable_virtual_bass(virtual_bass_system* vbs, int rate) {
   virtual_bass_system_set_nld_clip_level(vbs, 8192);
   virtual_bass_system_set_nld_gain(vbs, 4096);
   virtual_bass_system_set_origin_gain(vbs, 6144);
-  virtual_bass_system_set_high_band_gain(vbs, 8192);
+  virtual_bass_system_set_high_band_gain(vbs, kOneQ13);
   virtual_bass_system_set_nld_band_param(vbs, &tuning::kVirtualBassRow[rate][5]);
   return kVolumeVirtualBassQ13;
 }

@@ -20,9 +20,9 @@ constexpr int kLowPass[13] = {
 
 constexpr int kFrame = 256;  // samples at half the rate
 constexpr int kHop = 256;    // samples at the full rate from frame to frame
-constexpr int kDeaf = 4;     // frames until the memory holds enough
-// What the low-pass can't wrap on: DC blocker and low-pass together raise a peak up to 2.92 times,
-// and 32 bits hold 2^26 at the section's inner scale.
+constexpr int kDeaf = 4;     // frames without a decision, until the history holds enough
+// The input is limited to this, so that the low-pass can't wrap: DC blocker and low-pass together
+// raise a peak up to 2.92 times, and 32 bits hold 2^26 at the section's inner scale.
 constexpr int kLoudest = (1 << 24) - 1;
 
 static_assert(kHop <= kBlockFrames);

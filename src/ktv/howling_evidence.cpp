@@ -12,7 +12,7 @@ constexpr int kSteadyFrequency = 24;  // 9 Hz at 48 kHz
 constexpr int kSteadyLevel = level_of_db(1.5);
 constexpr int kFastest = level_of_db(2.0);  // what counts of a rise in one frame
 constexpr int kMostGrowth = level_of_db(60.0);
-constexpr int kStanding = 100;   // frames after which harmonics don't speak for a voice any more
+constexpr int kStanding = 100;   // frames after which harmonics no longer suggest a voice
 constexpr int kLongest = 10000;  // frames; counters stop there
 constexpr int kMatch = 128;      // half a bin
 constexpr int kGone = 4;         // frames that a suspect may be missing
@@ -45,7 +45,7 @@ constexpr int kStrong = level_of_db(7.0);
 constexpr int kOver = level_of_db(10.0);  // above the usual level: no voice
 
 uint64_t power_at(const bin_powers& powers, int bin, int age = 0) {
-  return bin < 2 || bin > 62 ? 0 : powers.history[bin][age];
+  return bin < kFirstBin || bin > kLastBin ? 0 : powers.history[bin][age];
 }
 
 uint64_t three_bins(const bin_powers& powers, int bin, int age) {
@@ -57,7 +57,7 @@ int nearest_bin(int position) { return (position + 128) >> 8; }
 
 int whole_level(const bin_powers& powers) {
   uint64_t all = kLeast;
-  for (int b = 2; b <= 62; ++b) all += power_at(powers, b);
+  for (int b = kFirstBin; b <= kLastBin; ++b) all += power_at(powers, b);
   return log2_q10(all);
 }
 
@@ -92,7 +92,7 @@ int strongest_relative(const bin_powers& powers, int position, int bin) {
   uint64_t strongest = 0;
   for (const int sixths : kSixths) {
     const int b = nearest_bin(position * sixths / 6);
-    if (b >= 2 && b <= 62 && std::abs(b - bin) > 3)
+    if (b >= kFirstBin && b <= kLastBin && std::abs(b - bin) > 3)
       strongest = std::max(
           {strongest, power_at(powers, b - 1), power_at(powers, b), power_at(powers, b + 1)});
   }
@@ -109,7 +109,7 @@ peak_features features_of(const bin_powers& powers, int position) {
 }
 
 // Rises by up to 4 dB and falls by up to 1 dB in a second: so it settles near the level that one
-// frame in five exceeds. Frames in which a peak stands are none to learn from.
+// frame in five exceeds. Frames with a lasting peak are left out.
 void follow_usual_level(howlingCancel* canceller) {
   const int level = whole_level(*canceller->powers);
   if (level < kQuiet) return;

@@ -16,7 +16,7 @@ constexpr int kQuickReleaseStep = 30;          // 0.7 s
 constexpr int kFirstWidth = 4;
 constexpr int kWidest = 10;
 
-constexpr int kLeastTrial = 4;  // frames: sooner the loop can't have answered
+constexpr int kLeastTrial = 4;  // frames; a notch takes as long to show in the loop
 constexpr int kTrialFrames = 20;
 constexpr int kTrials = 2;
 constexpr int kTrialDrop = level_of_db(7.0);

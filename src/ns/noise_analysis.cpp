@@ -59,8 +59,8 @@ void use_portable_analysis() {
 }
 
 //   block ─► last N samples ─► × window ─┬─► energy_in
-//                                        └─► × 2^norm ─► real FFT, 1 / N ─► spectrum ─► magnitudes
-void tekaNsx_DataAnalysis(NsxInst_t_* ns, short* in, unsigned short* magnitudes) {
+//                                        └─► × 2^norm ─► real FFT, 1 / N ─► spectrum
+void analyse_frame(NsxInst_t_* ns, const short* in) {
   short frame[kNsxMaxFrame], scaled[kNsxMaxFrame];
   tekaNsx_AnalysisUpdate(ns, in, frame);
   const int peak = tekaSpl_MaxAbsValue16(frame, ns->frame_length);
@@ -70,6 +70,12 @@ void tekaNsx_DataAnalysis(NsxInst_t_* ns, short* in, unsigned short* magnitudes)
   ns->energy_in = frame_energy(ns, frame);
   tekaNsx_CreateComplexBuffer(ns, frame, scaled);
   tekaSpl_RealFft(scaled, ns->spectrum, ns->stages);
+}
+
+//   block ─► spectrum ─► magnitudes
+void tekaNsx_DataAnalysis(NsxInst_t_* ns, short* in, unsigned short* magnitudes) {
+  analyse_frame(ns, in);
+  if (ns->zero_input) return;
   measure(ns, magnitudes);
   if (ns->frame_count < kStartupFrames) collect_start_model(ns);
 }

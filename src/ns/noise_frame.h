@@ -12,8 +12,8 @@ constexpr int kStartupFrames = 50;
 // Length of a quantile estimate's cycle. During the first, the estimate is read every frame.
 constexpr int kCycleFrames = 200;
 
-enum { kLikelihood, kFlatness, kDifference };             // features
-enum { kPriorFromPresence = 0, kPriorFromFeatures = 1 };  // prior sources
+enum { kLikelihood, kFlatness, kDifference };                                   // features
+enum { kPriorFromPresence = 0, kPriorFromFeatures = 1, kPriorFromMinima = 2 };  // prior sources
 
 // Sum of squares over frame[0..N).
 inline int64_t frame_energy(const NsxInst_t_* ns, const short* frame) {

@@ -10,7 +10,9 @@
 #include "ns/noise_features.h"
 #include "ns/noise_frame.h"
 #include "ns/noise_synthesis.h"
+#include "ns/noise_tracker.h"
 #include "ns/noise_windows.inc"
+#include "ns/presence_gain.h"
 
 namespace {
 
@@ -88,7 +90,8 @@ int tekaNs_set_policy_core(NsxInst_t_* ns, int mode) {
 }
 
 int tekaNs_set_prior_source(NsxInst_t_* ns, int source) {
-  if (source != kPriorFromPresence && source != kPriorFromFeatures) return -1;
+  if (source < kPriorFromPresence || source > kPriorFromMinima) return -1;
+  if (source == kPriorFromMinima && ns->prior_source != source) reset_tracker(ns);
   ns->prior_source = source;
   return 0;
 }
@@ -185,6 +188,15 @@ void update_gain(NsxInst_t_* ns, const unsigned int* model, const unsigned int* 
         blend(start_gain(ns, k, model[k]), ns->gain[k], ns->frame_count));
 }
 
+//   in ─► analysis ─► noise ─► gain ─► synthesis ─► out
+void process_by_minima(NsxInst_t_* ns, short* in, short* out) {
+  analyse_frame(ns, in);
+  noise_view view;
+  track_noise(ns, view);
+  set_presence_gains(ns, view);
+  tekaNsx_DataSynthesis(ns, out);
+}
+
 }  // namespace
 
 //   in ─┬─► analysis ─┬─► quantiles ─► noise ─► SNRs ─► speech probability ─► noise update ─► SNR
@@ -193,6 +205,10 @@ void update_gain(NsxInst_t_* ns, const unsigned int* model, const unsigned int* 
 //       └─► peaks ──────► ▲                            out ◄─ limiter ◄─ synthesis ◄───────── gain
 int tekaNs_ProcessCore(NsxInst_t_* ns, short* in, short* out) {
   if (ns == nullptr || ns->initialized != 1) return -1;
+  if (ns->prior_source == kPriorFromMinima) {
+    process_by_minima(ns, in, out);
+    return 0;
+  }
   unsigned short magnitudes[kNsxMaxBins];
   BP_ns_pre(ns->band_post, in, ns->block_length, nullptr);
   tekaNsx_DataAnalysis(ns, in, magnitudes);

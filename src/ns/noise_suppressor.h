@@ -46,16 +46,39 @@
 //   1, own        from the suppressor's own features of the signal: likelihood ratio, spectral
 //                 flatness, spectral difference from the pauses before, each compared with a
 //                 threshold that is renewed every 512 frames. The band post-processing's presence
-//                 is not computed, so the process can't end. New hosts should use this one.
+//                 is not computed, so the process can't end.
+//   2, tracked    no prior for the frame as a whole, but another estimate and another gain, on the
+//                 same frames, transforms and bounds; below. It follows a change of the noise
+//                 within 1.6 s, turns steady noise down by exactly the policy's bound and takes
+//                 least from a voice. New hosts should use this one.
 //
-// The output fades in over the first 656 samples and passes through the transient limiter of the
-// band post-processing, with either source.
+// With sources 0 and 1 the output fades in over the first 656 samples and passes through the
+// transient limiter of the band post-processing; with 2 neither.
+//
+// Source 2, a bin at a time:
+//
+//   minimum        of the power, smoothed over three bins and some 20 ms, in the last 1.1 s. A voice
+//                  has gaps in that time, a noise hasn't
+//   absence        how likely the power is noise alone: from where it and the smoothed power stand
+//                  over the minimum
+//   noise          follows the power as far as speech is absent
+//   SNR a priori   0.9 of what was left of the frame before, 0.1 of the present frame
+//   presence       of speech, from the SNRs of the bin, of its neighbours and of the frame: all three
+//                  must speak for it
+//   gain           the policy's bound, and as far as speech is present Wiener's SNR / (1 + SNR).
+//                  Overdrive and gain factor aren't used
+//
+// The noise starts as the first frame's power. A frame of zeros is one without noise.
 //
 // Published sources: quantile-based noise estimation (V. Stahl, A. Fischer, R. Bippus, ICASSP
 // 2000); decision-directed SNR and likelihood ratio (Y. Ephraim, D. Malah, IEEE Trans. ASSP 32,
-// 1984; J. Sohn, N. S. Kim, W. Sung, IEEE Signal Processing Letters 6, 1999).
+// 1984; J. Sohn, N. S. Kim, W. Sung, IEEE Signal Processing Letters 6, 1999). For source 2: noise
+// by minima-controlled averaging (I. Cohen, IEEE Trans. Speech and Audio Processing 11, 2003);
+// minima of smoothed powers (R. Martin, IEEE Trans. Speech and Audio Processing 9, 2001); presence
+// of speech from the SNRs around (I. Cohen, B. Berdugo, Signal Processing 81, 2001); Wiener's gain
+// (P. Scalart, J. V. Filho, ICASSP 1996).
 //
-// Memory: the record below, 14 KiB, held by the caller, and the 216 bytes of the band
+// Memory: the record below, 26 KiB, held by the caller, and the 216 bytes of the band
 // post-processing, taken by tekaNs_InitCore; nothing is allocated per frame. One instance is used
 // from one thread at a time; the six dispatch pointers are the process's.
 #pragma once
@@ -70,7 +93,8 @@ enum {
   kNsxMaxBins = kNsxMaxFrame / 2 + 1,  // magnitudes of a spectrum, bin 0 and the last one included
   kNsxEstimates = 3,                   // quantile estimates that run side by side
   kNsxFeatures = 3,                    // likelihood ratio, flatness, difference: in this order
-  kNsxHistogramBins = 1000
+  kNsxHistogramBins = 1000,
+  kNsxStages = 7  // complete parts of the window in which minima are sought
 };
 
 // Magnitudes "in Q16" are |X| / N, X being the N-point transform of a windowed frame of 16-bit
@@ -137,7 +161,19 @@ struct NsxInst_t_ {
   int window_age;                   // frames since the histograms were started
   unsigned short histogram[kNsxFeatures][kNsxHistogramBins];
 
-  int prior_source;  // 0: presence of the band post-processing, 1: own features
+  int prior_source;  // 0: presence of the band post-processing, 1: own features, 2: minima
+
+  // Prior source 2. Powers are |X|^2 / N^2, Q24.
+  int64_t smooth_power[kNsxMaxBins];              // over three bins and 50 ms
+  int64_t past_minimum[kNsxStages][kNsxMaxBins];  // of smooth_power, in the stages before
+  int64_t window_minimum[kNsxMaxBins];            // the least of these
+  int64_t stage_minimum[kNsxMaxBins];             // in the stage in progress
+  int64_t noise_power[kNsxMaxBins];
+  int64_t speech_power[kNsxMaxBins];  // what Wiener's gain left of the frame before
+  int smooth_snr[kNsxMaxBins];        // a priori, of powers, Q12
+  int tracked_frames;                 // since the source was chosen; stays at a window's length
+  int stage;                          // the oldest one, which is written next
+  int stage_age;                      // frames in the stage in progress
 };
 
 // ln(2^k), Q8, k = 0..8.
@@ -179,8 +215,9 @@ SONX_EXPORT int tekaNs_FreeCore(NsxInst_t_* ns);
 SONX_EXPORT int tekaNs_set_policy_core(NsxInst_t_* ns, int mode);
 
 // Where the prior probability of a pause comes from: 0 = the band post-processing's presence,
-// 1 = the own features; see above. Takes effect with the next frame, from the probability that is
-// there. Returns 0, or -1 for another value, which changes nothing.
+// 1 = the own features, 2 = none, the noise is tracked by its minima; see above. Takes effect with
+// the next frame, from the probability that is there; 2, where it wasn't chosen before, starts
+// anew. Returns 0, or -1 for another value, which changes nothing.
 SONX_EXPORT int tekaNs_set_prior_source(NsxInst_t_* ns, int source);
 SONX_EXPORT int tekaNs_get_prior_source(NsxInst_t_* ns, int* source);
 

@@ -19,7 +19,8 @@ short saturate_symmetric(int64_t value) {
 // The gain of the frame as a whole, Q13, by the share of its energy that is left: likely speech is
 // raised, likely noise lowered further.
 short gain_factor_q13(const NsxInst_t_* ns, const short* frame) {
-  if (!ns->gain_factor_on || ns->energy_in < 1) return kOneQ13;
+  if (!ns->gain_factor_on || ns->energy_in < 1 || ns->prior_source == kPriorFromMinima)
+    return kOneQ13;
   const int64_t left = (frame_energy(ns, frame) * 256 + ns->energy_in / 2) / ns->energy_in;
   const auto ratio = std::min<int64_t>(left, 256);
   const int noise = ns->prior_non_speech, speech = kOneQ14 - noise;

@@ -40,7 +40,7 @@ void suppressor(trial& t) {
   t.note(tekaNs_set_policy_core(&ns, static_cast<int>(t.roll(4))));
   t.note(tekaNs_set_policy_core(&ns, 4));
   t.note(tekaNs_set_prior_source(&ns, source));
-  t.note(tekaNs_set_prior_source(&ns, 2));
+  t.note(tekaNs_set_prior_source(&ns, 3));
   const int block = ns.block_length, level = 1 << t.roll(15);
   std::vector<short> x = source == 0         ? speech(t, t.frames, 20, 40)
                          : t.number % 5 == 4 ? t.signal<short>(t.frames, t.number / 5)
@@ -74,6 +74,28 @@ void suppressor(trial& t) {
     t.note_all(out.data(), out.size());
   }
   t.note(tekaNs_FreeCore(&ns));
+}
+
+// Prior source 2 alone, wild signals included; chosen again in the middle.
+void tracked_suppressor(trial& t) {
+  constexpr unsigned kRates[] = {8000, 16000, 32000};
+  NsxInst_t_ ns;
+  tekaNs_InitCore(&ns, kRates[t.number % 3]);
+  t.note(tekaNs_set_prior_source(&ns, 2));
+  const int block = ns.block_length, level = 1 << t.roll(15);
+  std::vector<short> x = t.number % 4 == 3 ? t.signal<short>(t.frames, t.number / 4)
+                                           : speech(t, t.frames, level, 1 << t.roll(12));
+  if (t.once_in(3)) std::fill_n(x.begin() + t.frames / 2, 1000, short{0});
+  for (int start = 0; start + block <= t.frames; start += block) {
+    short* const frame = &x[size_t(start)];
+    t.note(tekaNs_ProcessCore(&ns, frame, frame));
+    t.note_all(frame, size_t(block));
+    t.note_all(ns.noise_power, size_t(ns.bins));
+    if (t.once_in(100)) tekaNs_set_policy_core(&ns, static_cast<int>(t.roll(4)));
+    if (t.once_in(1000)) tekaNs_set_prior_source(&ns, 1);
+    if (ns.prior_source != 2 && t.once_in(10)) tekaNs_set_prior_source(&ns, 2);
+  }
+  tekaNs_FreeCore(&ns);
 }
 
 void band_post(trial& t) {
@@ -235,6 +257,8 @@ void tables(trial& t) {
 const std::vector<subject> kSpeech = {
     {"suppressor", "rates, policies, prior sources, stages; half a minute each", 30, 500000,
      suppressor},
+    {"suppressor-tracked", "prior source 2, rates, policies, wild signals", 12, 200000,
+     tracked_suppressor},
     {"band-post", "presence, limiter, gain ramp, record", 40, 200000, band_post},
     {"converter", "every pair of eleven rates, lengths, room", 121, 9600, converter},
     {"rate-kernels", "by two, six fixed ratios, states", 24, 0, rate_kernels},

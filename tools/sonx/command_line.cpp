@@ -29,7 +29,7 @@ const CLI::App& innermost(const CLI::App& app) {
 
 }  // namespace
 
-// What nobody knows comes first: it's often the reason why something else is missing.
+// An unknown word comes first: it's often the reason why something else is missing.
 std::string explain(const CLI::App& app, const CLI::ParseError& error) {
   const CLI::App& command = innermost(app);
   const std::vector<std::string> unknown = app.remaining(true);
@@ -39,9 +39,9 @@ std::string explain(const CLI::App& app, const CLI::ParseError& error) {
              suggestion(one.substr(0, one.find('=')), names_of_options(command));
   const std::vector<std::string> commands = names_of_commands(command);
   if (!unknown.empty())
-    return commands.empty() ? "one argument too many: '" + unknown.back() + "'"
-                            : "there is no command '" + unknown.back() + "'" +
-                                  suggestion(unknown.back(), commands);
+    return commands.empty() ? "one argument too many: '" + unknown.front() + "'"
+                            : "there is no command '" + unknown.front() + "'" +
+                                  suggestion(unknown.front(), commands);
   if (&command == &app && error.get_name() == "RequiredError") return "a command is missing";
   const std::string text = error.what();
   if (error.get_name() == "ArgumentMismatch")

@@ -203,7 +203,7 @@ class demo {
     });
   }
 
-  // With its own prior.
+  // With the tracked prior.
   void print_denoise() const {
     print_stream("denoise", kDenoiseRates, 16, channels_, [&](auto&... files) {
       return render_denoise(files..., denoise_options{}, stem_ + "-denoise");

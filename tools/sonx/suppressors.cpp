@@ -23,7 +23,7 @@ class suppressors::bank {
     for (NsxInst_t_& ns : instances_)
       if (tekaNs_InitCore(&ns, static_cast<unsigned>(rate)) != 0 ||
           tekaNs_set_policy_core(&ns, options.policy) != 0 ||
-          tekaNs_set_prior_source(&ns, options.own_prior ? 1 : 0) != 0)
+          tekaNs_set_prior_source(&ns, options.prior) != 0)
         throw std::logic_error("the noise suppressor refused its settings");
   }
   ~bank() {
@@ -80,7 +80,7 @@ class suppressors::child {
     if (WIFEXITED(status) && WEXITSTATUS(status) == 0)
       throw std::runtime_error(
           "the library has ended its process: the presence prior has no result for a sound like "
-          "this; --prior own has no such end");
+          "this; the other priors have no such end");
     throw std::runtime_error("the process that runs the library has failed");
   }
 
@@ -141,7 +141,7 @@ class suppressors::child {
 };
 
 suppressors::suppressors(int rate, size_t channels, const denoise_options& options) {
-  if (options.own_prior)
+  if (options.prior != 0)
     bank_ = std::make_unique<bank>(rate, channels, options);
   else
     child_ = std::make_unique<child>(rate, channels, options);

@@ -8,7 +8,7 @@ namespace sonx {
 
 struct denoise_options {
   int policy = 2;
-  bool own_prior = true;  // otherwise the library's default, the band post-processing's presence
+  int prior = 2;  // source: 0 the library's default, the presence; 1 own features; 2 tracked noise
 };
 
 // Samples that the suppressor takes at a time at one of its rates (8000, 16000 or 32000 Hz), and by

@@ -33,9 +33,9 @@
 // Nothing clicks and nothing mutes. A parameter may jump or be dragged, a slot or the rack be
 // switched, another preset be loaded while music plays: a second instance of the effect takes the
 // new settings and runs along unheard until its filters and tails are filled, then it's faded in.
-// That takes from 20 ms to some tenths of a second; what is set meanwhile comes in with the next
-// round. What is set or loaded before the first frames are processed, or between a reset and the
-// frames after it, holds from their first frame on.
+// That takes from 60 ms to some tenths of a second, for a long room or a slow echo up to two; what
+// is set meanwhile comes in with the next round. What is set or loaded before the first frames are
+// processed, or between a reset and the frames after it, holds from their first frame on.
 //
 // Samples inside are 24-bit whole numbers, and the same calls give the same bits on every platform,
 // however the frames are cut into calls. Full scale is 1.0 in floating point, 2^31 and 2^15 in
@@ -58,9 +58,6 @@
 // between, but that destroy comes last. set, enable and get never wait; load, save and the rest
 // may wait for each other, never for the audio thread, and the audio thread never waits for
 // anybody.
-//
-// One thing is shared by the whole process: howling-canceller and karaoke keep a part of their
-// analysis there, so racks that hold one of them must process on the same thread.
 //
 // The effects' debug lines go nowhere.
 #pragma once

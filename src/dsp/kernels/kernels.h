@@ -142,17 +142,37 @@ struct kernel_table {
   void (*fft_stage)(complex* data, int n, int half, const complex* twiddles);
 };
 
-// Registration: what the variants' declarations and the tables are made from.
-#define SONX_KERNELS(kernel)                                                                   \
-  kernel(scale_q13) kernel(scale_q15) kernel(scale_to_silence_q13)                             \
-      kernel(scale_each_to_silence_q17) kernel(scale_twice_to_silence_q17) kernel(mix_two_q13) \
-          kernel(mix_three_q13) kernel(mix_wrapping_q13) kernel(add) kernel(subtract)          \
-              kernel(scale_down_5) kernel(fade) kernel(clip) kernel(polynomial)                \
-                  kernel(fitting_polynomial) kernel(overdrive_bit_shift) kernel(level)         \
-                      kernel(peak) kernel(energy) kernel(fir_sums) kernel(iir_chains_32)       \
-                          kernel(iir_chains_wrapping) kernel(notch_row) kernel(allpass_block)  \
-                              kernel(comb_quartets_add_16) kernel(comb_quartets_add_24)        \
-                                  kernel(fft_stage)
+// Registration, a kernel a line: what the variants' declarations and the tables are made from.
+// clang-format off
+#define SONX_KERNELS(kernel)         \
+  kernel(scale_q13)                  \
+  kernel(scale_q15)                  \
+  kernel(scale_to_silence_q13)       \
+  kernel(scale_each_to_silence_q17)  \
+  kernel(scale_twice_to_silence_q17) \
+  kernel(mix_two_q13)                \
+  kernel(mix_three_q13)              \
+  kernel(mix_wrapping_q13)           \
+  kernel(add)                        \
+  kernel(subtract)                   \
+  kernel(scale_down_5)               \
+  kernel(fade)                       \
+  kernel(clip)                       \
+  kernel(polynomial)                 \
+  kernel(fitting_polynomial)         \
+  kernel(overdrive_bit_shift)        \
+  kernel(level)                      \
+  kernel(peak)                       \
+  kernel(energy)                     \
+  kernel(fir_sums)                   \
+  kernel(iir_chains_32)              \
+  kernel(iir_chains_wrapping)        \
+  kernel(notch_row)                  \
+  kernel(allpass_block)              \
+  kernel(comb_quartets_add_16)       \
+  kernel(comb_quartets_add_24)       \
+  kernel(fft_stage)
+// clang-format on
 
 #define SONX_DECLARE(kernel) std::remove_pointer_t<decltype(kernel_table::kernel)> kernel;
 namespace portable {
