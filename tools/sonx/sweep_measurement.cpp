@@ -55,20 +55,20 @@ struct stereo_signal {
   std::vector<float> right;
 };
 
-// Two periods of the sweep through the process; what the second gave. The sweep
-// itself becomes what was fed.
-stereo_signal run_sweep(const sweep& how, const sweep_process& process,
-                        std::vector<float>& samples) {
-  std::vector<float> in(2 * kSweepPeriod), out(2 * kSweepPeriod);
+// Two periods of the sweep through the process; what the second gave. The sweep itself becomes what
+// was fed.
+stereo_signal run_sweep(const sweep& how, const device& device, std::vector<float>& samples) {
+  const block_process process = device.start();
+  std::vector<float> in(2 * kBlock), out(2 * kBlock);
   stereo_signal result{std::vector<float>(kLength), std::vector<float>(kLength)};
-  for (size_t n = 0; n < 2 * kLength; n += kSweepPeriod) {
+  for (size_t n = 0; n < 2 * kLength; n += kBlock) {
     const size_t at = n % kLength;
-    for (size_t i = 0; i < kSweepPeriod; ++i) {
+    for (size_t i = 0; i < kBlock; ++i) {
       in[2 * i] = how.input == "right" ? 0 : samples[at + i];
       in[2 * i + 1] = how.input == "left" ? 0 : samples[at + i];
     }
     process(in, out);
-    for (size_t i = 0; i < kSweepPeriod; ++i) {
+    for (size_t i = 0; i < kBlock; ++i) {
       result.left[at + i] = out[2 * i];
       result.right[at + i] = out[2 * i + 1];
       if (n >= kLength) samples[at + i] = in[2 * i + (how.input == "right" ? 1 : 0)];
@@ -77,8 +77,27 @@ stereo_signal run_sweep(const sweep& how, const sweep_process& process,
   return result;
 }
 
-// H per bin.
-spectrum measure_spectrum(const spectrum& in, const std::vector<float>& out) {
+// Where an impulse response has sunk into noise, which stands alone at the end of the period's first
+// half: filters at low frequencies amplify their own rounding so much that it would be seen. Repeats
+// of an echo may stand kGap parts apart.
+size_t length_of(const std::vector<float>& impulse) {
+  constexpr size_t kParts = 128, kPart = kLength / 2 / kParts;
+  constexpr size_t kGap = 4;
+  std::vector<double> powers(kParts);
+  for (size_t i = 0; i < kParts * kPart; ++i) powers[i / kPart] += std::pow(double{impulse[i]}, 2);
+  double noise = 0;
+  for (size_t i = kParts / 2; i < kParts; ++i) noise += powers[i] / (kParts / 2);
+  size_t silent = 0;
+  for (size_t i = 0; i < kParts; ++i) {
+    silent = powers[i] < 2 * noise ? silent + 1 : 0;
+    if (silent > kGap) return (i - kGap + 1) * kPart;
+  }
+  return kLength / 2;
+}
+
+// The second half of the period holds distortion, but for what a filter without a delay of its own
+// has around zero.
+spectrum measure_transfer(const spectrum& in, const std::vector<float>& out) {
   const spectrum ys = transform(out);
   double strongest = 0;
   for (const auto& x : in) strongest = std::max(strongest, std::norm(x));
@@ -88,14 +107,15 @@ spectrum measure_spectrum(const spectrum& in, const std::vector<float>& out) {
     const std::complex<double> h = ys[k] * std::conj(in[k]) / (std::norm(in[k]) + floor);
     ratio[k] = {static_cast<float>(h.real()), static_cast<float>(h.imag())};
   }
-  // A constant that a filter comes to rest at is no answer to the sweep, which has none.
+  // The sweep has no constant part; the one that filters come to rest at is no answer to it.
   ratio[0] = {ratio[1].r, 0};
   std::vector<float> impulse(kLength);
   kiss_fftri(make_plan(true).get(), ratio.data(), impulse.data());
-  std::fill(impulse.begin() + kLength / 2, impulse.end(), 0.0f);  // distortion
-  spectrum result = transform(impulse);
-  for (auto& one : result) one /= static_cast<double>(kLength);
-  return result;
+  std::fill(impulse.begin() + static_cast<std::ptrdiff_t>(length_of(impulse)),
+            impulse.end() - kLength / 64, 0.0f);
+  spectrum transfer = transform(impulse);
+  for (auto& h : transfer) h /= static_cast<double>(kLength);
+  return transfer;
 }
 
 double level_at(const spectrum& h, double bin, int smoothing) {
@@ -112,48 +132,61 @@ double level_at(const spectrum& h, double bin, int smoothing) {
   return 10 * std::log10(sum / static_cast<double>(last - first + 1));
 }
 
+bool tells_phase(const spectrum& h, double bin) {
+  return std::norm(h[static_cast<size_t>(std::lround(bin))]) > 1e-8;  // -80 dB
+}
+
 double phase_at(const spectrum& h, double bin, int latency) {
   const auto k = static_cast<size_t>(std::lround(bin));
   const double turn = 2 * std::numbers::pi * static_cast<double>(k) * latency / kLength;
   return std::arg(h[k] * std::polar(1.0, turn)) * 180 / std::numbers::pi;
 }
 
-// In frames. The phase's slope between neighbours, each weighted with its
-// power.
-double delay_at(const spectrum& h, double bin) {
+// In frames: the phase's slope from bin to bin.
+double delay_at(const spectrum& h, double bin, int latency) {
   constexpr double kHalfWindow = 1.0293;  // 1/24 octave
   const auto first = static_cast<size_t>(bin / kHalfWindow);
   const auto last = std::min(static_cast<size_t>(bin * kHalfWindow) + 1, h.size() - 2);
   std::complex<double> slope;
   for (size_t k = first; k <= last; ++k) slope += h[k + 1] * std::conj(h[k]);
+  slope *= std::polar(1.0, 2 * std::numbers::pi * latency / kLength);
   return -std::arg(slope) * kLength / (2 * std::numbers::pi);
 }
 
 }  // namespace
 
-response::response(int rate, spectrum left, spectrum right)
-    : rate_(rate), left_(std::move(left)), right_(std::move(right)) {}
+response::response(int rate, int latency, spectrum left, spectrum right)
+    : rate_(rate), latency_(latency), left_(std::move(left)), right_(std::move(right)) {}
 
-response::sides response::at(double hertz, int smoothing) const {
-  const double bin = hertz * kLength / rate_;
-  return {level_at(left_, bin, smoothing), level_at(right_, bin, smoothing)};
+template <typename Measure>
+response::sides response::of_both(Measure measure) const {
+  return {measure(left_), measure(right_)};
 }
 
-response::sides response::phase(double hertz, int latency) const {
+response::sides response::level(double hertz, int smoothing) const {
   const double bin = hertz * kLength / rate_;
-  return {phase_at(left_, bin, latency), phase_at(right_, bin, latency)};
+  return of_both([&](const spectrum& h) { return level_at(h, bin, smoothing); });
 }
 
-response::sides response::delay(double hertz, int latency) const {
+response::sides response::phase(double hertz) const {
+  const double bin = hertz * kLength / rate_;
+  return of_both(
+      [&](const spectrum& h) { return tells_phase(h, bin) ? phase_at(h, bin, latency_) : NAN; });
+}
+
+response::sides response::delay(double hertz) const {
   const double bin = hertz * kLength / rate_, ms = 1000.0 / rate_;
-  return {ms * (delay_at(left_, bin) - latency), ms * (delay_at(right_, bin) - latency)};
+  return of_both([&](const spectrum& h) {
+    return tells_phase(h, bin) ? ms * delay_at(h, bin, latency_) : NAN;
+  });
 }
 
-response measure_response(const sweep& how, const sweep_process& process) {
+response measure_response(const sweep& how, const device& device) {
   std::vector<float> samples = make_sweep(how);
-  const stereo_signal out = run_sweep(how, process, samples);
+  const stereo_signal out = run_sweep(how, device, samples);
   const spectrum in = transform(samples);
-  return {how.rate, measure_spectrum(in, out.left), measure_spectrum(in, out.right)};
+  return {how.rate, device.latency, measure_transfer(in, out.left),
+          measure_transfer(in, out.right)};
 }
 
 }  // namespace sonx
