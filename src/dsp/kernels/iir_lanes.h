@@ -59,6 +59,9 @@ struct lane_shape {
 constexpr lane_shape kLaneShapes[] = {{1, 1}, {2, 1}, {1, 2}, {1, 3}, {1, 4}, {1, 5}};
 constexpr int kLaneShapeCount = static_cast<int>(std::size(kLaneShapes));
 
+// What becomes of a result of more than 32 bits.
+enum class rule { saturating, wrapping };
+
 struct lane_kernels {
   // The inputs of a group's chains, scaled as the sections need them, into rows; a column that no
   // chain starts in gets silence. n is kFewestBlockFrames or more.
