@@ -191,7 +191,7 @@ block_function own_noise_suppressor() {
     Resampler_t down, up;
     channel() {
       tekaNs_InitCore(&core, 32000);
-      tekaNs_set_prior_source(&core, 1);
+      tekaNs_set_prior_source(&core, 2);
       Resampler_config(&down, 48000, 32000);
       Resampler_config(&up, 32000, 48000);
     }
