@@ -11,8 +11,12 @@
 // clicks. The effect starts the same way. A tone falls for 10 ms, is zero for another 10 to 12 ms,
 // and comes back as the compressor's gain recovers: it is 3 dB down until 80 to 90 ms after the
 // change, and 0.5 dB until 115 to 135 ms. Inside, a period is cut into blocks of 240 or 256 frames,
-// chosen by its length, and the fade counts blocks. Shorter blocks shorten its ramps, so that a
-// switch can be heard with periods below about 200 frames, or that leave a short last block.
+// chosen by its length, and the fade counts blocks. It is as long as it should be where the first two
+// blocks after a change, and the next two, hold the latency (below) together: periods of 240, 256, 480,
+// 500, 512, 768, 960, 1000, 1024, 1152, 1536, 1764 and 1920 frames, and 441 at 44100 Hz. There the
+// largest step of a tone of 50 to 200 Hz at a switch is 1.0 to 2.6 times its own. At 48000 Hz it is 8
+// times that with 220 and 441 frames, 16 with 882, and 11 to 39 with 96, 192, 260, 288, 320, 384 and
+// 576: such a host gathers frames into one of the periods above.
 //
 // Sliders: a change that comes before the sound is back takes it away again. Music in which a record
 // changes every 10 ms is mute, every 50 ms 10 dB softer, every 150 ms 3 dB, every 500 ms 0.8 dB. So
