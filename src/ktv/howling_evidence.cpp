@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <cstdlib>
+#include <iterator>
 
 #include "dsp/fft_frame.h"
 #include "ktv/howling_internal.h"
@@ -12,10 +13,11 @@ constexpr int kSteadyFrequency = 24;  // 9 Hz at 48 kHz
 constexpr int kSteadyLevel = level_of_db(1.5);
 constexpr int kFastest = level_of_db(2.0);  // what counts of a rise in one frame
 constexpr int kMostGrowth = level_of_db(60.0);
-constexpr int kStanding = 100;   // frames after which harmonics no longer suggest a voice
-constexpr int kLongest = 10000;  // frames; counters stop there
-constexpr int kMatch = 128;      // half a bin
-constexpr int kGone = 4;         // frames that a suspect may be missing
+constexpr int kStanding = 100;       // frames after which harmonics no longer suggest a voice
+constexpr int kLongest = 10000;      // frames; counters stop there
+constexpr int kMatch = 128;          // half a bin
+constexpr int kGone = 4;             // frames that a suspect may be missing
+constexpr int kStandingFrames = 12;  // of steadiness, for what the notches should have ended
 
 // The usual level.
 constexpr int kQuiet = level_of_dbfs(-60.0);
@@ -165,6 +167,13 @@ void add_evidence(const howlingCancel* canceller, howling_suspect& s, int positi
     s.loud = std::max(s.loud - 2, 0);
 }
 
+bool is_outsider(const howlingCancel* canceller, int position) {
+  const auto matches = [=](const howling_outsider& o) {
+    return o.position && std::abs(o.position - position) < kOutsiderWidth;
+  };
+  return std::any_of(canceller->outsiders, std::end(canceller->outsiders), matches);
+}
+
 bool meets(const howling_suspect& s, const demand& d, int doubt) {
   return (s.steady >= d.steady && s.growth >= d.growth + doubt * level_of_db(2.0)) ||
          s.loud >= d.loud + 12 * doubt;
@@ -193,9 +202,7 @@ void gather_evidence(howlingCancel* canceller, const int* found) {
 
 bool is_howl(const howlingCancel* canceller, const howling_suspect& suspect,
              const howling_place* former) {
-  if (suspect.position == 0) return false;
-  for (const howling_outsider& o : canceller->outsiders)
-    if (o.position && std::abs(o.position - suspect.position) < kOutsiderWidth) return false;
+  if (suspect.position == 0 || is_outsider(canceller, suspect.position)) return false;
   const int excess = suspect.level - canceller->usual_level;
   if (former)
     return excess > (former->hold == kLongHold ? kReturnDemand.excess : 0) &&
@@ -212,12 +219,39 @@ bool is_strong(const howlingCancel* canceller, const howling_suspect& suspect,
   return suspect.level - canceller->usual_level > (former ? 0 : kStrong);
 }
 
+bool howl_stands(const howlingCancel* canceller) {
+  const auto stands = [=](const howling_suspect& s) {
+    if (s.position == 0 || s.missed > 0 || s.steady < kStandingFrames ||
+        is_outsider(canceller, s.position))
+      return false;
+    const peak_features f = features_of(*canceller->powers, s.position);
+    return f.share < level_of_db(6.0) && f.slope > -level_of_db(0.25) &&
+           s.level - canceller->usual_level > level_of_db(3.0);
+  };
+  return std::any_of(canceller->suspects, std::end(canceller->suspects), stands);
+}
+
+int ruling_tone(const howlingCancel* canceller) {
+  const int least = std::min(canceller->usual_level + kOver, kHighestUsual);
+  for (const howling_suspect& s : canceller->suspects)
+    if (s.position && s.missed == 0 && s.level > least &&
+        whole_level(*canceller->powers) - s.level < level_of_db(2.0))
+      return s.position;
+  return 0;
+}
+
 void forget_evidence(howlingCancel* canceller) {
   for (howling_suspect& s : canceller->suspects) s = {};
   for (howling_outsider& o : canceller->outsiders) o = {};
   canceller->usual_level = kFirstUsual;
   canceller->doubt = 0;
   canceller->alert = 0;
+}
+
+void forget_outsiders(howlingCancel* canceller) {
+  for (howling_outsider& o : canceller->outsiders) o = {};
+  canceller->usual_level = std::min(canceller->usual_level, kFirstUsual);
+  canceller->doubt = 0;
 }
 
 void learn_outsider(howlingCancel* canceller, int position, int level) {

@@ -150,7 +150,10 @@ void advance_trial(howlingCancel* canceller, int i, const int* found) {
   const int drop = place.hold == kLongHold ? kTrialDrop : kWeakTrialDrop;
   if (place.level - level >= drop && place.timer >= kLeastTrial) {
     place.phase = kHolding;
-    if (place.hold == kLongHold) canceller->alert = kAlertFrames;
+    if (place.hold == kLongHold) {
+      canceller->alert = kAlertFrames;
+      canceller->pressure = std::min(canceller->pressure + kProvedHowl, kMostPressure);
+    }
     place.timer = 0;
     return;
   }
@@ -204,6 +207,12 @@ void advance_places(howlingCancel* canceller, const int* found) {
   for (int i = 0; i < kPlaces; ++i) advance_place(canceller, i, found);
 }
 
+bool all_in_use(const howlingCancel* canceller) {
+  return std::all_of(canceller->places, canceller->places + kPlaces, [](const howling_place& p) {
+    return p.phase == kTrial || p.phase == kHolding;
+  });
+}
+
 void answer_howl(howlingCancel* canceller, const howling_suspect& howl, bool strong) {
   int i = place_near(canceller, howl.position);
   if (i >= 0) {
@@ -222,5 +231,21 @@ void answer_howl(howlingCancel* canceller, const howling_suspect& howl, bool str
     place.hold = strong || canceller->alert > 0 ? kLongHold : kShortHold;
   }
   canceller->places[i].attempts = 0;
+  begin_trial(canceller, i);
+}
+
+void answer_sweep(howlingCancel* canceller, int low, int high) {
+  int i = place_near(canceller, (low + high) / 2);
+  if (i < 0) {
+    i = vacant_place(canceller);
+    canceller->places[i].width = 0;
+    canceller->places[i].position = (low + high) / 2;
+  }
+  howling_place& place = canceller->places[i];
+  if (place.phase == kTrial) return;
+  const int margin = low * kFirstWidth / 32;
+  span(place, std::min(low_edge(place), low - margin), std::max(high_edge(place), high + margin));
+  place.hold = kLongHold;
+  place.attempts = 0;
   begin_trial(canceller, i);
 }

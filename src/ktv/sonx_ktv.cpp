@@ -2,6 +2,7 @@
 
 #include <cstdint>
 
+#include "fixed.h"
 #include "ktv/memory.h"
 #include "ktv/teka_audio_tx_ktv.h"
 #include "log.h"
@@ -107,6 +108,22 @@ void sonx_ktv_iirecho_enable(void* handle, int enable) {
 void sonx_ktv_noise_canceling_enable(void* handle, int enable) {
   __android_log_print(kLogDebug, kLogTag, "%s: %d", "sonx_ktv_noise_canceling_enable", enable);
   set(handle, teka_audio_tx_ktv_noise_canceling_setstatus, enable);
+}
+
+void sonx_ktv_howling_canceling_set_shift(void* handle, int hertz) {
+  set(handle, teka_audio_tx_ktv_howling_canceling_set_shift, hertz);
+}
+void sonx_ktv_howling_canceling_set_shift_mode(void* handle, int mode) {
+  set(handle, teka_audio_tx_ktv_howling_canceling_set_shift_mode, mode);
+}
+void sonx_ktv_howling_canceling_set_last_resort(void* handle, int on) {
+  set(handle, teka_audio_tx_ktv_howling_canceling_set_last_resort, on);
+}
+int sonx_ktv_howling_canceling_gain(const void* handle) {
+  if (handle == nullptr) return kOneQ13;
+  int gain = kOneQ13;
+  howling_canceling_get_gain(static_cast<const sonx_ktv_handle_t*>(handle)->chain.howling, &gain);
+  return gain;
 }
 
 int sonx_ktv_latency(const void* handle) {

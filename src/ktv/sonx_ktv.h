@@ -64,6 +64,15 @@ SONX_EXPORT void sonx_ktv_hw_howling_canceling_enable(void* handle, int enable);
 SONX_EXPORT void sonx_ktv_compressor_enable(void* handle, int enable);
 SONX_EXPORT void sonx_ktv_iirecho_enable(void* handle, int enable);
 
+// The howling canceller's further lines of defence, off after init (howling_cancel.h): a shift of all
+// frequencies in Hz, 0..20; when to shift, 0 always, 1 only while the notches alone don't hold the
+// loop; whether gain may go down as the last resort, and what is left of it, Q13 (8192 without a
+// handle).
+SONX_EXPORT void sonx_ktv_howling_canceling_set_shift(void* handle, int hertz);
+SONX_EXPORT void sonx_ktv_howling_canceling_set_shift_mode(void* handle, int mode);
+SONX_EXPORT void sonx_ktv_howling_canceling_set_last_resort(void* handle, int on);
+SONX_EXPORT int sonx_ktv_howling_canceling_gain(const void* handle);
+
 // Frames by which process delays the voice: 0.
 SONX_EXPORT int sonx_ktv_latency(const void* handle);
 

@@ -208,14 +208,15 @@ void echo(trial& t) {
 // A room that feeds back: what the canceller puts out returns some 400 samples
 // later through a resonance that moves now and then. Besides there are tones
 // from outside, or short noises. The first trial goes on until its notches have
-// been given up again.
+// been given up again. With reserves the shift and the last resort are at work, as drawn.
+template <bool reserves>
 void howling(trial& t) {
   constexpr int kPeriod = 240, kOne = 1 << 28;
   held<howlingCancel, howling_canceling_init, howling_canceling_end> canceller;
   int row[5] = {kOne / 100, 0, -kOne / 100, 0, -(kOne / 100 * 98)};  // poles at 0.99
   held<IIR, IIR_init, IIR_end> resonance(row);
-  const bool loop = t.number % 3 != 1, tones = t.number % 3 != 0;
-  const int gain_q13 = loop ? 11000 + static_cast<int>(t.roll(14000)) : 0;
+  const bool loop = reserves || t.number % 3 != 1, tones = t.number % 3 != 0;
+  const int gain_q13 = loop ? (11000 + static_cast<int>(t.roll(14000))) << (reserves ? 2 : 0) : 0;
   const int delay = 300 + static_cast<int>(t.roll(500)), long_one = 75 * 48000,
             frames = t.number == 0 ? long_one : t.frames;
   const std::vector<int> bursts = t.signal<int>(48000, 4);
@@ -226,6 +227,12 @@ void howling(trial& t) {
   for (auto& o : oscillators)
     o = {1 + t.roll(1 << 26), 0, t.once_in(2) ? 0 : 1 << (16 + t.roll(6))};
   for (int start = 0; start + kPeriod <= frames; start += kPeriod) {
+    if (reserves && start % 192000 == 0) {
+      howling_canceling_set_shift(&canceller, t.wild() ? t.any() : static_cast<int>(t.roll(9)) - 1);
+      howling_canceling_set_shift_mode(&canceller, t.once_in(2));
+      howling_canceling_set_last_resort(&canceller, t.once_in(2));
+      howling_canceling_set_sample_rate(&canceller, SampleRateType(t.once_in(4) ? t.roll(5) : 1));
+    }
     std::fill(heard.begin(), heard.end(), 0);
     if (start % 72000 == 0 && (t.number != 0 || start == 0)) {
       const int angle_q14 = 500 + static_cast<int>(t.roll(9000));  // its cosine is 1 - angle^2 / 2
@@ -254,6 +261,35 @@ void howling(trial& t) {
     if (t.once_in(8000)) howling_canceling_reset(&canceller);
   }
   t.access<SETTING(howling_canceling_, status)>(&canceller);
+  if (reserves)
+    t.access<SETTING(howling_canceling_, _shift), SETTING(howling_canceling_, _shift_mode),
+             SETTING(howling_canceling_, _last_resort), howling_canceling_get_gain>(&canceller);
+}
+
+// The settings on the chain and on the handle, over a full-scale tone that counts as a howl.
+void howling_settings(trial& t) {
+  held<teka_audio_tx_ktv_t, teka_audio_tx_ktv_init, teka_audio_tx_ktv_end> c;
+  void* const handle = sonx_ktv_init();
+  sonx_ktv_iirecho_enable(handle, 0);
+  teka_audio_tx_ktv_iirecho_setstatus(&c, 0);
+  std::vector<short> left(256), right(256);
+  for (int start = 0; start + 256 <= t.frames; start += 256) {
+    std::vector<short> x(256);
+    for (int i = 0; i < 256; ++i) x[size_t(i)] = (start + i) % 40 < 20 ? 20000 : -20000;
+    if (t.once_in(16)) {
+#define DEFENCE(name) SETTING(teka_audio_tx_ktv_howling_canceling_, name)
+      t.access<DEFENCE(_shift), DEFENCE(_shift_mode), DEFENCE(_last_resort),
+               teka_audio_tx_ktv_howling_canceling_get_gain>(&c);
+      t.access<sonx_ktv_howling_canceling_set_shift, sonx_ktv_howling_canceling_set_shift_mode,
+               sonx_ktv_howling_canceling_set_last_resort>(handle);
+    }
+    teka_audio_tx_ktv_process_16(&c, x.data(), left.data(), right.data(), 256);
+    t.note_all(left.data(), 256);
+    sonx_ktv_process_16(handle, x.data(), left.data(), right.data(), 256);
+    t.note_all(left.data(), 256);
+    t.note(sonx_ktv_howling_canceling_gain(handle));
+  }
+  sonx_ktv_deinit(handle);
 }
 
 void howling_blocks(trial& t) {
@@ -370,7 +406,10 @@ const std::vector<subject> kChains = {
     {"hp-handles-8.24", "8.24", 12, 24000, headphone_handles<int, 4>},
     {"echo", "delays to 350 ms, feedback, gains", 35, 40000, echo},
     {"howling-loop", "closed loops, tones from outside; 15 seconds each, one of 75", 20, 720000,
-     howling},
+     howling<false>},
+    {"howling-reserves", "loops beyond what notches hold: shift, last resort", 12, 720000,
+     howling<true>},
+    {"howling-settings", "of the reserves, on chain and handle", 4, 96000, howling_settings},
     {"howling-blocks", "streams of all kinds", 35, 20000, howling_blocks},
     {"ktv-chain-16", "every stage and setting", 70, 12000, karaoke_chain<short>},
     {"ktv-chain-24", "24-bit samples 4 bits up", 70, 12000, karaoke_chain<int>},
