@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <cstddef>
 #include <cstdint>
 #include <cstdlib>
 #include <iterator>
@@ -111,7 +112,7 @@ void advance_gain(howlingCancel* canceller) {
 }  // namespace
 
 void howling_canceling_set_sample_rate(howlingCancel* canceller, SampleRateType rate) {
-  const bool known = rate >= 0 && rate < static_cast<int>(std::size(kStepsPerHertz));
+  const bool known = static_cast<size_t>(rate) < std::size(kStepsPerHertz);
   canceller->sample_rate = known ? rate : SAMPLE_RATE_48000;
 }
 
