@@ -3,6 +3,7 @@
 //
 //   howling_rooms gain|howl|ring MODE [first] [count] [horizon]
 //   howling_rooms alone MODE [first] [count]
+//   howling_rooms beats
 //
 // MODE is none, notches, or a shift: 3, 5 (always), a3, a5 (automatic); r at its end adds the last
 // resort, as in notchesr, 5r, a5r.
@@ -10,6 +11,7 @@
 //   howl   time until a howl that fills the loudspeaker is 20 dB down for good, +3 and +6 dB
 //   ring   share of the voice's frames that ring at +3 dB
 //   alone  without feedback: share of time with a cut by more than 1 dB
+//   beats  what the shift does to a note that an accompaniment plays too
 #include <cstdio>
 #include <cstdlib>
 #include <string>
@@ -123,7 +125,8 @@ void report_gain(const mode& m, unsigned first, unsigned count, int horizon_s) {
   print("added stable gain", summary_of(added, true), "dB");
 }
 
-double seconds_to_end(const world& w, double gain_db, const mode& m) {
+double seconds_to_end(const world& w, double above_db, const mode& m) {
+  const double gain_db = w.open_limit_db + above_db;
   closed_loop loop(w.response);
   const float silence[kPeriod] = {};
   int p = 0;
@@ -210,6 +213,42 @@ void report_alone(const mode& m, unsigned first, unsigned count) {
   over("chords", [&](unsigned s) { return chords_alone(s, level(s)); });
 }
 
+// A sung note at a microphone whose shift is on, together with the same note from an accompaniment:
+// by how much the level of the sum swings within 20 ms frames, and how far apart both are.
+void report_beats() {
+  std::printf("note   shift  apart      swing with an accompaniment as loud, 10 dB softer\n");
+  for (const double f : {110.0, 220.0, 440.0, 880.0})
+    for (const int hertz : {0, 1, 3, 5}) {
+      canceller stage({hertz, false, false});
+      double swing[2];
+      for (int k = 0; k < 2; ++k) {
+        const double beside = k == 0 ? 1.0 : 0.316;
+        double least = 1e9, most = -1e9;
+        for (int frame = 0; frame < 150; ++frame) {
+          double power = 0.0;
+          for (int i = 0; i < 960; ++i) {
+            const double t = 6.2831853 * f * (frame * 960 + i) / kRate;
+            const auto partials = [&](double phase) {
+              double sum = 0.0;
+              for (int p = 1; p <= 8; ++p) sum += std::sin(p * t + phase * p * p) / p;
+              return sum * 60000.0;
+            };
+            int x = static_cast<int>(partials(0.3));
+            stage.run(&x, 1);
+            const double y = x + beside * partials(0.5);
+            power += y * y;
+          }
+          if (frame < 50) continue;
+          least = std::min(least, db(power));
+          most = std::max(most, db(power));
+        }
+        swing[k] = most - least;
+      }
+      std::printf("%4.0f Hz %3d Hz %4.0f cents  %5.1f dB %5.1f dB\n", f, hertz,
+                  1200.0 * std::log2((f + hertz) / f), swing[0], swing[1]);
+    }
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -224,7 +263,8 @@ int main(int argc, char** argv) {
   if (what == "gain") return report_gain(m, first, count, horizon_s), 0;
   if (what == "howl") return report_howl(m, first, count), 0;
   if (what == "ring") return report_ring(m, first, count, horizon_s), 0;
+  if (what == "beats") return report_beats(), 0;
   if (what == "alone") return report_alone(m, first, count), 0;
-  std::fprintf(stderr, "howling_rooms gain|howl|ring|alone MODE [first] [count] [8|24]\n");
+  std::fprintf(stderr, "howling_rooms gain|howl|ring|alone|beats MODE [first] [count] [8|24]\n");
   return 1;
 }

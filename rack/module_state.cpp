@@ -155,6 +155,8 @@ void copy_state(const howlingCancel& from, howlingCancel& to) {
   to.sweep_frames = from.sweep_frames;
   to.sweep_low = from.sweep_low;
   to.sweep_high = from.sweep_high;
+  to.voice_frames = from.voice_frames;
+  std::copy_n(from.memories, std::size(from.memories), to.memories);
 }
 
 void copy_state(const NsxInst_t_& from, NsxInst_t_& to) {

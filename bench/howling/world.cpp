@@ -246,8 +246,10 @@ world world_of(unsigned seed) {
   world w = {};
   w.response = room_of(d);
   if (d.once_in(4)) w.covered = through_hand(w.response, d);
-  double limit_db = unprotected_limit_db(w.response);
+  const double open_db = unprotected_limit_db(w.response);
+  double limit_db = open_db;
   if (!w.covered.empty()) limit_db = std::min(limit_db, unprotected_limit_db(w.covered));
+  w.open_limit_db = open_db - limit_db;
   const auto gain = static_cast<float>(std::pow(10.0, limit_db / 20.0));
   for (signal* h : {&w.response, &w.covered})
     for (float& v : *h) v *= gain;

@@ -15,10 +15,11 @@
 enum class voice_kind { speech, singing, speech_beside_music };
 
 struct world {
-  signal response;  // at 0 dB of gain this one, or the next, is just stable
-  signal covered;   // the same with a hand over the microphone; empty: none
-  signal voice;     // 24 s
-  double level_db;  // of its loud parts, dBFS
+  signal response;       // at 0 dB of gain this one, or the next, is just stable
+  signal covered;        // the same with a hand over the microphone; empty: none
+  double open_limit_db;  // where the first alone is just stable
+  signal voice;          // 24 s
+  double level_db;       // of its loud parts, dBFS
   voice_kind kind;
 };
 

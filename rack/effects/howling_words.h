@@ -11,7 +11,7 @@ constexpr std::array<const char*, 2> kShiftTimes = {"always", "when needed"};
 #define SONX_HOWLING_SETTINGS(prefix, title)                                                      \
   number(                                                                                         \
       prefix "shift", title "Shift", "Hz", {0, 20, 0, 1},                                         \
-      "Moves all frequencies up by so much, so that a howl can't settle: 4 dB more gain. 3 to 5 " \
+      "Moves all frequencies up by so much, so that a howl can't settle: 3 dB more gain. 3 to 5 " \
       "are usual; for speech, and not beside an accompaniment."),                                 \
       choice(prefix "shift_when", title "Shift when", kShiftTimes, 1,                             \
              "Shifts always, or only while the notches alone don't hold the loop."),              \

@@ -18,18 +18,21 @@
 //   slope over frames    the level's straight line over eight frames, within 1.5 dB: its rise,
 //                        summed up while the frequency stays within 9 Hz, is the main evidence. A
 //                        howl grows on a straight line in decibels; a note's onset does not last
-//   persistence          frames in which the peak was steady
+//   persistence          frames in which the peak was steady, and in which it ruled the spectrum;
+//                        these are remembered for some seconds, since a ring near the limit comes
+//                        and goes with the voice, but always at the same frequency
 // For a second after a howl has been proved more of them are likely: what is louder than usual then
 // needs less evidence, and harmonics don't clear it: howls stand at each other's multiples too.
 // A frequency between bins is that of the parabola through three levels.
 //
 // The last test is made with the notch itself (an active probe): in a closed loop the tone dies
 // away as soon as the notch cuts it; a note from outside goes on in front of the notch. If the
-// level has not fallen by 7 dB (11 dB where the evidence was weak) within 107 ms, the notch is
-// taken back, the frequency left alone for 3 s, and more evidence asked for the next ones.
+// level has not fallen by 1.5 dB within 48 ms, or by 7 dB (11 dB where the evidence was weak) within
+// 107 ms, the notch is taken back, the frequency left alone for 3 s, and more evidence asked for the
+// next ones.
 //
-// How it is cut. A notch of a quarter of its frequency between the -3 dB points takes its centre
-// out entirely. Howls beside it widen it, to 10/16 at most; when all five are in use the two that
+// How it is cut. A notch of 5/16 of its frequency between the -3 dB points takes its centre out
+// entirely. Howls beside it widen it, to 12/16 at most; when all five are in use the two that
 // lie closest become one. It stays for 60 s (0.4 s where the evidence was weak: if the howl returns
 // it comes back, four times as long), then gives up its depth over 4.4 s (0.7 s) and is put back at
 // the first sign of the howl. Depth fades, in 2.7 ms going in; to be moved, a notch fades out and
@@ -37,7 +40,7 @@
 //
 // Two more lines of defence, both off until they are asked for. The first shifts all frequencies by a
 // few hertz (frequency_shifter.h): what rings glides and leaves the frequency at which it grew.
-// That lets the loop stand 4 dB louder, and doesn't suit a voice that is heard together with an
+// That lets the loop stand some 3 dB louder, and doesn't suit a voice that is heard together with an
 // accompaniment it has to be in tune with. It may come in by itself: when three howls have been
 // proved within seconds, or a loud tone just goes on. The second, the last resort, takes gain
 // away, 26 dB in a second, while a howl goes on though all notches are in use, or nothing ends it,
@@ -46,7 +49,7 @@
 //
 // What it doesn't do: howls below some 150 Hz and above 5.8 kHz (at 48 kHz) are not heard, more
 // than five narrow ones at once are cut only by wide notches, and a solo note without harmonics
-// that grows slowly may lose a tenth of a second to a trial.
+// that grows slowly may lose a twentieth of a second to a trial.
 //
 // The interface knows no rate: the analysis works on half of whatever rate it gets. All frequencies
 // and times above hold at 48 kHz (within a tenth at 44.1 kHz); at 96 kHz bins are twice as wide and
@@ -90,6 +93,12 @@ struct howling_suspect {
   int level;     // newest, log2 Q10
 };
 
+// How long a tone that is no suspect any more has been loud.
+struct howling_memory {
+  int position;  // 0 = unused
+  int loud;      // frames, fading
+};
+
 struct bin_powers;  // of the eight latest frames
 struct frequency_shifter;
 
@@ -127,7 +136,9 @@ struct howlingCancel {
   int ruler_frames;            // for which it has stood there
   int sweep_frames;            // for which tones have ruled, wherever
   int sweep_low, sweep_high;   // between which they have moved
-  int trust;                   // frames for which a ruling tone counts as one from outside
+  int voice_frames;            // that the usual level has followed
+  howling_memory memories[8];
+  int trust;  // frames for which a ruling tone counts as one from outside
 };
 
 // Takes all memory; no notch placed; status 1 (on). Where memory is short, all pointers are null and

@@ -13,11 +13,13 @@ constexpr int kReleaseStep = 5;                // 4.4 s
 constexpr int kQuickReleaseStep = 30;          // 0.7 s
 
 // Widths, in 1/16 of the centre frequency.
-constexpr int kFirstWidth = 4;
-constexpr int kWidest = 10;
+constexpr int kFirstWidth = 5;
+constexpr int kWidest = 12;
 
 constexpr int kLeastTrial = 4;  // frames; a notch takes as long to show in the loop
 constexpr int kTrialFrames = 20;
+constexpr int kEarlyFrames = 9;  // by then a howl has fallen a little, however long the room rings
+constexpr int kEarlyDrop = level_of_db(1.5);
 constexpr int kTrials = 2;
 constexpr int kTrialDrop = level_of_db(7.0);
 constexpr int kWeakTrialDrop = level_of_db(11.0);
@@ -157,7 +159,8 @@ void advance_trial(howlingCancel* canceller, int i, const int* found) {
     place.timer = 0;
     return;
   }
-  if (place.timer < kTrialFrames) return;
+  const bool unimpressed = place.timer >= kEarlyFrames && place.level - level < kEarlyDrop;
+  if (place.timer < kTrialFrames && !unimpressed) return;
   const int moved = moved_peak(place, found);
   if (++place.attempts < kTrials && moved) {
     widen_to(place, moved);
