@@ -31,6 +31,7 @@ export class Controls {
     if (!this.effect) {
       this.root.replaceChildren(h("p", { class: "empty" },
         "The rack is empty: the sound passes through. Add an effect, or open a preset."));
+      this.onGroups();
       return;
     }
     const groups = groupsOf(this.effect.parameters);

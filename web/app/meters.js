@@ -37,7 +37,7 @@ export class Meters {
     this.numbers = { in: h("span", { class: "meter-number" }), out: h("span", { class: "meter-number" }) };
     this.full = h("button", {
       type: "button", class: "full-scale", title: "The output has reached full scale. Click to forget it.",
-      "aria-label": "Full scale: not reached", onclick: () => this.setFull(false),
+      "aria-label": "FS, full scale: not reached", onclick: () => this.setFull(false),
     }, "FS");
     const pair = (name, which) => h("div", { class: "meter" },
       h("span", { class: "meter-name" }, name), h("div", { class: "meter-pair" }, this.bars[which].map(({ element }) => element)),
@@ -47,7 +47,7 @@ export class Meters {
 
   setFull(on) {
     this.full.classList.toggle("lit", on);
-    this.full.setAttribute("aria-label", on ? "Full scale: reached. Forget it" : "Full scale: not reached");
+    this.full.setAttribute("aria-label", `FS, full scale: ${on ? "reached" : "not reached"}`);
   }
 
   show(which, peaks, seconds) {

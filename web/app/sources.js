@@ -1,14 +1,13 @@
 // Where the sound comes from: a file, one of the demo's recordings, noise, the microphone. What goes
 // wrong is told in plain words.
-import { rateOf } from "./wav.js";
+import { headOf } from "./file-head.js";
 
 const NOISE_SECONDS = 12;
 const NOISE_LEVEL = 0.08;
 const USUAL_RATE = 48000; // where a file doesn't tell its own
 
-// {name, bytes, rate}
 export function recordingOf(name, bytes) {
-  return { kind: "file", name, bytes, rate: rateOf(bytes) ?? USUAL_RATE };
+  return { kind: "file", name, bytes, head: headOf(bytes), rate: headOf(bytes).rate || USUAL_RATE };
 }
 
 export async function openFile(file) {
@@ -28,9 +27,23 @@ export async function decode(source, rate) {
   if (source.kind === "noise") return pinkNoise(rate);
   const context = new OfflineAudioContext(2, 1, rate);
   try {
-    return await context.decodeAudioData(source.bytes.slice(0));
+    const buffer = await context.decodeAudioData(source.bytes.slice(0));
+    if (source.head.bits === 16 && source.head.rate === rate) restoreWords(buffer);
+    return buffer;
   } catch {
     throw new Error(`The browser can't read “${source.name}” as sound. WAV, FLAC, MP3 and Ogg usually work.`);
+  }
+}
+
+// Some browsers take 32767 of 16 bits for full scale, but -32768 below 0: back to the file's own
+// numbers.
+function restoreWords(buffer) {
+  for (let channel = 0; channel < buffer.numberOfChannels; ++channel) {
+    const samples = buffer.getChannelData(channel);
+    for (let i = 0; i < samples.length; ++i) {
+      const word = samples[i] * 32768;
+      if (word === 32768 || !Number.isInteger(word)) samples[i] = Math.round(samples[i] * 32767) / 32768;
+    }
   }
 }
 
