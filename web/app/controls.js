@@ -1,6 +1,6 @@
 // The panel of one slot: all its parameters, from the catalogue.
 import { h, iconButton } from "./dom.js";
-import { valueText } from "./format.js";
+import { hertzIn, shortHertz, valueText } from "./format.js";
 import { groupsOf, shortName } from "./groups.js";
 import { numberControl } from "./number-control.js";
 
@@ -132,7 +132,7 @@ export class Controls {
     const parameter = this.effect.parameters[index];
     const { slider, field } = this.number(index, parameter.name, { vertical: true });
     return h("div", { class: "fader", title: parameter.description },
-      field, slider, h("span", { class: "fader-name" }, parameter.name.replace(" Hz", "").replace(" kHz", "k")));
+      field, slider, h("span", { class: "fader-name" }, shortHertz(hertzIn(parameter.name))));
   }
 
   cell(index, column) {

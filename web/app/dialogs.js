@@ -81,7 +81,9 @@ export function prepareTexts({ model, load, presets }) {
   });
 }
 
-const firstComment = (text) => /^# (.*)$/m.exec(text)?.[1] ?? "";
+// The comment that a preset begins with.
+const firstComment = (text) =>
+  (/^(# .*\n)+/.exec(text)?.[0] ?? "").replaceAll("# ", "").replaceAll("\n", " ");
 
 export function prepareImport({ model, load }) {
   $("#import-run").addEventListener("click", () => {

@@ -48,6 +48,9 @@ export function hertzText(hertz) {
   return hertz >= 1000 ? `${Number((hertz / 1000).toPrecision(3))} kHz` : `${Number(hertz.toPrecision(3))} Hz`;
 }
 
+// "31", "1k".
+export const shortHertz = (hertz) => hertzText(hertz).replace(" Hz", "").replace(" kHz", "k");
+
 // "31 Hz", "1 kHz"; null for other texts.
 export function hertzIn(text) {
   const found = /^(\d+(?:\.\d+)?) (k?)Hz$/.exec(text);

@@ -1,7 +1,7 @@
 // Points of an equalizer's bands over the large picture, to be dragged or moved by keys: left and
 // right is the frequency, up and down the gain, the wheel or Shift with up and down the Q.
 import { h } from "./dom.js";
-import { tidy, valueText } from "./format.js";
+import { shortHertz, tidy, valueText } from "./format.js";
 import { groupsOf, handlesOf } from "./groups.js";
 
 const SEMITONE = 2 ** (1 / 12);
@@ -44,8 +44,8 @@ export class Handles {
   }
 
   button(handle) {
-    const number = /(\d+)$/.exec(handle.name)?.[1] ?? "";
-    const button = h("button", { type: "button", class: "handle" }, number);
+    const name = handle.hertz ? shortHertz(handle.hertz) : /\d+$/.exec(handle.name)?.[0] ?? "";
+    const button = h("button", { type: "button", class: name.length > 2 ? "handle wide-name" : "handle" }, name);
     button.addEventListener("pointerdown", (event) => this.drag(event, handle, button));
     button.addEventListener("keydown", (event) => this.key(event, handle));
     button.addEventListener("blur", () => this.model.endGesture());

@@ -1,6 +1,6 @@
 // The large picture: what the settings do to each frequency, and the sound before and after them.
-import { colour, fit } from "./dom.js";
-import { hertzText } from "./format.js";
+import { $, colour, fit } from "./dom.js";
+import { shortHertz } from "./format.js";
 import { HIGHEST, LOWEST, POINTS, frequencyAt } from "./response.js";
 import { BOTTOM, SPECTRUM_POINTS } from "./spectrum.js";
 
@@ -73,6 +73,7 @@ export class Picture {
     context.rect(left, top, width, height);
     context.clip();
     for (const spectrum of this.spectra) this.drawSpectrum(spectrum);
+    $(".right-key").classList.toggle("shown", Boolean(this.rack) && differ(this.rack));
     if (this.slot) this.drawCurves(this.slot, "curve-slot", 1.25);
     if (this.rack) this.drawCurves(this.rack, "curve", 2.25);
     context.restore();
@@ -92,7 +93,7 @@ export class Picture {
       const named = NAMED.includes(hertz);
       this.line(x, top, x, top + height, colour(named ? "grid-strong" : "grid"));
       if ((narrow ? NAMED_NARROW : NAMED).includes(hertz)) {
-        c.fillText(hertzText(hertz).replace(" Hz", "").replace(" kHz", "k"), x, top + height + 8);
+        c.fillText(shortHertz(hertz), x, top + height + 8);
       }
     }
     c.textBaseline = "middle";
@@ -143,10 +144,9 @@ export class Picture {
     c.fill(path);
   }
 
-  drawCurves([leftCurve, rightCurve], color, thickness) {
-    const same = leftCurve.every((value, k) => Math.abs(value - rightCurve[k]) < 0.05 || value !== value);
-    if (!same) this.drawCurve(rightCurve, `${color}-right`, thickness);
-    this.drawCurve(leftCurve, color, thickness);
+  drawCurves(curves, color, thickness) {
+    if (differ(curves)) this.drawCurve(curves[1], `${color}-right`, thickness);
+    this.drawCurve(curves[0], color, thickness);
   }
 
   drawCurve(curve, color, thickness) {
@@ -161,3 +161,6 @@ export class Picture {
     c.stroke();
   }
 }
+
+// Whether left and right can be told apart; beyond what is measured there are no numbers.
+const differ = ([left, right]) => left.some((value, k) => Math.abs(value - right[k]) > 0.05);
