@@ -20,8 +20,7 @@ class peaks {
   // 1.0 = full scale.
   void take(float out[2]) {
     for (int c = 0; c < 2; ++c)
-      out[c] =
-          static_cast<float>(largest_[c].exchange(0, std::memory_order_relaxed)) / 0x1p23F;
+      out[c] = static_cast<float>(largest_[c].exchange(0, std::memory_order_relaxed)) / 0x1p23F;
   }
 
  private:

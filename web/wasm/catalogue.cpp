@@ -35,8 +35,8 @@ std::string json(const sonx_parameter& p) {
          ",\"description\":" + text(p.description) + ",\"kind\":" + text(kKinds[p.kind]) +
          ",\"minimum\":" + text(p.minimum) + ",\"maximum\":" + text(p.maximum) +
          ",\"initial\":" + text(p.initial) + ",\"step\":" + text(p.step) +
-         ",\"logarithmic\":" + (p.logarithmic ? "true" : "false") + ",\"choices\":" +
-         list(p.choice_count, [&](int k) { return text(p.choices[k]); }) + '}';
+         ",\"logarithmic\":" + (p.logarithmic ? "true" : "false") +
+         ",\"choices\":" + list(p.choice_count, [&](int k) { return text(p.choices[k]); }) + '}';
 }
 
 std::string json(const sonx_effect& e) {
