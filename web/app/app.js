@@ -127,6 +127,7 @@ class App {
 
   async setSource(source) {
     const before = this.source;
+    const rateBefore = this.model.rate;
     const wasPlaying = this.player.playing;
     this.source = source;
     try {
@@ -136,6 +137,7 @@ class App {
       if (wasPlaying || source.kind === "microphone") await this.player.play();
     } catch (error) {
       this.source = before;
+      if (this.model.rate !== rateBefore) this.model.setRate(rateBefore);
       sayError(error);
     }
   }

@@ -45,7 +45,8 @@ export class Handles {
 
   button(handle) {
     const name = handle.hertz ? shortHertz(handle.hertz) : /\d+$/.exec(handle.name)?.[0] ?? "";
-    const button = h("button", { type: "button", class: name.length > 2 ? "handle wide-name" : "handle" }, name);
+    const wide = name.length > 2 ? " wide-name" : "";
+    const button = h("button", { type: "button", class: `handle${wide}`, "data-name": name });
     button.addEventListener("pointerdown", (event) => this.drag(event, handle, button));
     button.addEventListener("keydown", (event) => this.key(event, handle));
     button.addEventListener("blur", () => this.model.endGesture());

@@ -22,6 +22,14 @@ function analysersOf(context, node) {
   });
 }
 
+function microphoneNode(context, mediaStream) {
+  try {
+    return new MediaStreamAudioSourceNode(context, { mediaStream });
+  } catch {
+    throw new Error(`This browser can't bring the microphone to the rack's ${context.sampleRate} Hz.`);
+  }
+}
+
 export class Player extends EventTarget {
   constructor(wasmBytes, catalogue) {
     super();
@@ -140,7 +148,7 @@ export class Player extends EventTarget {
     const { context } = this;
     const source = this.buffer
       ? new AudioBufferSourceNode(context, { buffer: this.buffer, loop: true })
-      : new MediaStreamAudioSourceNode(context, { mediaStream: this.stream });
+      : microphoneNode(context, this.stream);
     const fade = new GainNode(context, { gain: 0 });
     source.connect(fade).connect(this.fade);
     this.fade.gain.value = 1;

@@ -64,8 +64,9 @@ function writeWav(name, { rate, channels, bits, frames }) {
 }
 
 async function openFile(page, path) {
+  const name = path.split("/").pop();
   await (await page.$("#audio-file")).uploadFile(path);
-  await page.waitForFunction((name) => document.querySelector("#source-name").textContent === name, {}, path.split("/").pop());
+  await page.waitForFunction((name) => document.querySelector("#source-name").textContent === name, {}, name);
 }
 
 // The hash that the page shows.
@@ -100,8 +101,12 @@ test("A rendered file has the bytes that the tool writes", { timeout: 240000 }, 
     }
     const odd = rackOf(["reverb", "room = 71.3\n"], ["graphic-equalizer", "band125 = 6.0\n"]);
     await load(page, odd);
-    await openFile(page, mono);
-    assert.equal(await render(page, "0"), hashOfTool(mono, odd, "0"));
+    const flac = join(folder, "stereo.flac");
+    execFileSync(SONX, ["play", stereo, flac, "--set", "volume.gain=0"], { stdio: "pipe" });
+    for (const file of [mono, flac]) {
+      await openFile(page, file);
+      assert.equal(await render(page, "0"), hashOfTool(file, odd, "0"), file);
+    }
   }));
 
 // Stacks three effects by the page's own buttons and keeps moving their sliders.
