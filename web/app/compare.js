@@ -8,8 +8,9 @@ const EXCERPT = 10; // s of the recording that is listened to
 const PAUSE = 350; // ms without a change before it is
 
 export class Compare {
-  constructor(model, player, jobs) {
-    Object.assign(this, { model, player, jobs });
+  constructor(session, jobs) {
+    const { model, player } = session;
+    Object.assign(this, { session, model, player, jobs });
     this.matched = false;
     this.loudness = null; // {A, B, bypass} in LUFS
     this.measure = latest(() => this.listen());
@@ -29,12 +30,9 @@ export class Compare {
     return this.player.bypassed ? "bypass" : this.model.side;
   }
 
-  choose(what) {
-    if (what === "bypass") this.player.bypass(!this.player.bypassed);
-    else {
-      if (this.player.bypassed) this.player.bypass(false);
-      this.model.switchTo(what);
-    }
+  async choose(what) {
+    this.player.bypass(what === "bypass" && !this.player.bypassed);
+    if (what !== "bypass") await this.session.switchTo(what);
     this.show();
   }
 
@@ -66,7 +64,11 @@ export class Compare {
     const { model } = this;
     const other = model.side === "A" ? "B" : "A";
     const texts = [model.text, model.textOf(other)];
-    const { before, after } = await this.jobs.run("loudness", { texts, channels: this.excerpt, rate: this.rate });
+    const { before, after } = await this.jobs.run("loudness", {
+      texts,
+      channels: this.excerpt,
+      rate: this.rate,
+    });
     this.loudness = { [model.side]: after[0], [other]: after[1], bypass: before };
     this.show();
   }
@@ -92,6 +94,10 @@ export class Compare {
     const gain = this.gain();
     player.setMatchGain(10 ** (gain / 20));
     const unknown = this.matched && !this.loudness;
-    $("#match-gain").textContent = !this.matched ? "" : unknown ? "…" : `${gain.toFixed(1).replace("-", "−")} dB`;
+    $("#match-gain").textContent = !this.matched
+      ? ""
+      : unknown
+        ? "…"
+        : `${gain.toFixed(1).replace("-", "−")} dB`;
   }
 }

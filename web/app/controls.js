@@ -29,8 +29,13 @@ export class Controls {
     this.shows.clear();
     this.openGroups = [];
     if (!this.effect) {
-      this.root.replaceChildren(h("p", { class: "empty" },
-        "The rack is empty: the sound passes through. Add an effect, or open a preset."));
+      this.root.replaceChildren(
+        h(
+          "p",
+          { class: "empty" },
+          "The rack is empty: the sound passes through. Add an effect, or open a preset.",
+        ),
+      );
       this.onGroups();
       return;
     }
@@ -45,17 +50,24 @@ export class Controls {
 
   heading() {
     const { model, slot, effect } = this;
-    return h("header", { class: "panel-head" },
+    return h(
+      "header",
+      { class: "panel-head" },
       h("div", {}, h("h2", {}, effect.name), h("p", {}, effect.description)),
-      h("div", { class: "panel-actions" },
+      h(
+        "div",
+        { class: "panel-actions" },
         iconButton("reset", "All values to their defaults", () => this.toDefaults()),
         iconButton("copy", "Duplicate this effect", () => model.duplicate(slot)),
-        iconButton("remove", "Remove this effect", () => model.remove(slot))));
+        iconButton("remove", "Remove this effect", () => model.remove(slot)),
+      ),
+    );
   }
 
   toDefaults() {
     this.effect.parameters.forEach(({ initial }, parameter) =>
-      this.model.set(this.slot, parameter, initial, "defaults"));
+      this.model.set(this.slot, parameter, initial, "defaults"),
+    );
     this.model.endGesture();
   }
 
@@ -65,22 +77,44 @@ export class Controls {
     if (group.kind === "table") return this.table(group);
     this.openGroups.push(group);
     const cells = group.cells.map((index) =>
-      group.kind === "bank" ? this.fader(index) : this.control(index));
-    return h("section", { class: group.kind },
-      group.name ? h("h3", {}, group.name) : null, h("div", { class: `${group.kind}-cells` }, cells));
+      group.kind === "bank" ? this.fader(index) : this.control(index),
+    );
+    return h(
+      "section",
+      { class: group.kind },
+      group.name ? h("h3", {}, group.name) : null,
+      h("div", { class: `${group.kind}-cells` }, cells),
+    );
   }
 
   table(group) {
-    const head = h("div", { class: "table-row table-head", "aria-hidden": "true" },
-      h("span", {}), group.columns.map((column) => h("span", {}, column)));
+    const head = h(
+      "div",
+      { class: "table-row table-head", "aria-hidden": "true" },
+      h("span", {}),
+      group.columns.map((column) => h("span", {}, column)),
+    );
     const rows = group.rows.map(({ name, cells }) =>
-      h("div", { class: "table-row", role: "group", "aria-label": name },
+      h(
+        "div",
+        { class: "table-row", role: "group", "aria-label": name },
         h("span", { class: "row-name" }, name),
-        cells.map((index, k) => this.cell(index, group.columns[k]))));
-    const body = h("div", { class: "table", style: `--columns: ${group.columns.length}` }, head, rows);
+        cells.map((index, k) => this.cell(index, group.columns[k])),
+      ),
+    );
+    const body = h(
+      "div",
+      { class: "table", style: `--columns: ${group.columns.length}` },
+      head,
+      rows,
+    );
     if (!group.name) return h("section", {}, body);
-    const details = h("details", { open: !this.isInitial(group) || this.openGroups.every((g) => g.kind !== "table") },
-      h("summary", {}, group.name), body);
+    const details = h(
+      "details",
+      { open: !this.isInitial(group) || this.openGroups.every((g) => g.kind !== "table") },
+      h("summary", {}, group.name),
+      body,
+    );
     const update = () => {
       this.openGroups = this.openGroups.filter((one) => one !== group);
       if (details.open) this.openGroups.push(group);
@@ -92,8 +126,11 @@ export class Controls {
   }
 
   isInitial({ rows }) {
-    return rows.every(({ cells }) => cells.every((index) =>
-      this.model.value(this.slot, index) === this.effect.parameters[index].initial));
+    return rows.every(({ cells }) =>
+      cells.every(
+        (index) => this.model.value(this.slot, index) === this.effect.parameters[index].initial,
+      ),
+    );
   }
 
   // ---- One parameter.
@@ -107,7 +144,11 @@ export class Controls {
   }
 
   number(index, label, more = {}) {
-    const made = numberControl(this.effect.parameters[index], { label, ...this.handlers(index), ...more });
+    const made = numberControl(this.effect.parameters[index], {
+      label,
+      ...this.handlers(index),
+      ...more,
+    });
     this.shows.set(index, made.show);
     return made;
   }
@@ -117,22 +158,42 @@ export class Controls {
     const id = `about-${++lastId}`;
     const about = h("p", { class: "about", id }, parameter.description);
     const name = shortName(parameter);
-    if (parameter.kind === "switch") return h("div", { class: "control" }, this.toggle(index, name, id), about);
+    if (parameter.kind === "switch")
+      return h("div", { class: "control" }, this.toggle(index, name, id), about);
     if (parameter.kind === "choice") {
-      return h("div", { class: "control" },
-        h("div", { class: "control-head" }, h("span", {}, name)), this.choice(index, name, id), about);
+      return h(
+        "div",
+        { class: "control" },
+        h("div", { class: "control-head" }, h("span", {}, name)),
+        this.choice(index, name, id),
+        about,
+      );
     }
     const { slider, field, unit } = this.number(index, name, { describedBy: id });
-    return h("div", { class: "control" },
-      h("div", { class: "control-head" }, h("span", {}, name), h("span", { class: "typed" }, field, unit)),
-      slider, about);
+    return h(
+      "div",
+      { class: "control" },
+      h(
+        "div",
+        { class: "control-head" },
+        h("span", {}, name),
+        h("span", { class: "typed" }, field, unit),
+      ),
+      slider,
+      about,
+    );
   }
 
   fader(index) {
     const parameter = this.effect.parameters[index];
     const { slider, field } = this.number(index, parameter.name, { vertical: true });
-    return h("div", { class: "fader", title: parameter.description },
-      field, slider, h("span", { class: "fader-name" }, shortHertz(hertzIn(parameter.name))));
+    return h(
+      "div",
+      { class: "fader", title: parameter.description },
+      field,
+      slider,
+      h("span", { class: "fader-name" }, shortHertz(hertzIn(parameter.name))),
+    );
   }
 
   cell(index, column) {
@@ -141,19 +202,31 @@ export class Controls {
       return h("div", { class: "cell" }, this.choice(index, parameter.name));
     }
     const { slider, field, unit } = this.number(index, parameter.name);
-    return h("div", { class: "cell", title: parameter.description },
-      h("span", { class: "typed", "data-column": column }, field, unit), slider);
+    return h(
+      "div",
+      { class: "cell", title: parameter.description },
+      h("span", { class: "typed", "data-column": column }, field, unit),
+      slider,
+    );
   }
 
   toggle(index, name, describedBy) {
     const { change, done } = this.handlers(index);
-    const button = h("button", {
-      type: "button", role: "switch", class: "switch", "aria-describedby": describedBy,
-      onclick: () => {
-        change(button.ariaChecked === "true" ? 0 : 1, null);
-        done();
+    const button = h(
+      "button",
+      {
+        type: "button",
+        role: "switch",
+        class: "switch",
+        "aria-describedby": describedBy,
+        onclick: () => {
+          change(button.ariaChecked === "true" ? 0 : 1, null);
+          done();
+        },
       },
-    }, h("span", { class: "thumb" }), name);
+      h("span", { class: "thumb" }),
+      name,
+    );
     this.shows.set(index, (value) => button.setAttribute("aria-checked", value ? "true" : "false"));
     return button;
   }
@@ -161,13 +234,18 @@ export class Controls {
   choice(index, name, describedBy) {
     const parameter = this.effect.parameters[index];
     const { change, done } = this.handlers(index);
-    const select = h("select", {
-      "aria-label": name, ...(describedBy && { "aria-describedby": describedBy }),
-      onchange: () => {
-        change(select.selectedIndex, null);
-        done();
+    const select = h(
+      "select",
+      {
+        "aria-label": name,
+        ...(describedBy && { "aria-describedby": describedBy }),
+        onchange: () => {
+          change(select.selectedIndex, null);
+          done();
+        },
       },
-    }, parameter.choices.map((_, value) => h("option", {}, valueText(value, parameter))));
+      parameter.choices.map((_, value) => h("option", {}, valueText(value, parameter))),
+    );
     select.addEventListener("dblclick", () => change(parameter.initial, null));
     this.shows.set(index, (value) => (select.selectedIndex = value));
     return select;

@@ -22,19 +22,42 @@ export function prepareDialogs() {
 
 // A list of choices, each with a line about it.
 function showChoices(root, choices, chosen) {
-  root.replaceChildren(...choices.map((choice) =>
-    h("li", {}, h("button", { type: "button", class: "choice", disabled: Boolean(choice.disabled), onclick: () => chosen(choice) },
-      choice.icon ? icon(choice.icon) : null,
-      h("span", {}, h("strong", {}, choice.name), h("span", { class: "about" }, choice.about ?? ""))))));
+  root.replaceChildren(
+    ...choices.map((choice) =>
+      h(
+        "li",
+        {},
+        h(
+          "button",
+          {
+            type: "button",
+            class: "choice",
+            disabled: Boolean(choice.disabled),
+            onclick: () => chosen(choice),
+          },
+          choice.icon ? icon(choice.icon) : null,
+          h(
+            "span",
+            {},
+            h("strong", {}, choice.name),
+            h("span", { class: "about" }, choice.about ?? ""),
+          ),
+        ),
+      ),
+    ),
+  );
 }
 
 export function chooseEffect(model, add) {
   const dialog = openDialog("#effects-dialog");
-  const here = model.slots.map(({ effect }) => effect.id);
   const choices = model.catalogue.map((effect) => {
-    const fits = model.ratesOf([...here, effect.id]).length > 0;
-    return { name: effect.name, id: effect.id, disabled: !fits,
-      about: fits ? effect.description : "Doesn't run at a rate of the effects that are here." };
+    const fits = model.ratesOf([...model.ids, effect.id]).length > 0;
+    return {
+      name: effect.name,
+      id: effect.id,
+      disabled: !fits,
+      about: fits ? effect.description : "Doesn't run at a rate of the effects that are here.",
+    };
   });
   showChoices($("#effects-list"), choices, ({ id }) => {
     dialog.close();
@@ -53,11 +76,19 @@ export function chooseSource(choices, chosen) {
 // ---- Presets.
 
 export function prepareTexts({ model, load, presets }) {
-  showChoices($("#presets-list"), presets.map(({ file, text }) => ({ file, text, name: nameOf(text) || file, about: firstComment(text) })),
+  showChoices(
+    $("#presets-list"),
+    presets.map(({ file, text }) => ({
+      file,
+      text,
+      name: nameOf(text) || file,
+      about: firstComment(text),
+    })),
     ({ text }) => {
       $("#preset-dialog").close();
       load(text);
-    });
+    },
+  );
   const fileName = () => (model.name || "rack").toLowerCase().replace(/[^a-z0-9]+/g, "-");
   $("#preset-open").addEventListener("click", () => $("#preset-file").click());
   $("#preset-file").addEventListener("change", async ({ target }) => {
@@ -67,8 +98,12 @@ export function prepareTexts({ model, load, presets }) {
     $("#preset-dialog").close();
     load(await file.text(), file.name);
   });
-  $("#preset-save").addEventListener("click", () => download(`${fileName()}.toml`, model.text, "application/toml"));
-  $("#preset-c").addEventListener("click", () => download(`${fileName()}.c`, model.rack.exportC(), "text/x-csrc"));
+  $("#preset-save").addEventListener("click", () =>
+    download(`${fileName()}.toml`, model.text, "application/toml"),
+  );
+  $("#preset-c").addEventListener("click", () =>
+    download(`${fileName()}.c`, model.rack.exportC(), "text/x-csrc"),
+  );
   $("#preset-link").addEventListener("click", async () => {
     const link = await linkTo(model.text);
     history.replaceState(null, "", link);
@@ -89,7 +124,10 @@ export function prepareImport({ model, load }) {
   $("#import-run").addEventListener("click", () => {
     const report = $("#import-report");
     try {
-      const result = model.module.importEqualizer($("#import-text").value, $("#import-auto").checked);
+      const result = model.module.importEqualizer(
+        $("#import-text").value,
+        $("#import-auto").checked,
+      );
       report.textContent = result.report.trim();
       report.classList.toggle("error", result.faults > 0);
       if (result.faults === 0) load(result.preset);
@@ -103,7 +141,8 @@ export function prepareImport({ model, load }) {
 
 // ---- Rendering.
 
-export function prepareRender({ model, jobs, source }) {
+export function prepareRender({ session, jobs }) {
+  const { model } = session;
   let made = null;
   const bar = $("#render-progress");
   const dialog = $("#render-dialog");
@@ -112,18 +151,20 @@ export function prepareRender({ model, jobs, source }) {
     $("#render-start").disabled = state === "running";
   };
   $("#render-start").addEventListener("click", async () => {
-    const { buffer, name } = source();
+    const { buffer, source } = session;
     if (!buffer) return sayError(new Error("Only a recording can be rendered: open a file first."));
     const tail = Number($("#render-tail").value.replace(",", "."));
-    if (!(tail >= 0 && tail <= 600)) return sayError(new Error("The tail goes from 0 to 600 seconds."));
+    if (!(tail >= 0 && tail <= 600))
+      return sayError(new Error("The tail goes from 0 to 600 seconds."));
     show("running");
     bar.value = 0;
     try {
       const job = { text: model.text, channels: channelsOf(buffer), rate: buffer.sampleRate, tail };
       made = await jobs.run("render", job, (done) => (bar.value = done));
-      made.name = `${name.replace(/\.\w+$/, "")} - ${model.name || "rack"}.wav`;
+      made.name = `${source.name.replace(/\.\w+$/, "")} - ${model.name || "rack"}.wav`;
       $("#render-hash").textContent = made.sha256;
-      $("#render-file").textContent = `${made.name}, ${(made.wav.byteLength / 1e6).toFixed(1)} MB, ${buffer.sampleRate} Hz, 24 bits`;
+      $("#render-file").textContent =
+        `${made.name}, ${(made.wav.byteLength / 1e6).toFixed(1)} MB, ${buffer.sampleRate} Hz, 24 bits`;
       show("done");
     } catch (error) {
       show("");

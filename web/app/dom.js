@@ -26,8 +26,11 @@ export function icon(name) {
 }
 
 export const iconButton = (name, label, onclick, more = {}) =>
-  h("button", { type: "button", class: "icon-button", title: label, "aria-label": label, onclick,
-    ...more }, icon(name));
+  h(
+    "button",
+    { type: "button", class: "icon-button", title: label, "aria-label": label, onclick, ...more },
+    icon(name),
+  );
 
 // A colour of the style sheet.
 export const colour = (name) =>

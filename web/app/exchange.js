@@ -11,7 +11,16 @@ const CAPACITY = 512; // changes; a power of two
 export const SLOTS = 32; // that measures have room for
 
 // Measures, in this order; then for each slot its peaks, in and out.
-export const MEASURES = ["loads", "quanta", "late", "load", "worst", "latency", "frames", "loadTime"];
+export const MEASURES = [
+  "loads",
+  "quanta",
+  "late",
+  "load",
+  "worst",
+  "latency",
+  "frames",
+  "loadTime",
+];
 const SLOT_PEAKS = MEASURES.length;
 const MEASURE_COUNT = SLOT_PEAKS + 2 * SLOTS;
 
@@ -88,7 +97,6 @@ export class Exchange {
     this.measures[SLOT_PEAKS + 2 * slot] = Math.max(peaks[0], peaks[1]);
     this.measures[SLOT_PEAKS + 2 * slot + 1] = Math.max(peaks[2], peaks[3]);
   }
-
 }
 
 // ---- Reading measures.

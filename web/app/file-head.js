@@ -14,8 +14,9 @@ export function headOf(buffer) {
 }
 
 function wavHead(view, is) {
-  for (let at = 12; at + 24 <= view.byteLength; ) {
-    if (is(at, "fmt ")) return { rate: view.getUint32(at + 12, true), bits: view.getUint16(at + 22, true) };
+  for (let at = 12; at + 24 <= view.byteLength;) {
+    if (is(at, "fmt "))
+      return { rate: view.getUint32(at + 12, true), bits: view.getUint16(at + 22, true) };
     const size = view.getUint32(at + 4, true);
     at += 8 + size + (size & 1);
   }

@@ -10,7 +10,10 @@ function decimals(value, parameter) {
 
 export function numberText(value, parameter) {
   const text = value.toFixed(decimals(value, parameter));
-  return text.replace(/^-(0(\.0*)?)$/, "$1").replace(/(\.\d*?)0+$/, "$1").replace(/\.$/, "");
+  return text
+    .replace(/^-(0(\.0*)?)$/, "$1")
+    .replace(/(\.\d*?)0+$/, "$1")
+    .replace(/\.$/, "");
 }
 
 export function valueText(value, parameter) {
@@ -45,7 +48,9 @@ export function valueAt(place, { minimum, maximum, logarithmic }) {
 export const decibels = (magnitude) => 20 * Math.log10(Math.max(magnitude, 1e-7));
 
 export function hertzText(hertz) {
-  return hertz >= 1000 ? `${Number((hertz / 1000).toPrecision(3))} kHz` : `${Number(hertz.toPrecision(3))} Hz`;
+  return hertz >= 1000
+    ? `${Number((hertz / 1000).toPrecision(3))} kHz`
+    : `${Number(hertz.toPrecision(3))} Hz`;
 }
 
 // "31", "1k".

@@ -61,7 +61,9 @@ function tables(parameters) {
 
 function cutHeading(name) {
   const colon = name.indexOf(": ");
-  return colon < 0 ? { heading: "", rest: name } : { heading: name.slice(0, colon), rest: name.slice(colon + 2) };
+  return colon < 0
+    ? { heading: "", rest: name }
+    : { heading: name.slice(0, colon), rest: name.slice(colon + 2) };
 }
 
 export const shortName = ({ name }) => cutHeading(name).rest;
@@ -100,7 +102,8 @@ export function handlesOf(parameters, groups) {
       const frequency = find(({ unit }) => unit === "Hz");
       const gain = find(({ unit }) => unit === "dB");
       const q = find((p) => p.kind === "number" && p.unit === "");
-      if (frequency !== undefined && gain !== undefined) handles.push({ name, gain, frequency, q, cells });
+      if (frequency !== undefined && gain !== undefined)
+        handles.push({ name, gain, frequency, q, cells });
     }
   }
   return handles;

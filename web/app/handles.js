@@ -35,7 +35,8 @@ export class Handles {
   build() {
     const all = handlesOf(this.parameters, groupsOf(this.parameters));
     const open = this.controls.openGroups.flatMap((group) =>
-      group.kind === "table" ? group.rows.flatMap(({ cells }) => cells) : group.cells);
+      group.kind === "table" ? group.rows.flatMap(({ cells }) => cells) : group.cells,
+    );
     this.buttons = all
       .filter(({ gain }) => open.includes(gain))
       .map((handle) => ({ handle, button: this.button(handle) }));
@@ -44,7 +45,7 @@ export class Handles {
   }
 
   button(handle) {
-    const name = handle.hertz ? shortHertz(handle.hertz) : /\d+$/.exec(handle.name)?.[0] ?? "";
+    const name = handle.hertz ? shortHertz(handle.hertz) : (/\d+$/.exec(handle.name)?.[0] ?? "");
     const wide = name.length > 2 ? " wide-name" : "";
     const button = h("button", { type: "button", class: `handle${wide}`, "data-name": name });
     button.addEventListener("pointerdown", (event) => this.drag(event, handle, button));
@@ -54,11 +55,15 @@ export class Handles {
       this.set(handle.gain, this.parameters[handle.gain].initial, "default");
       this.model.endGesture();
     });
-    button.addEventListener("wheel", (event) => {
-      if (handle.q === undefined) return;
-      event.preventDefault();
-      this.set(handle.q, this.value(handle.q) * 1.08 ** -Math.sign(event.deltaY), "wheel");
-    }, { passive: false });
+    button.addEventListener(
+      "wheel",
+      (event) => {
+        if (handle.q === undefined) return;
+        event.preventDefault();
+        this.set(handle.q, this.value(handle.q) * 1.08 ** -Math.sign(event.deltaY), "wheel");
+      },
+      { passive: false },
+    );
     return button;
   }
 
@@ -68,7 +73,9 @@ export class Handles {
       const x = this.picture.x(hertz);
       const y = this.picture.y(this.value(handle.gain));
       button.style.transform = `translate(${x}px, ${y}px)`;
-      const words = handle.cells.map((index) => valueText(this.value(index), this.parameters[index]));
+      const words = handle.cells.map((index) =>
+        valueText(this.value(index), this.parameters[index]),
+      );
       button.setAttribute("aria-label", `${handle.name}: ${words.join(", ")}`);
       button.title = `${handle.name}: ${words.join(", ")}`;
       button.classList.toggle("dim", words.includes("off"));
@@ -76,7 +83,12 @@ export class Handles {
   }
 
   set(index, value, gesture) {
-    this.model.set(this.slot, index, tidy(value, this.parameters[index]), `${gesture} ${this.slot} ${index}`);
+    this.model.set(
+      this.slot,
+      index,
+      tidy(value, this.parameters[index]),
+      `${gesture} ${this.slot} ${index}`,
+    );
   }
 
   drag(event, handle, button) {
@@ -95,7 +107,8 @@ export class Handles {
       model.set(slot, handle.frequency, hertz, gesture);
     };
     const end = () => {
-      for (const name of ["pointermove", "pointerup", "pointercancel"]) button.removeEventListener(name, name === "pointermove" ? move : end);
+      for (const name of ["pointermove", "pointerup", "pointercancel"])
+        button.removeEventListener(name, name === "pointermove" ? move : end);
       this.held = false;
       this.model.endGesture();
     };
@@ -114,7 +127,11 @@ export class Handles {
     } else if (up && event.shiftKey && handle.q !== undefined) {
       this.set(handle.q, this.value(handle.q) * 1.08 ** up, "keys");
     } else if (up) {
-      this.set(handle.gain, this.value(handle.gain) + up * Math.max(0.5, this.parameters[handle.gain].step), "keys");
+      this.set(
+        handle.gain,
+        this.value(handle.gain) + up * Math.max(0.5, this.parameters[handle.gain].step),
+        "keys",
+      );
     }
   }
 }

@@ -8,8 +8,10 @@ const RELATIVE_GATE = -10;
 
 // The standard's filters for any rate, from the analogue ones behind its table at 48 kHz.
 function filtersAt(rate) {
-  return [highShelf(1681.974450955533, 3.999843853973347, 0.7071752369554196, rate),
-    highPass(38.13547087602444, 0.5003270373238773, rate)];
+  return [
+    highShelf(1681.974450955533, 3.999843853973347, 0.7071752369554196, rate),
+    highPass(38.13547087602444, 0.5003270373238773, rate),
+  ];
 }
 
 function highShelf(hertz, gain, q, rate) {
@@ -18,8 +20,11 @@ function highShelf(hertz, gain, q, rate) {
   const band = high ** 0.4996667741545416;
   const a0 = 1 + k / q + k * k;
   return {
-    b: [(high + (band * k) / q + k * k) / a0, (2 * (k * k - high)) / a0,
-      (high - (band * k) / q + k * k) / a0],
+    b: [
+      (high + (band * k) / q + k * k) / a0,
+      (2 * (k * k - high)) / a0,
+      (high - (band * k) / q + k * k) / a0,
+    ],
     a: [(2 * (k * k - 1)) / a0, (1 - k / q + k * k) / a0],
   };
 }
@@ -32,7 +37,10 @@ function highPass(hertz, q, rate) {
 
 function filtered(samples, { b, a }) {
   const out = new Float64Array(samples.length);
-  let x1 = 0, x2 = 0, y1 = 0, y2 = 0;
+  let x1 = 0,
+    x2 = 0,
+    y1 = 0,
+    y2 = 0;
   for (let i = 0; i < samples.length; ++i) {
     const y = b[0] * samples[i] + b[1] * x1 + b[2] * x2 - a[0] * y1 - a[1] * y2;
     x2 = x1;

@@ -34,14 +34,33 @@ class Bar {
 export class Meters {
   constructor(root) {
     this.bars = { in: [new Bar(), new Bar()], out: [new Bar(), new Bar()] };
-    this.numbers = { in: h("span", { class: "meter-number" }), out: h("span", { class: "meter-number" }) };
-    this.full = h("button", {
-      type: "button", class: "full-scale", title: "The output has reached full scale. Click to forget it.",
-      "aria-label": "FS, full scale: not reached", onclick: () => this.setFull(false),
-    }, "FS");
-    const pair = (name, which) => h("div", { class: "meter" },
-      h("span", { class: "meter-name" }, name), h("div", { class: "meter-pair" }, this.bars[which].map(({ element }) => element)),
-      this.numbers[which]);
+    this.numbers = {
+      in: h("span", { class: "meter-number" }),
+      out: h("span", { class: "meter-number" }),
+    };
+    this.full = h(
+      "button",
+      {
+        type: "button",
+        class: "full-scale",
+        title: "The output has reached full scale. Click to forget it.",
+        "aria-label": "FS, full scale: not reached",
+        onclick: () => this.setFull(false),
+      },
+      "FS",
+    );
+    const pair = (name, which) =>
+      h(
+        "div",
+        { class: "meter" },
+        h("span", { class: "meter-name" }, name),
+        h(
+          "div",
+          { class: "meter-pair" },
+          this.bars[which].map(({ element }) => element),
+        ),
+        this.numbers[which],
+      );
     root.append(pair("In", "in"), pair("Out", "out"), this.full);
   }
 

@@ -45,6 +45,11 @@ export class Model extends EventTarget {
     return this.histories[side].present;
   }
 
+  // What is heard after a switch to a side: one that nothing has been put on begins as a copy.
+  startOf(side) {
+    return this.textOf(side) === EMPTY ? this.text : this.textOf(side);
+  }
+
   get name() {
     return nameOf(this.text);
   }
@@ -58,10 +63,16 @@ export class Model extends EventTarget {
     return join({ head: EMPTY, blocks: [split(this.text).blocks[slot]] });
   }
 
+  get ids() {
+    return this.slots.map(({ effect }) => effect.id);
+  }
+
   // Rates at which all of these effects run.
   ratesOf(ids) {
     const all = [...new Set(this.catalogue.flatMap((effect) => effect.rates))];
-    const rates = all.filter((rate) => ids.every((id) => this.effects.get(id).rates.includes(rate)));
+    const rates = all.filter((rate) =>
+      ids.every((id) => this.effects.get(id).rates.includes(rate)),
+    );
     return rates.sort((a, b) => a - b);
   }
 
@@ -215,7 +226,7 @@ export class Model extends EventTarget {
   switchTo(side) {
     if (side === this.side) return;
     this.endGesture();
-    if (this.textOf(side) === EMPTY) this.histories[side] = new History(this.text);
+    if (this.textOf(side) === EMPTY) this.histories[side] = new History(this.startOf(side));
     this.side = side;
     this.show(this.text);
     this.tell("history");

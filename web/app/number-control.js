@@ -8,13 +8,21 @@ const STEPS = 100; // of an arrow key, across the range; a tenth of that with Sh
 // change(value, gesture) is called while it moves, done() when it has moved.
 export function numberControl(parameter, { label, describedBy, change, done, vertical = false }) {
   const slider = h("input", {
-    type: "range", min: 0, max: POSITIONS, step: "any", "aria-label": label,
+    type: "range",
+    min: 0,
+    max: POSITIONS,
+    step: "any",
+    "aria-label": label,
     class: vertical ? "vertical" : "",
     ...(describedBy && { "aria-describedby": describedBy }),
   });
   const field = h("input", {
-    type: "text", inputMode: "decimal", spellcheck: false, autocomplete: "off",
-    "aria-label": `${label}${parameter.unit && `, ${parameter.unit}`}`, class: "value",
+    type: "text",
+    inputMode: "decimal",
+    spellcheck: false,
+    autocomplete: "off",
+    "aria-label": `${label}${parameter.unit && `, ${parameter.unit}`}`,
+    class: "value",
   });
   const unit = h("span", { class: "unit", "aria-hidden": "true" }, parameter.unit);
   let shown = NaN;
@@ -26,7 +34,8 @@ export function numberControl(parameter, { label, describedBy, change, done, ver
   };
 
   slider.addEventListener("input", () =>
-    moveTo(valueAt(slider.value / POSITIONS, parameter), "drag"));
+    moveTo(valueAt(slider.value / POSITIONS, parameter), "drag"),
+  );
   slider.addEventListener("change", done);
   slider.addEventListener("dblclick", toDefault);
   slider.addEventListener("keydown", (event) => {
@@ -76,8 +85,14 @@ function keyTarget({ key, shiftKey }, value, parameter) {
   const { step, minimum, maximum } = parameter;
   if (key === "Home") return minimum;
   if (key === "End") return maximum;
-  const direction = { ArrowRight: 1, ArrowUp: 1, ArrowLeft: -1, ArrowDown: -1, PageUp: 10,
-    PageDown: -10 }[key];
+  const direction = {
+    ArrowRight: 1,
+    ArrowUp: 1,
+    ArrowLeft: -1,
+    ArrowDown: -1,
+    PageUp: 10,
+    PageDown: -10,
+  }[key];
   if (!direction) return null;
   const part = (direction / STEPS) * (shiftKey ? 0.1 : 1);
   const to = valueAt(placeOf(value, parameter) + part, parameter);

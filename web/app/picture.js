@@ -6,8 +6,10 @@ import { BOTTOM, SPECTRUM_POINTS } from "./spectrum.js";
 
 const SPANS = [12, 18, 24, 36, 48]; // dB to either side
 const MARGIN = { left: 36, right: 40, top: 14, bottom: 24 };
-const LINES = [20, 30, 40, 50, 60, 80, 100, 200, 300, 400, 500, 600, 800, 1000, 2000, 3000, 4000, 5000,
-  6000, 8000, 10000, 20000];
+const LINES = [
+  20, 30, 40, 50, 60, 80, 100, 200, 300, 400, 500, 600, 800, 1000, 2000, 3000, 4000, 5000, 6000,
+  8000, 10000, 20000,
+];
 const NAMED = [20, 50, 100, 200, 500, 1000, 2000, 5000, 10000, 20000];
 const NAMED_NARROW = [20, 100, 1000, 10000];
 
@@ -26,7 +28,12 @@ export class Picture {
   get box() {
     const { clientWidth: width, clientHeight: height } = this.canvas;
     const { left, right, top, bottom } = MARGIN;
-    return { left, top, width: Math.max(width - left - right, 1), height: Math.max(height - top - bottom, 1) };
+    return {
+      left,
+      top,
+      width: Math.max(width - left - right, 1),
+      height: Math.max(height - top - bottom, 1),
+    };
   }
 
   x(hertz) {
@@ -52,7 +59,9 @@ export class Picture {
   // The smallest span that shows a curve and the handles. It doesn't change under a drag.
   chooseSpan(curves, gains, held) {
     if (held) return;
-    const inside = curves.flatMap((curve) => [...curve].filter((v, k) => v > -40 && frequencyAt(k) < 18000));
+    const inside = curves.flatMap((curve) =>
+      [...curve].filter((v, k) => v > -40 && frequencyAt(k) < 18000),
+    );
     const largest = Math.max(...inside.map(Math.abs), ...gains.map(Math.abs), 0);
     this.span = SPANS.find((span) => span >= largest * 1.05) ?? SPANS.at(-1);
   }

@@ -26,7 +26,9 @@ function microphoneNode(context, mediaStream) {
   try {
     return new MediaStreamAudioSourceNode(context, { mediaStream });
   } catch {
-    throw new Error(`This browser can't bring the microphone to the rack's ${context.sampleRate} Hz.`);
+    throw new Error(
+      `This browser can't bring the microphone to the rack's ${context.sampleRate} Hz.`,
+    );
   }
 }
 

@@ -25,7 +25,9 @@ export function nameOf(text) {
 }
 
 export function withName(text, name) {
-  const head = split(text).head.replace(/^name = .*\n?/m, "").replace(/^enabled = false\n?/m, "");
+  const head = split(text)
+    .head.replace(/^name = .*\n?/m, "")
+    .replace(/^enabled = false\n?/m, "");
   const line = name ? `name = ${JSON.stringify(name)}\n` : "";
   return join({ head: head.replace(/^(sonx = .*\n)/m, `$1${line}`), blocks: split(text).blocks });
 }

@@ -76,5 +76,7 @@ export function measureResponse(rack) {
   const { samples, power } = sweepAt(rack.rate);
   const tail = rack.tail();
   const smoothing = tail < 0 || tail > rack.rate / 4 ? TAIL_SMOOTHING : SMOOTHING;
-  return secondPeriod(rack, samples).map((out) => levels(powerOf(out), power, rack.rate, smoothing));
+  return secondPeriod(rack, samples).map((out) =>
+    levels(powerOf(out), power, rack.rate, smoothing),
+  );
 }

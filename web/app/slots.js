@@ -31,21 +31,40 @@ export class Slots {
   item({ effect }, index) {
     const { model } = this;
     const place = `${effect.name}, ${index + 1} of ${model.slots.length}`;
-    const grip = iconButton("grip", `Move ${place}: arrow keys, or drag`, () => {}, { class: "icon-button grip" });
+    const grip = iconButton("grip", `Move ${place}: arrow keys, or drag`, () => {}, {
+      class: "icon-button grip",
+    });
     grip.addEventListener("keydown", (event) => this.moveByKey(event, index));
-    const choose = h("button", { type: "button", class: "choose", onclick: () => model.select(index) },
-      h("span", { class: "slot-name" }, effect.name));
+    const choose = h(
+      "button",
+      { type: "button", class: "choose", onclick: () => model.select(index) },
+      h("span", { class: "slot-name" }, effect.name),
+    );
     choose.addEventListener("keydown", (event) => {
       if (event.altKey) this.moveByKey(event, index);
       else if (event.key === "Delete") model.remove(index);
     });
     const bar = h("span", { class: "gain-fill" });
     const gain = h("span", { class: "gain-text" });
-    choose.append(h("span", { class: "gain", "aria-hidden": "true" }, h("span", { class: "gain-bar" }, bar), gain));
-    const toggle = h("button", {
-      type: "button", role: "switch", class: "switch small", "aria-label": `${effect.name} on`,
-      onclick: () => model.enable(index, !model.slots[index].on),
-    }, h("span", { class: "thumb" }));
+    choose.append(
+      h(
+        "span",
+        { class: "gain", "aria-hidden": "true" },
+        h("span", { class: "gain-bar" }, bar),
+        gain,
+      ),
+    );
+    const toggle = h(
+      "button",
+      {
+        type: "button",
+        role: "switch",
+        class: "switch small",
+        "aria-label": `${effect.name} on`,
+        onclick: () => model.enable(index, !model.slots[index].on),
+      },
+      h("span", { class: "thumb" }),
+    );
     const element = h("li", { class: "slot" }, grip, choose, toggle);
     return { element, choose, toggle, bar, gain, into: 0, out: 0 };
   }
@@ -60,7 +79,8 @@ export class Slots {
     this.model.move(index, to);
     if (wasGrip) this.focusGrip(to);
     else this.items[to].choose.focus();
-    $("#status-live").textContent = `${this.model.slots[to].effect.name} is now ${to + 1} of ${this.items.length}`;
+    $("#status-live").textContent =
+      `${this.model.slots[to].effect.name} is now ${to + 1} of ${this.items.length}`;
   }
 
   focusGrip(index) {

@@ -31,7 +31,9 @@ export async function decode(source, rate) {
     if (source.head.bits === 16 && source.head.rate === rate) restoreWords(buffer);
     return buffer;
   } catch {
-    throw new Error(`The browser can't read “${source.name}” as sound. WAV, FLAC, MP3 and Ogg usually work.`);
+    throw new Error(
+      `The browser can't read “${source.name}” as sound. WAV, FLAC, MP3 and Ogg usually work.`,
+    );
   }
 }
 
@@ -42,7 +44,8 @@ function restoreWords(buffer) {
     const samples = buffer.getChannelData(channel);
     for (let i = 0; i < samples.length; ++i) {
       const word = samples[i] * 32768;
-      if (word === 32768 || !Number.isInteger(word)) samples[i] = Math.round(samples[i] * 32767) / 32768;
+      if (word === 32768 || !Number.isInteger(word))
+        samples[i] = Math.round(samples[i] * 32767) / 32768;
     }
   }
 }
@@ -68,7 +71,8 @@ function pinkNoise(rate) {
     const sections = [0, 1, 2, 3, 4].map((k) => ({
       pole: Math.exp((-2 * Math.PI * 20 * 5 ** k) / rate),
       zero: Math.exp((-2 * Math.PI * 20 * 5 ** (k + 0.5)) / rate),
-      x: 0, y: 0,
+      x: 0,
+      y: 0,
     }));
     for (let i = 0; i < frames; ++i) {
       let sample = NOISE_LEVEL * random();
@@ -84,19 +88,23 @@ function pinkNoise(rate) {
 }
 
 const MICROPHONE_FAULTS = {
-  NotAllowedError: "The browser doesn't let the page use the microphone. Allow it in the address bar, and try again.",
+  NotAllowedError:
+    "The browser doesn't let the page use the microphone. Allow it in the address bar, and try again.",
   NotFoundError: "There is no microphone.",
   NotReadableError: "Another program holds the microphone.",
 };
 
 // Sound as it comes, without the browser's own processing.
 export async function openMicrophone() {
-  if (!navigator.mediaDevices) throw new Error("The microphone needs a page from localhost or over https.");
+  if (!navigator.mediaDevices)
+    throw new Error("The microphone needs a page from localhost or over https.");
   try {
     return await navigator.mediaDevices.getUserMedia({
       audio: { echoCancellation: false, noiseSuppression: false, autoGainControl: false },
     });
   } catch (error) {
-    throw new Error(MICROPHONE_FAULTS[error.name] ?? `The microphone can't be opened: ${error.message}`);
+    throw new Error(
+      MICROPHONE_FAULTS[error.name] ?? `The microphone can't be opened: ${error.message}`,
+    );
   }
 }

@@ -8,7 +8,15 @@ const COLUMN = 2; // pixels per picture
 const MARKS = [50, 100, 200, 500, 1000, 2000, 5000, 10000];
 
 // Dark to bright by even steps of lightness: levels 0 to 1 as red, green, blue.
-const STOPS = [[9, 10, 14], [40, 26, 74], [110, 36, 98], [186, 60, 76], [236, 122, 44], [250, 200, 92], [255, 250, 220]];
+const STOPS = [
+  [9, 10, 14],
+  [40, 26, 74],
+  [110, 36, 98],
+  [186, 60, 76],
+  [236, 122, 44],
+  [250, 200, 92],
+  [255, 250, 220],
+];
 
 export const PALETTE = Uint8ClampedArray.from({ length: 256 * 4 }, (_, i) => {
   if (i % 4 === 3) return 255;
@@ -62,10 +70,12 @@ export class Spectrogram {
 
 // Frequencies beside the picture.
 export function placeMarks(root) {
-  root.replaceChildren(...MARKS.map((hertz) => {
-    const mark = document.createElement("span");
-    mark.textContent = hertzText(hertz);
-    mark.style.bottom = `${(100 * Math.log(hertz / LOWEST)) / Math.log(HIGHEST / LOWEST)}%`;
-    return mark;
-  }));
+  root.replaceChildren(
+    ...MARKS.map((hertz) => {
+      const mark = document.createElement("span");
+      mark.textContent = hertzText(hertz);
+      mark.style.bottom = `${(100 * Math.log(hertz / LOWEST)) / Math.log(HIGHEST / LOWEST)}%`;
+      return mark;
+    }),
+  );
 }

@@ -37,9 +37,10 @@ export class Spectrum {
     }
   }
 
-  fall() {
+  // Silence.
+  fall(seconds) {
     for (let point = 0; point < SPECTRUM_POINTS; ++point) {
-      this.levels[point] = Math.max(BOTTOM, this.levels[point] - 1);
+      this.levels[point] = Math.max(BOTTOM, this.levels[point] - 3 * FALL * seconds);
     }
   }
 }
@@ -62,7 +63,8 @@ export function peaksOf(analysers, room) {
   return analysers.map((analyser) => {
     analyser.getFloatTimeDomainData(room);
     let peak = 0;
-    for (let i = room.length - PEAK_FRAMES; i < room.length; ++i) peak = Math.max(peak, Math.abs(room[i]));
+    for (let i = room.length - PEAK_FRAMES; i < room.length; ++i)
+      peak = Math.max(peak, Math.abs(room[i]));
     return peak;
   });
 }

@@ -52,7 +52,8 @@ export class Transport {
       let largest = 0;
       const end = Math.floor((k + 1) * per);
       const stride = Math.max(1, Math.floor(per / 400));
-      for (let i = Math.floor(k * per); i < end; i += stride) largest = Math.max(largest, Math.abs(samples[i]));
+      for (let i = Math.floor(k * per); i < end; i += stride)
+        largest = Math.max(largest, Math.abs(samples[i]));
       return largest;
     });
   }
@@ -71,7 +72,9 @@ export class Transport {
     context.setTransform(scale, 0, 0, scale, 0, 0);
     context.clearRect(0, 0, this.canvas.clientWidth, this.height);
     if (!this.bars) return;
-    const at = this.player.duration ? (this.player.position / this.player.duration) * this.bars.length : 0;
+    const at = this.player.duration
+      ? (this.player.position / this.player.duration) * this.bars.length
+      : 0;
     this.bars.forEach((level, k) => {
       const size = Math.max(2, level * (this.height - 4));
       context.fillStyle = colour(k < at ? "accent-line" : "outline");
@@ -90,6 +93,7 @@ export class Transport {
     this.slider.setAttribute("aria-valuetext", `${timeText(position)} of ${timeText(duration)}`);
     const text = `${timeText(position)} / ${timeText(duration)}`;
     if (this.time.textContent !== text) this.time.textContent = text;
-    if (this.bars && Math.floor((position / duration) * this.bars.length) !== this.painted) this.paint();
+    if (this.bars && Math.floor((position / duration) * this.bars.length) !== this.painted)
+      this.paint();
   }
 }

@@ -47,7 +47,11 @@ export class RackModule {
       this.withRoom(2 * size, (room) => {
         const faults = this.c.sonx_rack_import(from, autoPreamp, room, size, room + size, size);
         if (faults < 0) throw new Error("The text holds more sections than fit into one preset.");
-        return { faults, preset: faults ? "" : this.textAt(room), report: this.textAt(room + size) };
+        return {
+          faults,
+          preset: faults ? "" : this.textAt(room),
+          report: this.textAt(room + size),
+        };
       }),
     );
   }

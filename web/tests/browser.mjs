@@ -17,16 +17,28 @@ export async function serve({ isolated = true } = {}) {
 export const launch = (more = []) =>
   puppeteer.launch({
     executablePath: process.env.CHROMIUM ?? "/usr/bin/chromium",
-    args: ["--no-sandbox", "--autoplay-policy=no-user-gesture-required",
-      "--use-fake-device-for-media-stream", "--use-fake-ui-for-media-stream", ...more],
+    args: [
+      "--no-sandbox",
+      "--autoplay-policy=no-user-gesture-required",
+      "--use-fake-device-for-media-stream",
+      "--use-fake-ui-for-media-stream",
+      ...more,
+    ],
     protocolTimeout: 120000,
   });
 
 // The page, ready to be used. page.faults is what it has complained of.
-export async function open(browser, address, { width = 1440, height = 900, scheme = "dark", calm = false, scale = 1 } = {}) {
+export async function open(
+  browser,
+  address,
+  { width = 1440, height = 900, scheme = "dark", calm = false, scale = 1 } = {},
+) {
   const page = await browser.newPage();
   page.faults = [];
-  page.on("console", (message) => ["error", "warn"].includes(message.type()) && page.faults.push(message.text()));
+  page.on(
+    "console",
+    (message) => ["error", "warn"].includes(message.type()) && page.faults.push(message.text()),
+  );
   page.on("pageerror", (error) => page.faults.push(String(error)));
   page.on("requestfailed", (request) => page.faults.push(`${request.url()} failed`));
   await page.setViewport({ width, height, deviceScaleFactor: scale });

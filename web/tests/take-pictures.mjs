@@ -10,15 +10,24 @@ const PICTURES = {
 
 const [folder] = process.argv.slice(2);
 const [browser, server] = [await launch(), await serve()];
-for (const [name, { preset, picture = "response", seconds = 3, ...how }] of Object.entries(PICTURES)) {
+for (const [name, { preset, picture = "response", seconds = 3, ...how }] of Object.entries(
+  PICTURES,
+)) {
   const page = await open(browser, server.address, { height: 860, ...how });
-  await page.evaluate(async (file, shown, at) => {
-    await bench.load(bench.assets.presets.find((one) => one.file === `${file}.toml`).text);
-    document.querySelectorAll(".toast").forEach((toast) => toast.remove());
-    bench.showPicture(shown);
-    bench.player.seek(at);
-    await bench.player.play();
-  }, preset, picture, AT);
+  await page.evaluate(
+    async (file, shown, at) => {
+      await bench.session.load(
+        bench.assets.presets.find((one) => one.file === `${file}.toml`).text,
+      );
+      document.querySelectorAll(".toast").forEach((toast) => toast.remove());
+      bench.live.choose(shown);
+      bench.player.seek(at);
+      await bench.player.play();
+    },
+    preset,
+    picture,
+    AT,
+  );
   await wait(1000 * seconds);
   await page.screenshot({ path: `${folder}/${name}.png` });
   await page.close();
