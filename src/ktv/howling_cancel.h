@@ -56,7 +56,7 @@
 // 300 Hz to 11.6 kHz, in half the time.
 //
 // 24-bit samples in 32-bit words. Latency: none. While no notch is placed the samples pass as they
-// are. Memory: 13 KB, all taken by init. Cancellers share nothing.
+// are. Memory: 14 KB, all taken by init. Cancellers share nothing.
 #pragma once
 
 #include <stdint.h>
