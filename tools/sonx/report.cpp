@@ -80,6 +80,7 @@ void run(const report_options& options) {
   if (options.rack.preset.empty() && options.rack.sets.empty())
     throw std::runtime_error("a --preset or a --set is missing");
   const rack_recipe recipe = options.rack.recipe();
+  recipe.rates();  // says what is wrong before a file is touched
   const int file_rate = audio_reader(options.in).file_rate(), rate = recipe.rate_for(file_rate);
   const rack its(recipe, rate);
   report report;

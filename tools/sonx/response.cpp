@@ -311,7 +311,8 @@ void add_chain(CLI::App& command) {
                   "one more curve: the options of other settings, in quotes; can be repeated")
       ->type_name("OPTIONS")
       ->expected(1)
-      ->take_all();
+      ->take_all()
+      ->allow_extra_args(false);
   std::vector<std::string> ids;
   for (const aspect& one : all_aspects()) ids.emplace_back(one.id);
   command.add_option("--show", options->show, "what is measured, see below [level]")
