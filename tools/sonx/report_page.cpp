@@ -360,7 +360,7 @@ plot_line line_of(std::vector<double> x, std::vector<double> y, size_t colour, c
 }
 
 std::string over_time(const report& report) {
-  constexpr double kFewest = 0.025, kPoints = 500, kFaintest = -70;
+  constexpr double kFewest = 0.025, kPoints = 300, kFaintest = -70;
   const double window = std::max(kFewest, report.before.seconds() / kPoints);
   std::vector<double> before = levels_over_time(report.before, window),
                       after = levels_over_time(report.after.sound, window), seconds, gain;
