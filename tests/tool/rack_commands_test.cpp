@@ -78,7 +78,6 @@ TEST_F(Tool, WhatIsWrongWithARackIsSaidInOneLine) {
       {"preset check bad.toml", "line 4"},
       {"import eq.txt -o o.wav", "'eq.txt': line 1: filter type 'NO' isn't supported"},
       {"export two.toml --as d", "d not in"},
-      {"response", "a --preset or a --set is missing"},
       {"effects revreb", "did you mean 'reverb'?"}};
   for (const auto& [arguments, part] : wrong) {
     EXPECT_EQ(run(arguments), 1) << arguments;
