@@ -1,4 +1,5 @@
-# Warnings, floating-point rules, and the sanitizers of SONX_SANITIZE, for every target of ours.
+# Warnings, floating-point rules, and the sanitizers of SONX_SANITIZE, for every target of ours; and
+# how shared libraries are linked.
 add_library(sonx_build_flags INTERFACE)
 target_compile_options(sonx_build_flags INTERFACE -Wall -Wextra -Wpedantic -Wshadow)
 # No fused multiply-add: the equalizer's level law, and the designs that tests compare coefficients
@@ -16,3 +17,9 @@ if(SONX_SANITIZE)
     target_compile_options(sonx_build_flags INTERFACE $<$<COMPILE_LANGUAGE:CXX>:-Wno-maybe-uninitialized>)
   endif()
 endif()
+
+# What every shared library of ours is linked with: bound as a whole when it is loaded, its tables
+# read-only from then on, no executable stack, nothing left for a host to define.
+add_library(sonx_shared_flags INTERFACE)
+target_link_options(sonx_shared_flags INTERFACE
+  -Wl,-z,now -Wl,-z,relro -Wl,-z,noexecstack -Wl,--no-undefined)

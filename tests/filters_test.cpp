@@ -1,8 +1,10 @@
-// The sixth-order section, the notch and the DC blocker.
+// The sixth-order section, the notch, the DC blocker, the all-pass and the echo comb.
 #include <gtest/gtest.h>
 
+#include "dsp/allpass.h"
 #include "dsp/dc_remove.h"
 #include "dsp/elliptic.h"
+#include "dsp/iircomber.h"
 #include "dsp/notch.h"
 #include "support/owned.h"
 #include "support/signals.h"
@@ -67,4 +69,23 @@ TEST(DcRemove, FollowsTheClosedForm) {
     for (const samples& y : {dc_16(dc_remove_init).run(x), dc_24(dc_remove_init).run(x)})
       EXPECT_NEAR(gain_db(x, y, frequency, kRate, 24000), expected, 0.02) << frequency;
   }
+}
+
+TEST(Allpass, PassesAllEnergy) {
+  for (int gain : {4096, -6000}) {
+    owned<allpass, allpass_end> section(allpass_init, 7);
+    allpass_setfeedback(&section, gain);
+    double energy = 0.0;
+    for (int v : impulse(840, 1 << 23)) energy += std::pow(allpass_process(v, &section), 2);
+    EXPECT_NEAR(energy / 0x1p46, 1.0, 1e-5);
+  }
+}
+
+// The loop filter's gain at 0 Hz is 1 / 1.69995, so a constant settles at x / (1 - g / 1.69995).
+TEST(EchoComb, SettlesByItsLoopGain) {
+  owned<iircomber, iircomber_end> comb(iircomber_init, 4);
+  iircomber_setfeedback(&comb, 4096);
+  int y = 0;
+  for (int i = 0; i < 2000; ++i) y = iircomber_process(1000000, &comb);
+  EXPECT_NEAR(y, 1000000.0 / (1.0 - 0.5 / (1.0 + 5734.0 / 8192.0)), 4.0);
 }

@@ -138,20 +138,27 @@ TEST_F(HpEntry, FadesForAnyChangedWord) {
   run_blocks(10);
   audio_effect_control_acdb_t record = {}, copy;
   auto* words = reinterpret_cast<int32_t*>(&record);
+  const auto counter_after_setting = [&] {
+    sonx_hp_effect_set_parameters(handle, &record);
+    sonx_hp_effect_process(handle, words, 0);
+    return std::exchange(handle->chain.switch_counter, -1);
+  };
   for (int word = 0; word < 31; ++word) {
     words[word] = 1000 + word;
-    sonx_hp_effect_set_parameters(handle, &record);
-    EXPECT_EQ(handle->chain.switch_counter, 6) << word;
-    handle->chain.switch_counter = -1;
-    sonx_hp_effect_set_parameters(handle, &record);
-    EXPECT_EQ(handle->chain.switch_counter, -1) << word;
+    EXPECT_EQ(counter_after_setting(), 6) << word;
+    EXPECT_EQ(counter_after_setting(), -1) << word;
   }
+  words[30] = 0;
+  sonx_hp_effect_set_parameters(handle, &record);
+  words[30] = 1030;
+  EXPECT_EQ(counter_after_setting(), 6) << "there and back between two calls is a change";
   sonx_hp_effect_get_parameters(handle, &copy);
   EXPECT_EQ(std::memcmp(&copy, &record, sizeof record), 0);
   EXPECT_EQ(take_log().back(),
             (log_line{3, kTag, "sonx_hp_effect_set_parameters: effect 1000 hpadapter 1001"}));
   handle->chain.eq->left_section[0]->state[1] = 5;
   sonx_hp_effect_reset(handle);
+  sonx_hp_effect_process(handle, words, 0);
   EXPECT_EQ(handle->chain.eq->left_section[0]->state[1], 0);
 }
 

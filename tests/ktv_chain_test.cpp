@@ -76,7 +76,9 @@ TEST(KtvHandle, IgnoresNullAndSaysWhatItDoes) {
   sonx_ktv_process_16(handle, in, nullptr, out, 4);
   sonx_ktv_process_16(handle, in, out, nullptr, 4);
   sonx_ktv_process_16(nullptr, in, out, out, 4);
+  sonx_ktv_process_16(handle, nullptr, nullptr, nullptr, 0);
   sonx_ktv_eq_setparameter(handle, nullptr);
+  sonx_ktv_reverb_setgain(nullptr, 1);
   EXPECT_EQ(out[3], 0);
   EXPECT_EQ(sonx_ktv_latency(handle), 0);
   EXPECT_EQ(sonx_ktv_bypasses(handle), 0);
@@ -86,6 +88,7 @@ TEST(KtvHandle, IgnoresNullAndSaysWhatItDoes) {
   sonx_ktv_process_16(handle, in, in, out, 4);
   EXPECT_EQ(out[3], 4);
   sonx_ktv_deinit(handle);
+  sonx_ktv_deinit(nullptr);
   EXPECT_EQ(sonx_ktv_bypasses(nullptr), 1);
   EXPECT_STREQ(sonx_version(), SONX_PROJECT_VERSION);
 }

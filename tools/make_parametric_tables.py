@@ -198,7 +198,7 @@ def make_up_lines():
             f" {PRESET_MAKE_UP:.2f} dB lower (6368 of 8192), so that what the preset raises stays"
             " within full scale: the lower rows are the effect as it is heard, nowhere louder than"
             " its input. They are measured on the library, at the other rate with `--rate 44100`:",
-            "", "```sh", f"sonx response --effect preset --hertz {frequencies}", "```", "",
+            "", "```sh", f"sonx response hp --effect preset --hertz {frequencies}", "```", "",
             "The make-up gain stays in force when the preset is switched off: with no effect and no"
             f" adapter the chain goes on {PRESET_MAKE_UP:.2f} dB lower, until a record with an effect"
             " or an adapter sets its own. The same holds for the make-up gains of the other effects"

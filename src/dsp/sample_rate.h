@@ -2,7 +2,12 @@
 // Compiles as C11 and as C++.
 #pragma once
 
+#ifdef __cplusplus
+// Of a fixed type, so that a value outside the list is one too: it counts as 48000 Hz.
+enum SampleRateType : unsigned int {
+#else
 enum SampleRateType {
+#endif
   SAMPLE_RATE_44100 = 0,
   SAMPLE_RATE_48000 = 1,
   SAMPLE_RATE_96000 = 2,

@@ -8,6 +8,7 @@
 #include "dsp/block.h"
 #include "dsp/kernels/iir.h"
 #include "dsp/kernels/kernels.h"
+#include "effects/equalizer_curve.h"
 #include "effects/memory.h"
 #include "effects/rates.h"
 #include "fixed.h"
@@ -40,15 +41,12 @@ void set_band(equalizer_t* equalizer, int band, const int* row) {
   on(equalizer->right_section[band], IIR_set_param, row);
 }
 
-int set_from_table(equalizer_t* equalizer, const int* indices, const band_rows* table) {
-  equalizer->gain = kOneQ13;
+int set_from_table(equalizer_t* equalizer, const equalizer_curve& curve, const band_rows* table) {
   for (int k = 0; k < kBands; ++k) {
-    const int index = std::clamp(indices[k], -kLargestIndex, kLargestIndex);
-    equalizer->gain_index[k] = index;
-    set_band(equalizer, k, table[k][index + kLargestIndex]);
+    equalizer->gain_index[k] = curve.indices[k];
+    set_band(equalizer, k, table[k][curve.indices[k] + kLargestIndex]);
   }
-  equalizer->gain = calc_gain_from_idxs(equalizer->gain_index);
-  return equalizer->gain;
+  return equalizer->gain = curve.gain_q13;
 }
 
 // A band's gain as the level law counts it, dB.
@@ -98,19 +96,31 @@ void equalizer_getparameter(equalizer_t* equalizer, int (*rows)[5]) {
 }
 
 int equalizer_set_param_index_44100(equalizer_t* equalizer, int* indices) {
-  return set_from_table(equalizer, indices, kTables[SAMPLE_RATE_44100]);
+  return set_from_table(equalizer, make_curve(indices), kTables[SAMPLE_RATE_44100]);
 }
 
 int equalizer_set_param_index_48000(equalizer_t* equalizer, int* indices) {
-  return set_from_table(equalizer, indices, kTables[SAMPLE_RATE_48000]);
+  return set_from_table(equalizer, make_curve(indices), kTables[SAMPLE_RATE_48000]);
 }
 
 int equalizer_set_param_index_96000(equalizer_t* equalizer, int* indices) {
-  return set_from_table(equalizer, indices, kTables[SAMPLE_RATE_96000]);
+  return set_from_table(equalizer, make_curve(indices), kTables[SAMPLE_RATE_96000]);
 }
 
 int equalizer_set_param_index(equalizer_t* equalizer, int* indices, SampleRateType rate) {
-  return set_from_table(equalizer, indices, kTables[rate_row(rate, std::size(kTables))]);
+  return equalizer_set_curve(equalizer, make_curve(indices), rate);
+}
+
+equalizer_curve make_curve(const int* indices) {
+  equalizer_curve curve;
+  for (int k = 0; k < kBands; ++k)
+    curve.indices[k] = std::clamp(indices[k], -kLargestIndex, kLargestIndex);
+  curve.gain_q13 = calc_gain_from_idxs(curve.indices);
+  return curve;
+}
+
+int equalizer_set_curve(equalizer_t* equalizer, const equalizer_curve& curve, SampleRateType rate) {
+  return set_from_table(equalizer, curve, kTables[rate_row(rate, std::size(kTables))]);
 }
 
 void equalizer_get_param_index(equalizer_t* equalizer, int* indices) {

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <cstring>
+#include <new>
 
 #include "dsp/block.h"
 #include "fixed.h"
@@ -13,6 +15,7 @@ namespace {
 
 constexpr char kLogTag[] = "_T_sonx_hp_wrapper";
 
+constexpr int kOn = 1;                                         // the chain's status
 constexpr uint32_t kLowestRate = 44050, kHighestRate = 48050;  // Hz
 constexpr uint32_t kShortBlock = 240, kLongBlock = kBlockFrames;
 constexpr uint32_t kBits[] = {16, 32, 32, 32};  // by format code - 1
@@ -39,6 +42,18 @@ void follow_period(sonx_hp_handle_t* effect, uint32_t frames) {
   effect->block_frames = choose_block(frames);
   __android_log_print(kLogDebug, kLogTag, "%s: frame size change to %zu", "sonx_hp_effect_process",
                       static_cast<size_t>(effect->block_frames));
+}
+
+// What was asked since the last call. One start of the fade stands for all changes.
+void follow_requests(sonx_hp_handle_t* effect) {
+  const sonx_hp_request* request = effect->requests.take();
+  if (request == nullptr) return;
+  teka_hp_effect_t* chain = &effect->chain;
+  if (request->resets != effect->done.resets) teka_hp_effect_reset(chain);
+  if (request->changes != effect->done.changes && chain->status == kOn)
+    teka_hp_effect_update_smooth_status(chain);
+  effect->done = *request;
+  teka_hp_effect_setparameter(chain, &effect->done.record);
 }
 
 // Sample formats: read gives a 24-bit sample, write takes one. In 32 bits, so that loops vectorise.
@@ -85,6 +100,7 @@ void* sonx_hp_effect_init(unsigned int sample_rate, int format_type) {
                       format_type);
   auto* effect = allocate<sonx_hp_handle_t>();
   if (effect == nullptr) return nullptr;
+  new (&effect->requests) mailbox<sonx_hp_request>;
   effect->enabled = 1;
   effect->sample_rate = sample_rate;
   if (sample_rate < kLowestRate || sample_rate > kHighestRate) {
@@ -117,17 +133,24 @@ void sonx_hp_effect_deinit(void* handle) {
 }
 
 void sonx_hp_effect_reset(void* handle) {
-  if (handle != nullptr) teka_hp_effect_reset(&effect_of(handle)->chain);
+  if (handle == nullptr) return;
+  sonx_hp_handle_t* effect = effect_of(handle);
+  ++effect->asked.resets;
+  effect->requests.put(effect->asked);
 }
 
 void sonx_hp_effect_set_parameters(void* handle, void* record) {
   if (handle == nullptr || record == nullptr) return;
   sonx_hp_handle_t* effect = effect_of(handle);
+  const bool changed = std::memcmp(record, &effect->params, sizeof effect->params) != 0;
   effect->params = *static_cast<const audio_effect_control_acdb_t*>(record);
   __android_log_print(kLogDebug, kLogTag, "%s: effect %d hpadapter %d",
                       "sonx_hp_effect_set_parameters", effect->params.effect_type,
                       effect->params.hpadapter_type);
-  teka_hp_effect_setparameter(&effect->chain, &effect->params);
+  if (!changed) return;
+  effect->asked.record = effect->params;
+  ++effect->asked.changes;
+  effect->requests.put(effect->asked);
 }
 
 void sonx_hp_effect_get_parameters(void* handle, void* record) {
@@ -139,6 +162,7 @@ void sonx_hp_effect_process(void* handle, void* buffer, unsigned long bytes) {
   if (handle == nullptr || buffer == nullptr) return;
   sonx_hp_handle_t* effect = effect_of(handle);
   if (effect->enabled == 0) return;
+  follow_requests(effect);
   const size_t frames = bytes / (size_t{2} * effect->bytes_per_sample);
   follow_period(effect, static_cast<uint32_t>(frames));
 

@@ -28,11 +28,17 @@
 // handle is a bypass: init logs a warning, process does nothing.
 //
 // Latency: the compressor's look-ahead, 440 samples at 44100 Hz and 480 at the other rates.
-// Memory: 212 KB per handle, taken by init; process takes none, no lock, and makes no system
-// call but the log lines for a changed period and at a switch. One handle is used from one thread
-// at a time; handles share nothing.
+// Memory: 213 KB per handle, taken by init; process takes none, no lock, and makes no system
+// call but the log lines for a changed period and at a switch.
 //
-// A null handle is ignored everywhere, and a null record or buffer too.
+// Threads: process belongs to one thread, the audio thread. set_parameters, get_parameters and reset
+// may be called while it runs, from one other thread at a time; none of them waits for the other
+// side. What they ask for is done at the start of the next process call: the newest record holds, and
+// all resets and changes between two calls count as one. init comes before and deinit after
+// everything else. Handles share nothing.
+//
+// A null handle is ignored everywhere, and a null record or buffer too. A record and a buffer of
+// 32-bit words are aligned to 4 bytes, a buffer of 16-bit words to 2.
 #pragma once
 
 #include "../export.h"
@@ -60,7 +66,7 @@ SONX_EXPORT void sonx_hp_effect_deinit(void* handle);
 SONX_EXPORT void sonx_hp_effect_reset(void* handle);
 
 // Copies an audio_effect_control_acdb_t and starts the fade to it; a record equal to the last one
-// changes nothing. May be called between any two process calls. Logs effect and adapter (debug).
+// changes nothing. Logs effect and adapter (debug).
 SONX_EXPORT void sonx_hp_effect_set_parameters(void* handle, void* record);
 
 // Copies the last record set (zeros before the first) to an audio_effect_control_acdb_t.

@@ -4,6 +4,14 @@
 #include <cstdint>
 
 #include "hp/teka_hp_effect.h"
+#include "mailbox.h"
+
+// What set_parameters and reset ask of the next process call.
+struct sonx_hp_request {
+  audio_effect_control_acdb_t record;  // the last one received
+  uint32_t changes;                    // records so far that differed from the one before
+  uint32_t resets;                     // resets so far
+};
 
 struct sonx_hp_handle_t {
   uint32_t enabled;           // 0 = bypass: the rate isn't one the chain is made for
@@ -17,4 +25,8 @@ struct sonx_hp_handle_t {
   int32_t* work_right;
   teka_hp_effect_t chain;
   audio_effect_control_acdb_t params;  // the last record received
+
+  // The settings' side keeps `asked`, the processing side `done`.
+  sonx_hp_request asked, done;
+  mailbox<sonx_hp_request> requests;
 };

@@ -12,9 +12,15 @@
 // of iirecho.h. Settings take effect at the next process call. Values are passed on as they are:
 // each module's header gives units and ranges. Gains are Q13 (8192 = 1.0).
 //
-// Latency: none. Memory: 313 KB per handle, taken by init; process takes none. One handle is
-// used from one thread at a time. A null handle is ignored everywhere (noise cancelling still logs
-// the request), and a null buffer too.
+// Latency: none. Memory: 314 KB per handle, taken by init; process takes none, no lock, and makes no
+// system call.
+//
+// Threads: process belongs to one thread, the audio thread. Settings may be made and bypasses asked
+// while it runs, from one other thread at a time; neither side waits for the other. init comes before
+// and deinit after everything else. Handles share nothing.
+//
+// A null handle is ignored everywhere (noise cancelling still logs the request), and a null buffer
+// too. Buffers are aligned to 2 bytes, indices to 4.
 #pragma once
 
 #include "../export.h"

@@ -1,8 +1,4 @@
-#include <array>
-#include <bit>
-
-#include "bits/rows.h"
-#include "bits/subjects.h"
+#include "bits/module.h"
 #include "hp/sonx_hp_effect.h"
 #include "hp/teka_hp_effect.h"
 #include "ktv/howling_cancel.h"
@@ -12,140 +8,59 @@
 
 namespace {
 
-constexpr unsigned kRates[] = {44100, 48000, 96000, 192000, 32000};
-
-audio_effect_control_acdb_t any_record(trial& t) {
-  audio_effect_control_acdb_t record = {
-      static_cast<int>(t.roll(7)), static_cast<int>(t.roll(9)), {}};
-  int gains[10];
-  t.decibels(gains);
-  for (int i = 0; i < 29; ++i) record.data[i] = t.value();
-  if (record.effect_type == SONX_EFFECT_GRAPHIC_EQUALIZER) std::copy_n(gains, 10, record.data);
-  return record;
-}
-
-// A module's record of words, by its setter and its getter; draw() gives some
-// words of their own.
-template <auto setter, auto getter, typename Record>
-void set_record(trial& t, teka_hp_effect_t* chain, void (*draw)(trial&, Record&)) {
-  std::array<int, sizeof(Record) / sizeof(int)> words;
-  for (int& word : words) word = t.value();
-  words[0] = static_cast<int>(t.roll(2));  // the status
-  Record record = std::bit_cast<Record>(words);
-  draw(t, record);
-  setter(chain, &record);
-  getter(chain, &record);
-  t.note_all(reinterpret_cast<const int*>(&record), words.size());
-}
-
-void set_module(trial& t, teka_hp_effect_t* c) {
-#define RECORD(module, kind)                               \
-  set_record<teka_hp_effect_##module##_setparameter##kind, \
-             teka_hp_effect_##module##_getparameter##kind>
-  switch (t.roll(8)) {
-    case 0:
-      return RECORD(eq, _data)(
-          t, c, +[](trial& u, eq_param_acdb_t& r) { draw_rows(u, r.band); });
-    case 1:
-      return RECORD(eq, _index)(
-          t, c, +[](trial& u, equalizer_params& r) { u.decibels(r.index); });
-    case 2:
-      return RECORD(p_eq, )(
-          t, c, +[](trial& u, param_eq_param_acdb_t& r) {
-            int rows[10][5];
-            draw_rows(u, rows);
-            for (int k = 0; k < 10; ++k) {
-              r.left[k][0] = static_cast<int>(u.roll(2));
-              r.right[k][0] = static_cast<int>(u.roll(2));
-              std::copy_n(rows[k], 5, r.left[k] + 1);
-            }
-          });
-    case 3:
-      return RECORD(reverb, )(
-          t, c, +[](trial&, reverb_param_acdb_t&) {});
-    case 4:
-      return RECORD(vbs, )(
-          t, c, +[](trial& u, virtual_bass_param_acdb_t& r) { draw_row(u, r.nld_band); });
-    case 5:
-      return RECORD(sws, )(
-          t, c, +[](trial&, stereo_param_acdb_t&) {});
-    case 6:
-      return RECORD(svc, )(
-          t, c, +[](trial&, smart_volume_control_param_acdb_t&) {});
-    default:
-      return RECORD(cb, )(
-          t, c, +[](trial& u, channel_balance_param_acdb_t& r) {
-            r.channel_num = static_cast<int>(u.roll(4));
-          });
-  }
-}
-
-// The planar chain: whoever drives it counts the switch-over down.
-template <typename Sample>
-void headphone_chain(trial& t) {
-  held<teka_hp_effect_t, teka_hp_effect_init, teka_hp_effect_end> c;
-  teka_hp_effect_setstatus(&c, 1);
-  const unsigned form = t.roll(3);
-  const auto process = [&](Sample* a, Sample* b, Sample* out_a, Sample* out_b, int n) {
-    if constexpr (sizeof(Sample) == 4) {
-      if (form == 2 && out_a != out_b) {
-        const std::vector<int> left(a, a + n), right(b, b + n);
-        std::copy(left.begin(), left.end(), out_a);
-        std::copy(right.begin(), right.end(), out_b);
-        teka_hp_effect_core_process(&c, out_a, out_b, n);
-        if (c.switch_counter >= 0) --c.switch_counter;
-        return;
+constexpr auto begin_headphone = [](trial& t, teka_hp_effect_t* c) {
+  teka_hp_effect_init(c);
+  teka_hp_effect_setstatus(c, 1);
+  if (t.once_in(4)) teka_hp_effect_debug_enable_setstatus(c, 1);
+};
+// The planar chain, by each of its forms. Whoever drives it counts the switch-over down.
+template <typename Sample, auto process_planar>
+constexpr auto headphone =
+    [](teka_hp_effect_t* c, Sample* a, Sample* b, Sample* out_a, Sample* out_b, int n) {
+      if constexpr (sizeof(Sample) == 4) {
+        if (n % 3 == 2 && out_a != out_b) {
+          const std::vector<int> left(a, a + n), right(b, b + n);
+          std::copy(left.begin(), left.end(), out_a);
+          std::copy(right.begin(), right.end(), out_b);
+          teka_hp_effect_core_process(c, out_a, out_b, n);
+          c->switch_counter -= c->switch_counter >= 0;
+          return;
+        }
       }
-    }
-    if (form == 0) {
-      teka_hp_effect_process_v2(&c, 8 * sizeof(Sample), a, b, out_a, out_b, n);
-    } else if constexpr (sizeof(Sample) == 2) {
-      teka_hp_effect_process_16(&c, a, b, out_a, out_b, n);
-    } else {
-      teka_hp_effect_process_24(&c, a, b, out_a, out_b, n);
-    }
-    if (c.switch_counter >= 0) --c.switch_counter;
-  };
-  t.run<Sample, 2, 2>(process, [&] {
-    audio_effect_control_acdb_t record = any_record(t);
-    switch (t.roll(8)) {
-      case 0:
-        teka_hp_effect_set_sample_rate(&c, kRates[t.roll(5)]);
-        break;
-      case 1:
-        t.access<teka_hp_effect_sv_set_volume, teka_hp_effect_setstatus>(&c);
-        if (t.once_in(2)) teka_hp_effect_sv_set_smooth_buffer_num(&c, static_cast<int>(t.roll(6)));
-        break;
-      case 2:
-        teka_hp_effect_debug_enable_setstatus(&c, t.once_in(4));
-        teka_hp_effect_setstatus(&c, !t.once_in(4));
-        break;
-      case 3:
-        (t.once_in(3) ? teka_hp_effect_update_smooth_status : teka_hp_effect_reset)(&c);
-        break;
-      case 4:
-      case 5:
-        set_module(t, &c);
-        break;
-      default:
-        teka_hp_effect_setparameter(&c, &record);
-        if (t.once_in(4)) teka_hp_effect_update_parameter(&c);
-    }
-    teka_hp_effect_getparameter(&c, &record);
-    t.note(record.effect_type, record.hpadapter_type);
-    t.note_all(record.data);
-    t.note(c.active_status, c.switch_counter, c.volume, c.sample_rate_type);
-    t.access<teka_hp_effect_getstatus, teka_hp_effect_debug_enable_getstatus,
-             teka_hp_effect_sv_get_volume, teka_hp_effect_sv_get_smooth_buffer_num>(&c);
-  });
-}
+      if (n % 3 == 0)
+        teka_hp_effect_process_v2(c, 8 * sizeof(Sample), a, b, out_a, out_b, n);
+      else
+        process_planar(c, a, b, out_a, out_b, n);
+      c->switch_counter -= c->switch_counter >= 0;
+    };
+
+constexpr auto debug = [](trial& t, teka_hp_effect_t* c) {
+  teka_hp_effect_debug_enable_setstatus(c, t.once_in(4));
+};
+constexpr auto slow_down = [](trial& t, teka_hp_effect_t* c) {
+  teka_hp_effect_sv_set_smooth_buffer_num(c, static_cast<int>(t.roll(6)));
+};
+#define OF_MODULE(name, kind) SETTING(teka_hp_effect_##name##_, parameter##kind)
+template <typename Sample, auto process>
+constexpr auto headphone_chain =
+    module<teka_hp_effect_t, begin_headphone, teka_hp_effect_end, headphone<Sample, process>,
+           teka_hp_effect_set_sample_rate, STATUS(teka_hp_effect_), debug,
+           teka_hp_effect_debug_enable_getstatus, SETTING(teka_hp_effect_, parameter),
+           teka_hp_effect_setparameter, teka_hp_effect_setparameter, teka_hp_effect_setparameter,
+           teka_hp_effect_reset, teka_hp_effect_update_parameter,
+           teka_hp_effect_update_smooth_status, OF_MODULE(eq, _data), OF_MODULE(eq, _index),
+           OF_MODULE(p_eq, ), OF_MODULE(reverb, ), OF_MODULE(vbs, ), OF_MODULE(sws, ),
+           OF_MODULE(svc, ), OF_MODULE(cb, ), SETTING(teka_hp_effect_sv_, _volume), slow_down,
+           teka_hp_effect_sv_get_smooth_buffer_num, &teka_hp_effect_t::active_status,
+           &teka_hp_effect_t::switch_counter, &teka_hp_effect_t::volume,
+           &teka_hp_effect_t::sample_rate_type>;
 
 // Every effect with every adapter at every rate, as the fixed tuning has them.
 void tuning(trial& t) {
-  for (const unsigned rate : kRates)
+  for (const unsigned rate : {44100u, 48000u, 96000u, 192000u, 32000u})
     for (int effect = 0; effect <= 6; ++effect)
       for (int adapter = 0; adapter <= 8; ++adapter) {
-        held<teka_hp_effect_t, teka_hp_effect_init, teka_hp_effect_end> c;
+        held<teka_hp_effect_t, LIFE(teka_hp_effect)> c;
         audio_effect_control_acdb_t record = {effect, adapter, {3000, 3000, 3000, 3000, 8192, 200}};
         teka_hp_effect_set_sample_rate(&c, rate);
         teka_hp_effect_setparameter(&c, &record);
@@ -179,7 +94,8 @@ void headphone_handles(trial& t) {
   for (size_t start = 0; start + 700 < size_t(t.frames); start += period) {
     if (t.once_in(20)) period = t.once_in(2) ? kPeriods[t.roll(6)] : t.roll(600);
     for (auto& s : streams) {
-      audio_effect_control_acdb_t record = any_record(t);
+      audio_effect_control_acdb_t record;
+      draw(t, record);
       if (t.once_in(25) || start == 0) sonx_hp_effect_set_parameters(s.effect, &record);
       if (t.once_in(100)) sonx_hp_effect_reset(s.effect);
       const size_t tail = t.once_in(8) ? 1 + t.roll(2 * sizeof(Word) - 1) : 0;
@@ -192,28 +108,15 @@ void headphone_handles(trial& t) {
   for (auto& s : streams) sonx_hp_effect_deinit(s.effect);
 }
 
-void echo(trial& t) {
-  held<iirecho, iirecho_init, iirecho_end> e;
-  t.run<int, 2, 2>(
-      [&](int* a, int* b, int* c, int* d, int n) { iirecho_processStereo(&e, a, b, c, d, n); },
-      [&] {
-        t.access<SETTING(iirecho_, feedback), SETTING(iirecho_, wet), SETTING(iirecho_, dry),
-                 SETTING(iirecho_, status), iirecho_getdelay>(&e);
-        if (t.once_in(4))
-          iirecho_setdelay(&e, t.wild() ? t.any() : static_cast<int>(t.roll(360)) - 2);
-        if (t.once_in(8)) iirecho_update(&e);
-      });
-}
-
 // A room that feeds back: what the canceller puts out returns some 400 samples
 // later through a resonance that moves now and then. Besides there are tones
 // from outside, or short noises. The first trial goes on until its notches have
 // been given up again.
 void howling(trial& t) {
   constexpr int kPeriod = 240, kOne = 1 << 28;
-  held<howlingCancel, howling_canceling_init, howling_canceling_end> canceller;
+  held<howlingCancel, LIFE(howling_canceling)> canceller;
   int row[5] = {kOne / 100, 0, -kOne / 100, 0, -(kOne / 100 * 98)};  // poles at 0.99
-  held<IIR, IIR_init, IIR_end> resonance(row);
+  held<IIR, LIFE(IIR)> resonance(row);
   const bool loop = t.number % 3 != 1, tones = t.number % 3 != 0;
   const int gain_q13 = loop ? 11000 + static_cast<int>(t.roll(14000)) : 0;
   const int delay = 300 + static_cast<int>(t.roll(500)), long_one = 75 * 48000,
@@ -253,96 +156,62 @@ void howling(trial& t) {
     t.note_all(out, kPeriod + 4);
     if (t.once_in(8000)) howling_canceling_reset(&canceller);
   }
-  t.access<SETTING(howling_canceling_, status)>(&canceller);
+  use_some<STATUS(howling_canceling_)>(t, &canceller);
 }
 
-void howling_blocks(trial& t) {
-  held<howlingCancel, howling_canceling_init, howling_canceling_end> canceller;
-  t.run<int, 1, 1>(
-      [&](int* in, int* out, int n) { howling_canceling_process(&canceller, in, out, n); },
-      [&] {
-        if (t.once_in(4)) howling_canceling_reset(&canceller);
-      });
-}
+constexpr auto delay_echo = [](trial& t, iirecho* e) {
+  iirecho_setdelay(e, t.wild() ? t.any() : static_cast<int>(t.roll(360)) - 2);
+};
+constexpr auto delay_karaoke = [](trial& t, teka_audio_tx_ktv_t* c) {
+  teka_audio_tx_ktv_iirecho_setdelay(c, static_cast<int>(t.roll(360)));
+};
 
-void set_karaoke(trial& t, teka_audio_tx_ktv_t* c) {
-  int rows[10][5], gains[10];
-  t.decibels(gains);
-  switch (t.roll(8)) {
-    case 0:
-      draw_rows(t, rows);
-      teka_audio_tx_ktv_eq_setparameter(c, rows);
-      break;
-    case 1:
-      teka_audio_tx_ktv_eq_set_param_index(c, gains);
-      break;
-    case 2:
-      teka_audio_tx_ktv_set_sample_rate(c, kRates[t.roll(5)]);
-      break;
-    case 3:
-      teka_audio_tx_ktv_iirecho_setdelay(c, static_cast<int>(t.roll(360)));
-      break;
-    default:
-      break;
-  }
-  for (const auto status :
-       {teka_audio_tx_ktv_reverb_setstatus, teka_audio_tx_ktv_eq_setstatus,
-        teka_audio_tx_ktv_noise_canceling_setstatus, teka_audio_tx_ktv_howling_canceling_setstatus,
-        teka_audio_tx_ktv_gramophone_setstatus, teka_audio_tx_ktv_compressor_setstatus,
-        teka_audio_tx_ktv_iirecho_setstatus})
-    if (t.once_in(4)) status(c, static_cast<int>(t.roll(2)));
-  teka_audio_tx_ktv_eq_getparameter(c, rows);
-  for (const auto& row : rows) t.note_all(row);
-  teka_audio_tx_ktv_eq_get_param_index(c, gains);
-  t.note_all(gains);
-#define KTV(name) SETTING(teka_audio_tx_ktv_, name)
-#define REVERB(name) SETTING(teka_audio_tx_ktv_reverb_, name)
-#define ECHO(name) SETTING(teka_audio_tx_ktv_iirecho_, name)
-  t.access<KTV(_volume), REVERB(roomsize), REVERB(damp), REVERB(wet), REVERB(dry), REVERB(width),
-           REVERB(gain), ECHO(feedback), ECHO(wet), ECHO(dry), teka_audio_tx_ktv_iirecho_getdelay,
-           teka_audio_tx_ktv_reverb_getstatus, teka_audio_tx_ktv_eq_getstatus,
-           teka_audio_tx_ktv_noise_canceling_getstatus,
-           teka_audio_tx_ktv_howling_canceling_getstatus, teka_audio_tx_ktv_gramophone_getstatus,
-           teka_audio_tx_ktv_compressor_getstatus, teka_audio_tx_ktv_iirecho_getstatus>(c);
-}
-
-template <typename Sample>
-void karaoke_chain(trial& t) {
-  held<teka_audio_tx_ktv_t, teka_audio_tx_ktv_init, teka_audio_tx_ktv_end> c;
-  const unsigned form = t.roll(3);
-  t.run<Sample, 1, 2>(
-      [&](Sample* in, Sample* left, Sample* right, int n) {
-        if constexpr (sizeof(Sample) == 4) {
-          if (form == 2 && left != right) {
-            std::copy_n(std::vector<int>(in, in + n).begin(), n, left);
-            return teka_audio_tx_ktv_core_process(&c, left, right, n);
-          }
+// The chain by each of its forms.
+template <typename Sample, auto process_planar>
+constexpr auto karaoke =
+    [](teka_audio_tx_ktv_t* c, Sample* in, Sample* left, Sample* right, int n) {
+      if constexpr (sizeof(Sample) == 4) {
+        if (n % 3 == 2 && left != right) {
+          std::copy_n(std::vector<int>(in, in + n).begin(), n, left);
+          return teka_audio_tx_ktv_core_process(c, left, right, n);
         }
-        if (form == 0)
-          teka_audio_tx_ktv_process(&c, 8 * sizeof(Sample), in, left, right, n);
-        else if (sizeof(Sample) == 2)
-          teka_audio_tx_ktv_process_16(&c, in, left, right, n);
-        else
-          teka_audio_tx_ktv_process_24(&c, in, left, right, n);
-      },
-      [&] { set_karaoke(t, &c); });
-}
+      }
+      if (n % 3 == 0)
+        teka_audio_tx_ktv_process(c, 8 * sizeof(Sample), in, left, right, n);
+      else
+        process_planar(c, in, left, right, n);
+    };
+
+#define KTV(name) SETTING(teka_audio_tx_ktv_, name)
+#define KTV_STATUS(name) STATUS(teka_audio_tx_ktv_##name##_)
+template <typename Sample, auto process>
+constexpr auto karaoke_chain =
+    module<teka_audio_tx_ktv_t, LIFE(teka_audio_tx_ktv), karaoke<Sample, process>,
+           teka_audio_tx_ktv_set_sample_rate, KTV(_volume),
+           SETTING(teka_audio_tx_ktv_eq_, parameter), SETTING(teka_audio_tx_ktv_eq_, _param_index),
+           SETTING(teka_audio_tx_ktv_reverb_, roomsize), SETTING(teka_audio_tx_ktv_reverb_, damp),
+           SETTING(teka_audio_tx_ktv_reverb_, wet), SETTING(teka_audio_tx_ktv_reverb_, dry),
+           SETTING(teka_audio_tx_ktv_reverb_, width), SETTING(teka_audio_tx_ktv_reverb_, gain),
+           SETTING(teka_audio_tx_ktv_iirecho_, feedback), SETTING(teka_audio_tx_ktv_iirecho_, wet),
+           SETTING(teka_audio_tx_ktv_iirecho_, dry), delay_karaoke,
+           teka_audio_tx_ktv_iirecho_getdelay, KTV_STATUS(reverb), KTV_STATUS(eq),
+           KTV_STATUS(noise_canceling), KTV_STATUS(howling_canceling), KTV_STATUS(gramophone),
+           KTV_STATUS(compressor), KTV_STATUS(iirecho)>;
 
 void karaoke_handles(trial& t) {
   void* const handles[] = {sonx_ktv_init(), sonx_ktv_init()};
   std::vector<short> x = t.signal<short>(t.frames, t.number), left(x.size()), right(x.size());
   for (int start = 0, n = 0; start + n <= t.frames; start += n) {
     for (void* handle : handles) {
-      int gains[10];
-      t.decibels(gains);
-      if (t.once_in(8)) sonx_ktv_eq_setparameter(handle, gains);
       if (t.once_in(4)) {
-        t.access<sonx_ktv_set_voice_gain, sonx_ktv_reverb_setroomsize, sonx_ktv_reverb_setdamp,
-                 sonx_ktv_reverb_setwet, sonx_ktv_reverb_setdry, sonx_ktv_reverb_setwidth,
-                 sonx_ktv_reverb_setgain, sonx_ktv_iirecho_setfeedback, sonx_ktv_iirecho_setwet,
-                 sonx_ktv_iirecho_setdry, sonx_ktv_iirecho_setdelay, sonx_ktv_reverb_enable,
-                 sonx_ktv_eq_enable, sonx_ktv_noise_canceling_enable, sonx_ktv_gramophone_enable,
-                 sonx_ktv_compressor_enable, sonx_ktv_iirecho_enable>(handle);
+        use_some<sonx_ktv_eq_setparameter, sonx_ktv_set_voice_gain, sonx_ktv_reverb_setroomsize,
+                 sonx_ktv_reverb_setdamp, sonx_ktv_reverb_setwet, sonx_ktv_reverb_setdry,
+                 sonx_ktv_reverb_setwidth, sonx_ktv_reverb_setgain, sonx_ktv_iirecho_setfeedback,
+                 sonx_ktv_iirecho_setwet, sonx_ktv_iirecho_setdry, sonx_ktv_iirecho_setdelay,
+                 switched<sonx_ktv_reverb_enable>, switched<sonx_ktv_eq_enable>,
+                 switched<sonx_ktv_noise_canceling_enable>, switched<sonx_ktv_gramophone_enable>,
+                 switched<sonx_ktv_compressor_enable>, switched<sonx_ktv_iirecho_enable>>(t,
+                                                                                          handle);
         // Only one canceller may be at work in a process.
         sonx_ktv_hw_howling_canceling_enable(handle, handle == handles[0] && t.once_in(2));
       } else if (start == 0) {
@@ -361,18 +230,26 @@ void karaoke_handles(trial& t) {
 
 const std::vector<subject> kChains = {
     {"hp-chain-16", "records, module access, switch-over, rates", 70, 12000,
-     headphone_chain<short>},
-    {"hp-chain-24", "the same with 24-bit samples 4 bits up", 70, 12000, headphone_chain<int>},
+     headphone_chain<short, teka_hp_effect_process_16>},
+    {"hp-chain-24", "the same with 24-bit samples 4 bits up", 70, 12000,
+     headphone_chain<int, teka_hp_effect_process_24>},
     {"hp-tuning", "every effect with every adapter at every rate", 1, 0, tuning},
     {"hp-handles-16", "two handles, periods, records", 24, 24000, headphone_handles<short, 1>},
     {"hp-handles-24", "24 bits in 32", 24, 24000, headphone_handles<int, 2>},
     {"hp-handles-32", "32 bits, unknown formats", 24, 24000, headphone_handles<int, 3>},
     {"hp-handles-8.24", "8.24", 12, 24000, headphone_handles<int, 4>},
-    {"echo", "delays to 350 ms, feedback, gains", 35, 40000, echo},
+    {"echo", "delays to 350 ms, feedback, gains", 35, 40000,
+     module<iirecho, LIFE(iirecho), iirecho_processStereo, SETTING(iirecho_, feedback),
+            SETTING(iirecho_, wet), SETTING(iirecho_, dry), STATUS(iirecho_), iirecho_getdelay,
+            delay_echo, delay_echo, iirecho_update>},
     {"howling-loop", "closed loops, tones from outside; 15 seconds each, one of 75", 20, 720000,
      howling},
-    {"howling-blocks", "streams of all kinds", 35, 20000, howling_blocks},
-    {"ktv-chain-16", "every stage and setting", 70, 12000, karaoke_chain<short>},
-    {"ktv-chain-24", "24-bit samples 4 bits up", 70, 12000, karaoke_chain<int>},
+    {"howling-blocks", "streams of all kinds", 35, 20000,
+     module<howlingCancel, LIFE(howling_canceling), howling_canceling_process,
+            howling_canceling_reset, howling_canceling_getstatus, howling_canceling_getstatus>},
+    {"ktv-chain-16", "every stage and setting", 70, 12000,
+     karaoke_chain<short, teka_audio_tx_ktv_process_16>},
+    {"ktv-chain-24", "24-bit samples 4 bits up", 70, 12000,
+     karaoke_chain<int, teka_audio_tx_ktv_process_24>},
     {"ktv-handles", "two handles", 24, 24000, karaoke_handles},
 };

@@ -1,5 +1,4 @@
-#include "bits/rows.h"
-#include "bits/subjects.h"
+#include "bits/module.h"
 #include "dsp/allpass.h"
 #include "dsp/audio_delay.h"
 #include "dsp/comber.h"
@@ -16,133 +15,53 @@
 
 namespace {
 
-template <typename Sample, auto process, int fewer_bits>
-void biquad(trial& t) {
-  int row[5], seen[5];
-  const auto draw = [&] {
-    draw_row(t, row);
-    for (int& word : row) word >>= fewer_bits;
-  };
-  draw();
-  held<IIR, IIR_init, IIR_end> section(t.number % 4 == 1 ? kFilterCoefficients : row);
-  t.run_steps<Sample>(
-      [&](Sample x) {
-        process(&section, &x, &x);
-        return x;
-      },
-      [&] {
-        draw();
-        if (t.once_in(8))
-          IIR_reset(&section);
-        else
-          (t.once_in(2) ? IIR_set_param : IIR_reinit)(&section, row);
-        IIR_get_param(&section, seen);
-        t.note_all(seen);
-        t.note_all(section.state, 5);
-      });
-}
+template <auto init, int lowest, int most>
+constexpr auto of_length =
+    [](trial& t, auto* line) { init(line, t.wild() ? lowest : static_cast<int>(t.roll(most))); };
+template <int words>
+constexpr auto state = [](trial& t, auto* filter) { t.note_all(filter->state, words); };
 
-void sixth_order(trial& t) {
-  int rows[2][13];
-  for (auto& row : rows)  // the feedback adds up to less than 1
-    for (int k = 0; k < 13; ++k)
-      row[k] = t.wild() ? t.any() : (t.value() - 4096) * (k < 7 ? 64 : 8);
-  held<elliptic, elliptic_init, elliptic_end> filter(rows[0]);
-  t.run_steps<int>(
-      [&](int x) {
-        elliptic_process(&filter, &x, &x);
-        return x;
-      },
-      [&] {
-        t.note_all(filter.state, 13);
-        if (t.once_in(2))
-          elliptic_setcoef(&filter, rows[t.roll(2)]);
-        else
-          elliptic_resetstate(&filter);
-      });
-}
+template <auto process, int fewer_bits>
+constexpr auto biquad =
+    module<IIR,
+           [](trial& t, IIR* section) {
+             t.fewer_bits = fewer_bits;
+             t.number % 4 == 1 ? IIR_init(section, kFilterCoefficients)
+                               : call(t, IIR_init, section);
+           },
+           IIR_end, process, IIR_set_param, IIR_reinit, IIR_get_param, IIR_reset, state<5>>;
 
-void diffuser(trial& t) {
-  held<allpass, allpass_init, allpass_end> section(t.wild() ? -1 : static_cast<int>(t.roll(700)));
-  t.run_steps<int>([&](int x) { return allpass_process(x, &section); },
-                   [&] {
-                     t.access<SETTING(allpass_, feedback)>(&section);
-                     if (t.once_in(8)) allpass_reset(&section);
-                     t.note(section.length, section.index);
-                   });
-}
+// Feedback that adds up to less than 1.
+template <auto set>
+constexpr auto sixth_order = [](trial& t, elliptic* filter) {
+  static int rows[2][13];  // borrowed by the filter
+  auto& row = rows[t.roll(2)];
+  for (int k = 0; k < 13; ++k) row[k] = t.wild() ? t.any() : (t.value() - 4096) * (k < 7 ? 64 : 8);
+  set(filter, row);
+};
 
-template <typename Sample, auto process>
-void damped_comb(trial& t) {
-  held<comber, comb_init, comb_end> comb(t.wild() ? 0 : static_cast<int>(t.roll(900)));
-  const auto change = [&] {
-    t.access<comb_setfeedback, comb_setsetdamp>(&comb);
-    if (t.once_in(8)) comb_reset(&comb);
-    t.note(comb.feedback, comb.damp1, comb.damp2, comb.filter_store, comb.length, comb.index);
-  };
-  change();
-  t.run_steps<int>([&](int x) { return process(static_cast<Sample>(x), &comb); }, change);
-}
+template <auto process>
+constexpr auto damped_comb =
+    module<comber, of_length<comb_init, 0, 900>, comb_end, process, comb_setfeedback,
+           comb_setsetdamp, comb_reset, &comber::feedback, &comber::damp1, &comber::damp2,
+           &comber::filter_store, &comber::length, &comber::index>;
 
-void echo_comb(trial& t) {
-  held<iircomber, iircomber_init, iircomber_end> comb(1 + static_cast<int>(t.roll(900)));
-  t.run_steps<int>([&](int x) { return iircomber_process(x, &comb); },
-                   [&] {
-                     iircomber_setdelay(&comb, static_cast<int>(t.roll(1000)) - 20);
-                     t.access<SETTING(iircomber_, feedback), iircomber_getdelay>(&comb);
-                     if (t.once_in(8)) iircomber_reset(&comb);
-                     t.note(comb.index, comb.b0, comb.b1, comb.a1, comb.x1, comb.y1);
-                   });
-}
+template <auto process>
+constexpr auto dc_blocker = module<dc_remove, LIFE(dc_remove), process, dc_remove_reset,
+                                   &dc_remove::x_prev, &dc_remove::y_prev>;
 
-void delay_line(trial& t) {
-  held<audio_delay, audio_delay_init, audio_delay_end> line(static_cast<int>(t.roll(5) * 150));
-  t.run_steps<int>([&](int x) { return audio_delay_process(&line, x); },
-                   [&] {
-                     const int delay = static_cast<int>(t.roll(700)) - 20;
-                     (t.once_in(3) ? audio_delay_reinit : audio_delay_set_delay)(&line, delay);
-                     if (t.once_in(8)) audio_delay_reset(&line);
-                     t.access<audio_delay_get_delay>(&line);
-                     t.note(line.capacity, line.index);
-                   });
-}
+template <auto set>
+constexpr auto placed = [](trial& t, notch* filter) {
+  const int radius = t.wild() ? t.value() : 8191 - static_cast<int>(t.roll(900));
+  set(filter, radius, t.wild() ? t.any() : (t.value() - 8192) * 32768);
+};
+constexpr auto moved = [](notch* filter, int, int place) { notch_setfi(filter, place); };
 
-template <typename Sample, auto process>
-void dc_blocker(trial& t) {
-  held<dc_remove, dc_remove_init, dc_remove_end> filter;
-  t.run_steps<int>(
-      [&](int x) {
-        x = static_cast<Sample>(x);
-        process(&filter, &x, &x);
-        return x;
-      },
-      [&] {
-        t.note(filter.x_prev, filter.y_prev);
-        if (t.once_in(8)) dc_remove_reset(&filter);
-      });
-}
-
-void tuned_notch(trial& t) {
-  const auto place = [&] { return t.wild() ? t.any() : (t.value() - 8192) * 32768; };
-  const auto radius = [&] { return t.wild() ? t.value() : 8191 - static_cast<int>(t.roll(900)); };
-  int where = place();
-  held<notch, notch_init, notch_end> filter(radius(), where);
-  t.run_steps<int>(
-      [&](int x) {
-        notch_process(&filter, &x, &x);
-        return x;
-      },
-      [&] {
-        t.note_all(filter.state, 5);
-        where = place();
-        if (t.once_in(8))
-          notch_resetstate(&filter);
-        else if (t.once_in(2))
-          notch_setcoef(&filter, radius(), where);
-        else
-          notch_setfi(&filter, where);
-      });
-}
+template <auto process>
+constexpr auto nonlinear =
+    module<NLD, LIFE(NLD), process, SETTING(NLD_, _clip_level), switched<NLD_set_clip_flag>,
+           NLD_get_clip_flag, NLD_reset, &NLD::clip_level_scaled, &NLD::clip_envelope,
+           [](trial& t, NLD* nld) { nld->coefficients[t.roll(8)] = t.value(); }>;
 
 void roots_and_logarithms(trial& t) {
   for (unsigned x = 0; x < 65536; x += 3) t.note(sqrt_fixed(x + t.number));
@@ -166,11 +85,11 @@ void transform(trial& t) {
     t.note(b.re, b.im);
   }
   for (int i = 0; i < 10; ++i) {  // sizes that no transform is made for stay in their memory
-    held<fft_int, fft_int_init, fft_int_end> odd(static_cast<int>(t.roll(1000)));
+    held<fft_int, LIFE(fft_int)> odd(static_cast<int>(t.roll(1000)));
     std::vector<int> frame = t.signal<int>(300, t.number);
     fft_int_dowin_process(&odd, frame.data(), nullptr, 300);
   }
-  held<fft_int, fft_int_init, fft_int_end> fft(256);
+  held<fft_int, LIFE(fft_int)> fft(256);
   for (int i = 0; i < 256; ++i) fft.data[i] = {t.any() >> 8, t.any() >> 8};
   fft_do_process(&fft);
   for (int i = 0; i < 256; ++i) t.note(fft.data[i].re, fft.data[i].im);
@@ -189,77 +108,54 @@ void transform(trial& t) {
   }
 }
 
-void nonlinear_device(trial& t) {
-  held<NLD, NLD_init, NLD_end> nld;
-  int part = 0;
-  t.run_steps<int>(
-      [&](int x) {
-        (part == 0 ? clip_process : part == 1 ? multiplier_process : NLD_process)(&nld, &x, &x);
-        return x;
-      },
-      [&] {
-        part = static_cast<int>(t.roll(4));
-        t.access<SETTING(NLD_, _clip_level), SETTING(NLD_, _clip_flag)>(&nld);
-        if (t.once_in(8)) NLD_reset(&nld);
-        if (t.once_in(3)) nld.coefficients[t.roll(8)] = t.value();
-        t.note(nld.clip_level_scaled, nld.clip_envelope);
-        t.note_all(nld.coefficients, 8);
-      });
-}
-
-void band_split(trial& t) {
-  int low[5], high[5];
-  const auto draw = [&] {
-    draw_row(t, low);
-    draw_row(t, high);
-  };
-  draw();
-  held<spectral_band_split, spectral_band_split_init, spectral_band_split_end> split(low, high);
-  t.run<int, 1, 2>(
-      [&](int* in, int* out_low, int* out_high, int n) {
-        for (int i = 0; i < n; ++i)
-          spectral_band_split_process(&split, in + i, out_low + i, out_high + i);
-      },
-      [&] {
-        draw();
-        if (t.once_in(4))
-          spectral_band_split_reset(&split);
-        else
-          spectral_band_split_reinit(&split, low, high);
-      });
-}
-
-void shellac(trial& t) {
-  held<gramophone, gramophone_init, gramophone_end> effect;
-  t.run<int, 1, 1>([&](int* in, int* out, int n) { gramophone_process(&effect, in, out, n); },
-                   [&] {
-                     int x = t.any() >> t.roll(20), y = 0;
-                     overdrive_process(&x, &y);
-                     bit_shift_porocess(&x, &x);
-                     t.note(x, y);
-                     t.access<SETTING(gramophone_, status)>(&effect);
-                   });
-}
+constexpr auto shape_one = [](trial& t, gramophone*) {
+  int x = t.any() >> t.roll(20), y = 0;
+  overdrive_process(&x, &y);
+  bit_shift_porocess(&x, &x);
+  t.note(x, y);
+};
 
 }  // namespace
 
 const std::vector<subject> kPrimitives = {
-    {"biquad-16", "IIR_process_16, coefficients, state", 35, 4000,
-     biquad<short, IIR_process_16, 8>},
-    {"biquad-32", "IIR_process_32, coefficients, state", 35, 4000, biquad<int, IIR_process_32, 0>},
-    {"elliptic", "sixth-order section, state", 35, 4000, sixth_order},
-    {"allpass", "feedback, loops to 700 samples", 35, 6000, diffuser},
+    {"biquad-16", "IIR_process_16, coefficients, state", 35, 4000, biquad<IIR_process_16, 8>},
+    {"biquad-32", "IIR_process_32, coefficients, state", 35, 4000, biquad<IIR_process_32, 0>},
+    {"elliptic", "sixth-order section, state", 35, 4000,
+     module<elliptic, sixth_order<elliptic_init>, elliptic_end, elliptic_process,
+            sixth_order<elliptic_setcoef>, elliptic_resetstate, state<13>>},
+    {"allpass", "feedback, loops to 700 samples", 35, 6000,
+     module<allpass, of_length<allpass_init, -1, 700>, allpass_end, allpass_process,
+            SETTING(allpass_, feedback), allpass_reset, &allpass::length, &allpass::index>},
     {"comb-16", "comb_process_16, feedback, damping", 35, 6000,
-     damped_comb<short, comb_process_16>},
-    {"comb-24", "comb_process_24, feedback, damping", 35, 6000, damped_comb<int, comb_process_24>},
-    {"iircomber", "delay, feedback, loop filter", 35, 6000, echo_comb},
-    {"delay", "audio_delay: lengths, positions", 35, 6000, delay_line},
-    {"dc-remove-16", "16-bit samples, state", 35, 4000, dc_blocker<short, dc_remove_process_16>},
-    {"dc-remove-24", "24-bit samples, state", 35, 4000, dc_blocker<int, dc_remove_process_24>},
-    {"notch", "radius, frequency, state", 35, 4000, tuned_notch},
+     damped_comb<[](int x, comber* c) { return comb_process_16(static_cast<short>(x), c); }>},
+    {"comb-24", "comb_process_24, feedback, damping", 35, 6000, damped_comb<comb_process_24>},
+    {"iircomber", "delay, feedback, loop filter", 35, 6000,
+     module<iircomber, of_length<iircomber_init, 1, 900>, iircomber_end, iircomber_process,
+            [](trial& t, iircomber* c) { iircomber_setdelay(c, int(t.roll(1000)) - 20); },
+            SETTING(iircomber_, feedback), iircomber_getdelay, iircomber_reset, &iircomber::index,
+            &iircomber::b0, &iircomber::b1, &iircomber::a1, &iircomber::x1, &iircomber::y1>},
+    {"delay", "audio_delay: lengths, positions", 35, 6000,
+     module<audio_delay, of_length<audio_delay_init, 300, 600>, audio_delay_end,
+            audio_delay_process, of_length<audio_delay_reinit, -20, 700>,
+            of_length<audio_delay_set_delay, 700, 700>, audio_delay_reset, audio_delay_get_delay,
+            &audio_delay::capacity, &audio_delay::index>},
+    {"dc-remove-16", "16-bit samples, state", 35, 4000,
+     dc_blocker<[](dc_remove* filter, int* in, int* out) {
+       int x = static_cast<short>(*in);
+       dc_remove_process_16(filter, &x, out);
+     }>},
+    {"dc-remove-24", "24-bit samples, state", 35, 4000, dc_blocker<dc_remove_process_24>},
+    {"notch", "radius, frequency, state", 35, 4000,
+     module<notch, placed<notch_init>, notch_end, notch_process, placed<notch_setcoef>,
+            placed<moved>, placed<moved>, notch_resetstate, state<5>>},
     {"fixed-math", "square root, exponential, logarithm", 3, 0, roots_and_logarithms},
     {"fft-int", "complex, transform, window, powers, peaks", 28, 6000, transform},
-    {"nld", "clipper, polynomial, both; coefficients", 35, 4000, nonlinear_device},
-    {"band-split", "both bands", 35, 4000, band_split},
-    {"gramophone", "overdrive, bit shift, band-pass", 35, 4000, shellac},
+    {"clipper", "level, flag, envelope", 35, 4000, nonlinear<clip_process>},
+    {"polynomial", "coefficients", 35, 4000, nonlinear<multiplier_process>},
+    {"nld", "clipper and polynomial", 35, 4000, nonlinear<NLD_process>},
+    {"band-split", "both bands", 35, 4000,
+     module<spectral_band_split, LIFE(spectral_band_split), spectral_band_split_process,
+            spectral_band_split_reinit, spectral_band_split_reset>},
+    {"gramophone", "overdrive, bit shift, band-pass", 35, 4000,
+     module<gramophone, LIFE(gramophone), gramophone_process, STATUS(gramophone_), shape_one>},
 };

@@ -1,4 +1,4 @@
-#include "bits/subjects.h"
+#include "bits/module.h"
 #include "dsp/iir.h"
 #include "ktv/resampler.h"
 #include "ns/band_post.h"
@@ -53,7 +53,7 @@ void suppressor(trial& t) {
     t.note(ns.prior_non_speech, ns.energy_in, ns.magnitude_energy, ns.frame_count);
     if (t.once_in(1000)) tekaNs_set_policy_core(&ns, static_cast<int>(t.roll(4)));
     if (t.once_in(1000)) tekaNs_canceling_setstatus(&ns, t.value());
-    t.access<tekaNs_canceling_getstatus>(&ns);
+    use<tekaNs_canceling_getstatus>(t, &ns);
     int now = 0;
     t.note(tekaNs_get_prior_source(&ns, &now));
     t.note(now);

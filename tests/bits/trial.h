@@ -9,11 +9,7 @@
 #include <iterator>
 #include <random>
 #include <string>
-#include <type_traits>
 #include <vector>
-
-// A setter and its getter, as most of them are named.
-#define SETTING(stem, name) stem##set##name, stem##get##name
 
 // A record from its init to its end.
 template <typename Record, auto init, auto end>
@@ -74,26 +70,6 @@ class trial {
     for (int& gain : gains) gain = wild() ? any() : static_cast<int>(roll(37)) - 18;
   }
 
-  // Of setters and getters of one record: calls one setter with a value, notes what all getters give.
-  template <auto... accessors, typename Record>
-  void access(Record* record) {
-    unsigned rest = roll(std::max((unsigned{kSets<decltype(accessors), Record>} + ...), 1u));
-    const auto use = [&](auto accessor) {
-      if constexpr (kSets<decltype(accessor), Record>) {
-        if (rest-- == 0) accessor(record, value());
-      }
-    };
-    (use(accessors), ...);
-    const auto ask = [&](auto accessor) {
-      if constexpr (!kSets<decltype(accessor), Record>) {
-        int answer = 0;
-        accessor(record, &answer);
-        note(answer);
-      }
-    };
-    (ask(accessors), ...);
-  }
-
   // ---- Signals: 24 bits, but for the last, which is of any word; 16-bit ones are 8 bits down.
 
   static constexpr const char* kSignals[] = {"noise",  "full scale", "squares",  "tones",
@@ -132,9 +108,11 @@ class trial {
   // block, is noted. Some ten times change() may change a setting.
 
   bool crossing = true;  // an output may also be the other side's input, or the other output
+  int fewer_bits = 0;    // of coefficients
 
-  template <typename Sample, int ins, int outs, typename Process, typename Change>
-  void run(Process process, Change change) {
+  // process(buffers, n) gets the places of left and right input, left and right output.
+  template <typename Sample, typename Process, typename Change>
+  void stream(Process process, Change change) {
     std::vector<Sample> buffers[4];
     for (unsigned b = 0; b < 4; ++b)
       buffers[b] = signal<Sample>(frames + 2 * kGuard, number + b * (number / 8));
@@ -142,22 +120,12 @@ class trial {
     for (int start = kGuard, count = 0; start < kGuard + frames; start += count) {
       count = std::min(static_cast<int>(roll(longest() + 1)), kGuard + frames - start);
       if (static_cast<int>(roll(static_cast<unsigned>(frames))) < 10 * count) change();
-      const auto at = [&](int k) { return buffers[p[k]].data() + start; };
-      if constexpr (ins == 1 && outs == 1) process(at(0), at(2), count);
-      if constexpr (ins == 1 && outs == 2) process(at(0), at(2), at(3), count);
-      if constexpr (ins == 2 && outs == 1) process(at(0), at(1), at(2), count);
-      if constexpr (ins == 2 && outs == 2) process(at(0), at(1), at(2), at(3), count);
+      Sample* const at[] = {buffers[p[0]].data() + start, buffers[p[1]].data() + start,
+                            buffers[p[2]].data() + start, buffers[p[3]].data() + start};
+      process(at, count);
       for (const auto& buffer : buffers)
         note_all(buffer.data() + start - kGuard, static_cast<size_t>(count + 2 * kGuard));
     }
-  }
-  // Samples one by one: step(x) gives y.
-  template <typename Sample, typename Step, typename Change>
-  void run_steps(Step step, Change change) {
-    const auto process = [&](Sample* in, Sample* out, int n) {
-      for (int i = 0; i < n; ++i) out[i] = static_cast<Sample>(step(in[i]));
-    };
-    run<Sample, 1, 1>(process, change);
   }
 
   std::string description() const {
@@ -171,9 +139,6 @@ class trial {
 
  private:
   static constexpr int kGuard = 4;
-
-  template <typename Function, typename Record>
-  static constexpr bool kSets = std::is_invocable_v<Function, Record*, int>;
 
   unsigned longest() const {
     constexpr unsigned kLongest[] = {256, 64, 240, 3, 600};

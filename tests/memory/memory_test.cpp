@@ -10,7 +10,6 @@
 #include <map>
 #include <regex>
 #include <string>
-#include <type_traits>
 #include <typeinfo>
 
 #include "effects/memory.h"
@@ -18,6 +17,7 @@
 #include "hp/teka_hp_effect.h"
 #include "ktv/memory.h"
 #include "ktv/sonx_ktv.h"
+#include "support/run_through.h"
 
 namespace {
 
@@ -73,9 +73,9 @@ struct sound {
 };
 
 // Runs a module's life, on a record that held rubbish before, with each of its allocations failing
-// in turn. use(record, sound) calls settings and processes.
-template <typename Record, typename Use, typename End>
-void starve(void (*init)(Record*), Use use, End end) {
+// in turn: the settings, and the process function over the sound.
+template <auto process, auto... settings, typename Init, typename Record>
+void starve(Init init, void (*end)(Record*)) {
   SCOPED_TRACE(typeid(Record).name());
   for (int failure = 0;; ++failure) {
     SCOPED_TRACE(failure);
@@ -88,7 +88,9 @@ void starve(void (*init)(Record*), Use use, End end) {
     const bool starved = failed;
     until_failure = -1;
     ASSERT_EQ(taken.empty(), starved) << "all or nothing";
-    use(record, s);
+    (settings(record), ...);
+    int* const at[] = {s.left, s.right, s.left, s.right};
+    run_through(process, record, at, kFrames);
     if (starved) {
       const sound before;
       EXPECT_TRUE(std::equal(s.left, s.left + kFrames, before.left));
@@ -101,115 +103,73 @@ void starve(void (*init)(Record*), Use use, End end) {
   }
 }
 
-template <typename Record, typename Count>
-void starve_stereo(void (*init)(Record*),
-                   std::type_identity_t<void (*)(Record*, SampleRateType)> set_rate,
-                   void (*reset)(Record*), void (*process)(Record*, int*, int*, int*, int*, Count),
-                   void (*end)(Record*)) {
-  const auto use = [=](Record* record, sound& s) {
-    if (set_rate) set_rate(record, SAMPLE_RATE_44100);
-    reset(record);
-    process(record, s.left, s.right, s.left, s.right, kFrames);
-  };
-  starve(init, use, end);
-}
-
-template <typename Process>
-void each(sound& s, Process process) {
-  for (int& x : s.left) x = process(x);
-}
+template <auto set>
+constexpr auto at_44100 = [](auto* module) { set(module, SAMPLE_RATE_44100); };
+#define LIFE(stem) stem##_init, stem##_end
+#define RATE_AND_RESET(stem) at_44100<stem##_set_sample_rate>, stem##_reset
 
 constexpr int kUnity[13] = {1 << 20};
 
 }  // namespace
 
 TEST(ShortMemory, LeavesAPrimitiveThatPassesItsSamples) {
-  const auto section = [](IIR* f, sound& s) {
+  constexpr auto both_words = [](IIR* f, int* in, int* out) {
     int16_t word = 5;
     IIR_reinit(f, kUnity);
     IIR_process_16(f, &word, &word);
-    for (int& x : s.left) IIR_process_32(f, &x, &x);
+    IIR_process_32(f, in, out);
   };
-  const auto sixth_order = [](elliptic* f, sound& s) {
-    elliptic_resetstate(f);
-    for (int& x : s.left) elliptic_process(f, &x, &x);
+  constexpr auto both_combs = [](int x, comber* c) {
+    return comb_process_24(comb_process_16(x, c), c);
   };
-  const auto notched = [](notch* f, sound& s) {
-    notch_setcoef(f, 8000, 100);
-    for (int& x : s.left) notch_process(f, &x, &x);
-  };
-  const auto combed = [](comber* c, sound& s) {
-    comb_reset(c);
-    each(s, [=](int x) { return comb_process_24(comb_process_16(x, c), c); });
-  };
-  const auto allpassed = [](allpass* a, sound& s) {
-    allpass_reset(a);
-    each(s, [=](int x) { return allpass_process(x, a); });
-  };
-  const auto echoed = [](iircomber* c, sound& s) {
-    iircomber_reset(c);
-    each(s, [=](int x) { return iircomber_process(x, c); });
-  };
-  const auto delayed = [](audio_delay* d, sound& s) {
-    audio_delay_reinit(d, -1);
-    each(s, [=](int x) { return audio_delay_process(d, x); });
-  };
-  const auto analysed = [](fft_int* f, sound& s) {
+  constexpr auto analyse = [](fft_int* f, int* in, int*, int) {
     int peaks[5] = {-1, -1, -1, -1, -1};
     fft_do_process(f);
-    fft_int_dowin_process(f, s.left, peaks, 256);
+    fft_int_dowin_process(f, in, peaks, 256);
     EXPECT_GE(*std::min_element(peaks, peaks + 5), 0);
   };
-  const auto split = [](spectral_band_split* p, sound& s) {
+  constexpr auto split = [](spectral_band_split* p, int* in, int*) {
     int low, high;
-    spectral_band_split_reinit(p, kUnity, kUnity);
-    spectral_band_split_process(p, s.left, &low, &high);
+    spectral_band_split_process(p, in, &low, &high);
   };
-  starve<IIR>([](IIR* f) { IIR_init(f, kUnity); }, section, IIR_end);
-  starve<elliptic>([](elliptic* f) { elliptic_init(f, kUnity); }, sixth_order, elliptic_end);
-  starve<notch>([](notch* f) { notch_init(f, 8000, 0); }, notched, notch_end);
-  starve<comber>([](comber* c) { comb_init(c, 100); }, combed, comb_end);
-  starve<allpass>([](allpass* a) { allpass_init(a, 100); }, allpassed, allpass_end);
-  starve<iircomber>([](iircomber* c) { iircomber_init(c, 100); }, echoed, iircomber_end);
-  starve<audio_delay>([](audio_delay* d) { audio_delay_init(d, 100); }, delayed, audio_delay_end);
-  starve<fft_int>([](fft_int* f) { fft_int_init(f, 256); }, analysed, fft_int_end);
-  starve<spectral_band_split>(
-      [](spectral_band_split* p) { spectral_band_split_init(p, kUnity, kUnity); }, split,
+  starve<both_words>([](IIR* f) { IIR_init(f, kUnity); }, +[](IIR* f) { IIR_end(f); });
+  starve<elliptic_process, elliptic_resetstate>([](elliptic* f) { elliptic_init(f, kUnity); },
+                                                elliptic_end);
+  starve<notch_process, [](notch* f) { notch_setcoef(f, 8000, 100); }>(
+      [](notch* f) { notch_init(f, 8000, 0); }, notch_end);
+  starve<both_combs, comb_reset>([](comber* c) { comb_init(c, 100); }, comb_end);
+  starve<allpass_process, allpass_reset>([](allpass* a) { allpass_init(a, 100); }, allpass_end);
+  starve<iircomber_process, iircomber_reset>([](iircomber* c) { iircomber_init(c, 100); },
+                                             iircomber_end);
+  starve<audio_delay_process, [](audio_delay* d) { audio_delay_reinit(d, -1); }>(
+      [](audio_delay* d) { audio_delay_init(d, 100); }, audio_delay_end);
+  starve<analyse>([](fft_int* f) { fft_int_init(f, 256); }, fft_int_end);
+  starve<split, [](spectral_band_split* p) { spectral_band_split_reinit(p, kUnity, kUnity); }>(
+      [](spectral_band_split* p) { spectral_band_split_init(p, kUnity, kUnity); },
       spectral_band_split_end);
 }
 
 TEST(ShortMemory, LeavesAModuleThatPassesItsSamples) {
-  starve_stereo<compressor_t>([](compressor_t* c) { compressor_init(c, 8192, 2); },
-                              compressor_set_sample_rate, compressor_reset, compressor_process,
-                              compressor_end);
-  starve_stereo(difference_circuit_init, difference_circuit_set_sample_rate,
-                difference_circuit_reset, difference_circuit_process_block, difference_circuit_end);
-  starve_stereo(crossfeed_network_init, crossfeed_network_set_sample_rate, crossfeed_network_reset,
-                crossfeed_network_process_block, crossfeed_network_end);
-  starve_stereo(early_reflector_init, early_reflector_set_sample_rate, early_reflector_reset,
-                early_reflector_process_block, early_reflector_end);
-  starve_stereo(stereo_widening_system_init, stereo_widening_system_set_sample_rate,
-                stereo_widening_system_reset, stereo_widening_system_process,
-                stereo_widening_system_end);
-  starve_stereo(equalizer_init, nullptr, equalizer_reset, equalizer_process_stereo, equalizer_end);
-  starve_stereo(reverb_init, nullptr, reverb_reset, reverb_process_stereo_24, reverb_end);
-  starve_stereo(virtual_bass_system_init, virtual_bass_system_set_sample_rate,
-                virtual_bass_system_reset, virtual_bass_system_process, virtual_bass_system_end);
-  starve_stereo(smart_volume_control_init, smart_volume_control_set_sample_rate,
-                smart_volume_control_reset, smart_volume_control_process, smart_volume_control_end);
-  starve_stereo(speaker_boost_system_init, speaker_boost_system_set_sample_rate,
-                speaker_boost_system_reset, speaker_boost_system_process_stereo,
-                speaker_boost_system_end);
-  starve_stereo(iirecho_init, nullptr, iirecho_update, iirecho_processStereo, iirecho_end);
-  const auto colour = [](gramophone* p, sound& s) {
-    gramophone_process(p, s.left, s.left, kFrames);
-  };
-  starve(gramophone_init, colour, gramophone_end);
-  const auto cancel = [](howlingCancel* p, sound& s) {
-    howling_canceling_reset(p);
-    howling_canceling_process(p, s.left, s.left, kFrames);
-  };
-  starve(howling_canceling_init, cancel, howling_canceling_end);
+  starve<compressor_process, RATE_AND_RESET(compressor)>(
+      [](compressor_t* c) { compressor_init(c, 8192, 2); }, compressor_end);
+  starve<difference_circuit_process_block, RATE_AND_RESET(difference_circuit)>(
+      LIFE(difference_circuit));
+  starve<crossfeed_network_process_block, RATE_AND_RESET(crossfeed_network)>(
+      LIFE(crossfeed_network));
+  starve<early_reflector_process_block, RATE_AND_RESET(early_reflector)>(LIFE(early_reflector));
+  starve<stereo_widening_system_process, RATE_AND_RESET(stereo_widening_system)>(
+      LIFE(stereo_widening_system));
+  starve<equalizer_process_stereo, equalizer_reset>(LIFE(equalizer));
+  starve<reverb_process_stereo_24, reverb_reset>(LIFE(reverb));
+  starve<virtual_bass_system_process, RATE_AND_RESET(virtual_bass_system)>(
+      LIFE(virtual_bass_system));
+  starve<smart_volume_control_process, RATE_AND_RESET(smart_volume_control)>(
+      LIFE(smart_volume_control));
+  starve<speaker_boost_system_process_stereo, RATE_AND_RESET(speaker_boost_system)>(
+      LIFE(speaker_boost_system));
+  starve<iirecho_processStereo, iirecho_update>(LIFE(iirecho));
+  starve<gramophone_process>(LIFE(gramophone));
+  starve<howling_canceling_process, howling_canceling_reset>(LIFE(howling_canceling));
 }
 
 TEST(ShortMemory, MakesASuppressorThatIsNotInitialised) {
@@ -249,7 +209,7 @@ TEST(ShortMemory, MakesAConverterRefuse) {
 }
 
 TEST(ShortMemory, LeavesAChainThatPassesItsSamples) {
-  const auto headphone = [](teka_hp_effect_t* p, sound& s) {
+  constexpr auto use_headphone = [](teka_hp_effect_t* p) {
     for (int effect = 0; effect <= 5; ++effect) {
       audio_effect_control_acdb_t record = {effect, 1, {1000, 1000, 1000}};
       teka_hp_effect_set_sample_rate(p, 44100);
@@ -261,21 +221,26 @@ TEST(ShortMemory, LeavesAChainThatPassesItsSamples) {
     reverb_param_acdb_t reverb = {};
     teka_hp_effect_reverb_setparameter(p, &reverb);
     teka_hp_effect_reset(p);
-    teka_hp_effect_core_process(p, s.left, s.right, kFrames);
-    teka_hp_effect_process_24(p, s.left, s.right, s.left, s.right, kFrames);
   };
-  starve(teka_hp_effect_init, headphone, teka_hp_effect_end);
-  const auto karaoke = [](teka_audio_tx_ktv_t* p, sound& s) {
-    int curve[10] = {}, copied[kFrames];
+  constexpr auto headphone = [](teka_hp_effect_t* p, int* left, int* right, int*, int*, int n) {
+    teka_hp_effect_core_process(p, left, right, n);
+    teka_hp_effect_process_24(p, left, right, left, right, n);
+  };
+  starve<headphone, use_headphone>(LIFE(teka_hp_effect));
+  constexpr auto use_karaoke = [](teka_audio_tx_ktv_t* p) {
+    int curve[10] = {};
     teka_audio_tx_ktv_set_sample_rate(p, 48000);
     teka_audio_tx_ktv_set_volume(p, 4096);
     teka_audio_tx_ktv_eq_set_param_index(p, curve);
     teka_audio_tx_ktv_noise_canceling_setstatus(p, 1);
-    teka_audio_tx_ktv_process_24(p, s.left, s.left, copied, kFrames);
-    teka_audio_tx_ktv_core_process(p, s.left, copied, kFrames);
-    EXPECT_TRUE(has_memory(p) || std::equal(copied, copied + kFrames, s.left));
   };
-  starve(teka_audio_tx_ktv_init, karaoke, teka_audio_tx_ktv_end);
+  constexpr auto karaoke = [](teka_audio_tx_ktv_t* p, int* in, int* left, int n) {
+    int copied[kFrames];
+    teka_audio_tx_ktv_process_24(p, in, left, copied, n);
+    teka_audio_tx_ktv_core_process(p, left, copied, n);
+    EXPECT_TRUE(has_memory(p) || std::equal(copied, copied + n, left));
+  };
+  starve<karaoke, use_karaoke>(LIFE(teka_audio_tx_ktv));
 }
 
 TEST(ShortMemory, MakesAHandleNull) {
@@ -329,13 +294,11 @@ TEST(Memory, IsWhatTheHeadersSay) {
       [&] { sonx_hp_effect_deinit(handle); });
   expect_claimed(
       "ktv/sonx_ktv.h", 0, [&] { handle = sonx_ktv_init(); }, [&] { sonx_ktv_deinit(handle); });
-  expect_claimed("hp/teka_hp_effect.h", teka_hp_effect_init, teka_hp_effect_end);
-  expect_claimed("ktv/teka_audio_tx_ktv.h", teka_audio_tx_ktv_init, teka_audio_tx_ktv_end);
-  expect_claimed("ktv/howling_cancel.h", howling_canceling_init, howling_canceling_end);
-  expect_claimed("effects/reverb.h", reverb_init, reverb_end);
-  expect_claimed("effects/early_reflector.h", early_reflector_init, early_reflector_end);
-  expect_claimed("effects/stereo_widening_system.h", stereo_widening_system_init,
-                 stereo_widening_system_end);
-  expect_claimed("effects/speaker_boost_system.h", speaker_boost_system_init,
-                 speaker_boost_system_end);
+  expect_claimed("hp/teka_hp_effect.h", LIFE(teka_hp_effect));
+  expect_claimed("ktv/teka_audio_tx_ktv.h", LIFE(teka_audio_tx_ktv));
+  expect_claimed("ktv/howling_cancel.h", LIFE(howling_canceling));
+  expect_claimed("effects/reverb.h", LIFE(reverb));
+  expect_claimed("effects/early_reflector.h", LIFE(early_reflector));
+  expect_claimed("effects/stereo_widening_system.h", LIFE(stereo_widening_system));
+  expect_claimed("effects/speaker_boost_system.h", LIFE(speaker_boost_system));
 }

@@ -11,6 +11,8 @@
 #include <utility>
 #include <vector>
 
+#include "support/section_theory.h"
+
 namespace {
 
 constexpr int kRate = 48000;
@@ -49,24 +51,14 @@ double band_value(const rack& from, int band, const char* key) {
   return value(from, id.append(std::to_string(band)).append(key));
 }
 
-// What the analogue sections with their gains in dB give where the bilinear transform puts them.
 double formula_db(const rack& from, double frequency) {
-  using complex = std::complex<double>;
-  const auto tangent = [](double f) { return std::tan(std::numbers::pi * f / kRate); };
-  complex h = std::pow(10.0, value(from, "preamp") / 20);
-  for (int band = 1; band <= 10; ++band) {
-    const complex s(0.0, tangent(frequency) / tangent(band_value(from, band, "_frequency")));
-    const double a = std::pow(10.0, band_value(from, band, "_gain") / 40), root = std::sqrt(a),
-                 q = band_value(from, band, "_q");
-    const complex forms[] = {(s * s + s * (a / q) + 1.0) / (s * s + s / (a * q) + 1.0),
-                             a * (s * s + s * (root / q) + a) / (a * s * s + s * (root / q) + 1.0),
-                             a * (a * s * s + s * (root / q) + 1.0) / (s * s + s * (root / q) + a),
-                             1.0 / (s * s + s / q + 1.0),
-                             s * s / (s * s + s / q + 1.0),
-                             (s * s - s / q + 1.0) / (s * s + s / q + 1.0)};
-    h *= forms[static_cast<int>(band_value(from, band, "_type"))];
-  }
-  return 20 * std::log10(std::abs(h));
+  double level = value(from, "preamp");
+  for (int band = 1; band <= 10; ++band)
+    level += section_db(
+        {static_cast<int>(band_value(from, band, "_type")), band_value(from, band, "_frequency"),
+         band_value(from, band, "_gain"), band_value(from, band, "_q")},
+        frequency, kRate);
+  return level;
 }
 
 // The levels of tones that sound together, over the last of four seconds: there, each has a whole

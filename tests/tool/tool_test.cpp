@@ -89,9 +89,9 @@ TEST_F(Tool, AWrongCommandLineSaysInOneLineWhatIsWrongAndLeavesTheOldOutputAlone
       {"hp in.wav in.wav", "'in.wav' is the input itself"},
       {"hp in.wav missing/out.wav", "there is no folder 'missing'"},
       {"hp in.wav out.mp3", ".wav, .flac, .ogg, .caf or .w64"},
-      {"response --svg p.png", "must end in .svg"},
+      {"response hp --svg p.png", "must end in .svg"},
       {"response kvt", "no command 'kvt'; did you mean 'ktv'?"},
-      {"response --also '--romo 1'", "did you mean '--room'?"},
+      {"response hp --also '--romo 1'", "did you mean '--room'?"},
       {"demo in.wav in.wav/x", "'in.wav/x': Not a directory"},
       {"hp in.wav out.wav --effect revreb", "no effect 'revreb'; did you mean 'reverb'?"},
       {"hp in.wav out.wav --effect bass --room 10%", "'room' needs effect reverb"},
@@ -137,7 +137,7 @@ TEST_F(Tool, WhatGoesWrongSilentlyIsWarnedOf) {
   const std::pair<const char*, const char*> warned[] = {
       {"hp in.wav out.wav --at 1:effect=bass", "at 1.000 s: left out, since the sound ends at 0.5"},
       {"hp in.wav out.wav --at 0.2:effect=eq,eq=6/3/0,adapter=2", "adapter 2 is not applied"},
-      {"response --eq 1 --adapter 2", "adapter 2 is not applied beside effect eq"},
+      {"response hp --eq 1 --adapter 2", "adapter 2 is not applied beside effect eq"},
       {"ktv cut.wav out.wav", "ends early, after 11994 frames: 50.0 %"},
       {"hp float.wav out.wav", "samples in 1 frame are no numbers"},
       {"hp float.wav out.wav", "2 frames above full scale, by up to 6.0 dB"}};
@@ -317,7 +317,7 @@ TEST_F(Tool, ThePresencePriorEndsInAnErrorAndLeavesTheOldOutputAlone) {
 }
 
 TEST_F(Tool, AMeasuredResponseAgreesWithTheSetting) {
-  ASSERT_EQ(run("response --eq 0,0,0,0,0,-15 --csv r.csv --svg r.svg"), 0) << output_;
+  ASSERT_EQ(run("response hp --eq 0,0,0,0,0,-15 --csv r.csv --svg r.svg"), 0) << output_;
   EXPECT_EQ(read_text(path("r.svg")).rfind("<svg", 0), 0u);
   std::ifstream table(path("r.csv"));
   std::string line;
@@ -358,7 +358,8 @@ TEST_F(Tool, EveryChainHasAResponseAndSettingsShareAPicture) {
 }
 
 TEST_F(Tool, ThePresetDoesWhatThePageOnTheTuningSaysItWasMeasuredToDo) {
-  const std::string page = read_text(SONX_TUNING_PAGE), command = "sonx response --effect preset";
+  const std::string page = read_text(SONX_TUNING_PAGE),
+                    command = "sonx response hp --effect preset";
   const size_t begin = page.find(command);
   ASSERT_NE(begin, std::string::npos);
   const std::string arguments = page.substr(begin + 5, page.find('\n', begin) - begin - 5);

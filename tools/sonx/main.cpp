@@ -21,7 +21,7 @@ const char* const kExamples = R"(Examples:
   sonx hp in.wav out.wav --effect eq --eq 6,4,2,0,0,0,0,1,2,3
   sonx hp in.wav out.wav --at 5:effect=bass --at 10:effect=reverb,room=90%
   sonx hp in.wav - --effect bass | aplay
-  sonx response --effect preset --svg preset.svg
+  sonx response --preset late-evening.toml --svg picture.svg
   sonx boost in.wav out.wav --volume 200%
   sonx ktv voice.wav out.wav --reverb room=70% --echo delay=250 --voice-gain 6 --tail 2
   sonx denoise noisy.wav out.wav --policy 2

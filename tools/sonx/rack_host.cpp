@@ -265,6 +265,24 @@ rack_recipe read_recipe(const std::string& file) {
   return rack_options{.preset = file, .sets = {}}.recipe();
 }
 
+device make_device(const rack_recipe& recipe, int rate) {
+  std::string label = recipe.label;
+  for (const assignment& one : recipe.sets) label += (label.empty() ? "" : ", ") + one.text;
+  return {label, rack(recipe, rate).latency(), [recipe, rate]() -> block_process {
+            auto its = std::make_shared<rack>(recipe, rate);
+            return [its, planes = std::vector<float>(2 * kBlock)](std::vector<float>& in,
+                                                                  std::vector<float>& out) mutable {
+              float* const at[] = {planes.data(), planes.data() + kBlock};
+              for (size_t i = 0; i < in.size(); ++i) {
+                in[i] = std::rint(in[i] * 0x1p23F) / 0x1p23F;  // as the rack takes it
+                at[i % 2][i / 2] = in[i];
+              }
+              its->process(at, 2, static_cast<int>(kBlock));
+              for (size_t i = 0; i < out.size(); ++i) out[i] = at[i % 2][i / 2];
+            };
+          }};
+}
+
 std::string value_text(const sonx_parameter& parameter, double value) {
   switch (parameter.kind) {
     case SONX_CHOICE:

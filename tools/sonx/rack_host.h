@@ -8,6 +8,8 @@
 #include <string>
 #include <vector>
 
+#include "device.h"
+
 namespace CLI {
 class App;
 }
@@ -90,6 +92,9 @@ struct rack_options {
   void add_to(CLI::App& command);
   rack_recipe recipe() const;
 };
+
+// For the measurements; what is wrong with the recipe is thrown here.
+device make_device(const rack_recipe& recipe, int rate);
 
 // The effect of this id; throws, with the nearest known one.
 const sonx_effect& require_effect(const std::string& id);

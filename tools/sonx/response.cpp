@@ -1,4 +1,4 @@
-// sonx response: the magnitude response of settings, measured on the library itself.
+// sonx response: what settings do to frequencies and levels, measured on the library itself.
 #include <hp/sonx_hp_effect.h>
 
 #include <CLI/CLI.hpp>
@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "aspects.h"
 #include "boost.h"
 #include "command_line.h"
 #include "commands.h"
@@ -16,39 +17,43 @@
 #include "ktv.h"
 #include "messages.h"
 #include "pending_file.h"
+#include "rack_host.h"
 #include "render.h"
 #include "settings.h"
-#include "svg_plot.h"
-#include "sweep_measurement.h"
 
 namespace sonx {
 
 namespace {
 
-constexpr double kPlotFrom = 20;  // Hz
-constexpr double kPlotTo = 20000;
-constexpr int kPlotPerOctave = 48;
 constexpr int kTablePerOctave = 3;
-constexpr int kCombSmoothing = 12;
+constexpr double kLowest = 20, kHighest = 20000;  // Hz
 
 const char* const kFooter =
-    R"(Measures the headphone effect, with the command ktv or boost behind it the
-karaoke chain or the speaker boost. A repeating 11 s sine sweep runs through the
-library and the spectra are compared; the start-up is over before the
-measurement begins. The level matters where an effect follows it: the default
-stays clear of limiters. What distorts is shown without its harmonics.
+    R"(Measures a rack, as it is shipped; with the command hp, ktv or boost behind it
+the headphone effect, the karaoke chain or the speaker boost. What is shown:
+  level, phase, delay  against frequency, from a repeating 11 s sine sweep; the
+                       start-up is over before the measurement begins. Its
+                       level matters where an effect follows it, and very low
+                       filters want a loud one. What distorts is shown without
+                       its harmonics. Phase and group delay are what is left when
+                       the latency is taken out.
+  curve, distortion    the level of a steady tone and its harmonics, against the
+                       level that goes in; 4 s of the tone come before
+  step                 the output's level around a step of the tone's
+  decay                the output's level after noise has ended
 
 Examples:
-  sonx response --effect eq --eq 6,0,0,0,0,-6 --svg eq.svg
-  sonx response --effect bass --also "--effect preset" --also "--adapter 1" --svg three.svg
-  sonx response --effect widening --input left --rate 44100 --csv left.csv
+  sonx response --preset headphones.toml --svg headphones.svg
+  sonx response --preset a.toml --also "--preset b.toml" --show level,delay --svg two.svg
+  sonx response --set reverb.room=60 --set reverb.dry=100 --show decay
+  sonx response --preset late-evening.toml --show curve,distortion,step --svg dynamics.svg
+  sonx response hp --effect bass --also "--effect preset" --also "--adapter 1" --svg three.svg
   sonx response ktv --gramophone --also "--eq -6,-4,-2,0,0,1,3,3,2" --svg voice.svg
   sonx response boost --also "--nld-gain 0" --svg boost.svg)";
 
 struct response_options {
-  int rate = 48000;
-  double level = -30;  // dBFS, of the sweep
-  std::string input = "both";
+  bench_settings how{.rate = 0};  // 0: the chain's own
+  std::vector<std::string> show = {"level"};
   int smoothing = -1;
   std::vector<std::string> also;
   std::vector<double> hertz;  // of the table
@@ -56,93 +61,114 @@ struct response_options {
   std::string csv;
 };
 
-// What one curve is of.
-struct subject {
-  std::string label;
-  bool combed;  // by delays and reverberation
-  sweep_process process;
-};
+// A process over 24-bit samples in their format.
+template <typename Process>
+block_process in_24_bits(Process process) {
+  return [process, period = period_buffer(SONX_FORMAT_24_IN_32, kBlock),
+          words = std::vector<int32_t>(2 * kBlock)](std::vector<float>& in,
+                                                    std::vector<float>& out) mutable {
+    period.encode(in.data());
+    period.decode(in.data(), words.data());
+    process(period);
+    period.decode(out.data(), words.data());
+  };
+}
 
 // Each chain with its options: what the command line needs of it.
 
+// Filters at low frequencies round so coarsely that a soft sweep hears it: a rack, which has room
+// above full scale inside, gets a loud one.
+struct rack_chain {
+  static constexpr const char* kTitle = "Rack";
+  static constexpr double kLevel = -9;
+  static constexpr bool kStereoIn = true;
+  inline static const std::vector<int> kRates = {8000, 16000, 32000, 44100, 48000, 96000, 192000};
+  rack_options options;
+
+  void add_to(CLI::App& app) { options.add_to(app); }
+  int usual_rate() const { return options.recipe().rate_for(48000); }
+  device make(int rate) const {
+    if (options.preset.empty() && options.sets.empty())
+      throw std::runtime_error("a --preset or a --set is missing");
+    return make_device(options.recipe(), rate);
+  }
+};
+
 struct hp_chain {
   static constexpr const char* kTitle = "Headphone effect";
+  static constexpr double kLevel = -30;
   static constexpr bool kStereoIn = true;
   inline static const std::vector<int> kRates = {44100, 48000};
   effect_options options;
 
   void add_to(CLI::App& app) { options.add_to(app); }
-
-  subject make(int rate) const {
+  int usual_rate() const { return 48000; }
+  device make(int rate) const {
     const effect_settings settings = options.settings();
     const audio_effect_control_acdb_t record = settings.record();
     if (const std::string idle = settings.idle_words(); !idle.empty()) warn(idle);
-    auto effect = std::make_shared<hp_effect>(rate, SONX_FORMAT_24_IN_32);
-    effect->set(record);
-    period_buffer period(SONX_FORMAT_24_IN_32, kSweepPeriod);
-    return {settings.describe(),
-            record.effect_type == SONX_EFFECT_STEREO_WIDENING ||
-                record.effect_type == SONX_EFFECT_REVERB,
-            [=, words = std::vector<int32_t>(2 * kSweepPeriod)](auto& in, auto& out) mutable {
-              period.encode(in.data());
-              period.decode(in.data(), words.data());
-              effect->process(period.data(), period.bytes());
-              period.decode(out.data(), words.data());
+    return {settings.describe(), chain_delay(rate), [rate, record] {
+              auto effect = std::make_shared<hp_effect>(rate, SONX_FORMAT_24_IN_32);
+              effect->set(record);
+              return in_24_bits([effect](period_buffer& period) {
+                effect->process(period.data(), period.bytes());
+              });
             }};
   }
 };
 
 struct ktv_chain {
   static constexpr const char* kTitle = "Karaoke chain";
+  static constexpr double kLevel = -30;
   static constexpr bool kStereoIn = false;
   inline static const std::vector<int> kRates = {kKaraokeRate};
   stage_options options;
 
   void add_to(CLI::App& app) { options.add_to(app); }
-
-  subject make(int) const {
+  int usual_rate() const { return kKaraokeRate; }
+  device make(int) const {
     const karaoke_stages stages = options.stages();
     if (stages.howling)
       warn("the howling canceller takes the sweep for a howl: its curve is what it does to that");
-    auto chain = std::make_shared<karaoke>(parse_stages(stages));
     std::string label = describe(stages);
     for (size_t at; (at = label.find('\n')) != std::string::npos;) label.replace(at, 1, ", ");
-    return {label, stages.reverb || stages.echo, [chain](auto& in, auto& out) {
-              stopwatch unused;
-              chain->process(in, unused);
-              for (size_t i = 0; i < out.size(); ++i) {
-                in[i] = static_cast<float>(chain->voice()[i / 2]) / 32768.0F;
-                out[i] = static_cast<float>((i % 2 == 0 ? chain->left() : chain->right())[i / 2]) /
-                         32768.0F;
-              }
+    return {label, 0, [stages]() -> block_process {
+              auto chain = std::make_shared<karaoke>(parse_stages(stages));
+              return [chain](std::vector<float>& in, std::vector<float>& out) {
+                stopwatch unused;
+                chain->process(in, unused);
+                for (size_t i = 0; i < out.size(); ++i) {
+                  const std::vector<short>& side = i % 2 == 0 ? chain->left() : chain->right();
+                  in[i] = static_cast<float>(chain->voice()[i / 2]) / 32768.0F;
+                  out[i] = static_cast<float>(side[i / 2]) / 32768.0F;
+                }
+              };
             }};
   }
 };
 
 struct boost_chain {
   static constexpr const char* kTitle = "Speaker boost";
+  static constexpr double kLevel = -30;
   static constexpr bool kStereoIn = true;
   inline static const std::vector<int> kRates = {44100, 48000, 96000};
   boost_setting_options options;
 
   void add_to(CLI::App& app) { options.add_to(app); }
-
-  subject make(int rate) const {
-    auto boost = std::make_shared<boost_module>(rate, options.settings());
-    period_buffer period(SONX_FORMAT_24_IN_32, kSweepPeriod);
-    return {options.describe(), false,
-            [=, words = std::vector<int32_t>(2 * kSweepPeriod)](auto& in, auto& out) mutable {
-              period.encode(in.data());
-              period.decode(in.data(), words.data());
-              boost->process(static_cast<int32_t*>(period.data()), kSweepPeriod);
-              period.decode(out.data(), words.data());
+  int usual_rate() const { return 48000; }
+  device make(int rate) const {
+    return {options.describe(), kBoostDelay, [rate, settings = options.settings()] {
+              auto boost = std::make_shared<boost_module>(rate, settings);
+              return in_24_bits([boost](period_buffer& period) {
+                boost->process(static_cast<int32_t*>(period.data()), kBlock);
+              });
             }};
   }
 };
 
 // The settings of an --also: the chain's options anew.
 template <typename Chain>
-subject make_also(const std::string& text, int rate) {
+device make_also(const std::string& text, int rate) {
   CLI::App app;
   Chain chain;
   chain.add_to(app);
@@ -154,111 +180,155 @@ subject make_also(const std::string& text, int rate) {
   return chain.make(rate);
 }
 
-// Around 1 kHz, the centre of the third-octave series.
-std::vector<double> frequencies_around_1_khz(int per_octave) {
-  std::vector<double> frequencies;
-  for (int i = static_cast<int>(std::ceil(per_octave * std::log2(kPlotFrom / 1000) - 0.5));; ++i) {
-    const double hertz = 1000 * std::exp2(static_cast<double>(i) / per_octave);
-    if (hertz > kPlotTo * 1.02) return frequencies;
-    frequencies.push_back(hertz);
+// Where the table looks; the plot looks everywhere.
+std::vector<double> rows_of(const aspect& of, const response_options& options) {
+  switch (of.over) {
+    case abscissa::frequency:
+      return options.hertz.empty() ? frequencies_around_1_khz(kTablePerOctave, options.how.rate)
+                                   : options.hertz;
+    case abscissa::input_level:
+      return {-80, -70, -60, -50, -40, -30, -20, -10, -6, 0};
+    case abscissa::step_time:
+      return {-0.05, 0.005, 0.01, 0.02, 0.05, 0.1, 0.2, 0.5, 0.95,
+              1.005, 1.01,  1.02, 1.05, 1.1,  1.2, 1.5, 2,   2.9};
+    default:
+      return {0.01, 0.02, 0.05, 0.1, 0.2, 0.3, 0.5, 0.75, 1, 1.5, 2, 3, 4, 5};
   }
 }
 
-plot_curve sample(const std::string& label, const response& measured, int smoothing,
-                  const std::vector<double>& frequencies) {
-  plot_curve curve{label, {}, {}};
-  for (const double hertz : frequencies) {
-    const auto [left, right] = measured.at(hertz, smoothing);
-    curve.left.push_back(left);
-    curve.right.push_back(right);
-  }
-  return curve;
-}
-
-// One line per frequency, each curve with left and right.
-void print_table(const response_plot& table) {
-  const bool many = table.curves.size() > 1;
-  say("%s, %s\n", table.title.c_str(), table.note.c_str());
-  for (size_t i = 0; i < table.curves.size(); ++i)
-    say("%s%s\n", many ? (std::to_string(i + 1) + ": ").c_str() : "",
-        table.curves[i].label.c_str());
-  say("\n%9s", "Hz");
-  for (size_t i = 0; i < table.curves.size(); ++i) {
+// One line per place, each curve with left and right.
+void print_table(const aspect& of, const std::vector<bench>& benches,
+                 const response_options& options, int smoothing) {
+  std::vector<double> places = rows_of(of, options);
+  const double last = benches.front().places(of).back();
+  if (of.over != abscissa::frequency) std::erase_if(places, [&](double at) { return at > last; });
+  const bool many = benches.size() > 1;
+  std::vector<bench::values> columns;
+  say("\n%9s", of.over == abscissa::frequency     ? "Hz"
+               : of.over == abscissa::input_level ? "dBFS in"
+                                                  : "s");
+  for (size_t i = 0; i < benches.size(); ++i) {
     const std::string number = many ? std::to_string(i + 1) + " " : "";
-    say(" %10s %10s", (number + "left dB").c_str(), (number + "right dB").c_str());
+    say(" %10s %10s", (number + "left " + of.unit).c_str(), (number + "right " + of.unit).c_str());
+    columns.push_back(benches[i].look(of, places, smoothing));
   }
   say("\n");
-  for (size_t row = 0; row < table.frequencies.size(); ++row) {
-    say("%9.1f", table.frequencies[row]);
-    for (const plot_curve& curve : table.curves)
-      say(" %10.2f %10.2f", curve.left[row], curve.right[row]);
+  for (size_t row = 0; row < places.size(); ++row) {
+    say(of.over == abscissa::frequency ? "%9.1f" : "%9.3f", places[row]);
+    for (const bench::values& one : columns) say(" %10.2f %10.2f", one.left[row], one.right[row]);
     say("\n");
   }
+  if (of.over == abscissa::decay_time)
+    for (const bench& one : benches) {
+      const double seconds = time_above(one.decay(), -60);
+      if (seconds < 0)
+        say("not 60 dB down after %.0f s\n", one.decay().x.back());
+      else
+        say("60 dB down after %.2f s\n", seconds);
+    }
 }
 
-std::string to_csv(const response_plot& plot) {
-  std::string text = "frequency_hz";
-  for (size_t i = 0; i < plot.curves.size(); ++i) {
-    const std::string number = plot.curves.size() > 1 ? "_" + std::to_string(i + 1) : "";
-    text += ",left" + number + "_db,right" + number + "_db";
-  }
-  for (size_t row = 0; row < plot.frequencies.size(); ++row) {
-    char cell[64];
-    std::snprintf(cell, sizeof cell, "\n%.2f", plot.frequencies[row]);
-    text += cell;
-    for (const plot_curve& curve : plot.curves) {
-      std::snprintf(cell, sizeof cell, ",%.3f,%.3f", curve.left[row], curve.right[row]);
-      text += cell;
+// The aspects stand over the same places.
+std::string to_csv(const std::vector<const aspect*>& aspects, const std::vector<bench>& benches,
+                   int smoothing) {
+  static const char* const kFirst[] = {"frequency_hz", "input_dbfs", "time_s", "time_s"};
+  std::string text = kFirst[static_cast<size_t>(aspects.front()->over)];
+  std::vector<bench::values> columns;
+  for (const aspect* of : aspects)
+    for (size_t i = 0; i < benches.size(); ++i) {
+      const std::string number = benches.size() > 1 ? "_" + std::to_string(i + 1) : "";
+      std::string unit = of->unit;
+      std::transform(unit.begin(), unit.end(), unit.begin(),
+                     [](unsigned char c) { return std::tolower(c); });
+      if (aspects.size() > 1) unit = std::string(of->id) + "_" + unit;
+      text += ",left" + number + "_" + unit + ",right" + number + "_" + unit;
+      columns.push_back(benches[i].curve(*of, smoothing));
     }
+  const std::vector<double> places = benches.front().places(*aspects.front());
+  for (size_t row = 0; row < places.size(); ++row) {
+    text += print(aspects.front()->over == abscissa::frequency ? "\n%.2f" : "\n%.4f", places[row]);
+    for (const bench::values& one : columns)
+      text += print(",%.3f,%.3f", one.left[row], one.right[row]);
   }
   return text + "\n";
 }
 
-std::string describe_measurement(const response_options& options, bool stereo_in, int smoothing) {
-  char text[160];
-  std::snprintf(text, sizeof text, "measured at %d Hz with a sweep of %g dBFS%s, %s", options.rate,
-                options.level,
-                !stereo_in                ? ""
-                : options.input == "both" ? " into both channels"
-                                          : (" into " + options.input + " only").c_str(),
-                smoothing > 0
-                    ? ("power averaged over 1/" + std::to_string(smoothing) + " octave").c_str()
-                    : "unsmoothed");
+std::string describe_measurement(const response_options& options,
+                                 const std::vector<const aspect*>& shown, bool stereo_in,
+                                 int smoothing) {
+  const bench_settings& how = options.how;
+  std::string text = "measured at " + std::to_string(how.rate) + " Hz";
+  bool swept = false, toned = false;
+  for (const aspect* one : shown) {
+    swept = swept || one->over == abscissa::frequency;
+    toned = toned || one->over == abscissa::input_level || one->over == abscissa::step_time;
+  }
+  if (swept) text += print(" with a sweep of %g dBFS", how.level);
+  if (toned) text += print("%s with a tone of %d Hz", swept ? " and" : "", how.hertz);
+  if (stereo_in)
+    text += how.input == "both" ? " into both channels" : " into " + how.input + " only";
+  if (swept)
+    text += smoothing > 0 ? ", power averaged over 1/" + std::to_string(smoothing) + " octave"
+                          : ", unsmoothed";
   return text;
 }
 
+std::vector<const aspect*> shown_aspects(const response_options& options) {
+  std::vector<const aspect*> shown;
+  for (const std::string& id : options.show) shown.push_back(&find_aspect(id));
+  if (!options.csv.empty())
+    for (const aspect* one : shown)
+      if (one->over != shown.front()->over)
+        throw std::runtime_error(std::string("--csv: ") + one->id + " and " + shown.front()->id +
+                                 " don't stand over the same axis");
+  return shown;
+}
+
+int smoothing_of(const response_options& options, const std::vector<bench>& benches,
+                 const std::vector<const aspect*>& shown) {
+  const bool swept = std::any_of(shown.begin(), shown.end(), [](const aspect* one) {
+    return one->over == abscissa::frequency;
+  });
+  if (options.smoothing >= 0 || !swept) return std::max(options.smoothing, 0);
+  const bool combed =
+      std::any_of(benches.begin(), benches.end(), [](const bench& one) { return one.combed(); });
+  return combed ? kEarSmoothing : 0;
+}
+
 template <typename Chain>
-void run(const response_options& options, const Chain& chain) {
+void run(response_options options, const Chain& chain) {
   require_extension(options.svg, ".svg");
   require_extension(options.csv, ".csv");
-  std::vector<subject> subjects = {chain.make(options.rate)};
+  const auto shown = shown_aspects(options);
+  if (options.how.rate == 0) options.how.rate = chain.usual_rate();
+  std::vector<bench> benches;
+  benches.emplace_back(chain.make(options.how.rate), options.how);
   for (const std::string& text : options.also)
-    subjects.push_back(make_also<Chain>(text, options.rate));
-  // Delays and reverberation comb the response; a twelfth of an octave shows what the ear makes of
-  // it.
-  bool combed = false;
-  for (const subject& one : subjects) combed = combed || one.combed;
-  const int smoothing = options.smoothing >= 0 ? options.smoothing : combed ? kCombSmoothing : 0;
+    benches.emplace_back(make_also<Chain>(text, options.how.rate), options.how);
+  const int smoothing = smoothing_of(options, benches, shown);
 
-  const std::string note = describe_measurement(options, Chain::kStereoIn, smoothing);
-  response_plot plot{Chain::kTitle, note, frequencies_around_1_khz(kPlotPerOctave), {}};
-  response_plot table = plot;
-  table.frequencies =
-      options.hertz.empty() ? frequencies_around_1_khz(kTablePerOctave) : options.hertz;
-  for (const subject& one : subjects) {
-    const response measured =
-        measure_response({options.rate, options.level, options.input}, one.process);
-    plot.curves.push_back(sample(one.label, measured, smoothing, plot.frequencies));
-    table.curves.push_back(sample(one.label, measured, smoothing, table.frequencies));
+  picture picture{
+      Chain::kTitle, describe_measurement(options, shown, Chain::kStereoIn, smoothing), {}, {}};
+  for (const aspect* of : shown) picture.panels.push_back(make_panel(*of, benches, smoothing));
+  for (size_t i = 0; i < benches.size(); ++i) {
+    bool two = false;
+    for (const plot_panel& panel : picture.panels)
+      for (const plot_line& line : panel.lines) two = two || (line.colour == i && line.dashed);
+    picture.legend.push_back(benches[i].label() + (two ? ", left solid, right dashed" : ""));
   }
-  if (!options.svg.empty()) write_text_file(options.svg, draw_svg(plot));
-  if (!options.csv.empty()) write_text_file(options.csv, to_csv(plot));
-  print_table(table);
+  if (!options.svg.empty()) write_text_file(options.svg, draw_svg(picture));
+  if (!options.csv.empty()) write_text_file(options.csv, to_csv(shown, benches, smoothing));
+  say("%s, %s\n", picture.title.c_str(), picture.note.c_str());
+  for (size_t i = 0; i < benches.size(); ++i)
+    say("%s%s\n", benches.size() > 1 ? (std::to_string(i + 1) + ": ").c_str() : "",
+        benches[i].label().c_str());
+  for (const aspect* of : shown) print_table(*of, benches, options, smoothing);
 }
 
 template <typename Chain>
 void add_chain(CLI::App& command) {
   auto options = std::make_shared<response_options>();
+  options->how.level = Chain::kLevel;
   auto chain = std::make_shared<Chain>();
   chain->add_to(command);
   command
@@ -267,29 +337,40 @@ void add_chain(CLI::App& command) {
       ->type_name("OPTIONS")
       ->expected(1)
       ->take_all();
+  std::vector<std::string> ids;
+  for (const aspect& one : all_aspects()) ids.emplace_back(one.id);
+  command.add_option("--show", options->show, "what is measured, see below [level]")
+      ->type_name("ASPECT,ASPECT,..")
+      ->delimiter(',')
+      ->check(CLI::IsMember(ids));
   if (Chain::kRates.size() > 1)
-    command.add_option("--rate", options->rate, "sample rate in Hz")
-        ->check(CLI::IsMember(Chain::kRates))
-        ->capture_default_str();
-  command.add_option("--level", options->level, "level of the sweep in dBFS")
+    command
+        .add_option("--rate", options->how.rate,
+                    "sample rate in Hz [48000, or the next that works]")
+        ->check(CLI::IsMember(Chain::kRates));
+  command.add_option("--level", options->how.level, "level of the sweep in dBFS")
       ->check(CLI::Range(-90.0, 0.0))
       ->capture_default_str();
+  command.add_option("--tone", options->how.hertz, "frequency of the tone in Hz")
+      ->check(CLI::Range(20, 20000))
+      ->capture_default_str();
   if (Chain::kStereoIn)
-    command.add_option("--input", options->input, "channels that get the sweep")
+    command.add_option("--input", options->how.input, "channels that are fed")
         ->check(CLI::IsMember({"both", "left", "right"}))
         ->capture_default_str();
   command
       .add_option("--smooth", options->smoothing,
-                  "average over 1/N octave, 0 for none; without it 12 where delays or "
+                  "average the level over 1/N octave, 0 for none; without it 12 where delays or "
                   "reverberation comb the response, else none")
       ->type_name("N")
       ->check(CLI::Range(0, 48));
   command.add_option("--hertz", options->hertz, "the table's frequencies, instead of thirds")
       ->type_name("HZ,HZ,..")
       ->delimiter(',')
-      ->check(CLI::Range(kPlotFrom, kPlotTo));
+      ->check(CLI::Range(kLowest, kHighest));
   command.add_option("--svg", options->svg, "picture to write, .svg");
-  command.add_option("--csv", options->csv, "table to write, .csv, 48 points per octave");
+  command.add_option("--csv", options->csv,
+                     "table to write, .csv, with all that the picture shows");
   command.callback([&command, options, chain] {
     if (command.get_subcommands().empty()) run(*options, *chain);
   });
@@ -298,10 +379,11 @@ void add_chain(CLI::App& command) {
 }  // namespace
 
 void add_response_command(CLI::App& app) {
-  CLI::App* command =
-      app.add_subcommand("response", "measure magnitude responses of settings, and plot them");
+  CLI::App* command = app.add_subcommand(
+      "response", "measure what settings do to frequencies and levels, and plot it");
   command->footer(kFooter);
-  add_chain<hp_chain>(*command);
+  add_chain<rack_chain>(*command);
+  add_chain<hp_chain>(*command->add_subcommand("hp", "of the headphone effect"));
   add_chain<ktv_chain>(*command->add_subcommand("ktv", "of the karaoke chain"));
   add_chain<boost_chain>(*command->add_subcommand("boost", "of the speaker boost"));
 }

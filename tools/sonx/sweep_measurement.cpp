@@ -16,7 +16,7 @@ namespace {
 constexpr size_t kLength = kSweepLength;
 constexpr double kSweepFrom = 10;  // Hz
 
-using spectrum = std::vector<std::complex<double>>;  // bins 0 .. kLength / 2
+using spectrum = response::spectrum;  // bins 0 .. kLength / 2
 
 struct fft_deleter {
   void operator()(kiss_fftr_state* state) const { kiss_fftr_free(state); }
@@ -57,18 +57,18 @@ struct stereo_signal {
 
 // Two periods of the sweep through the process; what the second gave. The sweep itself becomes what
 // was fed.
-stereo_signal run_sweep(const sweep& how, const sweep_process& process,
-                        std::vector<float>& samples) {
-  std::vector<float> in(2 * kSweepPeriod), out(2 * kSweepPeriod);
+stereo_signal run_sweep(const sweep& how, const device& device, std::vector<float>& samples) {
+  const block_process process = device.start();
+  std::vector<float> in(2 * kBlock), out(2 * kBlock);
   stereo_signal result{std::vector<float>(kLength), std::vector<float>(kLength)};
-  for (size_t n = 0; n < 2 * kLength; n += kSweepPeriod) {
+  for (size_t n = 0; n < 2 * kLength; n += kBlock) {
     const size_t at = n % kLength;
-    for (size_t i = 0; i < kSweepPeriod; ++i) {
+    for (size_t i = 0; i < kBlock; ++i) {
       in[2 * i] = how.input == "right" ? 0 : samples[at + i];
       in[2 * i + 1] = how.input == "left" ? 0 : samples[at + i];
     }
     process(in, out);
-    for (size_t i = 0; i < kSweepPeriod; ++i) {
+    for (size_t i = 0; i < kBlock; ++i) {
       result.left[at + i] = out[2 * i];
       result.right[at + i] = out[2 * i + 1];
       if (n >= kLength) samples[at + i] = in[2 * i + (how.input == "right" ? 1 : 0)];
@@ -77,8 +77,27 @@ stereo_signal run_sweep(const sweep& how, const sweep_process& process,
   return result;
 }
 
-// Power |H|^2 per bin.
-std::vector<double> measure_power(const spectrum& in, const std::vector<float>& out) {
+// Where an impulse response has sunk into noise, which stands alone at the end of the period's first
+// half: filters at low frequencies amplify their own rounding so much that it would be seen. Repeats
+// of an echo may stand kGap parts apart.
+size_t length_of(const std::vector<float>& impulse) {
+  constexpr size_t kParts = 128, kPart = kLength / 2 / kParts;
+  constexpr size_t kGap = 4;
+  std::vector<double> powers(kParts);
+  for (size_t i = 0; i < kParts * kPart; ++i) powers[i / kPart] += std::pow(double{impulse[i]}, 2);
+  double noise = 0;
+  for (size_t i = kParts / 2; i < kParts; ++i) noise += powers[i] / (kParts / 2);
+  size_t silent = 0;
+  for (size_t i = 0; i < kParts; ++i) {
+    silent = powers[i] < 2 * noise ? silent + 1 : 0;
+    if (silent > kGap) return (i - kGap + 1) * kPart;
+  }
+  return kLength / 2;
+}
+
+// The second half of the period holds distortion, but for what a filter without a delay of its own
+// has around zero.
+spectrum measure_transfer(const spectrum& in, const std::vector<float>& out) {
   const spectrum ys = transform(out);
   double strongest = 0;
   for (const auto& x : in) strongest = std::max(strongest, std::norm(x));
@@ -88,45 +107,86 @@ std::vector<double> measure_power(const spectrum& in, const std::vector<float>& 
     const std::complex<double> h = ys[k] * std::conj(in[k]) / (std::norm(in[k]) + floor);
     ratio[k] = {static_cast<float>(h.real()), static_cast<float>(h.imag())};
   }
+  // The sweep has no constant part; the one that filters come to rest at is no answer to it.
+  ratio[0] = {ratio[1].r, 0};
   std::vector<float> impulse(kLength);
   kiss_fftri(make_plan(true).get(), ratio.data(), impulse.data());
-  std::fill(impulse.begin() + kLength / 2, impulse.end(), 0.0f);  // distortion
-  const spectrum response = transform(impulse);
-  std::vector<double> power(response.size());
-  const double scale = 1.0 / (static_cast<double>(kLength) * static_cast<double>(kLength));
-  for (size_t k = 0; k < power.size(); ++k) power[k] = std::norm(response[k]) * scale;
-  return power;
+  std::fill(impulse.begin() + static_cast<std::ptrdiff_t>(length_of(impulse)),
+            impulse.end() - kLength / 64, 0.0f);
+  spectrum transfer = transform(impulse);
+  for (auto& h : transfer) h /= static_cast<double>(kLength);
+  return transfer;
 }
 
-double level_at(const std::vector<double>& power, double bin, int smoothing) {
+double level_at(const spectrum& h, double bin, int smoothing) {
   const double half = smoothing > 0 ? std::exp2(0.5 / smoothing) : 1;
   const auto first = static_cast<size_t>(std::ceil(bin / half));
-  const auto last = std::min(static_cast<size_t>(bin * half), power.size() - 1);
+  const auto last = std::min(static_cast<size_t>(bin * half), h.size() - 1);
   if (smoothing <= 0 || last < first + 1) {
     const auto below = static_cast<size_t>(bin);
     const double part = bin - static_cast<double>(below);
-    return 10 * std::log10((1 - part) * power[below] + part * power[below + 1]);
+    return 10 * std::log10((1 - part) * std::norm(h[below]) + part * std::norm(h[below + 1]));
   }
   double sum = 0;
-  for (size_t k = first; k <= last; ++k) sum += power[k];
+  for (size_t k = first; k <= last; ++k) sum += std::norm(h[k]);
   return 10 * std::log10(sum / static_cast<double>(last - first + 1));
+}
+
+bool tells_phase(const spectrum& h, double bin) {
+  return std::norm(h[static_cast<size_t>(std::lround(bin))]) > 1e-8;  // -80 dB
+}
+
+double phase_at(const spectrum& h, double bin, int latency) {
+  const auto k = static_cast<size_t>(std::lround(bin));
+  const double turn = 2 * std::numbers::pi * static_cast<double>(k) * latency / kLength;
+  return std::arg(h[k] * std::polar(1.0, turn)) * 180 / std::numbers::pi;
+}
+
+// In frames: the phase's slope from bin to bin.
+double delay_at(const spectrum& h, double bin, int latency) {
+  constexpr double kHalfWindow = 1.0293;  // 1/24 octave
+  const auto first = static_cast<size_t>(bin / kHalfWindow);
+  const auto last = std::min(static_cast<size_t>(bin * kHalfWindow) + 1, h.size() - 2);
+  std::complex<double> slope;
+  for (size_t k = first; k <= last; ++k) slope += h[k + 1] * std::conj(h[k]);
+  slope *= std::polar(1.0, 2 * std::numbers::pi * latency / kLength);
+  return -std::arg(slope) * kLength / (2 * std::numbers::pi);
 }
 
 }  // namespace
 
-response::response(int rate, std::vector<double> left, std::vector<double> right)
-    : rate_(rate), left_(std::move(left)), right_(std::move(right)) {}
+response::response(int rate, int latency, spectrum left, spectrum right)
+    : rate_(rate), latency_(latency), left_(std::move(left)), right_(std::move(right)) {}
 
-response::levels response::at(double hertz, int smoothing) const {
-  const double bin = hertz * kLength / rate_;
-  return {level_at(left_, bin, smoothing), level_at(right_, bin, smoothing)};
+template <typename Measure>
+response::sides response::of_both(Measure measure) const {
+  return {measure(left_), measure(right_)};
 }
 
-response measure_response(const sweep& how, const sweep_process& process) {
+response::sides response::level(double hertz, int smoothing) const {
+  const double bin = hertz * kLength / rate_;
+  return of_both([&](const spectrum& h) { return level_at(h, bin, smoothing); });
+}
+
+response::sides response::phase(double hertz) const {
+  const double bin = hertz * kLength / rate_;
+  return of_both(
+      [&](const spectrum& h) { return tells_phase(h, bin) ? phase_at(h, bin, latency_) : NAN; });
+}
+
+response::sides response::delay(double hertz) const {
+  const double bin = hertz * kLength / rate_, ms = 1000.0 / rate_;
+  return of_both([&](const spectrum& h) {
+    return tells_phase(h, bin) ? ms * delay_at(h, bin, latency_) : NAN;
+  });
+}
+
+response measure_response(const sweep& how, const device& device) {
   std::vector<float> samples = make_sweep(how);
-  const stereo_signal out = run_sweep(how, process, samples);
+  const stereo_signal out = run_sweep(how, device, samples);
   const spectrum in = transform(samples);
-  return {how.rate, measure_power(in, out.left), measure_power(in, out.right)};
+  return {how.rate, device.latency, measure_transfer(in, out.left),
+          measure_transfer(in, out.right)};
 }
 
 }  // namespace sonx

@@ -1,26 +1,23 @@
-// The magnitude response of a stereo processor, measured with a sine sweep.
+// The frequency response of a device, measured with a sine sweep.
 //
-// The processor is fed an exponential sweep that repeats without a break. The first period carries
+// The device is fed an exponential sweep that repeats without a break. The first period carries
 // it through its start-up fade and lets every level follower settle; the second is measured. As
 // input and output are then periodic, the ratio of their spectra is the response exactly, for any
 // linear setting. Its inverse transform is the impulse response; harmonic distortion of an
 // exponential sweep lies in that at negative times (A. Farina, "Simultaneous measurement of impulse
 // response and distortion with a swept-sine technique", 2000) and is cut away with the second half
-// of the period.
+// of the period, and so is what follows when the impulse response has sunk into noise.
 #pragma once
 
-#include <functional>
+#include <complex>
 #include <string>
 #include <vector>
 
+#include "device.h"
+
 namespace sonx {
 
-constexpr size_t kSweepLength = 1 << 19;  // samples: 11 s at 48000 Hz
-constexpr size_t kSweepPeriod = 256;      // frames per call; divides it
-
-// Processes kSweepPeriod frames of interleaved stereo, full scale 1.0, from `in` to `out`. `in`
-// becomes what was really fed, with its rounding.
-using sweep_process = std::function<void(std::vector<float>& in, std::vector<float>& out)>;
+constexpr size_t kSweepLength = 1 << 19;  // samples: 11 s at 48000 Hz; whole blocks
 
 struct sweep {
   int rate;                    // Hz
@@ -30,22 +27,32 @@ struct sweep {
 
 class response {
  public:
-  // Power |H|^2 per bin of a transform over the sweep.
-  response(int rate, std::vector<double> left, std::vector<double> right);
+  using spectrum = std::vector<std::complex<double>>;  // H per bin of a transform over the sweep
 
-  struct levels {
-    double left;  // dB
+  response(int rate, int latency, spectrum left, spectrum right);
+
+  struct sides {
+    double left;
     double right;
   };
-  // Interpolated between bins, or with `smoothing` > 0 the mean power over 1/smoothing octave.
-  levels at(double hertz, int smoothing) const;
+  // In dB, interpolated between bins, or with `smoothing` > 0 the mean power over 1/smoothing
+  // octave.
+  sides level(double hertz, int smoothing) const;
+
+  // What is left when the latency is taken out, where the level is high enough to tell (NaN where it
+  // isn't): the phase in degrees, -180..180, and the group delay in ms, the mean by power over a
+  // twelfth of an octave.
+  sides phase(double hertz) const;
+  sides delay(double hertz) const;
 
  private:
-  int rate_;
-  std::vector<double> left_;
-  std::vector<double> right_;
+  template <typename Measure>
+  sides of_both(Measure measure) const;
+
+  int rate_, latency_;
+  spectrum left_, right_;
 };
 
-response measure_response(const sweep& sweep, const sweep_process& process);
+response measure_response(const sweep& sweep, const device& device);
 
 }  // namespace sonx

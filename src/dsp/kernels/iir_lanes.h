@@ -60,6 +60,9 @@ struct lane_shape {
 constexpr lane_shape kLaneShapes[] = {{1, 1}, {2, 1}, {1, 2}, {1, 3}, {1, 4}, {1, 5}};
 constexpr int kLaneShapeCount = static_cast<int>(std::size(kLaneShapes));
 
+// What becomes of a result of more than 32 bits.
+enum class rule { saturating, wrapping };
+
 // The rows of one group at every step: inputs, or the results of its last row.
 using lane_rows = int_row[kLaneSteps];
 

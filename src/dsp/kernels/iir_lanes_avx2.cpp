@@ -3,13 +3,9 @@
 // halves hold garbage.
 #include <immintrin.h>
 
-#include <utility>
-
 #include "dsp/kernels/iir_lanes.h"
 
 namespace {
-
-enum class rule { saturating, wrapping };
 
 inline __m256i load(const int64_row& row) {
   return _mm256_load_si256(reinterpret_cast<const __m256i*>(row));
@@ -190,21 +186,7 @@ void deinterleave(const int_row* rows, int* const (&column)[kColumns], int n) {
   }
 }
 
-template <rule results, size_t... shape>
-constexpr lane_kernels lanes_of(std::index_sequence<shape...>) {
-  return {interleave<results>,
-          deinterleave<results>,
-          {step_lanes<kLaneShapes[shape].groups, kLaneShapes[shape].rows, results>...}};
-}
-template <rule results>
-constexpr lane_kernels kLanes = lanes_of<results>(std::make_index_sequence<kLaneShapeCount>());
-
 }  // namespace
 
-void avx2::iir_chains_32(const iir_chain* chains, int chain_count, int n) {
-  iir_chains_32_in_lanes(chains, chain_count, n, kLanes<rule::saturating>);
-}
-
-void avx2::iir_chains_wrapping(const iir_chain* chains, int chain_count, int n) {
-  iir_chains_wrapping_in_lanes(chains, chain_count, n, kLanes<rule::wrapping>);
-}
+namespace variant = avx2;
+#include "dsp/kernels/iir_lanes_vectors.h"

@@ -2,13 +2,9 @@
 // sums are two vectors of two.
 #include <arm_neon.h>
 
-#include <utility>
-
 #include "dsp/kernels/iir_lanes.h"
 
 namespace {
-
-enum class rule { saturating, wrapping };
 
 struct sums {
   int64x2_t low, high;  // columns 0 and 1, columns 2 and 3
@@ -136,21 +132,7 @@ void deinterleave(const int_row* rows, int* const (&column)[kColumns], int n) {
   }
 }
 
-template <rule results, size_t... shape>
-constexpr lane_kernels lanes_of(std::index_sequence<shape...>) {
-  return {interleave<results>,
-          deinterleave<results>,
-          {step_lanes<kLaneShapes[shape].groups, kLaneShapes[shape].rows, results>...}};
-}
-template <rule results>
-constexpr lane_kernels kLanes = lanes_of<results>(std::make_index_sequence<kLaneShapeCount>());
-
 }  // namespace
 
-void neon::iir_chains_32(const iir_chain* chains, int chain_count, int n) {
-  iir_chains_32_in_lanes(chains, chain_count, n, kLanes<rule::saturating>);
-}
-
-void neon::iir_chains_wrapping(const iir_chain* chains, int chain_count, int n) {
-  iir_chains_wrapping_in_lanes(chains, chain_count, n, kLanes<rule::wrapping>);
-}
+namespace variant = neon;
+#include "dsp/kernels/iir_lanes_vectors.h"

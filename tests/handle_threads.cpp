@@ -1,0 +1,142 @@
+// Both handles for some seconds: one thread processes, another sets. Built with ThreadSanitizer it
+// finds races; in any build the last settings are in force afterwards, and the sound is back.
+//   sonx_handle_threads [SECONDS]
+#include <algorithm>
+#include <atomic>
+#include <chrono>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <random>
+#include <thread>
+
+#include "hp/sonx_hp_effect.h"
+#include "ktv/sonx_ktv.h"
+
+extern "C" int __android_log_print(int, const char*, const char*, ...) { return 0; }
+
+namespace {
+
+constexpr int kFrames = 240;
+
+int faults;
+
+void expect(bool fine, const char* what) {
+  if (fine) return;
+  std::fprintf(stderr, "%s\n", what);
+  ++faults;
+}
+
+// A square wave of 1 kHz through the headphone handle; the largest sample that comes out.
+int headphone_peak(void* handle) {
+  int16_t words[2 * kFrames];
+  for (int i = 0; i < 2 * kFrames; ++i) words[i] = i / 48 % 2 ? 8000 : -8000;
+  sonx_hp_effect_process(handle, words, sizeof words);
+  return std::max(*std::max_element(words, words + 2 * kFrames),
+                  static_cast<int16_t>(-*std::min_element(words, words + 2 * kFrames)));
+}
+
+int karaoke_peak(void* handle) {
+  int16_t in[kFrames], left[kFrames], right[kFrames];
+  for (int i = 0; i < kFrames; ++i) in[i] = i / 24 % 2 ? 8000 : -8000;
+  sonx_ktv_process_16(handle, in, left, right, kFrames);
+  return std::max(*std::max_element(left, left + kFrames),
+                  *std::max_element(right, right + kFrames));
+}
+
+// Rounds of a few settings in another thread. After each round the sound must come back within the
+// blocks that a fade takes.
+template <typename Process, typename Set>
+long hammer(double seconds, Process process, Set set, int blocks_until_back, int audible) {
+  using clock = std::chrono::steady_clock;
+  const auto end = clock::now() + std::chrono::duration<double>(seconds);
+  std::mt19937 random(1);
+  std::atomic<int> asked = 0, answered = 0;  // rounds begun and done by the setting thread
+  std::thread setter([&] {
+    for (int round = 1;; ++round) {
+      while (asked.load() < round) {
+        if (asked.load() < 0) return;
+        std::this_thread::yield();
+      }
+      set(random);
+      answered = round;
+    }
+  });
+  int round = 0;
+  while (clock::now() < end) {
+    asked = ++round;
+    while (answered.load() < round) process();
+    int peak = 0;
+    for (int k = 0; k < blocks_until_back; ++k) peak = process();
+    expect(peak > audible, "mute after settings from another thread");
+  }
+  asked = -1;
+  setter.join();
+  return round;
+}
+
+long hammer_headphones(double seconds) {
+  void* const handle = sonx_hp_effect_init(48000, SONX_FORMAT_16_BIT);
+  audio_effect_control_acdb_t last = {};
+  const auto set = [&](std::mt19937& random) {
+    for (int k = static_cast<int>(random() % 40); k >= 0; --k) {
+      last.effect_type = static_cast<int>(random() % 6);
+      last.data[0] = static_cast<int>(random() % 9);
+      sonx_hp_effect_set_parameters(handle, &last);
+      if (random() % 16 == 0) sonx_hp_effect_reset(handle);
+      audio_effect_control_acdb_t got;
+      sonx_hp_effect_get_parameters(handle, &got);
+      expect(got.effect_type == last.effect_type && got.data[0] == last.data[0], "another record");
+    }
+    last.effect_type = SONX_EFFECT_GRAPHIC_EQUALIZER;
+    last.data[0] = static_cast<int>(random() % 9);
+    sonx_hp_effect_set_parameters(handle, &last);
+  };
+  const long rounds = hammer(
+      seconds, [&] { return headphone_peak(handle); }, set, 40, 800);
+  sonx_hp_effect_deinit(handle);
+  return rounds;
+}
+
+long hammer_karaoke(double seconds) {
+  void* const handle = sonx_ktv_init();
+  const auto set = [&](std::mt19937& random) {
+    void (*const setters[])(void*, int) = {sonx_ktv_reverb_setroomsize,
+                                           sonx_ktv_reverb_setdamp,
+                                           sonx_ktv_reverb_setwet,
+                                           sonx_ktv_reverb_enable,
+                                           sonx_ktv_eq_enable,
+                                           sonx_ktv_gramophone_enable,
+                                           sonx_ktv_compressor_enable,
+                                           sonx_ktv_iirecho_setfeedback,
+                                           sonx_ktv_iirecho_setdelay,
+                                           sonx_ktv_iirecho_enable,
+                                           sonx_ktv_noise_canceling_enable};
+    for (int k = static_cast<int>(random() % 40); k >= 0; --k) {
+      setters[random() % std::size(setters)](handle, static_cast<int>(random() % 4096));
+      int indices[10];
+      for (int& index : indices) index = static_cast<int>(random() % 5);
+      sonx_ktv_eq_setparameter(handle, indices);
+    }
+    sonx_ktv_set_voice_gain(handle, 8192);
+    for (const auto enable : {sonx_ktv_reverb_enable, sonx_ktv_eq_enable, sonx_ktv_iirecho_enable,
+                              sonx_ktv_gramophone_enable, sonx_ktv_compressor_enable,
+                              sonx_ktv_hw_howling_canceling_enable})
+      enable(handle, 0);
+    expect(sonx_ktv_bypasses(handle) == 1, "a stage that was switched off is on");
+  };
+  // With every stage off the voice comes out as it went in.
+  const long rounds = hammer(
+      seconds, [&] { return karaoke_peak(handle); }, set, 1, 7999);
+  sonx_ktv_deinit(handle);
+  return rounds;
+}
+
+}  // namespace
+
+int main(int count, char** words) {
+  const double seconds = count > 1 ? std::atof(words[1]) : 2.0;
+  const long headphones = hammer_headphones(seconds / 2), karaoke = hammer_karaoke(seconds / 2);
+  std::printf("%ld and %ld rounds, %d faults\n", headphones, karaoke, faults);
+  return faults == 0 && headphones > 0 && karaoke > 0 ? EXIT_SUCCESS : EXIT_FAILURE;
+}
