@@ -113,6 +113,7 @@ std::string pipewire_text(const rack& its) {
          "# starts: systemctl --user restart pipewire\n"
          "context.modules = [\n"
          "  { name = libpipewire-module-filter-chain\n"
+         "    flags = [ nofail ]  # without the plugins there is no chain, but sound\n"
          "    args = {\n"
          "      node.description = " +
          name +
