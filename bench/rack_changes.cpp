@@ -5,6 +5,12 @@
 // before, with those after, and with the change in between, at kChange.
 // A jump sets the new value at once. A drag sets another one every 10 ms, half a second long, from
 // one end of the range to the other; the steady runs are then those of eleven values on its way.
+//
+// After another preset there are two runs with the one after: what follows loudness and holds its
+// gain in soft passages remembers how its music began, for ever if no loud one comes. A rack that
+// plays since the beginning has heard the tone set in with a click, the preset that comes in hasn't.
+// So a second rack begins later, with a rise like that of what comes in, and has long filled its
+// tails when the change comes.
 #include <sonx/rack.h>
 
 #include <cstdio>
@@ -23,6 +29,7 @@ namespace {
 
 constexpr int kBlock = 480;                  // frames in a call; 10 ms at 48000 Hz
 constexpr double kChange = 2.2, kEnd = 4.2;  // seconds
+constexpr double kLate = 0.2, kRise = 0.02;  // of the rack that begins later
 constexpr int kDragSteps = 50;
 constexpr const char* kHeader =
     "| effect | step | where | dB below | allowed | where | holds |\n"
@@ -231,11 +238,25 @@ std::vector<std::pair<std::string, std::string>> presets_in(const char* folder, 
   return presets;
 }
 
+source beginning_late(source s) {
+  const double late = kLate * s.rate;
+  for (channel& c : s.in)
+    for (size_t i = 0; i < c.size(); ++i) {
+      const double t = std::clamp((double(i) - late) / (kRise * s.rate), 0.0, 1.0);
+      c[i] *= static_cast<float>(t * t * (3.0 - 2.0 * t));
+    }
+  return s;
+}
+
 finding try_presets(const char* folder, const source& s) {
   finding worst;
   const auto presets = presets_in(folder, s.rate);
-  std::vector<stereo> runs;
-  for (const auto& [name, text] : presets) runs.push_back(play(rack_with(text, s.rate).get(), s));
+  const source late = beginning_late(s);
+  std::vector<stereo> runs, late_runs;
+  for (const auto& [name, text] : presets) {
+    runs.push_back(play(rack_with(text, s.rate).get(), s));
+    late_runs.push_back(play(rack_with(text, s.rate).get(), late));
+  }
   for (size_t from = 0; from < presets.size(); ++from)
     for (const size_t ahead : {size_t{1}, presets.size() / 2}) {
       const size_t to = (from + ahead) % presets.size();
@@ -243,7 +264,7 @@ finding try_presets(const char* folder, const source& s) {
       const stereo changed = play(rack.get(), s, [&](sonx_rack* r, int call) {
         if (call == 0) sonx_rack_load(r, presets[to].second.c_str(), nullptr, 0);
       });
-      worst.take(compare(changed, {runs[from], runs[to]}, s,
+      worst.take(compare(changed, {runs[from], late_runs[to], runs[to]}, s,
                          presets[from].first + " to " + presets[to].first));
     }
   return worst;
@@ -261,7 +282,7 @@ void usage() {
   std::printf(
       "usage: rack_changes [--effect ID] [--presets FOLDER] [--all] [--cut]\n"
       "  Without options, every effect: its parameters, its switch and the rack's.\n"
-      "  --effect ID       this one alone\n"
+      "  --effect ID       this one alone; none for none\n"
       "  --presets FOLDER  the presets of a folder, one loaded after another, as well\n"
       "  --all             a line for each parameter before each effect's row\n"
       "  --cut             measure a plain cut with a gap instead, to see that it's found\n"

@@ -89,3 +89,24 @@ void design_biquad(biquad_type type, double frequency, double gain_db, double q,
   words[3] = to_q28(-s.a1 / s.a0);
   words[4] = to_q28(-s.a2 / s.a0);
 }
+
+// A step response rises by 1 and swings: the sum is its way up and down, which for a pass grows with
+// Q. A peak is 1 plus a band-pass, a shelf 1 plus something like a pass, each times the gain less 1.
+double biquad_reach(biquad_type type, double gain_db, double q) {
+  const double change = std::abs(db_to_linear(gain_db) - 1.0), pass_swings = 1.7 + 1.4 * q;
+  switch (type) {
+    case biquad_type::peak:
+      return 1.0 + 2.2 * change;
+    case biquad_type::low_shelf:
+    case biquad_type::high_shelf:
+      return 1.0 + pass_swings * change;
+    case biquad_type::low_pass:
+    case biquad_type::high_pass:
+      return pass_swings;
+    case biquad_type::all_pass:
+      return 5.0;
+    case biquad_type::off:
+      break;
+  }
+  return 1.0;
+}

@@ -16,7 +16,8 @@
 // Stability: 1 + a1 + a2, 1 - a1 + a2 and 1 - a2 must be above 0 after rounding, which moves them
 // by one word (2^-28) at most. The first is the smallest: for a high shelf it's 4A (1 - cos w) /
 // a0, 29 words at 20 Hz, 192000 Hz and -24 dB. 1 - a2 = 2 alpha' / (1 + alpha') has 4300 words and
-// more with Q = 20 there, and the middle one more than a million, since w stays below 0.92 pi.//
+// more with Q = 20 there, and the middle one more than a million, since w stays below 0.92 pi.
+//
 // Rounding moves the response, within two octaves of the section's frequency, by less than 0.003 dB
 // from 100 Hz up at rates to 48000 Hz, 0.08 dB from 20 Hz up there, and 1.4 dB at the worst (20 Hz
 // at 192000 Hz).
@@ -39,3 +40,7 @@ constexpr double kBiquadHighestShare = 0.46;
 // NaN to the minimum. off passes samples through unchanged, and so does a peak or shelf of 0 dB.
 void design_biquad(biquad_type type, double frequency, double gain_db, double q, int rate,
                    int32_t words[5]);
+
+// How many times the loudest sample that ever went in the loudest that comes out may be: at least
+// the sum of the magnitudes of the impulse response, at every frequency and rate.
+double biquad_reach(biquad_type type, double gain_db, double q);

@@ -41,8 +41,10 @@ void crossfade::go(bool high) {
   for (impression& heard : heard_of_) heard = {};
 }
 
+int crossfade::listening() const { return frames_of(kListen, rate_); }
+
 int crossfade::to_turn() const {
-  if (listening_) return frames_of(kListen, rate_) - heard_;
+  if (listening_) return listening() - heard_;
   return wanted_ == high_end ? length_ - position_ : position_;
 }
 

@@ -46,6 +46,9 @@ class crossfade {
   // Frames until it has listened or arrived; 0 at rest.
   int to_turn() const;
 
+  // Frames that it listens before it goes.
+  int listening() const;
+
   // out may be either. At rest, out is the signal there.
   void mix(const int* const low[2], const int* const high[2], int* const out[2], int n);
 

@@ -1,5 +1,6 @@
 #include "slot.h"
 
+#include <algorithm>
 #include <new>
 
 namespace {
@@ -80,9 +81,11 @@ void slot::take_settings() {
 
 void slot::begin_round() {
   take_settings();
-  to_fill_ = spare_->take_over(*heard_, taken_.data());
-  input_.end();
-  if (to_fill_ < 0) {
+  const int along = spare_->take_over(*heard_, taken_.data());
+  if (along >= 0) {
+    input_.end();
+    to_fill_ = std::max(along - crossfade_.listening(), 0);  // which can be done meanwhile
+  } else {
     spare_->start(taken_.data());
     to_fill_ = input_.length() + effect_.warm_up(taken_.data(), rate_);
     input_.begin();

@@ -69,7 +69,7 @@ TEST_F(KtvChain, VoiceGainActsInTheCompressor) {
   EXPECT_NEAR(left[47999], 25000, 30) << "a quarter";
 }
 
-TEST(KtvHandle, IgnoresNullAndSaysWhatItDoes) {
+TEST(KtvHandle, IgnoresNull) {
   void* handle = sonx_ktv_init();
   short in[4] = {1, 2, 3, 4}, out[4] = {};
   sonx_ktv_process_16(handle, nullptr, out, out, 4);

@@ -13,15 +13,12 @@ using channel = std::vector<float>;
 using stereo = std::array<channel, 2>;
 
 // A low tone at -12 dBFS: 50 Hz, so that 20 ms are one period and its level stands still. Whole
-// hundredths of a second, where calls begin, find it between its zeros. It rises over 0.2 s: what
-// follows loudness and holds its gain in soft passages isn't to be set by a click at the beginning.
+// hundredths of a second, where calls begin, find it between its zeros; so does the beginning.
 inline stereo low_sine(size_t frames, int rate) {
   channel x(frames);
-  for (size_t i = 0; i < frames; ++i) {
-    const double t = static_cast<double>(i) / rate;
-    x[i] = static_cast<float>(0.25 * std::min(5.0 * t, 1.0) *
-                              std::sin(2.0 * std::numbers::pi * 50.0 * t + 1.0));
-  }
+  for (size_t i = 0; i < frames; ++i)
+    x[i] = static_cast<float>(
+        0.25 * std::sin(2.0 * std::numbers::pi * 50.0 * static_cast<double>(i) / rate + 1.0));
   return {x, x};
 }
 

@@ -24,7 +24,7 @@ enum { kAutomatic = kBands, kGain };
 
 constexpr int kRates[] = {44100, 48000, 96000};
 
-constexpr int kSettle = 100;  // ms: ten time constants of the peak at 62.5 Hz
+constexpr int kSettle = 40;  // ms: four time constants of the peak at 62.5 Hz
 
 //   band       whole dB, the module's indices
 //   automatic  the gain that the module finds from the indices

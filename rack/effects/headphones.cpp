@@ -16,14 +16,16 @@ namespace {
 
 constexpr std::array<const char*, 6> kEffects = {"none",   "stereo-widening", "virtual-bass",
                                                  "preset", "reverb",          "graphic-equalizer"};
-constexpr std::array<const char*, 8> kAdapters = {"none",      "adapter-1", "adapter-2",
-                                                  "adapter-3", "adapter-4", "adapter-5",
-                                                  "adapter-6", "adapter-7"};
+constexpr std::array<const char*, 8> kAdapters = {"none",    "closed-over-ear", "open-over-ear",
+                                                  "on-ear",  "in-ear-deep",     "in-ear-shallow",
+                                                  "ear-bud", "bone-conduction"};
 constexpr sonx_parameter kParameters[] = {
     choice("effect", "Effect", kEffects, 0,
            "Which effect plays; the preset is a fixed parametric equalizer."),
-    choice("adapter", "Adapter", kAdapters, 0,
-           "Which headphone adapter is corrected, unless the effect is an equalizer."),
+    choice(
+        "adapter", "Headphones", kAdapters, 0,
+        "Which type of headphones is corrected, unless the effect is an equalizer; at 96 kHz, for "
+        "which there are no corrections, none."),
     SONX_REVERB_SETTINGS("reverb_", "Reverb: "), SONX_BAND_GAINS("")};
 enum { kEffect, kAdapter, kReverbFirst, kBandsFirst = kReverbFirst + kReverbSettings };
 
@@ -32,8 +34,13 @@ constexpr int kHistoryBlocks = 2;  // of the chain's compressor
 
 int effect_of(const double* values) { return nearest(values[kEffect]); }
 
-audio_effect_control_acdb_t record_of(const double* values) {
-  audio_effect_control_acdb_t record = {effect_of(values), nearest(values[kAdapter]), {}};
+// The corrections' tables for 96000 Hz are all zero, which the chain would turn into silence.
+int adapter_of(const double* values, int rate) {
+  return rate == 96000 ? 0 : nearest(values[kAdapter]);
+}
+
+audio_effect_control_acdb_t record_of(const double* values, int rate) {
+  audio_effect_control_acdb_t record = {effect_of(values), adapter_of(values, rate), {}};
   if (record.effect_type == SONX_EFFECT_REVERB) {
     const reverb_words words = reverb_words_of(values + kReverbFirst);
     record.data[0] = words.roomsize;
@@ -48,8 +55,9 @@ audio_effect_control_acdb_t record_of(const double* values) {
   return record;
 }
 
-// effect, adapter: the record's words; the reverb's as on its own; bands in whole dB. The record is
-// applied at once: the chain's own fade through silence is for its other callers.
+// effect, adapter: the record's words, the adapters in the order of docs/tuning.md; the reverb's as
+// on its own; bands in whole dB. The record is applied at once: the chain's own fade through silence
+// is for its other callers.
 class headphones final : public processor {
  public:
   explicit headphones(int rate) : rate_(rate) {
@@ -84,7 +92,7 @@ class headphones final : public processor {
 
  private:
   void set(const double* values) {
-    *chain_->params = record_of(values);
+    *chain_->params = record_of(values, rate_);
     compressor_set_volume(chain_->comp, kUnityWord);  // no effect leaves it as it is
     teka_hp_effect_update_parameter(chain_.get());
   }
@@ -93,8 +101,8 @@ class headphones final : public processor {
   module<teka_hp_effect_t, teka_hp_effect_init, teka_hp_effect_end> chain_;
 };
 
-std::string in_c(const double* values, int, const std::string& name) {
-  return record_in_c(record_of(values), name);
+std::string in_c(const double* values, int rate, const std::string& name) {
+  return record_in_c(record_of(values, rate), name);
 }
 
 int look_ahead(int rate) { return kHistoryBlocks * block_frames(rate); }
@@ -119,9 +127,10 @@ int tail(const double* values, int rate) {
 }  // namespace
 
 extern constinit const effect_definition kHeadphones = {
-    .entry = {"headphones", "Headphone chain",
-              "One effect at a time and a correction for an adapter, in front of a limiter.", 2, 2,
-              std::size(kRates), kRates, std::size(kParameters), kParameters},
+    .entry =
+        {"headphones", "Headphone chain",
+         "One effect at a time and a correction for a type of headphones, in front of a limiter.",
+         2, 2, std::size(kRates), kRates, std::size(kParameters), kParameters},
     .whole_blocks = true,
     .latency = look_ahead,
     .warm_up = warm_up,

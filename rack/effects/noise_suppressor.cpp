@@ -1,5 +1,5 @@
-// Noise suppressor: src/ns/noise_suppressor.h with its own prior, an instance per channel; at 48000
-// Hz between the sample-rate kernels of src/spl.
+// Noise suppressor: src/ns/noise_suppressor.h with prior source 2, which tracks the noise; an
+// instance per channel, at 48000 Hz between the sample-rate kernels of src/spl.
 #include "ns/noise_suppressor.h"
 
 #include <algorithm>
@@ -22,7 +22,7 @@ constexpr sonx_parameter kParameters[] = {
     choice("policy", "Reduction", kPolicies, 0, "How far steady noise is turned down.")};
 constexpr int kRates[] = {8000, 16000, 32000, 48000};
 
-constexpr int kOwnPrior = 1;
+constexpr int kTrackedPrior = 2;
 
 // From 48000 to 32000 Hz and back, in blocks of 240 and 160 samples: the same samples as the
 // converter of src/ktv/resampler.h makes, which takes memory per call.
@@ -57,7 +57,7 @@ class suppressor {
   explicit suppressor(int rate) : converts_(rate != suppressor_rate(rate)) {
     tekaNs_InitCore(&core_, static_cast<unsigned>(suppressor_rate(rate)));
     if (!has_memory(&core_)) throw std::bad_alloc();
-    tekaNs_set_prior_source(&core_, kOwnPrior);
+    tekaNs_set_prior_source(&core_, kTrackedPrior);
     fresh_band_post_ = *core_.band_post;
     fresh_ = core_;
     fresh_.band_post = &fresh_band_post_;
@@ -138,8 +138,9 @@ int latency(int rate) {
 
 extern constinit const effect_definition kNoiseSuppressor = {
     .entry = {"noise-suppressor", "Noise suppressor",
-              "Takes steady noise, a fan or a street, away from speech.", 1, 1, std::size(kRates),
-              kRates, std::size(kParameters), kParameters},
+              "Takes steady noise, a fan or a street, away from speech; long tones of music are "
+              "noise to it.",
+              1, 1, std::size(kRates), kRates, std::size(kParameters), kParameters},
     .whole_blocks = true,
     .latency = latency,
     .warm_up = fixed_time<1500>,

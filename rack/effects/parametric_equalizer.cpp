@@ -7,6 +7,8 @@
 
 #include "biquad_design.h"
 #include "conversions.h"
+#include "dsp/kernels/iir.h"
+#include "dsp/kernels/kernels.h"
 #include "effect.h"
 #include "export_c.h"
 #include "module_state.h"
@@ -93,8 +95,7 @@ constexpr int kPassThrough = 1 << 28;
 
 using rows = int[kSections][6];
 
-// A channel's sections as the module takes them, those in use first; one that passes its samples
-// through, off or without gain, isn't in use.
+// A channel's sections as the module takes them, those in use first; one that is off isn't.
 void design(const double* sections, int rate, rows& result) {
   std::fill_n(&result[0][0], sizeof result / sizeof result[0][0], 0);
   int used = 0;
@@ -108,6 +109,15 @@ void design(const double* sections, int rate, rows& result) {
     std::copy_n(words, 5, result[used] + 1);
     ++used;
   }
+}
+
+// How many times its loudest input a channel's sections may reach at any place.
+double reach(const double* sections) {
+  double product = 1.0;
+  for (const double* s = sections; s < sections + kSections * kPerSection; s += kPerSection)
+    product *=
+        std::max(biquad_reach(static_cast<biquad_type>(nearest(s[kType])), s[kGain], s[kQ]), 1.0);
+  return product;
 }
 
 bool separate(const double* values) { return is_on(values[kSeparate]); }
@@ -138,8 +148,35 @@ int times_slowest(const double* values, int rate, double times, int least_ms, in
 int warm_up(const double* values, int rate) { return times_slowest(values, rate, 7, 20, 1500); }
 int tail(const double* values, int rate) { return times_slowest(values, rate, 12, 20, 20000); }
 
-// ---- The module; where the right channel has sections of its own, one for each channel, as the
-// module has one set of coefficients.
+// ---- The module, and what keeps it from wrapping.
+
+constexpr int kSectionLimit = 1 << 30;  // 42 dB above full scale; the module wraps at 48
+
+// The module's sections one after the other with limited results: the same bits as long as none is
+// beyond the limit. A second-order section that saturates doesn't oscillate by it (P. M. Ebert, J. E.
+// Mazo, M. G. Taylor, Bell System Technical Journal 48, 1969).
+int limited_step(iir_registers& s, int x) {
+  const int64_t y = s.accumulate(0, x) >> 28;
+  s.x0 = x;
+  s.shift(x, static_cast<int>(std::clamp<int64_t>(y, -kSectionLimit, kSectionLimit)));
+  return s.y1;
+}
+
+void limited_sections(int (*words)[5], int (*states)[5], int count, int* samples, int n) {
+  for (int k = 0; k < count; ++k) {
+    IIR section = {words[k], states[k]};
+    iir_block<limited_step>(&section, samples, samples, n);
+  }
+}
+
+int loudest_of(const int* samples, int n) {
+  int loudest = 0;
+  for (int i = 0; i < n; ++i) loudest = std::max(loudest, std::abs(samples[i]));
+  return loudest;
+}
+
+// Where the right channel has sections of its own, two modules, one for each channel, as one has one
+// set of coefficients.
 //
 //   preamp  0 dB = 8192
 class parametric_equalizer final : public processor {
@@ -149,7 +186,11 @@ class parametric_equalizer final : public processor {
     parameter_equalizer_init(&right_);
   }
 
-  void start(const double* values) noexcept override { set(values); }
+  void start(const double* values) noexcept override {
+    set(values);
+    loudest_ = kFullScale;
+    settling_ = 0;
+  }
 
   int take_over(const processor& running, const double* values) noexcept override {
     const auto& from = static_cast<const parametric_equalizer&>(running);
@@ -159,16 +200,45 @@ class parametric_equalizer final : public processor {
       return -1;
     copy_state(from.left_, left_);
     copy_state(from.right_, right_);
-    return times_slowest(values, rate_, 3, 10, 300);
+    for (parameter_equalizer_t* equalizer : {&left_, &right_})
+      follow_preamp(from.left_, *equalizer);
+    loudest_ = from.loudest_;
+    return settling_ = times_slowest(values, rate_, 3, 10, 600);
   }
 
   void process(int* left, int* right, int n) noexcept override {
-    if (!separate_) return parameter_equalizer_process_stereo(&left_, left, right, left, right, n);
-    parameter_equalizer_process_mono(&left_, left, left, n);
-    parameter_equalizer_process_mono(&right_, right, right, n);
+    loudest_ = std::max({loudest_, loudest_of(left, n), loudest_of(right, n)});
+    const bool limits = settling_ > 0 || reach_ * loudest_ > kSectionLimit;
+    settling_ = std::max(settling_ - n, 0);
+    if (limits) {
+      parameter_equalizer_t& second = separate_ ? right_ : left_;
+      kernels().scale_to_silence_q13(left, left_.gain_left, left, n);
+      kernels().scale_to_silence_q13(right, left_.gain_left, right, n);
+      limited_sections(left_.coef_left, left_.state_left, left_.band_count_left, left, n);
+      limited_sections(second.coef_left, separate_ ? second.state_left : second.state_right,
+                       second.band_count_left, right, n);
+    } else if (separate_) {
+      parameter_equalizer_process_mono(&left_, left, left, n);
+      parameter_equalizer_process_mono(&right_, right, right, n);
+    } else {
+      parameter_equalizer_process_stereo(&left_, left, right, left, right, n);
+    }
   }
 
  private:
+  static constexpr int kFullScale = 1 << 23;
+
+  // Brings histories to the gain ahead of them.
+  static void follow_preamp(const parameter_equalizer_t& from, parameter_equalizer_t& to) {
+    const auto follow = [&](int& word) {
+      word = static_cast<int>(std::clamp<int64_t>(int64_t{word} * to.gain_left / from.gain_left,
+                                                  -kSectionLimit, kSectionLimit));
+    };
+    if (from.gain_left == to.gain_left) return;
+    for (auto& section : to.state_left) std::for_each_n(section, 5, follow);
+    for (auto& section : to.state_right) std::for_each_n(section, 5, follow);
+  }
+
   // Clears the histories.
   void set(const double* values) {
     separate_ = separate(values);
@@ -177,17 +247,22 @@ class parametric_equalizer final : public processor {
       parameter_equalizer_set_gain_left(equalizer, gain);
       parameter_equalizer_set_gain_right(equalizer, gain);
     }
+    const double* const second = values + kFirst + (separate_ ? kSections * kPerSection : 0);
     rows words;
     design(values + kFirst, rate_, words);
     parameter_equalizer_setparameter_left(&left_, words);
     parameter_equalizer_setparameter_right(&left_, words);
-    if (separate_) design(values + kFirst + kSections * kPerSection, rate_, words);
+    if (separate_) design(second, rate_, words);
     parameter_equalizer_setparameter_left(&right_, words);
+    reach_ = std::max(reach(values + kFirst), reach(second)) * db_to_linear(values[kPreamp]);
   }
 
   int rate_;
   bool separate_ = false;
   parameter_equalizer_t left_, right_;
+  double reach_ = 1.0;        // of the present settings, preamp included
+  int loudest_ = kFullScale;  // of the inputs since the start
+  int settling_ = 0;          // frames in which histories of other settings ring
 };
 
 std::string rows_in_c(const std::string& name, const rows& words) {

@@ -39,7 +39,7 @@
 // than five narrow ones at once are cut only by wide notches, and a solo note without harmonics
 // that grows slowly may lose a tenth of a second to a trial.
 //
-// The interface knows no rate: the analysis works on half of whatever rate it gets. All frequencies
+// The interface has no sample rate: the analysis works on half of whatever rate it gets. All frequencies
 // and times above hold at 48 kHz (within a tenth at 44.1 kHz); at 96 kHz bins are twice as wide and
 // howls are found from 300 Hz to 11.6 kHz, in half the time.
 //
@@ -59,7 +59,7 @@
 // at 48 kHz); times are in frames (5.3 ms).
 struct howling_place {
   int phase;       // 0 free, 1 on trial, 2 holding, 3 giving up its depth
-  int position;    // centre; 0 = none. A free place remembers where it stood
+  int position;    // centre; 0 = none. Of a free place, where it stood last
   int width;       // between the -3 dB points
   int depth;       // share of the notch in its output, Q20: 1048576 takes the centre out entirely
   int depth_step;  // added to depth with every sample, while depth lies within 0..1048576

@@ -1,9 +1,10 @@
 #include "ktv/sonx_ktv.h"
 
-#include <algorithm>
 #include <cstdint>
 #include <iterator>
 #include <new>
+#include <type_traits>
+#include <utility>
 
 #include "effects/equalizer_curve.h"
 #include "ktv/memory.h"
@@ -39,10 +40,17 @@ constexpr chain_setting kSettings[] = {
 };
 constexpr size_t kSettingCount = std::size(kSettings);
 
-// Which of them a function is.
-constexpr size_t index_of(chain_setting setting) {
-  return static_cast<size_t>(std::find(kSettings, std::end(kSettings), setting) - kSettings);
+// Which of them a function is. Compared as types: addresses of functions are no constants under the
+// sanitizers.
+template <chain_setting setting>
+using constant = std::integral_constant<chain_setting, setting>;
+template <chain_setting setting>
+constexpr size_t kIndexOf = []<size_t... k>(std::index_sequence<k...>) {
+  size_t index = kSettingCount;
+  ((std::is_same_v<constant<setting>, constant<kSettings[k]>> ? void(index = k) : void()), ...);
+  return index;
 }
+(std::make_index_sequence<kSettingCount>());
 
 // What the settings' side asks of the next process call. A setting is applied if it was set since
 // the last one, be it to the same value: a change of the echo's loop cuts off what is in it.
@@ -65,8 +73,8 @@ sonx_ktv_handle_t* karaoke_of(void* handle) { return static_cast<sonx_ktv_handle
 // A setting's value as it was last asked for.
 template <chain_setting setting>
 int& asked(sonx_ktv_handle_t* karaoke) {
-  static_assert(index_of(setting) < kSettingCount);
-  return karaoke->asked.values[index_of(setting)];
+  static_assert(kIndexOf<setting> < kSettingCount);
+  return karaoke->asked.values[kIndexOf<setting>];
 }
 
 // Asks for a setting; a null handle is ignored.
@@ -75,7 +83,7 @@ void set(void* handle, int value) {
   if (handle == nullptr) return;
   sonx_ktv_handle_t* karaoke = karaoke_of(handle);
   asked<setting>(karaoke) = value;
-  ++karaoke->asked.sets[index_of(setting)];
+  ++karaoke->asked.sets[kIndexOf<setting>];
   karaoke->requests.put(karaoke->asked);
 }
 
@@ -200,9 +208,13 @@ int sonx_ktv_latency(const void* handle) {
 int sonx_ktv_bypasses(const void* handle) {
   if (handle == nullptr) return 1;
   const request& asked = static_cast<const sonx_ktv_handle_t*>(handle)->asked;
-  const auto on = [&](chain_setting enable) { return asked.values[index_of(enable)] != 0; };
-  return !on(teka_audio_tx_ktv_howling_canceling_setstatus) &&
-         !on(teka_audio_tx_ktv_gramophone_setstatus) && !on(teka_audio_tx_ktv_eq_setstatus) &&
-         !on(teka_audio_tx_ktv_reverb_setstatus) && !on(teka_audio_tx_ktv_iirecho_setstatus) &&
-         !on(teka_audio_tx_ktv_compressor_setstatus);
+  const auto off = [&]<chain_setting... enable>(constant<enable>...) {
+    return ((asked.values[kIndexOf<enable>] == 0) && ...);
+  };
+  return off(constant<teka_audio_tx_ktv_howling_canceling_setstatus>(),
+             constant<teka_audio_tx_ktv_gramophone_setstatus>(),
+             constant<teka_audio_tx_ktv_eq_setstatus>(),
+             constant<teka_audio_tx_ktv_reverb_setstatus>(),
+             constant<teka_audio_tx_ktv_iirecho_setstatus>(),
+             constant<teka_audio_tx_ktv_compressor_setstatus>());
 }

@@ -49,7 +49,7 @@ int flatness(const NsxInst_t_* ns) {
 }
 
 // num / den in Q12, at most kLargest; both not negative.
-int64_t ratio_q12(int64_t num, int64_t den) {
+int64_t relative_q12(int64_t num, int64_t den) {
   const int excess = std::max(0, 12 + 1 - std::countl_zero(static_cast<uint64_t>(num)));
   num >>= excess;
   den >>= excess;
@@ -84,7 +84,7 @@ int64_t difference(const NsxInst_t_* ns) {
   const int down = std::max(0, 33 - std::countl_zero(largest));
   const int64_t c = covariance >> down, v = variance_p >> down;
   const int64_t explained = v == 0 ? 0 : (c * c / v) << down;
-  return ratio_q12(std::max<int64_t>(variance_m - explained, 0), ns->energy_norm >> 8);
+  return relative_q12(std::max<int64_t>(variance_m - explained, 0), ns->energy_norm >> 8);
 }
 
 void count(NsxInst_t_* ns) {

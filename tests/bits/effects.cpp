@@ -72,7 +72,9 @@ constexpr auto measure = [](trial& t, dynamic_range_control_t* drc) {
 };
 constexpr auto disturb = [](trial& t, dynamic_range_control_t* drc) {
   if (t.once_in(2)) dynamic_range_control_reinit(drc, kFrames[t.roll(5)]);
-  if (t.wild() && t.once_in(2)) drc->gain = t.any();
+  if (!t.wild() || t.once_in(2)) return;
+  drc->gain = t.any();
+  dynamic_range_control_set_volume(drc, t.any());
 };
 
 constexpr auto begin_limiter = [](trial& t, compressor_t* c) {

@@ -29,11 +29,12 @@ std::vector<short> speech(trial& t, int n, int level, int noise) {
   return x;
 }
 
-// Policies, rates and prior sources. With the presence of the band post-processing as the source
+// Policies, rates and prior sources. With the presence of the band post-processing as the source, 0,
 // the sound must be so quiet that the process doesn't end.
 void suppressor(trial& t) {
   constexpr unsigned kRates[] = {8000, 16000, 32000};
-  const int source = t.number % 4 != 0;
+  constexpr int kSources[] = {0, 1, 2, 1, 2};
+  const int source = kSources[t.number % 5];
   NsxInst_t_ ns;
   t.note(tekaNs_InitCore(&ns, 11025));
   t.note(tekaNs_InitCore(&ns, kRates[t.number % 3]));
@@ -43,20 +44,23 @@ void suppressor(trial& t) {
   t.note(tekaNs_set_prior_source(&ns, 3));
   const int block = ns.block_length, level = 1 << t.roll(15);
   std::vector<short> x = source == 0         ? speech(t, t.frames, 20, 40)
-                         : t.number % 5 == 4 ? t.signal<short>(t.frames, t.number / 5)
+                         : t.number % 4 == 3 ? t.signal<short>(t.frames, t.number / 4)
                                              : speech(t, t.frames, level, 1 << t.roll(12));
-  std::vector<short> out(static_cast<size_t>(block) + 1);
+  std::vector<short> apart(static_cast<size_t>(block) + 1);
   if (t.once_in(3)) std::fill_n(x.begin() + t.frames / 2, 1000, short{0});
   for (int start = 0; start + block <= t.frames; start += block) {
-    t.note(tekaNs_ProcessCore(&ns, &x[size_t(start)], out.data()));
-    t.note_all(out.data(), out.size());
+    short* const in = &x[size_t(start)];
+    short* const out = t.number % 2 ? in : apart.data();
+    t.note(tekaNs_ProcessCore(&ns, in, out));
+    t.note_all(out, size_t(block));
     t.note(ns.prior_non_speech, ns.energy_in, ns.magnitude_energy, ns.frame_count);
-    if (t.once_in(1000)) tekaNs_set_policy_core(&ns, static_cast<int>(t.roll(4)));
+    if (source == 2) t.note_all(ns.noise_power, size_t(ns.bins));
+    if (t.once_in(500)) tekaNs_set_policy_core(&ns, static_cast<int>(t.roll(4)));
     if (t.once_in(1000)) tekaNs_canceling_setstatus(&ns, t.value());
+    if (source == 2 && t.once_in(1000)) tekaNs_set_prior_source(&ns, 1);
+    if (ns.prior_source != source && t.once_in(10)) tekaNs_set_prior_source(&ns, source);
     use<tekaNs_canceling_getstatus>(t, &ns);
-    int now = 0;
-    t.note(tekaNs_get_prior_source(&ns, &now));
-    t.note(now);
+    use<tekaNs_get_prior_source>(t, &ns);
   }
   // The stages one by one.
   unsigned short magnitudes[kNsxMaxBins], probability[kNsxMaxBins];
@@ -70,32 +74,10 @@ void suppressor(trial& t) {
     }
     tekaNsx_SpeechNoiseProb(&ns, probability, prior, post);
     t.note_all(probability, size_t(ns.bins));
-    tekaNsx_DataSynthesis(&ns, out.data());
-    t.note_all(out.data(), out.size());
+    tekaNsx_DataSynthesis(&ns, apart.data());
+    t.note_all(apart.data(), apart.size());
   }
   t.note(tekaNs_FreeCore(&ns));
-}
-
-// Prior source 2 alone, wild signals included; chosen again in the middle.
-void tracked_suppressor(trial& t) {
-  constexpr unsigned kRates[] = {8000, 16000, 32000};
-  NsxInst_t_ ns;
-  tekaNs_InitCore(&ns, kRates[t.number % 3]);
-  t.note(tekaNs_set_prior_source(&ns, 2));
-  const int block = ns.block_length, level = 1 << t.roll(15);
-  std::vector<short> x = t.number % 4 == 3 ? t.signal<short>(t.frames, t.number / 4)
-                                           : speech(t, t.frames, level, 1 << t.roll(12));
-  if (t.once_in(3)) std::fill_n(x.begin() + t.frames / 2, 1000, short{0});
-  for (int start = 0; start + block <= t.frames; start += block) {
-    short* const frame = &x[size_t(start)];
-    t.note(tekaNs_ProcessCore(&ns, frame, frame));
-    t.note_all(frame, size_t(block));
-    t.note_all(ns.noise_power, size_t(ns.bins));
-    if (t.once_in(100)) tekaNs_set_policy_core(&ns, static_cast<int>(t.roll(4)));
-    if (t.once_in(1000)) tekaNs_set_prior_source(&ns, 1);
-    if (ns.prior_source != 2 && t.once_in(10)) tekaNs_set_prior_source(&ns, 2);
-  }
-  tekaNs_FreeCore(&ns);
 }
 
 void band_post(trial& t) {
@@ -255,10 +237,8 @@ void tables(trial& t) {
 }  // namespace
 
 const std::vector<subject> kSpeech = {
-    {"suppressor", "rates, policies, prior sources, stages; half a minute each", 30, 500000,
+    {"suppressor", "rates, policies, prior sources, stages; half a minute each", 35, 500000,
      suppressor},
-    {"suppressor-tracked", "prior source 2, rates, policies, wild signals", 12, 200000,
-     tracked_suppressor},
     {"band-post", "presence, limiter, gain ramp, record", 40, 200000, band_post},
     {"converter", "every pair of eleven rates, lengths, room", 121, 9600, converter},
     {"rate-kernels", "by two, six fixed ratios, states", 24, 0, rate_kernels},

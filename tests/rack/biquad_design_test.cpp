@@ -102,6 +102,31 @@ TEST(BiquadDesign, HasTheResponseOfTheAnalogueSection) {
   EXPECT_LT(anywhere, 1.4) << "few words are left at 20 Hz and 192000 Hz";
 }
 
+// The loudest that comes out is the sum of the impulse response's magnitudes.
+TEST(BiquadDesign, NeverGoesBeyondItsReach) {
+  double nearest = 0.0;
+  for (int type = 0; type < kTypes; ++type)
+    for (const double frequency : {200.0, 800.0, 3700.0})
+      for (int g = 0; g <= 12; ++g)
+        for (int k = 0; k <= 20; ++k) {
+          const double gain = -24.0 + 3.0 * g, q = 0.1 * std::pow(200.0, k / 20.0);
+          const auto t = static_cast<biquad_type>(type);
+          const design d(t, frequency, gain, q, 8000);
+          double x[3] = {double(kOne), 0.0, 0.0}, y[3] = {}, sum = 0.0;
+          for (int i = 0; i < 3000; ++i) {
+            y[0] = (d.words[0] * x[0] + d.words[1] * x[1] + d.words[2] * x[2] + d.words[3] * y[1] +
+                    d.words[4] * y[2]) /
+                   double(kOne);
+            sum += std::abs(y[0]) / double(kOne);
+            x[2] = x[1], x[1] = x[0], x[0] = 0.0;
+            y[2] = y[1], y[1] = y[0];
+          }
+          nearest = std::max(nearest, sum / biquad_reach(t, gain, q));
+        }
+  EXPECT_LE(nearest, 1.0);
+  EXPECT_GT(nearest, 0.9) << "the reach is no wild guess";
+}
+
 TEST(BiquadDesign, TurnsThePhaseOfAnAllPassAndNothingElse) {
   const design d(biquad_type::all_pass, 1000.0, 6.0, 0.7, 48000);
   EXPECT_EQ(d.words[0], -d.words[4]);

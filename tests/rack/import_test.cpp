@@ -199,7 +199,7 @@ TEST(ExportC, WhatTheHandleAndTheSettersTakeIsWritten) {
   const std::pair<const char*, const char*> slots[] = {
       // 60 % of 8192, 100 % dry = 4096
       {"\"reverb\"\nroom = 60\ndry = 100", "slot1_record = {4, 0, {4915, 4096, 2730, 4096, 8192, "},
-      {"\"headphones\"\nadapter = \"adapter-3\"", "slot1_record = {0, 3, {0}}"},
+      {"\"headphones\"\nadapter = \"on-ear\"", "slot1_record = {0, 3, {0}}"},
       {"\"parametric-equalizer\"\npreamp = -6.0206", "int slot1_gain = 4096;"},
       {"\"echo\"", "// Slot 1, echo.\n// Neither"}};
   for (const auto& [slot, part] : slots)

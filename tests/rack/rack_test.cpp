@@ -12,8 +12,10 @@
 #include <string>
 #include <vector>
 
+#include "biquad_design.h"
 #include "effects/compressor.h"
 #include "effects/equalizer.h"
+#include "effects/parameter_equalizer.h"
 #include "effects/reverb.h"
 #include "effects/smart_volume_control.h"
 #include "effects/speaker_boost_system.h"
@@ -191,7 +193,7 @@ block_function own_noise_suppressor() {
     Resampler_t down, up;
     channel() {
       tekaNs_InitCore(&core, 32000);
-      tekaNs_set_prior_source(&core, 1);
+      tekaNs_set_prior_source(&core, 2);
       Resampler_config(&down, 48000, 32000);
       Resampler_config(&up, 32000, 48000);
     }
@@ -352,6 +354,41 @@ TEST(Rack, AfterAChangeGivesWhatTheNewSettingsGive) {
   EXPECT_TRUE(follows("reverb", "wet", 20));
   EXPECT_TRUE(follows("compressor", "threshold", -12));
   EXPECT_TRUE(follows("virtual-bass", "highs", 50));
+}
+
+// Five peaks of 12 dB on one place: what they do to a soft tone the module does as well; a loud one
+// is clipped where the module would wrap and so keeps its pitch.
+TEST(Rack, EqualizerLimitsWhatWouldWrap) {
+  auto rack = make_rack({"parametric-equalizer"});
+  int rows[10][6] = {};
+  for (int band = 0; band < 5; ++band) {
+    sonx_rack_set(rack.get(), 0, 2 + 4 * band + 1, 1000);
+    sonx_rack_set(rack.get(), 0, 2 + 4 * band + 2, 12);
+    rows[band][0] = 1;
+    design_biquad(biquad_type::peak, 1000, 12, 1, kRate, rows[band] + 1);
+  }
+  for (int band = 5; band < 10; ++band) sonx_rack_set(rack.get(), 0, 2 + 4 * band, 6);  // off
+  const auto module = std::make_shared<parameter_equalizer_t>();
+  parameter_equalizer_init(module.get());
+  parameter_equalizer_setparameter_left(module.get(), rows);
+  parameter_equalizer_setparameter_right(module.get(), rows);
+
+  const auto tone = [](double level) {
+    std::vector<int32_t> words(2 * 20 * kBlock);
+    for (size_t i = 0; i < words.size(); ++i)
+      words[i] =
+          static_cast<int32_t>(level * std::sin(2 * M_PI * 1000 / kRate * (i / 2 + 0.5))) * 256;
+    return words;
+  };
+  const auto soft = tone(3000), loud = tone(8388607);
+  const auto expected = through(stereo(module, parameter_equalizer_process_stereo), soft, 0);
+  EXPECT_EQ(first_difference(through(rack.get(), soft), expected), -1);
+  const auto turns = [](const std::vector<int32_t>& words) {
+    int count = 0;
+    for (size_t i = 2; i < words.size(); ++i) count += (words[i] < 0) != (words[i - 2] < 0);
+    return count;
+  };
+  EXPECT_NEAR(turns(through(rack.get(), loud)), turns(loud), 4);
 }
 
 TEST(Rack, TakesFloatsToTheNearestSampleAndLimitsThem) {

@@ -5,7 +5,7 @@
 // left and right input, left and right output; of one channel, the left.
 template <typename Sample, typename Process, typename Record>
 void run_through(Process process, Record* r, Sample* const (&at)[4], int n) {
-  const auto [a, b, c, d] = at;
+  Sample *const a = at[0], *const b = at[1], *const c = at[2], *const d = at[3];
   if constexpr (requires { process(r, a, b, c, d, n); }) {
     process(r, a, b, c, d, n);
   } else if constexpr (requires { process(r, a, c, d, n); }) {
