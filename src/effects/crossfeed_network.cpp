@@ -79,7 +79,7 @@ inline void mix(const int* direct, int* other, int* high, int gain_q13, int* out
   kernels().add(out, high, out, n);
 }
 
-// One block of at most kBlockFrames frames, 24-bit samples throughout. The inputs are read before
+// One block of at most kHalfBlockFrames frames, 24-bit samples throughout. The inputs are read before
 // the outputs are written.
 //
 //   x ─┬─► all-pass ───────────────────► + ─► + ─► out      y: the other channel
@@ -88,8 +88,8 @@ inline void mix(const int* direct, int* other, int* high, int gain_q13, int* out
 //   y ───► delay ─► low-pass ─► × gain ──┘
 inline void process(crossfeed_network* network, const int* in_left, const int* in_right,
                     int* out_left, int* out_right, int n) {
-  int direct_left[kBlockFrames], high_left[kBlockFrames], from_left[kBlockFrames];
-  int direct_right[kBlockFrames], high_right[kBlockFrames], from_right[kBlockFrames];
+  int direct_left[kHalfBlockFrames], high_left[kHalfBlockFrames], from_left[kHalfBlockFrames];
+  int direct_right[kHalfBlockFrames], high_right[kHalfBlockFrames], from_right[kHalfBlockFrames];
 
   audio_delay_block(network->delay_left, in_left, from_left, n);
   audio_delay_block(network->delay_right, in_right, from_right, n);
@@ -116,7 +116,7 @@ void crossfeed_network_process_32(crossfeed_network* network, int* in_left, int*
 void crossfeed_network_process_block(crossfeed_network* network, int* in_left, int* in_right,
                                      int* out_left, int* out_right, int n) {
   if (!has_memory(network)) return pass(in_left, in_right, out_left, out_right, n);
-  for_each_block(n, [=](int64_t start, int count) {
+  for_each_block<kHalfBlockFrames>(n, [=](int64_t start, int count) {
     process(network, in_left + start, in_right + start, out_left + start, out_right + start, count);
   });
 }

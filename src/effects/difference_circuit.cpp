@@ -57,7 +57,7 @@ inline int widened(int d, int high, int low) {
   return wrap_add(high, wrap_sub(wrap_add(wrap_shl(low, 1), d >> 1), low >> 1));
 }
 
-// One block of at most kBlockFrames frames, 24-bit samples throughout. The inputs are read before
+// One block of at most kHalfBlockFrames frames, 24-bit samples throughout. The inputs are read before
 // the outputs are written.
 //
 //   left  ─► 3 all-passes ─► a       s = a + b       left  = mid + a / 4 + side
@@ -72,9 +72,9 @@ inline int widened(int d, int high, int low) {
 //      └─► high-pass ──────────► +
 inline void process(difference_circuit* circuit, const int* in_left, const int* in_right,
                     int* out_left, int* out_right, int n) {
-  int a[kBlockFrames], b[kBlockFrames], s[kBlockFrames], d[kBlockFrames];
-  int mid_band[kBlockFrames], mid_low[kBlockFrames];
-  int side_high[kBlockFrames], side_low[kBlockFrames];
+  int a[kHalfBlockFrames], b[kHalfBlockFrames], s[kHalfBlockFrames], d[kHalfBlockFrames];
+  int mid_band[kHalfBlockFrames], mid_low[kHalfBlockFrames];
+  int side_high[kHalfBlockFrames], side_low[kHalfBlockFrames];
   IIR* const* section = circuit->section;
 
   const iir_chain allpasses[] = {{in_left, a, section + kAllpassLeft, 3},
@@ -90,7 +90,7 @@ inline void process(difference_circuit* circuit, const int* in_left, const int* 
                              {d, side_high, section + kSideHigh, 1}};
   kernels().iir_chains_32(bands, 4, n);
 
-  int side[kBlockFrames];
+  int side[kHalfBlockFrames];
   for (int i = 0; i < n; ++i) side[i] = widened(d[i], side_high[i], side_low[i]);
   kernels().scale_q13(side, circuit->side_gain, side, n);
   for (int i = 0; i < n; ++i) {
@@ -111,7 +111,7 @@ void difference_circuit_process_32(difference_circuit* circuit, int* in_left, in
 void difference_circuit_process_block(difference_circuit* circuit, int* in_left, int* in_right,
                                       int* out_left, int* out_right, int n) {
   if (!has_memory(circuit)) return pass(in_left, in_right, out_left, out_right, n);
-  for_each_block(n, [=](int64_t start, int count) {
+  for_each_block<kHalfBlockFrames>(n, [=](int64_t start, int count) {
     process(circuit, in_left + start, in_right + start, out_left + start, out_right + start, count);
   });
 }

@@ -41,7 +41,7 @@
 // module, is 0.
 //
 // Memory: 18 KB (ten buffers of 256 words, ten delays of 120, 27 filter sections), taken by
-// init. Samples: 24-bit values in 32-bit words.
+// init. Stack: at most 16 KB. Samples: 24-bit values in 32-bit words.
 #pragma once
 
 #include "../dsp/audio_delay.h"

@@ -52,6 +52,7 @@ constexpr kernel kKernels[] = {
                 tekaSpl_Resample22khzTo8khz>(220, 80, tekaSpl_kScratch22khzTo8khz)};
 
 constexpr int kMostStages = 3;
+constexpr int kWordsOnStack = 1024;  // of a call's temporaries
 
 struct cascade {
   int in, out;  // the reduced ratio
@@ -171,9 +172,10 @@ int Resampler_proc(Resampler_t* resampler, const short* in, int in_len, short* o
     if (!is_last(c, i)) held += n;
     scratch = std::max(scratch, scratch_words(c.stages[i]));
   }
-  int* work = nullptr;
   const int64_t words = scratch + (held + 1) / 2;
-  if (!has_memory(resampler) || (words > 0 && !take(work, words))) return -1;
+  int on_stack[kWordsOnStack], *taken = nullptr;
+  if (!has_memory(resampler) || (words > kWordsOnStack && !take(taken, words))) return -1;
+  int* const work = taken != nullptr ? taken : on_stack;
 
   auto* next = reinterpret_cast<short*>(work + scratch);
   if (holds)
@@ -188,7 +190,7 @@ int Resampler_proc(Resampler_t* resampler, const short* in, int in_len, short* o
     next += length;
     if (in_len % c.block != 0) result = -1;  // the late rule
   }
-  release(work);
+  release(taken);
   if (result == 0) *out_len = length;
   return result;
 }

@@ -25,9 +25,11 @@
 // own), so a stream is to be cut into multiples of 2 or 4; then, as in every other mode, the
 // samples do not depend on where it's cut.
 //
-// Memory: the stages' states, taken by Resampler_config, at most 286 bytes each; per call one piece
-// for the signals between the stages and a kernel's scratch, freed before returning. Where memory is
-// short, at either place, Resampler_proc refuses.
+// Memory: the stages' states, taken by Resampler_config, at most 286 bytes each. The signals between
+// the stages and a kernel's scratch stand on the stack, 4 KB. A call with above 1056 samples between
+// its stages (the input among them where a single stage would write over it) takes one piece of memory
+// instead and frees it before returning: 10 ms at 48 kHz never does. Where memory is short, at either
+// place, Resampler_proc refuses.
 #pragma once
 
 #include "../export.h"

@@ -13,7 +13,7 @@
 // each module's header gives units and ranges. Gains are Q13 (8192 = 1.0).
 //
 // Latency: none. Memory: 314 KB per handle, taken by init; process takes none, no lock, and makes no
-// system call.
+// system call. A call needs at most 16 KB of stack.
 //
 // Threads: process belongs to one thread, the audio thread. Settings may be made and bypasses asked
 // while it runs, from one other thread at a time; neither side waits for the other. init comes before

@@ -185,7 +185,7 @@ TEST(ShortMemory, MakesASuppressorThatIsNotInitialised) {
 // Every ratio, in place so that each takes its temporaries.
 TEST(ShortMemory, MakesAConverterRefuse) {
   constexpr int kRates[] = {8000, 11000, 16000, 22000, 24000, 32000, 44000, 48000, 96000};
-  short buffer[12 * kFrames] = {};
+  short buffer[36 * kFrames] = {};
   for (const int in : kRates)
     for (const int out : kRates)
       for (int failure = 0;; ++failure) {
@@ -193,7 +193,7 @@ TEST(ShortMemory, MakesAConverterRefuse) {
         int made = -7;
         forget(failure);
         Resampler_config(&r, in, out);
-        const int length = in % 11000 == 0 ? 440 : kFrames;
+        const int length = 3 * (in % 11000 == 0 ? 440 : kFrames);
         const int result =
             Resampler_proc(&r, buffer, length, buffer, int{std::size(buffer)}, &made);
         const bool starved = failed;

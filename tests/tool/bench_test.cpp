@@ -131,4 +131,68 @@ TEST_F(Bench, StepAndDecayBeginWhenTheSoundChanges) {
   EXPECT_NEAR(decay[0.02] - decay[0.1], 0.08 * 8.686 * M_PI * 200 / 20, 0.3);
 }
 
+// The gain of a volume is all that is between A and the recording, and the match takes it away.
+TEST_F(Bench, ComparingTurnsTheLouderOneDownAndSubtracts) {
+  write("in.wav", noise(48000, 2, 2));
+  ASSERT_EQ(run("preset save soft.toml --set volume.gain=-6 --set smart-volume.enabled=off"), 0);
+  ASSERT_EQ(run("compare soft.toml bypass in.wav out"), 0) << output_;
+  const std::string said = output_;
+  EXPECT_NE(said.find("turned by, dB         0.0    -6.0    -6.0"), std::string::npos) << said;
+  const auto a = read("out/a-soft.wav"), b = read("out/b-bypass.wav"),
+             difference = read("out/difference.wav");
+  ASSERT_EQ(difference.size(), 192000u);
+  EXPECT_NEAR(power_db(a, 0, 192000), power_db(b, 0, 192000), 0.01);
+  EXPECT_LT(power_db(difference, 0, 192000), power_db(b, 0, 192000) - 50);
+  for (size_t i = 0; i < a.size(); i += 999) EXPECT_NEAR(a[i] - b[i], difference[i], 512);
+  EXPECT_NE(read_text(path("out/response.svg")).find("B: bypass"), std::string::npos);
+}
+
+// A tone of 997 Hz in both channels is as loud in LUFS as it is high in dBFS (ITU-R BS.1770).
+TEST_F(Bench, AReportHoldsItsFiguresAndNeedsNothingElse) {
+  write("in.wav", tone(48000, 997, 0.1, 4));
+  ASSERT_EQ(run("preset save soft.toml --set volume.gain=-6 --set echo.enabled=off --set "
+                "parametric-equalizer.band3_gain=0.5"),
+            0);
+  ASSERT_EQ(run("report --preset soft.toml --in in.wav -o r.html --seconds 2"), 0) << output_;
+  const std::string page = read_text(path("r.html"));
+  for (const char* part :
+       {"\u221226.0<span class='unit'>LUFS", "from \u221220.0, \u22126.0 LU", "switched off",
+        "<tr><th scope='row'>band 3</th>", "0.5 dB", "data:audio/flac;base64,ZkxhQ",
+        "data:image/png;base64,iVBORw0KGgo", "Group delay", "60 dB down after",
+        "sonx play IN OUT --preset soft.toml --bits 24"})
+    EXPECT_NE(page.find(part), std::string::npos) << part;
+  for (const char* part : {"src='http", "href=", "url(", "@import", "fetch("})
+    EXPECT_EQ(page.find(part), std::string::npos) << part;
+
+  // The hash is that of what the command on the page writes.
+  ASSERT_EQ(run("play in.wav out.wav --preset soft.toml --bits 24"), 0) << output_;
+  ASSERT_EQ(std::system(("cd '" + folder_.string() +
+                         "' && tail -c 576000 out.wav | sha256sum | cut -c1-64 >sum")
+                            .c_str()),
+            0);
+  const std::string sum = read_text(path("sum")).substr(0, 64);
+  EXPECT_NE(page.find("<code>" + sum + "</code>"), std::string::npos) << sum;
+}
+
+TEST_F(Bench, WhatCannotBeComparedOrReportedIsSaidInOneLine) {
+  write("in.wav", noise(48000, 2, 0.5));
+  ASSERT_EQ(run("preset save room.toml --set reverb.room=2"), 0) << output_;
+  const std::pair<const char*, const char*> wrong[] = {
+      {"compare room.toml missing.toml in.wav out", "cannot read 'missing.toml'"},
+      {"compare room.toml bypass missing.wav out", "there is no file 'missing.wav'"},
+      {"report --in in.wav -o r.html", "a --preset or a --set is missing"},
+      {"report --preset room.toml --in in.wav -o r.pdf", "must end in .html"},
+      {"report --preset room.toml --in in.wav -o r.html --from 1", "--from lies behind the end"},
+      {"response", "a --preset or a --set is missing"},
+      {"response --preset room.toml --show level,step --csv r.csv", "don't stand over the same"}};
+  for (const auto& [arguments, part] : wrong) {
+    EXPECT_EQ(run(arguments), 1) << arguments;
+    EXPECT_TRUE(output_.starts_with("sonx: ") && output_.find('\n') == output_.size() - 1)
+        << arguments << '\n'
+        << output_;
+    EXPECT_NE(output_.find(part), std::string::npos) << arguments << '\n' << output_;
+  }
+  EXPECT_FALSE(fs::exists(path("out")) || fs::exists(path("r.html")));
+}
+
 }  // namespace

@@ -80,7 +80,6 @@ TEST_F(Tool, WhatIsWrongWithARackIsSaidInOneLine) {
       {"import eq.txt -o o.wav", "'eq.txt': line 1: filter type 'NO' isn't supported"},
       {"export two.toml --as d", "d not in"},
       {"export voice.toml --as pipewire", "can't hold 'karaoke'"},
-      {"response", "a --preset or a --set is missing"},
       {"effects revreb", "did you mean 'reverb'?"}};
   for (const auto& [arguments, part] : wrong) {
     EXPECT_EQ(run(arguments), 1) << arguments;

@@ -181,6 +181,12 @@ bool bench::linear() const {
   return true;
 }
 
+int usual_smoothing(const std::vector<bench>& benches) {
+  const bool combed =
+      std::any_of(benches.begin(), benches.end(), [](const bench& one) { return one.combed(); });
+  return combed ? kEarSmoothing : 0;
+}
+
 bool sides_differ(const bench::values& values) {
   for (size_t i = 0; i < values.left.size(); ++i)
     if (std::abs(values.left[i] - values.right[i]) > 0.05) return true;

@@ -36,6 +36,10 @@ struct bench_settings {
   std::string input = "both";  // or the one channel that is fed: left, right
 };
 
+// Filters at low frequencies round so coarsely that a soft sweep hears it: a rack, which has room
+// above full scale inside, gets a loud one.
+constexpr double kRackSweepLevel = -9;  // dBFS
+
 constexpr int kEarSmoothing = 12;  // of an octave: what the ear makes of a combed response
 
 // A device and what has been measured of it, each thing once and only when asked for.
@@ -78,6 +82,9 @@ class bench {
   mutable std::optional<tone_ladder> ladder_;
   mutable std::optional<trace> step_, decay_;
 };
+
+// kEarSmoothing where one of them is combed, else none.
+int usual_smoothing(const std::vector<bench>& benches);
 
 // The aspect of several devices in one plot, a colour for each; right sides are dashed where they
 // differ.

@@ -15,6 +15,8 @@ void add_import_command(CLI::App& app);
 void add_export_command(CLI::App& app);
 void add_hp_command(CLI::App& app);
 void add_response_command(CLI::App& app);
+void add_compare_command(CLI::App& app);
+void add_report_command(CLI::App& app);
 void add_boost_command(CLI::App& app);
 void add_ktv_command(CLI::App& app);
 void add_denoise_command(CLI::App& app);

@@ -5,7 +5,6 @@
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
-#include <cctype>
 #include <memory>
 #include <stdexcept>
 #include <string>
@@ -13,6 +12,7 @@
 
 #include "commands.h"
 #include "messages.h"
+#include "numbered_id.h"
 #include "rack_host.h"
 #include "text_table.h"
 
@@ -69,22 +69,6 @@ nlohmann::ordered_json to_json(const sonx_effect& effect) {
     json["parameters"].push_back(to_json(effect.parameters[k]));
   return json;
 }
-
-// "band3_gain" is "band", 3, "_gain".
-struct numbered_id {
-  std::string before, after;
-  int number = 0;  // 0: none
-
-  explicit numbered_id(const std::string& id) : before(id) {
-    const auto digit = [](unsigned char c) { return std::isdigit(c) != 0; };
-    const auto first = std::find_if(id.begin(), id.end(), digit);
-    const auto last = std::find_if_not(first, id.end(), digit);
-    if (first == id.begin() || last == id.end() || first == last) return;
-    before.assign(id.begin(), first);
-    after.assign(last, id.end());
-    number = std::stoi(std::string(first, last));
-  }
-};
 
 // The parameters that one line of the table stands for.
 struct parameter_row {

@@ -43,8 +43,10 @@ int run(int argc, char** argv) {
   sonx::add_preset_command(app);
   sonx::add_import_command(app);
   sonx::add_export_command(app);
-  sonx::add_hp_command(app);
   sonx::add_response_command(app);
+  sonx::add_compare_command(app);
+  sonx::add_report_command(app);
+  sonx::add_hp_command(app);
   sonx::add_boost_command(app);
   sonx::add_ktv_command(app);
   sonx::add_denoise_command(app);

@@ -18,6 +18,7 @@
 #include "messages.h"
 #include "parallel_jobs.h"
 #include "rack_host.h"
+#include "rack_player.h"
 #include "settings.h"
 #include "stream.h"
 
@@ -56,12 +57,6 @@ struct play_options {
   bool force = false, no_convert = false;
 };
 
-struct timed_assignments {
-  double seconds;
-  std::string text;
-  std::vector<assignment> assignments;
-};
-
 // Each text is "SECONDS:EFFECT.PARAMETER=VALUE,..".
 std::vector<timed_assignments> parse_timed(const std::vector<std::string>& texts) {
   std::vector<timed_assignments> all;
@@ -77,66 +72,6 @@ std::vector<timed_assignments> parse_timed(const std::vector<std::string>& texts
   std::stable_sort(all.begin(), all.end(),
                    [](const auto& a, const auto& b) { return a.seconds < b.seconds; });
   return all;
-}
-
-// A rack in a stream of periods, its changes at their frames.
-class player {
- public:
-  player(const rack_recipe& recipe, int rate, const std::vector<timed_assignments>& timed)
-      : rack_(recipe, rate) {
-    for (const timed_assignments& one : timed)
-      for (const assignment& what : one.assignments)
-        changes_.push_back({std::llround(one.seconds * rate), rack_.find(what)});
-  }
-
-  rack& device() { return rack_; }
-  int64_t position() const { return position_; }
-
-  // Interleaved stereo in place; the rack gets both channels or their mean.
-  void process(std::vector<float>& stereo, size_t channels, stopwatch& busy) {
-    const size_t frames = stereo.size() / 2;
-    for (size_t c = 0; c < 2; ++c) {
-      planes_[c].resize(frames);
-      for (size_t i = 0; i < frames; ++i) planes_[c][i] = stereo[2 * i + c];
-    }
-    if (channels == 1)
-      for (size_t i = 0; i < frames; ++i) planes_[0][i] = (planes_[0][i] + planes_[1][i]) / 2;
-    busy.time([&] { run(static_cast<int>(channels), static_cast<int64_t>(frames)); });
-    for (size_t i = 0; i < frames; ++i)
-      for (size_t c = 0; c < 2; ++c) stereo[2 * i + c] = planes_[std::min(c, channels - 1)][i];
-  }
-
- private:
-  struct change {
-    int64_t frame;
-    rack_change what;
-  };
-
-  void run(int channels, int64_t frames) {
-    for (int64_t done = 0; done < frames;) {
-      for (; next_ < changes_.size() && changes_[next_].frame <= position_; ++next_)
-        rack_.apply(changes_[next_].what);
-      int64_t count = frames - done;
-      if (next_ < changes_.size()) count = std::min(count, changes_[next_].frame - position_);
-      float* const at[] = {planes_[0].data() + done, planes_[1].data() + done};
-      rack_.process(at, channels, static_cast<int>(count));
-      done += count;
-      position_ += count;
-    }
-  }
-
-  rack rack_;
-  std::vector<change> changes_;
-  size_t next_ = 0;
-  int64_t position_ = 0;  // frames taken in
-  std::vector<float> planes_[2];
-};
-
-// With full scale at 2^31; for a file of 16 bits rounded to the nearest, halves upward.
-int32_t to_word(float sample, bool to_16) {
-  const auto word = static_cast<int64_t>(std::ldexp(static_cast<double>(sample), 31));
-  if (!to_16) return static_cast<int32_t>(word);
-  return static_cast<int32_t>(std::min<int64_t>((word + 0x8000) & ~0xFFFF, 0x7FFF0000));
 }
 
 void describe_rack(const rack& its) {
@@ -158,7 +93,7 @@ void play_file(const play_options& options, const rack_recipe& recipe, const std
                 [&](int file_rate) { return recipe.rate_for(file_rate); }});
   const int rate = job.reader().rate();
   const auto timed = parse_timed(options.changes);
-  player player(recipe, rate, timed);
+  rack_player player(recipe, rate, timed);
   const int bits = options.bits != 0 ? options.bits : job.reader().bits();
   const auto channels =
       static_cast<size_t>(options.channels != 0 ? options.channels : job.reader().channels());

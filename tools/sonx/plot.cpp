@@ -11,7 +11,8 @@ namespace sonx {
 namespace {
 
 constexpr double kWidth = 900, kPanelHeight = 390;  // of a picture
-constexpr double kHead = 66;                        // title and note
+constexpr plot_shape kPanel = {kWidth, kPanelHeight};
+constexpr double kHead = 66;  // title and note
 constexpr double kLegendLine = 19;
 constexpr size_t kLegendLetters = 112;  // that fit in a line
 constexpr size_t kColours = 6;
@@ -97,6 +98,15 @@ class axes {
            escape(panel_.y_name) + "</text>\n";
   }
 
+  // For a script that goes from points back to values.
+  std::string describe() const {
+    return print(
+        "{\"left\":%g,\"right\":%g,\"top\":%g,\"bottom\":%g,\"low\":%g,\"high\":%g,"
+        "\"lowest\":%g,\"highest\":%g,\"log\":%s}",
+        left_, right_, top_, bottom_, x_.low, x_.high, y_.low, y_.high,
+        panel_.frequencies ? "true" : "false");
+  }
+
   std::string path(const plot_line& one) const {
     std::string d;
     bool pen_down = false;
@@ -108,8 +118,8 @@ class axes {
       d += print("%c%.1f %.1f", pen_down ? 'L' : 'M', x(one.x[i]), y(one.y[i]));
       pen_down = true;
     }
-    return "<path class='" + style_of(one.colour) + (one.dashed ? " dashed" : "") + "' d='" + d +
-           "'/>\n";
+    return "<path class='" + style_of(one.colour) + (one.dashed ? " dashed" : "") +
+           (one.name.empty() ? "" : "' data-name='" + escape(one.name)) + "' d='" + d + "'/>\n";
   }
 
  private:
@@ -181,7 +191,8 @@ class axes {
   }
 
   static std::string number(double value, double step) {
-    return print("%g", step * std::round(value / step) + 0.0);
+    const double whole = step * std::round(value / step) + 0.0;
+    return print("%s%g", whole < 0 ? "\u2212" : "", std::abs(whole));
   }
 
   const plot_panel& panel_;
@@ -190,8 +201,7 @@ class axes {
   double step_ = 1;
 };
 
-std::string draw_inside(const plot_panel& panel, const plot_shape& shape) {
-  const axes area(panel, shape);
+std::string draw_inside(const axes& area, const plot_panel& panel, const plot_shape& shape) {
   std::string svg = area.draw(shape);
   for (const plot_line& one : panel.lines) svg += area.path(one);
   return svg;
@@ -251,9 +261,12 @@ std::string escape(const std::string& text) {
 std::string plot_rules() { return kRules; }
 
 std::string draw_panel(const plot_panel& panel, const plot_shape& shape, const std::string& words) {
-  return print("<svg class='plot' viewBox='0 0 %g %g' role='img' aria-label='", shape.width,
+  const axes area(panel, shape);
+  return print("<svg class='plot' viewBox='0 0 %g %g' role='img' data-axes='", shape.width,
                shape.height) +
-         escape(words) + "'>\n" + draw_inside(panel, shape) + "</svg>\n";
+         area.describe() + "' data-unit='" +
+         escape(panel.x_name.substr(panel.x_name.rfind(' ') + 1)) + "' aria-label='" +
+         escape(words) + "'>\n" + draw_inside(area, panel, shape) + "</svg>\n";
 }
 
 std::string draw_svg(const picture& picture) {
@@ -263,7 +276,7 @@ std::string draw_svg(const picture& picture) {
                     text_at(kMargin, 54, picture.note, "class='soft'");
   for (const plot_panel& panel : picture.panels) {
     svg += print("<g transform='translate(0 %g)'>\n", y) +
-           draw_inside(panel, {kWidth, kPanelHeight}) + "</g>\n";
+           draw_inside(axes(panel, kPanel), panel, kPanel) + "</g>\n";
     y += kPanelHeight;
   }
   y += 22;

@@ -11,6 +11,7 @@ struct plot_line {
   std::vector<double> x, y;
   size_t colour = 0;
   bool dashed = false;
+  std::string name = {};  // for who asks for a value
 };
 
 struct plot_panel {

@@ -52,9 +52,9 @@ void check(const preset_options& options) {
   if (const int faults = count_faults(options.files); faults > 0) throw CLI::RuntimeError(1);
 }
 
-void show_slot(const rack& its, int slot, bool all) {
+void show_slot(const rack& its, int slot, bool enabled, bool all) {
   const sonx_effect& effect = its.effect(slot);
-  say("\n%d %s: %s\n", slot + 1, effect.id, effect.name);
+  say("\n%d %s: %s%s\n", slot + 1, effect.id, effect.name, enabled ? "" : ", switched off");
   text_table table({"  parameter", "value", "default"});
   bool any = false;
   for (int k = 0; k < effect.parameter_count; ++k) {
@@ -84,7 +84,10 @@ void show(const preset_options& options) {
     say("a tail without end\n");
   else
     say("a tail of %.1f s at the most\n", its.tail() / rate);
-  for (int slot = 0; slot < its.slots(); ++slot) show_slot(its, slot, options.all);
+  const rack_notes notes = its.notes();
+  if (!notes.enabled) say("the whole rack is switched off\n");
+  for (int slot = 0; slot < its.slots(); ++slot)
+    show_slot(its, slot, notes.slot_enabled[static_cast<size_t>(slot)], options.all);
 }
 
 void save(const preset_options& options) {

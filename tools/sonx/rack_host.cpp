@@ -191,6 +191,20 @@ static std::string written(int (*write)(const sonx_rack*, char*, size_t), const 
 
 std::string rack::save() const { return written(sonx_rack_save, state_.get()); }
 
+// Each of its own lines in what save() writes.
+rack_notes rack::notes() const {
+  rack_notes notes;
+  std::istringstream lines(save());
+  for (std::string line; std::getline(lines, line);) {
+    if (line == "[[effect]]") notes.slot_enabled.push_back(true);
+    if (line == "enabled = false" && notes.slot_enabled.empty()) notes.enabled = false;
+    if (line == "enabled = false" && !notes.slot_enabled.empty()) notes.slot_enabled.back() = false;
+    if (line.starts_with("name = \"") && notes.slot_enabled.empty())
+      notes.name = line.substr(8, line.size() - 9);
+  }
+  return notes;
+}
+
 std::string rack::export_c() const { return written(sonx_rack_export_c, state_.get()); }
 
 int rack::find_slot(const assignment& wanted) const {

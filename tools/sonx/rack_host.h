@@ -50,6 +50,13 @@ struct rack_recipe {
   int rate_for(int file_rate) const;
 };
 
+// What a rack's preset says beside its parameters.
+struct rack_notes {
+  std::string name;
+  bool enabled = true;
+  std::vector<bool> slot_enabled;
+};
+
 class rack {
  public:
   // Throws std::runtime_error: a fault of the preset, or an assignment that fits nothing in it.
@@ -62,6 +69,7 @@ class rack {
   const sonx_effect& effect(int slot) const { return *sonx_rack_slot(state_.get(), slot); }
   double get(int slot, int parameter) const { return sonx_rack_get(state_.get(), slot, parameter); }
   std::string save() const;
+  rack_notes notes() const;
 
   std::string export_c() const;
 

@@ -76,11 +76,9 @@ block_process in_24_bits(Process process) {
 
 // Each chain with its options: what the command line needs of it.
 
-// Filters at low frequencies round so coarsely that a soft sweep hears it: a rack, which has room
-// above full scale inside, gets a loud one.
 struct rack_chain {
   static constexpr const char* kTitle = "Rack";
-  static constexpr double kLevel = -9;
+  static constexpr double kLevel = kRackSweepLevel;
   static constexpr bool kStereoIn = true;
   inline static const std::vector<int> kRates = {8000, 16000, 32000, 44100, 48000, 96000, 192000};
   rack_options options;
@@ -290,9 +288,7 @@ int smoothing_of(const response_options& options, const std::vector<bench>& benc
     return one->over == abscissa::frequency;
   });
   if (options.smoothing >= 0 || !swept) return std::max(options.smoothing, 0);
-  const bool combed =
-      std::any_of(benches.begin(), benches.end(), [](const bench& one) { return one.combed(); });
-  return combed ? kEarSmoothing : 0;
+  return usual_smoothing(benches);
 }
 
 template <typename Chain>

@@ -1,7 +1,8 @@
 // Audio from a file through a processor into a file, period by period, measured on the way.
 #pragma once
 
-#include <chrono>
+#include <time.h>
+
 #include <cstdint>
 #include <functional>
 #include <string>
@@ -13,19 +14,25 @@
 
 namespace sonx {
 
-// Adds up the time spent inside the library.
+// Adds up the processor's time spent inside the library.
 class stopwatch {
  public:
   template <typename Work>
   void time(Work work) {
-    const auto start = std::chrono::steady_clock::now();
+    const double start = now();
     work();
-    total_ += std::chrono::steady_clock::now() - start;
+    seconds_ += now() - start;
   }
-  double seconds() const { return std::chrono::duration<double>(total_).count(); }
+  double seconds() const { return seconds_; }
 
  private:
-  std::chrono::steady_clock::duration total_{};
+  static double now() {
+    timespec t;
+    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &t);
+    return static_cast<double>(t.tv_sec) + 1e-9 * static_cast<double>(t.tv_nsec);
+  }
+
+  double seconds_ = 0;
 };
 
 struct stream_options {

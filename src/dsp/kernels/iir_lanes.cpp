@@ -100,11 +100,10 @@ void store_chain(const iir_lanes& lanes, const iir_chain& chain, int rows, place
   }
 }
 
-// Chains that end at the same step of one group, as nearly all do, are stored together.
+// Chains that end at the same step of one group, as nearly all do, are stored together. nowhere has
+// room for n words.
 void store_outputs(const iir_chain* chains, int chain_count, lane_shape shape,
-                   const lane_rows* results, int n, const lane_kernels& kernels) {
-  int unused[kBlockFrames];
-  int* const nowhere = unused;
+                   int_row* const* results, int n, int* nowhere, const lane_kernels& kernels) {
   int* target[kColumns];
   const int_row* rows = nullptr;
   const auto flush = [&] {
@@ -121,32 +120,58 @@ void store_outputs(const iir_chain* chains, int chain_count, lane_shape shape,
   flush();
 }
 
-// kFewestBlockFrames <= n <= kBlockFrames samples through chains that fit into the shape.
-template <typename Scale>
+// The most frames of a run. Two groups, without a lag, lose nothing by taking half a block.
+constexpr int most_frames(int groups) { return groups == 1 ? kBlockFrames : kHalfBlockFrames; }
+
+// kFewestBlockFrames <= n <= most_frames samples through chains that fit into the shape.
+template <typename Scale, int groups>
 void run_in_lanes(const iir_chain* chains, int chain_count, int n, int shape_index,
                   const lane_kernels& kernels) {
   const lane_shape shape = kLaneShapes[shape_index];
   iir_lanes lanes;
   std::memset(&lanes, 0, offsetof(iir_lanes, last));
-  alignas(32) int_row in[kMostGroups][kLaneSteps], out[kMostGroups][kLaneSteps];
-  const int* source[kMostGroups][kColumns];
+  alignas(32) int_row rows[groups][most_frames(groups) + kMostLaneLag];
+  int_row* signals[groups];
+  const int* source[groups][kColumns];
   for (auto& group : source) std::fill_n(group, kColumns, kSilence);  // where no chain starts
   for_each_place(chains, chain_count, shape, [&](const iir_chain& chain, place p) {
     load_chain(&lanes, chain, shape.rows, p);
     source[p.top / shape.rows][p.column] = chain.in;
   });
-  for (int g = 0; g < shape.groups; ++g) {
-    kernels.interleave(source[g], in[g], n);
-    std::memset(in[g] + n, 0, sizeof(int_row) * static_cast<size_t>(lanes.longest_lag));
+  int_row newest[groups], second[groups];  // of the inputs, which the results replace
+  for (int g = 0; g < groups; ++g) {
+    signals[g] = rows[g];
+    kernels.interleave(source[g], rows[g], n);
+    std::memset(rows[g] + n, 0, sizeof(int_row) * static_cast<size_t>(lanes.longest_lag));
+    std::copy_n(rows[g][n - 1], kColumns, newest[g]);
+    std::copy_n(rows[g][n - 2], kColumns, second[g]);
   }
 
-  kernels.step[shape_index](&lanes, in, out, n);
+  kernels.step[shape_index](&lanes, signals, n);
 
   for_each_place(chains, chain_count, shape, [&](const iir_chain& chain, place p) {
-    const int_row* const inputs = in[p.top / shape.rows] + n - 2;
-    store_chain<Scale>(lanes, chain, shape.rows, p, inputs[1][p.column], inputs[0][p.column]);
+    const int g = p.top / shape.rows;
+    store_chain<Scale>(lanes, chain, shape.rows, p, newest[g][p.column], second[g][p.column]);
   });
-  store_outputs(chains, chain_count, shape, out, n, kernels);
+  static_assert(sizeof lanes.last >= sizeof(int) * kBlockFrames);
+  store_outputs(chains, chain_count, shape, signals, n, lanes.last[0][0], kernels);
+}
+
+template <typename Scale>
+void run_smallest_shape(const iir_chain* chains, int chain_count, int n,
+                        const lane_kernels& kernels);
+
+// In two halves.
+template <typename Scale>
+void run_halves(const iir_chain* chains, int chain_count, int n, const lane_kernels& kernels) {
+  iir_chain rest[kMostGroups * kColumns];
+  for (int c = 0; c < chain_count; ++c) {
+    rest[c] = chains[c];
+    rest[c].in += n / 2;
+    rest[c].out += n / 2;
+  }
+  run_smallest_shape<Scale>(chains, chain_count, n / 2, kernels);
+  run_smallest_shape<Scale>(rest, chain_count, n - n / 2, kernels);
 }
 
 template <typename Scale>
@@ -163,8 +188,11 @@ void run_smallest_shape(const iir_chain* chains, int chain_count, int n,
     return Scale::portable_form(chains, chain_count, n);
 
   for (int shape = 0; shape < kLaneShapeCount; ++shape) {
-    if (fits(chains, chain_count, kLaneShapes[shape]))
-      return run_in_lanes<Scale>(chains, chain_count, n, shape, kernels);
+    if (!fits(chains, chain_count, kLaneShapes[shape])) continue;
+    if (kLaneShapes[shape].groups == 1)
+      return run_in_lanes<Scale, 1>(chains, chain_count, n, shape, kernels);
+    if (n > most_frames(2)) return run_halves<Scale>(chains, chain_count, n, kernels);
+    return run_in_lanes<Scale, 2>(chains, chain_count, n, shape, kernels);
   }
   Scale::portable_form(chains, chain_count, n);
 }

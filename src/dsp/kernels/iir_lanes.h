@@ -37,7 +37,6 @@ constexpr int kColumns = 4;
 constexpr int kMostRows = 5;  // of all groups together
 constexpr int kMostGroups = 2;
 constexpr int kMostLaneLag = kColumns * (kMostRows + 1) - 2;
-constexpr int kLaneSteps = kBlockFrames + kMostLaneLag;
 static_assert(kFewestBlockFrames >= 8);  // what interleave loads at once
 
 using int_row = int[kColumns];
@@ -63,17 +62,15 @@ constexpr int kLaneShapeCount = static_cast<int>(std::size(kLaneShapes));
 // What becomes of a result of more than 32 bits.
 enum class rule { saturating, wrapping };
 
-// The rows of one group at every step: inputs, or the results of its last row.
-using lane_rows = int_row[kLaneSteps];
-
 struct lane_kernels {
   // The inputs of a group's chains, scaled as the sections need them, into rows; a column that no
   // chain starts in gets silence. n is kFewestBlockFrames or more.
-  void (*interleave)(const int* const (&column)[kColumns], lane_rows& rows, int n);
+  void (*interleave)(const int* const (&column)[kColumns], int_row* rows, int n);
   // The other way round: n rows of results into columns, scaled as outputs.
   void (*deinterleave)(const int_row* rows, int* const (&column)[kColumns], int n);
-  // Runs n + longest_lag steps and fills `last`; in is 0 from n on.
-  void (*step[kLaneShapeCount])(iir_lanes* lanes, const lane_rows* in, lane_rows* out, int n);
+  // Runs n + longest_lag steps and fills `last`. A group's rows are its inputs, 0 from n on, and become
+  // the results of its last row: each step reads its inputs before it writes.
+  void (*step[kLaneShapeCount])(iir_lanes* lanes, int_row* const* signals, int n);
 };
 
 // The steps of a call: begin(t) loads the state of the sections that take their first sample at step

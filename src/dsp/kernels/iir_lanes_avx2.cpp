@@ -96,7 +96,7 @@ inline void find_results(row_registers (&row)[rows]) {
 }
 
 template <int groups, int rows, rule results>
-void step_lanes(iir_lanes* lanes, const lane_rows* in, lane_rows* out, int n) {
+void step_lanes(iir_lanes* lanes, int_row* const* signals, int n) {
   constexpr int all = groups * rows;
   row_registers row[all];
 #pragma GCC unroll 8
@@ -108,7 +108,8 @@ void step_lanes(iir_lanes* lanes, const lane_rows* in, lane_rows* out, int n) {
   const auto step = [&](int t) {
 #pragma GCC unroll 8
     for (int k = 0; k < all; ++k)
-      row[k].x = k % rows == 0 ? widen(in[k / rows][t]) : _mm256_and_si256(row[k - 1].y, handed_on);
+      row[k].x =
+          k % rows == 0 ? widen(signals[k / rows][t]) : _mm256_and_si256(row[k - 1].y, handed_on);
     // A column's top takes an input or the column before it; the other one is 0.
     if (groups == 1) {
       row[0].x = _mm256_or_si256(row[0].x, _mm256_and_si256(crossing, to_next_column));
@@ -118,7 +119,7 @@ void step_lanes(iir_lanes* lanes, const lane_rows* in, lane_rows* out, int n) {
 #pragma GCC unroll 8
     for (int k = 0; k < all; ++k) row[k].carry();
 #pragma GCC unroll 8
-    for (int g = 0; g < groups; ++g) narrow(row[(g + 1) * rows - 1].y, out[g][t]);
+    for (int g = 0; g < groups; ++g) narrow(row[(g + 1) * rows - 1].y, signals[g][t]);
   };
 
   const auto begin = [&](int t) {
@@ -134,7 +135,7 @@ void step_lanes(iir_lanes* lanes, const lane_rows* in, lane_rows* out, int n) {
 
 // The inputs column by column into rows, n >= 8 of them; the last eight may overlap those before.
 template <rule results>
-void interleave(const int* const (&column)[kColumns], lane_rows& rows, int n) {
+void interleave(const int* const (&column)[kColumns], int_row* rows, int n) {
   const auto load_inputs = [](const int* in) {
     const __m256i x = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(in));
     if (results == rule::wrapping) return x;

@@ -29,9 +29,6 @@ inline int32x4_t result(sums sum) {
 }
 
 // changed where the mask is set, otherwise as it was.
-inline int32x4_t change(uint32x4_t mask, int32x4_t changed, int32x4_t was) {
-  return vbslq_s32(mask, changed, was);
-}
 inline sums change(uint32x4_t mask, sums changed, sums was) {
   const int32x4_t m = vreinterpretq_s32_u32(mask);
   const auto low = vreinterpretq_u64_s64(vmovl_s32(vget_low_s32(m)));
@@ -68,7 +65,7 @@ struct row_registers {
 };
 
 template <int groups, int rows, rule results>
-void step_lanes(iir_lanes* lanes, const lane_rows* in, lane_rows* out, int n) {
+void step_lanes(iir_lanes* lanes, int_row* const* signals, int n) {
   constexpr int all = groups * rows;
   row_registers row[all];
 #pragma GCC unroll 8
@@ -82,7 +79,7 @@ void step_lanes(iir_lanes* lanes, const lane_rows* in, lane_rows* out, int n) {
 #pragma GCC unroll 8
     for (int g = 0; g < groups; ++g) {
       row_registers* const group = row + g * rows;
-      int32x4_t top = vld1q_s32(in[g][t]);
+      int32x4_t top = vld1q_s32(signals[g][t]);
       // A column's top takes an input or the column before it; the other one is 0.
       if (groups == 1) {
         top = vorrq_s32(top, vandq_s32(crossing, to_next_column));
@@ -92,7 +89,7 @@ void step_lanes(iir_lanes* lanes, const lane_rows* in, lane_rows* out, int n) {
       for (int k = rows - 1; k > 0; --k)
         group[k].step<results>(vandq_s32(group[k - 1].y, handed_on));
       group[0].step<results>(top);
-      vst1q_s32(out[g][t], group[rows - 1].y);
+      vst1q_s32(signals[g][t], group[rows - 1].y);
     }
   };
 
@@ -109,7 +106,7 @@ void step_lanes(iir_lanes* lanes, const lane_rows* in, lane_rows* out, int n) {
 
 // The inputs column by column into rows, n >= 4 of them; the last four may overlap those before.
 template <rule results>
-void interleave(const int* const (&column)[kColumns], lane_rows& rows, int n) {
+void interleave(const int* const (&column)[kColumns], int_row* rows, int n) {
   const auto load_inputs = [](const int* in) {
     const int32x4_t x = vld1q_s32(in);
     return results == rule::saturating ? vqshlq_n_s32(x, 5) : x;

@@ -1,0 +1,20 @@
+# Cross build with Debian's GCC for the triple and processor that the including file sets, or with the
+# Clang of version SONX_CLANG and GCC's libraries; programs run under the emulator of qemu-user that
+# the file names.
+set(CMAKE_SYSTEM_NAME Linux)
+if(SONX_CLANG)
+  set(CMAKE_C_COMPILER clang-${SONX_CLANG})
+  set(CMAKE_CXX_COMPILER clang++-${SONX_CLANG})
+  set(CMAKE_C_COMPILER_TARGET ${triple})
+  set(CMAKE_CXX_COMPILER_TARGET ${triple})
+  set(CMAKE_TRY_COMPILE_PLATFORM_VARIABLES SONX_CLANG)
+else()
+  set(CMAKE_C_COMPILER ${triple}-gcc)
+  set(CMAKE_CXX_COMPILER ${triple}-g++)
+endif()
+set(CMAKE_CROSSCOMPILING_EMULATOR ${emulator};-L;/usr/${triple})
+set(CMAKE_FIND_ROOT_PATH /usr/${triple})
+set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
+set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)
+set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE ONLY)
+set(CMAKE_FIND_ROOT_PATH_MODE_PACKAGE ONLY)

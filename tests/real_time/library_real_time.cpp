@@ -1,0 +1,236 @@
+// What a process call of the library may do on an audio thread: nothing but compute. Every module,
+// both handles among them while settings change, runs in a process of its own in which the kernel
+// stops any system call but the last one; what takes memory or a lock is a system call sooner or
+// later, and is sent here by the linker besides. Printed: the longest call, the stack that a call
+// takes, and the pages that are first touched in calls.
+//   library_real_time           ends with 0 if process calls do nothing of the kind
+//   library_real_time memory    as if one took memory: ends with 1
+//   library_real_time call      as if one made a system call: ends with 1
+#include <linux/filter.h>
+#include <linux/seccomp.h>
+#include <sys/prctl.h>
+#include <sys/resource.h>
+#include <sys/syscall.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <chrono>
+#include <cstddef>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "hp/sonx_hp_effect.h"
+#include "ktv/sonx_ktv.h"
+#include "ns/noise_suppressor.h"
+#include "plain/modules.h"
+
+namespace {
+
+bool forbidden = false;  // memory and locks
+
+void stop_if_forbidden() {
+  if (forbidden) std::abort();
+}
+
+}  // namespace
+
+extern "C" {
+void* __real_calloc(size_t count, size_t size);
+void* __real_malloc(size_t size);
+void __real_free(void* p);
+int __real_pthread_mutex_lock(pthread_mutex_t* mutex);
+
+void* __wrap_calloc(size_t count, size_t size) {
+  return stop_if_forbidden(), __real_calloc(count, size);
+}
+void* __wrap_malloc(size_t size) { return stop_if_forbidden(), __real_malloc(size); }
+void __wrap_free(void* p) {
+  if (p != nullptr) stop_if_forbidden();
+  __real_free(p);
+}
+int __wrap_pthread_mutex_lock(pthread_mutex_t* mutex) {
+  return stop_if_forbidden(), __real_pthread_mutex_lock(mutex);
+}
+}
+
+namespace {
+
+constexpr int kFrames = 48000, kMostStack = 16 * 1024;
+
+// A module at work: prepare takes its memory, call runs block k.
+struct work {
+  std::string name;
+  std::function<std::function<void(int k)>()> prepare;
+};
+
+std::vector<int> noise(unsigned seed) {
+  std::vector<int> samples(kFrames);
+  for (int& v : samples) v = static_cast<int>(seed = seed * 1664525u + 1013904223u) >> 9;
+  return samples;
+}
+
+work of(const module& m) {
+  return {m.name, [&m]() -> std::function<void(int)> {
+            std::shared_ptr<subject> s = m.make();
+            s->load(noise(1), noise(2));
+            return [s, &m](int k) {
+              s->run(form::block, k * m.frames % (kFrames - m.frames), m.frames);
+            };
+          }};
+}
+
+// The headphone handle through all effects and adapters, a record every fourth block.
+std::function<void(int)> switched_headphones() {
+  void* const handle = sonx_hp_effect_init(48000, SONX_FORMAT_32_BIT);
+  return [handle, words = std::vector<int>(2 * 480), in = noise(3)](int k) mutable {
+    audio_effect_control_acdb_t record = {k / 4 % 6, k / 24 % 9, {k / 4 % 9, 4096, 2000, 2000}};
+    sonx_hp_effect_set_parameters(handle, &record);
+    if (k % 50 == 0) sonx_hp_effect_reset(handle);
+    std::copy_n(in.begin() + k * 480 % (kFrames - 960), words.size(), words.begin());
+    sonx_hp_effect_process(handle, words.data(), words.size() * sizeof words[0]);
+  };
+}
+
+std::function<void(int)> switched_karaoke() {
+  void* const handle = sonx_ktv_init();
+  return [handle, left = std::vector<short>(480), right = std::vector<short>(480),
+          in = noise(4)](int k) mutable {
+    void (*const enables[])(void*, int) = {sonx_ktv_hw_howling_canceling_enable,
+                                           sonx_ktv_gramophone_enable,
+                                           sonx_ktv_eq_enable,
+                                           sonx_ktv_reverb_enable,
+                                           sonx_ktv_iirecho_enable,
+                                           sonx_ktv_compressor_enable,
+                                           sonx_ktv_noise_canceling_enable};
+    for (unsigned e = 0; e < std::size(enables); ++e) enables[e](handle, k / 3 >> e & 1);
+    sonx_ktv_reverb_setroomsize(handle, k % 8000);
+    sonx_ktv_iirecho_setdelay(handle, k % 350);
+    int gains[10] = {k % 15, -k % 15, 3};
+    sonx_ktv_eq_setparameter(handle, gains);
+    for (size_t i = 0; i < left.size(); ++i)
+      left[i] = static_cast<short>(in[(static_cast<size_t>(k) * 480 + i) % kFrames] >> 8);
+    sonx_ktv_process_16(handle, left.data(), left.data(), right.data(), 480);
+  };
+}
+
+template <int prior>
+std::function<void(int)> suppressor() {
+  auto ns = std::make_shared<NsxInst_t_>();
+  tekaNs_InitCore(ns.get(), 16000);
+  tekaNs_set_prior_source(ns.get(), prior);
+  return [ns, in = noise(5)](int k) {
+    short frame[160];
+    for (int i = 0; i < 160; ++i)
+      frame[i] = static_cast<short>(in[static_cast<size_t>(k * 160 + i) % kFrames] >> 9);
+    tekaNs_ProcessCore(ns.get(), frame, frame);
+  };
+}
+
+// From here on any system call but the end stops the process.
+void forbid_system_calls() {
+  constexpr auto kNumber = static_cast<uint32_t>(offsetof(seccomp_data, nr));
+  sock_filter filter[] = {BPF_STMT(BPF_LD | BPF_W | BPF_ABS, kNumber),
+                          BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, SYS_exit_group, 0, 1),
+                          BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW),
+                          BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_KILL_PROCESS)};
+  const sock_fprog program = {std::size(filter), filter};
+  if (prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) != 0 ||
+      prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &program) != 0)
+    std::fprintf(stderr, "system calls aren't watched here\n");
+}
+
+// Runs in a process of its own; false unless that ends with 0. pages: first touched, in all.
+template <typename Run>
+bool in_child(Run run, long* pages = nullptr) {
+  std::fflush(stdout);
+  const pid_t process = fork();
+  if (process == 0) {
+    run();
+    _exit(0);
+  }
+  int status = 0;
+  rusage usage = {};
+  wait4(process, &status, 0, &usage);
+  if (pages != nullptr) *pages = usage.ru_minflt;
+  return status == 0;
+}
+
+// The bytes of stack that a call takes: those below this frame that no longer hold what was painted.
+[[gnu::noinline]] void paint(volatile unsigned char* area, size_t size) {
+  for (size_t i = 0; i < size; ++i) area[i] = 0xA5;
+}
+[[gnu::noinline]] int stack_of(const std::function<void(int)>& call, int blocks) {
+  constexpr size_t kPainted = 96 * 1024, kGap = 512;  // the gap: this function's and paint's own
+  auto* const top = static_cast<unsigned char*>(__builtin_frame_address(0)) - kGap;
+  volatile unsigned char* const bottom = top - kPainted;
+  paint(bottom, kPainted);
+  for (int k = 0; k < blocks; ++k) call(k);
+  size_t untouched = 0;
+  while (untouched < kPainted && bottom[untouched] == 0xA5) ++untouched;
+  return static_cast<int>(kGap + kPainted - untouched);
+}
+
+constexpr int kBlocks = 400;
+void* volatile leak;  // so that the compiler can't do without
+
+bool check(const work& w, const std::string& misdeed) {
+  const bool clean = in_child([&] {
+    const auto call = w.prepare();
+    forbid_system_calls();
+    forbidden = true;
+    for (int k = 0; k < kBlocks; ++k) {
+      call(k);
+      if (misdeed == "memory") leak = std::malloc(8);
+      if (misdeed == "call") (void)getppid();
+    }
+    _exit(0);  // giving the memory back would be a fault
+  });
+  if (!misdeed.empty()) return clean;
+
+  long prepared = 0, run = 0;
+  in_child([&] { w.prepare(); }, &prepared);
+  in_child(
+      [&] {
+        for (auto call = w.prepare(); int k : {0, 1, 2, 3, 4, 5, 6, 7}) call(k);
+      },
+      &run);
+  const auto call = w.prepare();
+  using clock = std::chrono::steady_clock;
+  auto longest = clock::duration::zero();
+  for (int k = 0; k < kBlocks; ++k) {
+    const auto begin = clock::now();
+    call(k);
+    longest = std::max(longest, clock::now() - begin);
+  }
+  const int stack = stack_of(call, kBlocks);
+  std::printf("%-36s %8.1f us %8d bytes %6ld pages%s\n", w.name.c_str(),
+              std::chrono::duration<double, std::micro>(longest).count(), stack, run - prepared,
+              clean ? "" : "  NOT REAL-TIME SAFE");
+  if (stack > kMostStack)
+    std::printf("%s takes more than %d bytes of stack\n", w.name.c_str(), kMostStack);
+  return clean && stack <= kMostStack;
+}
+
+}  // namespace
+
+extern "C" int __android_log_print(int, const char*, const char*, ...) { return 0; }
+
+int main(int count, char** words) {
+  const std::string misdeed = count > 1 ? words[1] : "";
+  std::vector<work> all;
+  for (const module& m : all_modules()) all.push_back(of(m));
+  all.push_back({"headphones, switched", switched_headphones});
+  all.push_back({"karaoke, switched", switched_karaoke});
+  all.push_back({"noise suppressor, prior 1", suppressor<1>});
+  all.push_back({"noise suppressor, prior 2", suppressor<2>});
+  std::printf("%-36s %11s %14s %12s\n", "", "longest", "stack", "touched");
+  long faults = 0;
+  for (const work& w : all) faults += !check(w, misdeed);
+  std::printf("%ld of %zu do more than compute\n", faults, all.size());
+  return faults == 0 ? EXIT_SUCCESS : EXIT_FAILURE;
+}
