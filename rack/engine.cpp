@@ -8,13 +8,6 @@ namespace {
 
 constexpr int kInputRise = 20;  // ms
 
-void raise_peak(std::atomic<int>& peak, const int* samples, int n) {
-  int largest = 0;
-  for (int i = 0; i < n; ++i) largest = std::max(largest, std::abs(samples[i]));
-  if (largest > peak.load(std::memory_order_relaxed))
-    peak.store(largest, std::memory_order_relaxed);
-}
-
 }  // namespace
 
 sonx_rack::sonx_rack(int rate)
@@ -65,11 +58,9 @@ void sonx_rack::free_buried() {
   }
 }
 
-void sonx_rack::take_peaks(int in[2], int out[2]) const {
-  for (int c = 0; c < 2; ++c) {
-    in[c] = peak_in_[c].exchange(0, std::memory_order_relaxed);
-    out[c] = peak_out_[c].exchange(0, std::memory_order_relaxed);
-  }
+void sonx_rack::take_peaks(float in[2], float out[2]) const {
+  peaks_in_.take(in);
+  peaks_out_.take(out);
 }
 
 // ---- The audio thread.
@@ -115,7 +106,7 @@ void sonx_rack::begin_exchange() {
 void sonx_rack::process(int* const samples[2], int n) {
   if (fresh_) take_over_incoming();
   fresh_ = false;
-  for (int c = 0; c < 2; ++c) raise_peak(peak_in_[c], samples[c], n);
+  peaks_in_.raise(samples, n);
 
   for (int done = 0; done < n;) {
     if (next_ == nullptr && incoming_.load(std::memory_order_relaxed) != nullptr) begin_exchange();
@@ -135,11 +126,10 @@ void sonx_rack::process(int* const samples[2], int n) {
     done += count;
   }
 
-  for (int c = 0; c < 2; ++c) {
+  for (int c = 0; c < 2; ++c)
     for (int i = 0; i < n; ++i)
       samples[c][i] = std::clamp(samples[c][i], -(1 << 23), (1 << 23) - 1);
-    raise_peak(peak_out_[c], samples[c], n);
-  }
+  peaks_out_.raise(samples, n);
 }
 
 void sonx_rack::advance_exchange(int* const samples[2], int* const next[2], int n) {

@@ -7,6 +7,7 @@
 #include <mutex>
 
 #include "crossfade.h"
+#include "peaks.h"
 #include "row.h"
 #include "settings.h"
 
@@ -32,7 +33,7 @@ struct sonx_rack {
     return use(*current_.load());
   }
 
-  void take_peaks(int in[2], int out[2]) const;
+  void take_peaks(float in[2], float out[2]) const;
 
   // ---- The audio thread. n frames, 1 to kStretch, in place.
   void process(int* const samples[2], int n);
@@ -72,6 +73,5 @@ struct sonx_rack {
   crossfade crossfade_;
   int next_samples_[2][kStretch];
 
-  // Largest magnitudes, 24-bit.
-  mutable std::atomic<int> peak_in_[2] = {}, peak_out_[2] = {};
+  mutable peaks peaks_in_, peaks_out_;
 };

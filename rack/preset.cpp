@@ -82,7 +82,7 @@ namespace {
 using words = std::vector<std::string_view>;
 
 // A piece of the text to be shown in a message: one short line, cut between two characters.
-std::string quoted(std::string_view piece) {
+std::string in_quotes(std::string_view piece) {
   constexpr size_t kLongest = 40;
   std::string shown = "\"";
   for (const char c : piece.substr(0, kLongest))
@@ -124,7 +124,7 @@ std::string suggestion(std::string_view wrong, const words& known) {
       nearest = word;
     }
   }
-  return nearest.empty() ? "" : ", did you mean " + quoted(nearest) + "?";
+  return nearest.empty() ? "" : ", did you mean " + in_quotes(nearest) + "?";
 }
 
 // "44100, 48000 and 96000".
@@ -171,7 +171,7 @@ class preset_reader {
         read_tables(key, node, INT_MAX,
                     [&](const toml::table& table, int) { out.slots.push_back(read_slot(table)); });
       else if (key != "sonx")
-        fault(key, "unknown key ", quoted(key),
+        fault(key, "unknown key ", in_quotes(key),
               suggestion(key, {"sonx", "name", "enabled", "effect"}));
     }
   }
@@ -280,7 +280,7 @@ class preset_reader {
               enumeration(effect->rates, effect->rate_count), " Hz");
       return effect;
     }
-    fault(found->second, "unknown effect ", quoted(id), suggestion(id, known));
+    fault(found->second, "unknown effect ", in_quotes(id), suggestion(id, known));
     return nullptr;
   }
 
@@ -298,7 +298,7 @@ class preset_reader {
   void read_value(const toml::key& key, const toml::node& node, int index, const words& known,
                   slot_settings& slot, std::vector<bool>& given) {
     if (index < 0)
-      return fault(key, "unknown key ", quoted(key), " in ", slot.effect->id,
+      return fault(key, "unknown key ", in_quotes(key), " in ", slot.effect->id,
                    suggestion(key, known));
     const auto at = static_cast<size_t>(index);
     const sonx_parameter& parameter = slot.effect->parameters[index];
@@ -342,7 +342,7 @@ class preset_reader {
       hint = ", it is one of";
       for (const std::string_view word : known) hint.append(" ").append(word);
     }
-    fault(node, key.str(), " has no choice ", quoted(value->get()), hint);
+    fault(node, key.str(), " has no choice ", in_quotes(value->get()), hint);
   }
 
   // The keys that an effect's table takes.

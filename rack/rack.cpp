@@ -169,12 +169,16 @@ int sonx_rack_tail(const sonx_rack* rack) try {
 
 void sonx_rack_meters(const sonx_rack* rack, float peak_in[2], float peak_out[2]) {
   if (rack == nullptr) return;
-  int in[2], out[2];
-  rack->take_peaks(in, out);
-  for (int c = 0; c < 2; ++c) {
-    peak_in[c] = static_cast<float>(in[c]) / 0x1p23F;
-    peak_out[c] = static_cast<float>(out[c]) / 0x1p23F;
-  }
+  rack->take_peaks(peak_in, peak_out);
+}
+
+int sonx_rack_slot_meters(const sonx_rack* rack, int slot, float peak_in[2], float peak_out[2]) {
+  if (rack == nullptr) return -1;
+  return rack->with_row([=](row& row) {
+    if (!has_slot(row, slot)) return -1;
+    row.at(slot).take_peaks(peak_in, peak_out);
+    return 0;
+  });
 }
 
 // ---- The audio thread.

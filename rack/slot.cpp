@@ -108,6 +108,7 @@ void slot::process(int* const samples[2], int n, scratch_blocks& scratch) {
   int* const spare[2] = {scratch.spare[0], scratch.spare[1]};
   bypass_.go(enabled_.load(std::memory_order_relaxed));
   bypass_.take(samples, dry, n);
+  peaks_in_.raise(samples, n);
 
   if (phase_ != phase::steady) {
     for (int c = 0; c < 2; ++c) std::copy_n(samples[c], n, spare[c]);
@@ -120,6 +121,7 @@ void slot::process(int* const samples[2], int n, scratch_blocks& scratch) {
   for (int c = 0; c < 2; ++c)
     for (int i = 0; i < n; ++i) samples[c][i] = std::clamp(samples[c][i], -kLoudest, kLoudest);
   bypass_.give(dry, samples, n);
+  peaks_out_.raise(samples, n);
 }
 
 void slot::advance(int* const samples[2], int* const spare[2], int n) {

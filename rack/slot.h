@@ -14,6 +14,7 @@
 #include "bypass.h"
 #include "crossfade.h"
 #include "effect.h"
+#include "peaks.h"
 #include "settings.h"
 
 // Room for what's unheard, shared by the slots of a row.
@@ -35,6 +36,10 @@ class slot {
   int latency() const { return effect_.latency(rate_); }
   int warm_up() const;
   int tail() const;
+  void take_peaks(float in[2], float out[2]) {
+    peaks_in_.take(in);
+    peaks_out_.take(out);
+  }
 
   // ---- The audio thread.
   void start();
@@ -72,4 +77,5 @@ class slot {
   rise input_;
   crossfade crossfade_;
   bypass bypass_;
+  peaks peaks_in_, peaks_out_;
 };

@@ -409,6 +409,24 @@ TEST(Rack, TakesFloatsToTheNearestSampleAndLimitsThem) {
   EXPECT_EQ(peak_out[1], 0.0F);
 }
 
+TEST(Rack, MetersEachSlot) {
+  rack_pointer rack(sonx_rack_create(kRate, 480), &sonx_rack_destroy);
+  const char* const preset =
+      "sonx = 1\n[[effect]]\nid = \"volume\"\ngain = 12.0\n[[effect]]\nid = \"volume\"\n"
+      "gain = -20.0\n";
+  ASSERT_EQ(sonx_rack_load(rack.get(), preset, nullptr, 0), 0);
+  int16_t tone[960];
+  for (int i = 0; i < 960; ++i) tone[i] = i % 2 ? -16384 : 16384;
+  sonx_rack_process_s16(rack.get(), tone, 2, 480);
+  float in[2], out[2];
+  ASSERT_EQ(sonx_rack_slot_meters(rack.get(), 1, in, out), 0);
+  EXPECT_NEAR(in[1], 0.5F * 3.981F, 0.002F);  // above full scale, between slots
+  EXPECT_NEAR(out[1], 0.05F * 3.981F, 0.0002F);
+  sonx_rack_slot_meters(rack.get(), 1, in, out);
+  EXPECT_EQ(in[0], 0.0F);
+  EXPECT_EQ(sonx_rack_slot_meters(rack.get(), 2, in, out), -1);
+}
+
 TEST(Rack, KeepsTheWordsItsFormatsHave) {
   rack_pointer rack(sonx_rack_create(kRate, 16), &sonx_rack_destroy);
   int32_t wide[] = {0x123456FF, INT32_MIN, -1, 255};

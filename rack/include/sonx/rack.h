@@ -191,6 +191,11 @@ SONX_RACK_EXPORT void sonx_rack_process_s16(sonx_rack* rack, int16_t* interleave
 // both are the same.
 SONX_RACK_EXPORT void sonx_rack_meters(const sonx_rack* rack, float peak_in[2], float peak_out[2]);
 
+// The same of one slot, what goes in and what comes out: how far it turns the sound down or up.
+// Between slots a sample may exceed full scale. 0, or -1 if there's no such slot.
+SONX_RACK_EXPORT int sonx_rack_slot_meters(const sonx_rack* rack, int slot, float peak_in[2],
+                                           float peak_out[2]);
+
 #ifdef __cplusplus
 }
 #endif

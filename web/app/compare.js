@@ -1,0 +1,103 @@
+// Fair comparisons: side A, side B and the untouched sound, brought to the loudness of the softest
+// of them, so that louder doesn't pass for better.
+import { $ } from "./dom.js";
+import { latest } from "./jobs.js";
+import { channelsOf } from "./sources.js";
+
+const EXCERPT = 10; // s of the recording that is listened to
+const PAUSE = 350; // ms without a change before it is
+
+export class Compare {
+  constructor(session, jobs) {
+    const { model, player } = session;
+    Object.assign(this, { session, model, player, jobs });
+    this.matched = false;
+    this.loudness = null; // {A, B, bypass} in LUFS
+    this.measure = latest(() => this.listen());
+    $("#side-a").addEventListener("click", () => this.choose("A"));
+    $("#side-b").addEventListener("click", () => this.choose("B"));
+    $("#bypass").addEventListener("click", () => this.choose("bypass"));
+    $("#match").addEventListener("click", () => this.setMatched(!this.matched));
+    $("#copy-across").addEventListener("click", () => {
+      model.copyAcross();
+      this.show();
+    });
+    model.addEventListener("settings", () => this.soon());
+    this.show();
+  }
+
+  get heard() {
+    return this.player.bypassed ? "bypass" : this.model.side;
+  }
+
+  async choose(what) {
+    this.player.bypass(what === "bypass" && !this.player.bypassed);
+    if (what !== "bypass") await this.session.switchTo(what);
+    this.show();
+  }
+
+  setMatched(on) {
+    this.matched = on;
+    if (on) this.measure();
+    this.show();
+  }
+
+  setRecording(buffer) {
+    this.excerpt = null;
+    this.loudness = null;
+    if (buffer) {
+      const frames = Math.min(EXCERPT * buffer.sampleRate, buffer.length);
+      const from = Math.floor((buffer.length - frames) / 2);
+      this.excerpt = channelsOf(buffer).map((samples) => samples.slice(from, from + frames));
+      this.rate = buffer.sampleRate;
+    }
+    this.soon();
+  }
+
+  soon() {
+    clearTimeout(this.timer);
+    if (this.matched) this.timer = setTimeout(() => this.measure(), PAUSE);
+  }
+
+  async listen() {
+    if (!this.excerpt) return this.show();
+    const { model } = this;
+    const other = model.side === "A" ? "B" : "A";
+    const texts = [model.text, model.textOf(other)];
+    const { before, after } = await this.jobs.run("loudness", {
+      texts,
+      channels: this.excerpt,
+      rate: this.rate,
+    });
+    this.loudness = { [model.side]: after[0], [other]: after[1], bypass: before };
+    this.show();
+  }
+
+  // In dB, 0 or less.
+  gain() {
+    if (!this.matched || !this.loudness) return 0;
+    const softest = Math.min(...Object.values(this.loudness).filter((level) => level > -Infinity));
+    const gain = softest - this.loudness[this.heard];
+    return Number.isFinite(gain) ? gain : 0;
+  }
+
+  show() {
+    const { model, player } = this;
+    const press = (id, on) => $(id).setAttribute("aria-pressed", on ? "true" : "false");
+    press("#side-a", model.side === "A");
+    press("#side-b", model.side === "B");
+    press("#bypass", player.bypassed);
+    press("#match", this.matched);
+    $("#copy-across").title = `Copy ${model.side} to ${model.side === "A" ? "B" : "A"}`;
+    $("#copy-across").setAttribute("aria-label", $("#copy-across").title);
+    document.body.classList.toggle("bypassed", player.bypassed);
+    const gain = this.gain();
+    player.setMatchGain(10 ** (gain / 20));
+    const unknown = this.matched && !this.loudness;
+    $("#match-gain").textContent = !this.matched
+      ? ""
+      : unknown
+        ? "…"
+        : `${gain.toFixed(1).replace("-", "−")} dB`;
+  }
+}

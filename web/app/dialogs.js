@@ -1,0 +1,180 @@
+// What opens above the page: effects to add, sources, presets, texts of other programs, rendering.
+import { $, h, icon, say, sayError } from "./dom.js";
+import { nameOf } from "./preset-text.js";
+import { download, linkTo } from "./share.js";
+import { channelsOf } from "./sources.js";
+
+export function openDialog(id) {
+  const dialog = $(id);
+  dialog.returnValue = "";
+  dialog.showModal();
+  return dialog;
+}
+
+// Dialogs close by their buttons, by Escape and by a click beside them.
+export function prepareDialogs() {
+  for (const dialog of document.querySelectorAll("dialog")) {
+    dialog.addEventListener("click", (event) => {
+      if (event.target === dialog || event.target.closest("[data-close]")) dialog.close();
+    });
+  }
+}
+
+// A list of choices, each with a line about it.
+function showChoices(root, choices, chosen) {
+  root.replaceChildren(
+    ...choices.map((choice) =>
+      h(
+        "li",
+        {},
+        h(
+          "button",
+          {
+            type: "button",
+            class: "choice",
+            disabled: Boolean(choice.disabled),
+            onclick: () => chosen(choice),
+          },
+          choice.icon ? icon(choice.icon) : null,
+          h(
+            "span",
+            {},
+            h("strong", {}, choice.name),
+            h("span", { class: "about" }, choice.about ?? ""),
+          ),
+        ),
+      ),
+    ),
+  );
+}
+
+export function chooseEffect(model, add) {
+  const dialog = openDialog("#effects-dialog");
+  const choices = model.catalogue.map((effect) => {
+    const fits = model.ratesOf([...model.ids, effect.id]).length > 0;
+    return {
+      name: effect.name,
+      id: effect.id,
+      disabled: !fits,
+      about: fits ? effect.description : "Doesn't run at a rate of the effects that are here.",
+    };
+  });
+  showChoices($("#effects-list"), choices, ({ id }) => {
+    dialog.close();
+    add(id);
+  });
+}
+
+export function chooseSource(choices, chosen) {
+  const dialog = openDialog("#source-dialog");
+  showChoices($("#source-list"), choices, (choice) => {
+    dialog.close();
+    chosen(choice);
+  });
+}
+
+// ---- Presets.
+
+export function prepareTexts({ model, load, presets }) {
+  showChoices(
+    $("#presets-list"),
+    presets.map(({ file, text }) => ({
+      file,
+      text,
+      name: nameOf(text) || file,
+      about: firstComment(text),
+    })),
+    ({ text }) => {
+      $("#preset-dialog").close();
+      load(text);
+    },
+  );
+  const fileName = () => (model.name || "rack").toLowerCase().replace(/[^a-z0-9]+/g, "-");
+  $("#preset-open").addEventListener("click", () => $("#preset-file").click());
+  $("#preset-file").addEventListener("change", async ({ target }) => {
+    const [file] = target.files;
+    target.value = "";
+    if (!file) return;
+    $("#preset-dialog").close();
+    load(await file.text(), file.name);
+  });
+  $("#preset-save").addEventListener("click", () =>
+    download(`${fileName()}.toml`, model.text, "application/toml"),
+  );
+  $("#preset-c").addEventListener("click", () =>
+    download(`${fileName()}.c`, model.rack.exportC(), "text/x-csrc"),
+  );
+  $("#preset-link").addEventListener("click", async () => {
+    const link = await linkTo(model.text);
+    history.replaceState(null, "", link);
+    try {
+      await navigator.clipboard.writeText(link);
+      say("The link is copied. It carries the whole preset.");
+    } catch {
+      say("The link is in the address bar. It carries the whole preset.");
+    }
+  });
+}
+
+// The comment that a preset begins with.
+const firstComment = (text) =>
+  (/^(# .*\n)+/.exec(text)?.[0] ?? "").replaceAll("# ", "").replaceAll("\n", " ");
+
+export function prepareImport({ model, load }) {
+  $("#import-run").addEventListener("click", () => {
+    const report = $("#import-report");
+    try {
+      const result = model.module.importEqualizer(
+        $("#import-text").value,
+        $("#import-auto").checked,
+      );
+      report.textContent = result.report.trim();
+      report.classList.toggle("error", result.faults > 0);
+      if (result.faults === 0) load(result.preset);
+    } catch (error) {
+      report.textContent = error.message;
+      report.classList.add("error");
+    }
+    report.hidden = false;
+  });
+}
+
+// ---- Rendering.
+
+export function prepareRender({ session, jobs }) {
+  const { model } = session;
+  let made = null;
+  const bar = $("#render-progress");
+  const dialog = $("#render-dialog");
+  const show = (state) => {
+    dialog.dataset.state = state;
+    $("#render-start").disabled = state === "running";
+  };
+  $("#render-start").addEventListener("click", async () => {
+    const { buffer, source } = session;
+    if (!buffer) return sayError(new Error("Only a recording can be rendered: open a file first."));
+    const tail = Number($("#render-tail").value.replace(",", "."));
+    if (!(tail >= 0 && tail <= 600))
+      return sayError(new Error("The tail goes from 0 to 600 seconds."));
+    show("running");
+    bar.value = 0;
+    try {
+      const job = { text: model.text, channels: channelsOf(buffer), rate: buffer.sampleRate, tail };
+      made = await jobs.run("render", job, (done) => (bar.value = done));
+      made.name = `${source.name.replace(/\.\w+$/, "")} - ${model.name || "rack"}.wav`;
+      $("#render-hash").textContent = made.sha256;
+      $("#render-file").textContent =
+        `${made.name}, ${(made.wav.byteLength / 1e6).toFixed(1)} MB, ${buffer.sampleRate} Hz, 24 bits`;
+      show("done");
+    } catch (error) {
+      show("");
+      if (error.message !== "cancelled") sayError(error);
+    }
+  });
+  $("#render-save").addEventListener("click", () => download(made.name, made.wav, "audio/wav"));
+  dialog.addEventListener("close", () => {
+    if (dialog.dataset.state === "running") jobs.cancel();
+    show("");
+    made = null;
+  });
+}

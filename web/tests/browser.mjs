@@ -1,0 +1,54 @@
+// A page of the bench in headless Chromium, served as a static server does, with or without the
+// headers that isolate it. What goes wrong in it is kept.
+import { spawn } from "node:child_process";
+import { once } from "node:events";
+import { fileURLToPath } from "node:url";
+import puppeteer from "puppeteer-core";
+
+export const top = fileURLToPath(new URL("../../", import.meta.url));
+
+export async function serve({ isolated = true } = {}) {
+  const words = [`${top}web/serve.py`, `${top}out/web`, "0", ...(isolated ? [] : ["--plain"])];
+  const server = spawn("python3", words, { stdio: ["ignore", "pipe", "inherit"] });
+  const [line] = await once(server.stdout, "data");
+  return { address: String(line).trim(), stop: () => server.kill() };
+}
+
+export const launch = (more = []) =>
+  puppeteer.launch({
+    executablePath: process.env.CHROMIUM ?? "/usr/bin/chromium",
+    args: [
+      "--no-sandbox",
+      "--autoplay-policy=no-user-gesture-required",
+      "--use-fake-device-for-media-stream",
+      "--use-fake-ui-for-media-stream",
+      ...more,
+    ],
+    protocolTimeout: 120000,
+  });
+
+// The page, ready to be used. page.faults is what it has complained of.
+export async function open(
+  browser,
+  address,
+  { width = 1440, height = 900, scheme = "dark", calm = false, scale = 1 } = {},
+) {
+  const page = await browser.newPage();
+  page.faults = [];
+  page.on(
+    "console",
+    (message) => ["error", "warn"].includes(message.type()) && page.faults.push(message.text()),
+  );
+  page.on("pageerror", (error) => page.faults.push(String(error)));
+  page.on("requestfailed", (request) => page.faults.push(`${request.url()} failed`));
+  await page.setViewport({ width, height, deviceScaleFactor: scale });
+  await page.emulateMediaFeatures([
+    { name: "prefers-color-scheme", value: scheme },
+    { name: "prefers-reduced-motion", value: calm ? "reduce" : "no-preference" },
+  ]);
+  await page.goto(address);
+  await page.waitForSelector("body:not(.loading)", { timeout: 60000 });
+  return page;
+}
+
+export const wait = (milliseconds) => new Promise((done) => setTimeout(done, milliseconds));
