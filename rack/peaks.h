@@ -17,10 +17,12 @@ class peaks {
     }
   }
 
-  // 1.0 = full scale.
+  // 1.0 = full scale; out may be null.
   void take(float out[2]) {
-    for (int c = 0; c < 2; ++c)
-      out[c] = static_cast<float>(largest_[c].exchange(0, std::memory_order_relaxed)) / 0x1p23F;
+    for (int c = 0; c < 2; ++c) {
+      const int largest = largest_[c].exchange(0, std::memory_order_relaxed);
+      if (out != nullptr) out[c] = static_cast<float>(largest) / 0x1p23F;
+    }
   }
 
  private:

@@ -195,8 +195,8 @@ void process(sonx_rack* rack, int channels, int frames, Read read, Write write) 
   if (rack == nullptr || channels < 1 || channels > 2) return;
   int left[kStretch], right[kStretch];
   int* const samples[2] = {left, right};
-  for (int start = 0; start < frames; start += kStretch) {
-    const int n = std::min(frames - start, kStretch);
+  for (int start = 0, n; start < frames; start += n) {
+    n = std::min(frames - start, kStretch);
     for (int i = 0; i < n; ++i) left[i] = read(0, start + i);
     for (int i = 0; i < n; ++i) right[i] = channels == 2 ? read(1, start + i) : left[i];
     rack->process(samples, n);
@@ -216,12 +216,18 @@ int from_float(float x) {
 
 void sonx_rack_process_f32(sonx_rack* rack, const float* const* in, float* const* out, int channels,
                            int frames) {
+  const auto missing = [=](const auto* planes) {
+    return planes == nullptr || (channels >= 1 && planes[0] == nullptr) ||
+           (channels == 2 && planes[1] == nullptr);
+  };
+  if (missing(in) || missing(out)) return;
   process(
       rack, channels, frames, [=](int c, int i) { return from_float(in[c][i]); },
       [=](int c, int i, int sample) { out[c][i] = static_cast<float>(sample) / 0x1p23F; });
 }
 
 void sonx_rack_process_s32(sonx_rack* rack, int32_t* interleaved, int channels, int frames) {
+  if (interleaved == nullptr) return;
   const auto word = [=](int c, int i) -> int32_t& {
     return interleaved[static_cast<size_t>(i) * static_cast<size_t>(channels) +
                        static_cast<size_t>(c)];
@@ -232,6 +238,7 @@ void sonx_rack_process_s32(sonx_rack* rack, int32_t* interleaved, int channels, 
 }
 
 void sonx_rack_process_s16(sonx_rack* rack, int16_t* interleaved, int channels, int frames) {
+  if (interleaved == nullptr) return;
   const auto word = [=](int c, int i) -> int16_t& {
     return interleaved[static_cast<size_t>(i) * static_cast<size_t>(channels) +
                        static_cast<size_t>(c)];

@@ -8,7 +8,7 @@
 // compressor's volume: with the compressor off it has no effect.
 //
 // Samples inside are 24-bit in 32-bit words, gains Q13 (8192 = 1.0). Latency: none (the compressor
-// runs without look-ahead). Memory: 313 KB, taken by init. One chain is used from one thread
+// runs without look-ahead). Memory: 314 KB, taken by init. One chain is used from one thread
 // at a time; any function may be called between two process calls and takes effect at the next one.
 // Values are passed on to the modules unchecked; each module's header gives units and ranges.
 #pragma once
@@ -104,6 +104,25 @@ SONX_EXPORT void teka_audio_tx_ktv_howling_canceling_setstatus(teka_audio_tx_ktv
                                                                int status);
 SONX_EXPORT void teka_audio_tx_ktv_howling_canceling_getstatus(teka_audio_tx_ktv_t* chain,
                                                                int* status);
+
+// The howling canceller's further lines of defence (howling_cancel.h): shift in Hz, 0..20, and when
+// (0 always, else while the notches alone don't hold the loop); gain as the last resort, and what
+// is left of it, Q13.
+SONX_EXPORT void teka_audio_tx_ktv_howling_canceling_set_shift(teka_audio_tx_ktv_t* chain,
+                                                               int hertz);
+SONX_EXPORT void teka_audio_tx_ktv_howling_canceling_get_shift(teka_audio_tx_ktv_t* chain,
+                                                               int* hertz);
+SONX_EXPORT void teka_audio_tx_ktv_howling_canceling_set_shift_mode(teka_audio_tx_ktv_t* chain,
+                                                                    int mode);
+SONX_EXPORT void teka_audio_tx_ktv_howling_canceling_get_shift_mode(teka_audio_tx_ktv_t* chain,
+                                                                    int* mode);
+SONX_EXPORT void teka_audio_tx_ktv_howling_canceling_set_last_resort(teka_audio_tx_ktv_t* chain,
+                                                                     int on);
+SONX_EXPORT void teka_audio_tx_ktv_howling_canceling_get_last_resort(teka_audio_tx_ktv_t* chain,
+                                                                     int* on);
+SONX_EXPORT void teka_audio_tx_ktv_howling_canceling_get_gain(teka_audio_tx_ktv_t* chain,
+                                                              int* gain);
+
 SONX_EXPORT void teka_audio_tx_ktv_gramophone_setstatus(teka_audio_tx_ktv_t* chain, int status);
 SONX_EXPORT void teka_audio_tx_ktv_gramophone_getstatus(teka_audio_tx_ktv_t* chain, int* status);
 SONX_EXPORT void teka_audio_tx_ktv_compressor_setstatus(teka_audio_tx_ktv_t* chain, int status);

@@ -65,8 +65,9 @@
 //   SNR a priori   0.9 of what was left of the frame before, 0.1 of the present frame
 //   presence       of speech, from the SNRs of the bin, of its neighbours and of the frame: all three
 //                  must speak for it
-//   gain           the policy's bound, and as far as speech is present Wiener's SNR / (1 + SNR).
-//                  Overdrive and gain factor aren't used
+//   gain           the policy's bound, and as far as speech is present Wiener's SNR / (1 + SNR), and
+//                  more where the noise is 30 dB below the speech of the bins around and isn't heard
+//                  beside it. Overdrive and gain factor aren't used
 //
 // The noise starts as the first frame's power. A frame of zeros is one without noise.
 //
@@ -78,7 +79,7 @@
 // of speech from the SNRs around (I. Cohen, B. Berdugo, Signal Processing 81, 2001); Wiener's gain
 // (P. Scalart, J. V. Filho, ICASSP 1996).
 //
-// Memory: the record below, 26 KiB, held by the caller, and the 216 bytes of the band
+// Memory: the record below, 27 KiB, held by the caller, and the 216 bytes of the band
 // post-processing, taken by tekaNs_InitCore; nothing is allocated per frame. One instance is used
 // from one thread at a time; the six dispatch pointers are the process's.
 #pragma once
@@ -174,6 +175,7 @@ struct NsxInst_t_ {
   int tracked_frames;                 // since the source was chosen; stays at a window's length
   int stage;                          // the oldest one, which is written next
   int stage_age;                      // frames in the stage in progress
+  int64_t voice_around[kNsxMaxBins];  // of speech_power, the mean over the bins around, held
 };
 
 // ln(2^k), Q8, k = 0..8.

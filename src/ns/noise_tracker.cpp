@@ -114,6 +114,7 @@ void reset_tracker(NsxInst_t_* ns) {
   std::fill(std::begin(ns->noise_power), std::end(ns->noise_power), 0);
   std::fill(std::begin(ns->speech_power), std::end(ns->speech_power), 0);
   std::fill(std::begin(ns->smooth_snr), std::end(ns->smooth_snr), 0);
+  std::fill(std::begin(ns->voice_around), std::end(ns->voice_around), 0);
 }
 
 //   spectrum ─► powers ─┬─► over bins and time ─► minimum of 1.1 s ─► absence of speech ─┐

@@ -58,6 +58,7 @@ int child(const sonx_effect* effect, const std::string& misdeed) {
     sonx_rack_enable(rack, k % 4 < 2 ? 0 : -1, k % 2);
     float in[2], out[2];
     sonx_rack_meters(rack, in, out);
+    sonx_rack_slot_meters(rack, 0, in, out);
     audio.wait(20);
     sonx_rack_save(rack, text, sizeof text);
     sonx_rack_load(rack, k % 2 ? "sonx = 1" : preset.c_str(), nullptr, 0);

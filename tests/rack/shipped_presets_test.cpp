@@ -49,7 +49,7 @@ const std::map<std::string, uint64_t> kHashes = {
     {"karaoke-studio", 18044566225189319973u},
     {"late-evening", 3302051394049787941u},
     {"loudspeakers", 13555144053954517797u},
-    {"noisy-speech", 9065401517543444517u},
+    {"noisy-speech", 16390186849753966373u},
     {"old-record", 15634511134067300389u},
     {"small-room", 1092497115738273829u},
     {"small-speaker", 2388291720685706021u},

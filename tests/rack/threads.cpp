@@ -68,6 +68,8 @@ long set_and_get(sonx_rack* rack) {
     float in[2], out[2];
     sonx_rack_meters(rack, in, out);
     expect(out[0] >= 0.0f && out[0] <= 1.0f && in[1] >= 0.0f, "a meter beyond its range");
+    if (sonx_rack_slot_meters(rack, slot, in, out) == 0)
+      expect(in[0] >= 0.0f && out[1] >= 0.0f && out[1] <= 8.0f, "a slot's meter beyond its range");
     expect(sonx_rack_latency(rack) >= 0 && sonx_rack_tail(rack) >= -1, "no latency or tail");
   }
   return calls;

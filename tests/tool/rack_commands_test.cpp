@@ -1,6 +1,7 @@
 // The subcommands that drive the rack.
 #include <array>
 
+#include "support/import_faults.h"
 #include "tool.h"
 
 namespace {
@@ -89,6 +90,33 @@ TEST_F(Tool, WhatIsWrongWithARackIsSaidInOneLine) {
     EXPECT_NE(output_.find(part), std::string::npos) << arguments << '\n' << output_;
   }
   EXPECT_FALSE(fs::exists(path("o.wav")));
+}
+
+TEST_F(Tool, EveryFaultOfATextEndsItsCommandInOneLineWithTheLinesNumber) {
+  for (const auto& [text, message] : kImportFaults) {
+    std::ofstream(path("eq.txt")) << text;
+    EXPECT_EQ(run("import eq.txt -o eq.toml"), 1) << text;
+    EXPECT_TRUE(output_.starts_with(std::string("sonx: 'eq.txt': ") + message)) << output_;
+    EXPECT_EQ(output_.find('\n'), output_.size() - 1) << output_;
+  }
+  EXPECT_FALSE(fs::exists(path("eq.toml")));
+  const std::array<const char*, 2> presets[] = {
+      {"name = 'x'", "line 1: the version is missing"},
+      {"sonx = 9", "line 1: preset version 9 is newer"},
+      {"sonx = 1\nname = 'x", "line 2: "},
+      {"sonx = 1\n[[effect]]\nid = 'revreb'", "line 3: unknown effect \"revreb\", did you mean"},
+      {"sonx = 1\n[[effect]]\nid = 'reverb'\nroom = 'big'", "line 4: room takes a number"},
+      {"sonx = 1\n[[effect]]\nid = 'reverb'\nroom = 101", "line 4: room = 101 is out of range"}};
+  for (const auto& [text, message] : presets) {
+    std::ofstream(path("p.toml")) << text;
+    for (const char* command :
+         {"preset check p.toml", "preset show p.toml", "export p.toml", "response --preset p.toml",
+          "report --preset p.toml --in x -o r.html"}) {
+      EXPECT_EQ(run(command), 1) << text;
+      EXPECT_TRUE(output_.starts_with(std::string("sonx: 'p.toml': ") + message)) << output_;
+      EXPECT_EQ(output_.find('\n'), output_.size() - 1) << output_;
+    }
+  }
 }
 
 }  // namespace

@@ -79,7 +79,7 @@ std::string audio_reader::describe_channels() const {
 
 int64_t audio_reader::frames() const {
   if (file_.frames() == kUnknown) return 0;
-  return std::llround(static_cast<double>(file_.frames()) * times_ * rate_ / file_rate());
+  return std::llround(static_cast<double>(file_.frames()) * rate_ / file_rate());
 }
 
 void audio_reader::convert_to(int rate) {
@@ -113,11 +113,7 @@ size_t audio_reader::feed_converter(void* reader, soxr_in_t* data, size_t frames
 size_t audio_reader::read_file(float* stereo, size_t frames) {
   const size_t channels = static_cast<size_t>(file_.channels());
   raw_.resize(frames * channels);
-  sf_count_t got = file_.readf(raw_.data(), static_cast<sf_count_t>(frames));
-  if (got == 0 && rewinds_ + 1 < times_ && file_.seek(0, SEEK_SET) == 0) {
-    ++rewinds_;
-    got = file_.readf(raw_.data(), static_cast<sf_count_t>(frames));
-  }
+  const sf_count_t got = file_.readf(raw_.data(), static_cast<sf_count_t>(frames));
   if (got == 0 && frames_read_ == 0 && file_.error() != SF_ERR_NO_ERROR) {
     throw std::runtime_error("cannot read '" + name_ + "': " + file_.strError());
   }
@@ -152,9 +148,7 @@ double audio_reader::part_there() const {
       return stated < kNoLimit ? std::min(there / stated, 1.0) : 1;
   }
   if ((file_.format() & SF_FORMAT_TYPEMASK) == SF_FORMAT_MPEG) return 1;
-  return std::min(
-      static_cast<double>(frames_read_) / (rewinds_ + 1) / static_cast<double>(file_.frames()),
-      1.0);
+  return std::min(static_cast<double>(frames_read_) / static_cast<double>(file_.frames()), 1.0);
 }
 
 void audio_reader::require_sound() const {
@@ -172,7 +166,7 @@ void audio_reader::warn_of_faults() const {
     warn(file + ": " + count(too_loud_) + " above full scale, by up to " +
          decibels(to_decibels(static_cast<double>(peak_))) + " dB; clipped");
   if (const double part = ended_ ? part_there() : 1; part < 1)
-    warn(file + " ends early, after " + count(frames_read_ / (rewinds_ + 1)) +
+    warn(file + " ends early, after " + count(frames_read_) +
          (part > 0 ? ": " + decibels(100 * part) + " % of its stated length" : ""));
 }
 

@@ -40,9 +40,6 @@ class audio_reader {
   // From now on read() gives the file converted to this rate.
   void convert_to(int rate);
 
-  // From now on read() gives the file this many times, one after the other.
-  void repeat(int times) { times_ = times; }
-
   // Up to `frames` frames; fewer only at the end of the file.
   size_t read(float* stereo, size_t frames);
 
@@ -60,8 +57,6 @@ class audio_reader {
   std::string name_;
   SndfileHandle file_;
   int rate_;
-  int times_ = 1;            // that the file is given in all
-  int rewinds_ = 0;          // so far
   std::vector<float> raw_;   // as the file holds them, channels interleaved
   std::vector<float> feed_;  // stereo at the file's rate, what the converter eats
   rate_converter converter_;

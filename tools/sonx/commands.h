@@ -17,10 +17,8 @@ void add_hp_command(CLI::App& app);
 void add_response_command(CLI::App& app);
 void add_compare_command(CLI::App& app);
 void add_report_command(CLI::App& app);
-void add_boost_command(CLI::App& app);
 void add_ktv_command(CLI::App& app);
 void add_denoise_command(CLI::App& app);
 void add_resample_command(CLI::App& app);
-void add_demo_command(CLI::App& app);
 
 }  // namespace sonx

@@ -1,6 +1,4 @@
 // sonx denoise: a file through the noise suppressor.
-#include "denoise.h"
-
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <iterator>
@@ -8,8 +6,11 @@
 #include <vector>
 
 #include "commands.h"
+#include "file_job.h"
 #include "formats.h"
 #include "messages.h"
+#include "stream.h"
+#include "suppressors.h"
 
 namespace sonx {
 
@@ -36,6 +37,8 @@ second, which is followed fastest and takes least from a voice; with 'own' a
 pause is told by features of the signal. 'presence' is what the library does unless told otherwise: it
 leaves steady noise above some -55 dBFS alone, and most speech at a usual level
 makes it end the process; the command then ends with an error and no output.
+In a row with other effects, with the tracked prior, the suppressor plays by
+'sonx play'; 'sonx effects' has its name.
 
 Examples:
   sonx denoise noisy.wav clean.wav
@@ -48,26 +51,13 @@ struct denoise_arguments {
   std::string prior = "tracked";
 };
 
-void run(const denoise_arguments& arguments) {
-  file_job job(arguments.files, kDenoiseRates);
-  job.open_output(job.reader().bits(), job.reader().channels());
-  const denoise_options& options = arguments.options;
-  const stream_report report = render_denoise(job.reader(), job.writer(), options, "sonx denoise");
-  job.finish();
-  const int rate = job.reader().rate();
-  say("%s\npolicy %d (down to %s dB), prior from %s, at %d Hz; a delay of %d samples taken out\n",
-      job.describe(report.frames).c_str(), options.policy, kBounds[options.policy],
-      kPriors[options.prior].source, rate, suppressor_delay(rate));
-  print_levels(report);
-}
-
-}  // namespace
-
+// The suppressor's own: the lowest that keeps all of a file's sound, or else the highest.
 const effect_rates kDenoiseRates = {"the noise suppressor", "8000, 16000 and 32000 Hz",
                                     [](int rate) {
                                       return rate <= 8000 ? 8000 : rate <= 16000 ? 16000 : 32000;
                                     }};
 
+// As long as the input and not delayed. Mono stays mono, the channels of stereo go separate ways.
 stream_report render_denoise(audio_reader& reader, audio_writer& writer,
                              const denoise_options& options, const std::string& label) {
   const int rate = reader.rate();
@@ -88,6 +78,21 @@ stream_report render_denoise(audio_reader& reader, audio_writer& writer,
           stereo[i] = static_cast<float>(sound[i % 2 % channels][i / 2]) / 32768.0F;
       });
 }
+
+void run(const denoise_arguments& arguments) {
+  file_job job(arguments.files, kDenoiseRates);
+  job.open_output(job.reader().bits(), job.reader().channels());
+  const denoise_options& options = arguments.options;
+  const stream_report report = render_denoise(job.reader(), job.writer(), options, "sonx denoise");
+  job.finish();
+  const int rate = job.reader().rate();
+  say("%s\npolicy %d (down to %s dB), prior from %s, at %d Hz; a delay of %d samples taken out\n",
+      job.describe(report.frames).c_str(), options.policy, kBounds[options.policy],
+      kPriors[options.prior].source, rate, suppressor_delay(rate));
+  print_levels(report);
+}
+
+}  // namespace
 
 void add_denoise_command(CLI::App& app) {
   CLI::App* command = app.add_subcommand("denoise", "take steady noise away from a voice");

@@ -154,7 +154,8 @@ void add_hp_command(CLI::App& app) {
                    "separated by , or /; can be repeated")
       ->type_name("CHANGE")
       ->expected(1)
-      ->take_all();
+      ->take_all()
+      ->allow_extra_args(false);
   command
       ->add_option("--format", options->format,
                    "sample format at the effect's door: 1 16 bits, 2 and 4 24 bits in 32, 3 32 "

@@ -21,16 +21,17 @@ const char* const kExamples = R"(Examples:
   sonx hp in.wav out.wav --effect eq --eq 6,4,2,0,0,0,0,1,2,3
   sonx hp in.wav out.wav --at 5:effect=bass --at 10:effect=reverb,room=90%
   sonx hp in.wav - --effect bass | aplay
-  sonx response --preset late-evening.toml --svg picture.svg
-  sonx boost in.wav out.wav --volume 200%
+  sonx import headphones.txt -o headphones.toml
+  sonx response --preset headphones.toml --show level,phase --svg picture.svg
+  sonx compare headphones.toml bypass music.flac folder
+  sonx report --preset headphones.toml --in music.flac -o report.html
   sonx ktv voice.wav out.wav --reverb room=70% --echo delay=250 --voice-gain 6 --tail 2
   sonx denoise noisy.wav out.wav --policy 2
   sonx resample in.wav out.wav --rate 16000
-  sonx demo in.mp3 out
 'sonx COMMAND --help' tells more about each.)";
 
 int run(int argc, char** argv) {
-  CLI::App app("Runs audio files through the effects library, measures it, and shows it off.",
+  CLI::App app("Runs audio files through the effects library, measures it, and shows what it does.",
                "sonx");
   app.require_subcommand(1);
   app.footer(kExamples);
@@ -47,11 +48,9 @@ int run(int argc, char** argv) {
   sonx::add_compare_command(app);
   sonx::add_report_command(app);
   sonx::add_hp_command(app);
-  sonx::add_boost_command(app);
   sonx::add_ktv_command(app);
   sonx::add_denoise_command(app);
   sonx::add_resample_command(app);
-  sonx::add_demo_command(app);
   try {
     app.parse(argc, argv);
   } catch (const CLI::Success& help) {

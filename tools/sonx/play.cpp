@@ -180,7 +180,8 @@ void add_play_command(CLI::App& app) {
                    "be repeated")
       ->type_name("SECONDS:EFFECT.PARAMETER=VALUE,..")
       ->expected(1)
-      ->take_all();
+      ->take_all()
+      ->allow_extra_args(false);
   command->add_option("--tail", options->tail, "silence to append to the input [0]")
       ->type_name("SECONDS");
   command->add_flag("--bypass", options->bypass, "switch the whole rack off");

@@ -78,7 +78,7 @@ class axes {
  public:
   axes(const plot_panel& panel, const plot_shape& shape)
       : panel_(panel),
-        left_(shape.width < 500 ? 46 : 64),
+        left_(shape.width < 500 ? 54 : 64),
         right_(shape.width - (shape.width < 500 ? 12 : 24)),
         top_(14),
         bottom_(shape.height - 48) {

@@ -260,7 +260,8 @@ void rack_options::add_to(CLI::App& command) {
                   "repeated")
       ->type_name("EFFECT.PARAMETER=VALUE")
       ->expected(1)
-      ->take_all();
+      ->take_all()
+      ->allow_extra_args(false);
 }
 
 rack_recipe rack_options::recipe() const {

@@ -80,6 +80,7 @@ void run(const report_options& options) {
   if (options.rack.preset.empty() && options.rack.sets.empty())
     throw std::runtime_error("a --preset or a --set is missing");
   const rack_recipe recipe = options.rack.recipe();
+  recipe.rates();  // says what is wrong before a file is touched
   const int file_rate = audio_reader(options.in).file_rate(), rate = recipe.rate_for(file_rate);
   const rack its(recipe, rate);
   report report;
@@ -95,10 +96,12 @@ void run(const report_options& options) {
     throw std::runtime_error("--from lies behind the end of '" + options.in + "'");
   report.after = render(recipe, report.before, report.tail, "sonx report");
   report.before_is = measure_loudness(report.before);
+  report.recorded = report.before.seconds();
   report.after_is = measure_loudness(report.after.sound);
   report.listen_seconds = options.seconds;
   report.listen_from =
       options.from >= 0 ? options.from : loudest_from(report.before, options.seconds);
+  report.before.stereo.resize(report.after.sound.stereo.size());
   const device device = make_device(recipe, rate);
   report.dynamics.emplace_back(device, bench_settings{.rate = rate});
   report.responses.emplace_back(device, bench_settings{.rate = rate, .level = kRackSweepLevel});

@@ -39,7 +39,9 @@ std::string data_uri(const char* type, const std::string& bytes) {
   return std::string("data:") + type + ";base64," + text;
 }
 
-std::string clock_text(double seconds) {
+// Tenths where all of it is short.
+std::string clock_text(double seconds, double all) {
+  if (all < 20) return print("%.1f s", seconds);
   const int whole = static_cast<int>(std::lround(seconds));
   return print("%d:%02d", whole / 60, whole % 60);
 }
@@ -104,7 +106,8 @@ std::string chain(const rack& its) {
 std::string head(const report& report) {
   const std::string file = std::filesystem::path(report.in).filename().string();
   return "<header>\n<p class='kicker'>Sound report</p>\n<h1>" + escape(title_of(report)) +
-         "</h1>\n<p class='lede'>" + escape(file) + ", " + clock_text(report.before.seconds()) +
+         "</h1>\n<p class='lede'>" + escape(file) + ", " +
+         clock_text(report.recorded, report.recorded) +
          (report.before.channels == 1 ? ", mono" : ", stereo") + " at " +
          kilohertz(report.file_rate) + " · " + report.date + "</p>\n" + chain(*report.its) +
          "</header>\n";
@@ -173,10 +176,10 @@ std::string player(const report& report) {
       std::max({*std::max_element(peaks_before.begin(), peaks_before.end()),
                 *std::max_element(peaks_after.begin(), peaks_after.end()), 1e-6F});
   const std::string seconds = print("%.3f", before.seconds());
-  std::string note = before.frames() == report.before.frames()
+  std::string note = after.frames() == report.after.sound.frames()
                          ? "The whole recording"
-                         : "From " + clock_text(report.listen_from) + " to " +
-                               clock_text(report.listen_from + before.seconds());
+                         : "From " + clock_text(report.listen_from, report.recorded) + " to " +
+                               clock_text(report.listen_from + before.seconds(), report.recorded);
   note += std::abs(turned) < 0.05
               ? ", both as loud as they are."
               : std::string(", equally loud: ") + (turns.first < 0 ? "before" : "after") +
@@ -235,7 +238,7 @@ std::string numbered_table(const rack& its, int slot, const std::string& name,
   if (text.empty()) return "";
   std::string titles = "<th scope='col'></th>";
   for (const std::string& column : all.columns)
-    titles += "<th scope='col'>" + escape(column.substr(column.starts_with('_') ? 1 : 0)) + "</th>";
+    titles += "<th scope='col'>" + escape(column.substr(1)) + "</th>";
   return "<div class='scroll'><table><thead><tr>" + titles + "</tr></thead><tbody>\n" + text +
          "</tbody></table></div>\n";
 }
@@ -249,7 +252,8 @@ std::string slot_card(const rack& its, int slot, bool enabled) {
     const sonx_parameter& parameter = effect.parameters[k];
     const double value = its.get(slot, k);
     const numbered_id id(parameter.id);
-    if (id.number != 0) {
+    const bool in_rows = id.number != 0 && id.after.starts_with('_');  // band1_gain, not band1k
+    if (in_rows) {
       numbered_rows& rows = groups[id.before];
       if (rows.rows.empty() || rows.rows.begin()->first == id.number)
         rows.columns.push_back(id.after);
@@ -259,7 +263,7 @@ std::string slot_card(const rack& its, int slot, bool enabled) {
       ++usual_count;
       usual += std::string("<li>") + escape(parameter.id) + " " +
                escape(value_text(parameter, value)) + "</li>";
-    } else if (id.number == 0) {
+    } else if (!in_rows) {
       plain += std::string("<tr><th scope='row'>") + escape(parameter.name) + "</th>" +
                cell(its, slot, k) + "<td class='usual'>" +
                escape(value_text(parameter, parameter.initial)) + "</td><td class='about'>" +
@@ -356,11 +360,10 @@ plot_line line_of(std::vector<double> x, std::vector<double> y, size_t colour, c
 }
 
 std::string over_time(const report& report) {
-  constexpr double kFewest = 0.1, kPoints = 500, kFaintest = -70;
+  constexpr double kFewest = 0.025, kPoints = 300, kFaintest = -70;
   const double window = std::max(kFewest, report.before.seconds() / kPoints);
   std::vector<double> before = levels_over_time(report.before, window),
                       after = levels_over_time(report.after.sound, window), seconds, gain;
-  before.resize(after.size(), -INFINITY);
   for (size_t i = 0; i < after.size(); ++i) {
     seconds.push_back((static_cast<double>(i) + 0.5) * window);
     gain.push_back(before[i] > kFaintest ? after[i] - before[i] : NAN);
@@ -412,7 +415,7 @@ std::string spectrogram_card(const char* title, const char* note, const spectrog
                   : part == 4 ? " last"
                               : "",
                   25 * part) +
-            clock_text(seconds * part / 4) + "</span>";
+            clock_text(seconds * part / 4, seconds) + "</span>";
   return text + "</div></figure>\n";
 }
 
@@ -424,8 +427,8 @@ std::string spectrograms(const report& report) {
   const float loudest = std::max(*std::max_element(before.decibels.begin(), before.decibels.end()),
                                  *std::max_element(after.decibels.begin(), after.decibels.end()));
   return "<div class='grid two'>\n" +
-         spectrogram_card("Before", "Frequency in kHz, over minutes and seconds.", before, loudest,
-                          kRange, report.before.seconds()) +
+         spectrogram_card("Before", "Frequency in kHz, over time.", before, loudest, kRange,
+                          report.before.seconds()) +
          spectrogram_card("After", "In the same colours.", after, loudest, kRange,
                           report.after.sound.seconds()) +
          "</div>\n<p class='scale'>" + print("\u2212%.0f dB", kRange) +

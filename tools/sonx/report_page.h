@@ -18,8 +18,9 @@ struct report {
   int file_rate = 0;
   double tail = 0;  // s that were added to the recording
 
-  recording before;
+  recording before;  // with silence for the tail
   rendering after;
+  double recorded = 0;  // s of it
   loudness before_is{}, after_is{};
   double listen_from = 0, listen_seconds = 0;  // 0: without a player
 

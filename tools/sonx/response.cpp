@@ -10,7 +10,6 @@
 #include <vector>
 
 #include "aspects.h"
-#include "boost.h"
 #include "command_line.h"
 #include "commands.h"
 #include "formats.h"
@@ -29,8 +28,8 @@ constexpr int kTablePerOctave = 3;
 constexpr double kLowest = 20, kHighest = 20000;  // Hz
 
 const char* const kFooter =
-    R"(Measures a rack, as it is shipped; with the command hp, ktv or boost behind it
-the headphone effect, the karaoke chain or the speaker boost. What is shown:
+    R"(Measures a rack, as it is shipped; with the command hp or ktv behind it a handle
+of the headphone effect or of the karaoke chain. What is shown:
   level, phase, delay  against frequency, from a repeating 11 s sine sweep; the
                        start-up is over before the measurement begins. Its
                        level matters where an effect follows it, and very low
@@ -48,8 +47,7 @@ Examples:
   sonx response --set reverb.room=60 --set reverb.dry=100 --show decay
   sonx response --preset late-evening.toml --show curve,distortion,step --svg dynamics.svg
   sonx response hp --effect bass --also "--effect preset" --also "--adapter 1" --svg three.svg
-  sonx response ktv --gramophone --also "--eq -6,-4,-2,0,0,1,3,3,2" --svg voice.svg
-  sonx response boost --also "--nld-gain 0" --svg boost.svg)";
+  sonx response ktv --gramophone --also "--eq -6,-4,-2,0,0,1,3,3,2" --svg voice.svg)";
 
 struct response_options {
   bench_settings how{.rate = 0};  // 0: the chain's own
@@ -141,25 +139,6 @@ struct ktv_chain {
                   out[i] = static_cast<float>(side[i / 2]) / 32768.0F;
                 }
               };
-            }};
-  }
-};
-
-struct boost_chain {
-  static constexpr const char* kTitle = "Speaker boost";
-  static constexpr double kLevel = -30;
-  static constexpr bool kStereoIn = true;
-  inline static const std::vector<int> kRates = {44100, 48000, 96000};
-  boost_setting_options options;
-
-  void add_to(CLI::App& app) { options.add_to(app); }
-  int usual_rate() const { return 48000; }
-  device make(int rate) const {
-    return {options.describe(), kBoostDelay, [rate, settings = options.settings()] {
-              auto boost = std::make_shared<boost_module>(rate, settings);
-              return in_24_bits([boost](period_buffer& period) {
-                boost->process(static_cast<int32_t*>(period.data()), kBlock);
-              });
             }};
   }
 };
@@ -332,7 +311,8 @@ void add_chain(CLI::App& command) {
                   "one more curve: the options of other settings, in quotes; can be repeated")
       ->type_name("OPTIONS")
       ->expected(1)
-      ->take_all();
+      ->take_all()
+      ->allow_extra_args(false);
   std::vector<std::string> ids;
   for (const aspect& one : all_aspects()) ids.emplace_back(one.id);
   command.add_option("--show", options->show, "what is measured, see below [level]")
@@ -381,7 +361,6 @@ void add_response_command(CLI::App& app) {
   add_chain<rack_chain>(*command);
   add_chain<hp_chain>(*command->add_subcommand("hp", "of the headphone effect"));
   add_chain<ktv_chain>(*command->add_subcommand("ktv", "of the karaoke chain"));
-  add_chain<boost_chain>(*command->add_subcommand("boost", "of the speaker boost"));
 }
 
 }  // namespace sonx

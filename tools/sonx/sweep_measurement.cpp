@@ -132,8 +132,14 @@ double level_at(const spectrum& h, double bin, int smoothing) {
   return 10 * std::log10(sum / static_cast<double>(last - first + 1));
 }
 
-bool tells_phase(const spectrum& h, double bin) {
-  return std::norm(h[static_cast<size_t>(std::lround(bin))]) > 1e-8;  // -80 dB
+double highest(const spectrum& h) {
+  double most = 0;
+  for (const auto& one : h) most = std::max(most, std::norm(one));
+  return most;
+}
+
+double power_at(const spectrum& h, double bin) {
+  return std::norm(h[static_cast<size_t>(std::lround(bin))]);
 }
 
 double phase_at(const spectrum& h, double bin, int latency) {
@@ -156,7 +162,11 @@ double delay_at(const spectrum& h, double bin, int latency) {
 }  // namespace
 
 response::response(int rate, int latency, spectrum left, spectrum right)
-    : rate_(rate), latency_(latency), left_(std::move(left)), right_(std::move(right)) {}
+    : rate_(rate),
+      latency_(latency),
+      left_(std::move(left)),
+      right_(std::move(right)),
+      least_(1e-6 * std::max(highest(left_), highest(right_))) {}
 
 template <typename Measure>
 response::sides response::of_both(Measure measure) const {
@@ -170,14 +180,15 @@ response::sides response::level(double hertz, int smoothing) const {
 
 response::sides response::phase(double hertz) const {
   const double bin = hertz * kLength / rate_;
-  return of_both(
-      [&](const spectrum& h) { return tells_phase(h, bin) ? phase_at(h, bin, latency_) : NAN; });
+  return of_both([&](const spectrum& h) {
+    return power_at(h, bin) > least_ ? phase_at(h, bin, latency_) : NAN;
+  });
 }
 
 response::sides response::delay(double hertz) const {
   const double bin = hertz * kLength / rate_, ms = 1000.0 / rate_;
   return of_both([&](const spectrum& h) {
-    return tells_phase(h, bin) ? ms * delay_at(h, bin, latency_) : NAN;
+    return power_at(h, bin) > least_ ? ms * delay_at(h, bin, latency_) : NAN;
   });
 }
 

@@ -39,8 +39,8 @@ class response {
   // octave.
   sides level(double hertz, int smoothing) const;
 
-  // What is left when the latency is taken out, where the level is high enough to tell (NaN where it
-  // isn't): the phase in degrees, -180..180, and the group delay in ms, the mean by power over a
+  // What is left when the latency is taken out, NaN where the level is more than 60 dB below its
+  // highest: the phase in degrees, -180..180, and the group delay in ms, the mean by power over a
   // twelfth of an octave.
   sides phase(double hertz) const;
   sides delay(double hertz) const;
@@ -51,6 +51,7 @@ class response {
 
   int rate_, latency_;
   spectrum left_, right_;
+  double least_;  // |H|^2 from which on phases are told
 };
 
 response measure_response(const sweep& sweep, const device& device);

@@ -123,7 +123,8 @@ SONX_RACK_EXPORT const sonx_effect* sonx_effect_find(const char* id);
 SONX_RACK_EXPORT int sonx_rack_import(const char* text, int auto_preamp, char* preset, size_t size,
                                       char* report, size_t report_size);
 
-// ---- A rack. Functions with a result answer 0, null or -1 for a null rack, the others do nothing.
+// ---- A rack. Functions with a result answer 0, null, NaN or -1 for a null rack, the others do
+// nothing.
 
 typedef struct sonx_rack sonx_rack;
 
@@ -179,7 +180,8 @@ SONX_RACK_EXPORT int sonx_rack_tail(const sonx_rack* rack);
 SONX_RACK_EXPORT void sonx_rack_reset(sonx_rack* rack);
 
 // The audio thread's functions: channels is 1 or 2, anything else does nothing, and so do frames
-// below 1. Any length will do, also one above max_frames. An in buffer may be an out buffer.
+// below 1 and null buffers. Any length will do, also one above max_frames. An in buffer may be an
+// out buffer.
 SONX_RACK_EXPORT void sonx_rack_process_f32(sonx_rack* rack, const float* const* in,
                                             float* const* out, int channels, int frames);
 SONX_RACK_EXPORT void sonx_rack_process_s32(sonx_rack* rack, int32_t* interleaved, int channels,
@@ -188,7 +190,7 @@ SONX_RACK_EXPORT void sonx_rack_process_s16(sonx_rack* rack, int16_t* interleave
                                             int frames);
 
 // The largest magnitudes since the last call, 1.0 = full scale, left and right; with one channel
-// both are the same.
+// both are the same. Either array may be null.
 SONX_RACK_EXPORT void sonx_rack_meters(const sonx_rack* rack, float peak_in[2], float peak_out[2]);
 
 // The same of one slot, what goes in and what comes out: how far it turns the sound down or up.
