@@ -7,7 +7,7 @@
 //   howling_loop howl [seed]     time until a howl is 20 dB down
 //   howling_loop path [seed]     a slowly moving path
 //   howling_loop clean           without feedback
-//   howling_loop render out_dir  a pair of recordings of the loudspeaker, without and with
+//   howling_loop render out_dir  three recordings of the loudspeaker: without, notches, shift too
 #include <sndfile.h>
 
 #include <cstdio>
@@ -286,17 +286,22 @@ void report_all_clean() {
 int render(const std::string& directory) {
   const auto voices = speech();
   const signal room = normalised(room_response(kReported));
-  for (const bool on : {false, true}) {
-    canceller stage;
+  const struct {
+    const char* name;
+    bool on;
+    protection wanted;
+  } takes[] = {{"without", false, {}}, {"notches", true, {}}, {"shift", true, {5, false, false}}};
+  for (const auto& take : takes) {
+    canceller stage(take.wanted);
     closed_loop loop(room);
     loop.keep = true;
     for (int p = 0; p < 15 * kPeriodsPerSecond; ++p)
-      loop.period(voice_at(voices[1].samples, p), on ? &stage : nullptr, 3.0);
+      loop.period(voice_at(voices[1].samples, p), take.on ? &stage : nullptr, 6.0);
     SF_INFO info = {};
     info.samplerate = static_cast<int>(kRate);
     info.channels = 1;
     info.format = SF_FORMAT_WAV | SF_FORMAT_PCM_16;
-    const std::string path = directory + (on ? "/howling_with.wav" : "/howling_without.wav");
+    const std::string path = directory + "/howling_" + take.name + ".wav";
     SNDFILE* file = sf_open(path.c_str(), SFM_WRITE, &info);
     if (!file) {
       std::fprintf(stderr, "howling_loop: cannot write %s\n", path.c_str());

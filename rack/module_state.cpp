@@ -5,6 +5,7 @@
 #include <iterator>
 
 #include "dsp/fft_frame.h"
+#include "ktv/frequency_shifter.h"
 
 namespace {
 
@@ -142,6 +143,20 @@ void copy_state(const howlingCancel& from, howlingCancel& to) {
   to.usual_level = from.usual_level;
   to.alert = from.alert;
   to.doubt = from.doubt;
+  *to.shifter = *from.shifter;
+  to.shift_hold = from.shift_hold;
+  to.shift_stay = from.shift_stay;
+  to.pressure = from.pressure;
+  to.gain = from.gain;
+  to.gain_step = from.gain_step;
+  to.ruler = from.ruler;
+  to.ruler_frames = from.ruler_frames;
+  to.trust = from.trust;
+  to.sweep_frames = from.sweep_frames;
+  to.sweep_low = from.sweep_low;
+  to.sweep_high = from.sweep_high;
+  to.voice_frames = from.voice_frames;
+  std::copy_n(from.memories, std::size(from.memories), to.memories);
 }
 
 void copy_state(const NsxInst_t_& from, NsxInst_t_& to) {

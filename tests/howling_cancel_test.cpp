@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <complex>
+
 #include "support/signals.h"
 
 namespace {
@@ -205,6 +207,67 @@ TEST_F(Howling, FadesItsNotches) {
   const double w = 2.0 * std::numbers::pi * 1000.0 / kRate;
   for (size_t i = 2; i < out.size(); ++i)
     ASSERT_LT(std::abs(double(out[i]) - 2.0 * out[i - 1] + out[i - 2]), 2.0 * 3e6 * w * w) << i;
+}
+
+// What is at a frequency in the second half of x, as the amplitude of a sine; Hann window.
+double amplitude_at(const samples& x, double frequency) {
+  std::complex<double> sum = 0.0;
+  const size_t half = x.size() / 2;
+  for (size_t i = 0; i < half; ++i) {
+    const double t = static_cast<double>(i), n = static_cast<double>(half);
+    sum += (1.0 - std::cos(2.0 * std::numbers::pi * t / n)) * x[half + i] *
+           std::polar(2.0 / n, -2.0 * std::numbers::pi * frequency * t / kRate);
+  }
+  return std::abs(sum);
+}
+
+TEST_F(Howling, ShiftsAllFrequenciesAlike) {
+  for (const auto& [rate, per_hertz] :
+       {std::pair{SAMPLE_RATE_48000, 1.0}, {SAMPLE_RATE_96000, 0.5}})
+    for (const double f : {80.0, 137.0, 440.0, 1000.0, 3700.0, 9000.0, 16000.0}) {
+      howling_canceling_reset(&canceller);
+      howling_canceling_set_sample_rate(&canceller, rate);
+      howling_canceling_set_shift(&canceller, 4);
+      const double amplitude = 40000.0, by = 4.0 * per_hertz;  // too soft for a notch
+      const samples out = played(sine(2 * 48000, f, kRate, amplitude));
+      EXPECT_NEAR(decibels(amplitude_at(out, f + by) / amplitude), 0.0, 0.1) << f;
+      EXPECT_LT(decibels(amplitude_at(out, f - by) / amplitude), -60.0) << f;
+      EXPECT_LT(decibels(amplitude_at(out, f) / amplitude), -60.0) << f;
+    }
+}
+
+// A gain at which notches alone don't hold the loop.
+constexpr double kTooLoud = 3.8;
+
+TEST_F(Howling, ShiftsWhenNotchesDontHold) {
+  const samples sung = voice(10.0, 100000.0);
+  const double alone = rms(sung, sung.size() - 48000);
+  EXPECT_GT(loop_level(sung, 1250.0, kTooLoud, &canceller), 10.0 * alone);
+  for (const int mode : {0, 1}) {
+    howling_canceling_reset(&canceller);
+    howling_canceling_set_shift(&canceller, 5);
+    howling_canceling_set_shift_mode(&canceller, mode);
+    EXPECT_LT(loop_level(sung, 1250.0, kTooLoud, &canceller), 4.0 * alone) << mode;
+  }
+  howling_canceling_reset(&canceller);  // 1 is still set
+  EXPECT_TRUE(played(sung) == sung);
+}
+
+TEST_F(Howling, TakesGainAsTheLastResort) {
+  const samples sung = voice(10.0, 100000.0);
+  const auto gain_left = [&] {
+    int gain = 0;
+    howling_canceling_get_gain(&canceller, &gain);
+    return gain;
+  };
+  howling_canceling_set_last_resort(&canceller, 1);
+  EXPECT_TRUE(played(sung) == sung);
+  EXPECT_EQ(gain_left(), 8192);
+  EXPECT_LT(loop_level(sung, 1250.0, kTooLoud, &canceller), 4.0 * rms(sung, sung.size() - 48000));
+  EXPECT_LT(gain_left(), 7000);
+  EXPECT_GT(gain_left(), 1500);
+  for (int i = 0; i < 100; ++i) played(samples(48000));
+  EXPECT_EQ(gain_left(), 8192);
 }
 
 // A tone through one, with and without another at work and a third made and ended meanwhile.

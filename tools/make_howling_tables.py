@@ -1,5 +1,6 @@
 #!/usr/bin/env python3
-"""Tables of the howling canceller: the low-pass ahead of its analysis, and where a notch stands.
+"""Tables of the howling canceller: the low-pass ahead of its analysis, where a notch stands, and the
+all-pass sections of its frequency shifter.
 
 The low-pass is a sixth-order elliptic filter for halving the sample rate: 0.5 dB ripple up to
 0.128 of the rate (6144 Hz at 48 kHz), 80 dB stop-band. What would fold onto the analysed bins lies
@@ -7,6 +8,11 @@ above 0.379 of the rate. Designed by the closed form with Landen's transformatio
 "Lecture notes on elliptic filter design", 2006), bilinear transform, Q20, rounded to nearest.
 
 The turn table holds -2 cos(pi b / 256) and 2 sin(pi b / 256) in Q28 for analysis bins b = 0..63.
+
+The shifter's two chains of six first-order all-passes differ by a quarter of a turn from 0.00156 to
+0.3646 of the sample rate (75 Hz to 17.5 kHz at 48 kHz), with equal ripple (Bedrosian, "Normalized
+design of 90-degree phase-difference networks", IRE Trans. Circuit Theory 7, 1960), bilinear
+transform, Q26, rounded to nearest.
 
 See generated_files.py for the arguments.
 """
@@ -22,6 +28,9 @@ STOP_DB = 80.0
 EDGE = 0.128  # of the sample rate
 Q20 = 1 << 20
 Q28 = 1 << 28
+Q26 = 1 << 26
+SHIFT_LOW, SHIFT_HIGH = 75 / 48000, 17500 / 48000  # of the sample rate
+SHIFT_SECTIONS = 12
 
 
 def landen(k):
@@ -99,6 +108,22 @@ def turns():
              round(2 * Q28 * math.sin(math.pi * b / 256))) for b in range(64)]
 
 
+def all_passes():
+    """c of H(z) = (c + z^-1) / (1 + c z^-1) for the sections of either chain."""
+    low, high = (math.tan(math.pi * f) for f in (SHIFT_LOW, SHIFT_HIGH))
+    k = math.sqrt(1 - (low / high) ** 2)
+    chains = [], []
+    for r in range(SHIFT_SECTIONS):
+        u = (4 * r + 1) / (2 * SHIFT_SECTIONS)
+        behind = u > 1  # past the quarter period the pole is negative: it goes to the other chain
+        u = 2 - u if behind else u
+        sine = sne(u, k).real
+        cosine = cde(u, k).real * math.sqrt(1 - (k * sine) ** 2)
+        pole = low * sine / cosine
+        chains[behind].append((pole - 1) / (pole + 1))
+    return [[round(Q26 * c) for c in sorted(chain)] for chain in chains]
+
+
 def make_files():
     made = "// Made by tools/make_howling_tables.py; do not edit."
     low_pass = [made, *[f"{word}," for word in words()]]
@@ -107,7 +132,10 @@ def make_files():
              "constexpr int kTurns[64][2] = {",
              *[f"    {{{c}, {s}}}," for c, s in turns()],
              "};"]
+    chains = [made,
+              *[f"    {{{', '.join(str(c) for c in chain)}}}," for chain in all_passes()]]
     return {"src/ktv/howling_low_pass.inc": "\n".join(low_pass) + "\n",
+            "src/ktv/frequency_shifter_chains.inc": "\n".join(chains) + "\n",
             "src/ktv/howling_turns.inc": "\n".join(table) + "\n"}
 
 
@@ -120,6 +148,13 @@ def report():
         z = cmath.exp(-2j * math.pi * f / 48000)
         h = sum(c * z ** i for i, c in enumerate(w[:7])) / sum(c * z ** i for i, c in enumerate(a))
         lines.append(f"  {f:6d} Hz {20 * math.log10(abs(h) + 1e-12):8.2f} dB")
+    lines.append("Image of the shifter beside what it shifts, at 48 kHz:")
+    for f in (20, 40, 60, 75, 80, 100, 300, 1000, 3000, 10000, 16000, 17500, 20000):
+        z = cmath.exp(-2j * math.pi * f / 48000)
+        first, second = (math.prod((c / Q26 + z) / (1 + c / Q26 * z) for c in chain)
+                         for chain in all_passes())
+        up, down = abs(first + 1j * second), abs(first - 1j * second)
+        lines.append(f"  {f:6d} Hz {20 * math.log10(min(up, down) / max(up, down)):8.2f} dB")
     return "\n".join(lines)
 
 

@@ -32,10 +32,20 @@ inline double unprotected_limit_db(const signal& response) {
   return -20.0 * std::log10(largest);
 }
 
+struct protection {
+  int shift_hz = 0;
+  bool automatic = false, last_resort = false;
+};
+
 // A canceller with its lifetime.
 class canceller {
  public:
-  canceller() { howling_canceling_init(&record_); }
+  explicit canceller(const protection& wanted = {}) {
+    howling_canceling_init(&record_);
+    howling_canceling_set_shift(&record_, wanted.shift_hz);
+    howling_canceling_set_shift_mode(&record_, wanted.automatic);
+    howling_canceling_set_last_resort(&record_, wanted.last_resort);
+  }
   ~canceller() { howling_canceling_end(&record_); }
   canceller(const canceller&) = delete;
   canceller& operator=(const canceller&) = delete;
@@ -96,6 +106,7 @@ class closed_loop {
     if (stage) stage->run(x, kPeriod);
     const double gain = std::pow(10.0, gain_db / 20.0) / kFullScaleWord;
     for (int i = 0; i < kPeriod; ++i) {
+      clipped += std::abs(x[i] * gain) >= 1.0;
       speaker_[i] = static_cast<float>(std::clamp(x[i] * gain, -1.0, 1.0));
       power_ += double(speaker_[i]) * speaker_[i];
     }
@@ -106,8 +117,11 @@ class closed_loop {
     }
   }
 
+  const float* loudspeaker() const { return speaker_; }  // the latest period
+
   loop_trace trace;
   bool keep = false;
+  int clipped = 0;  // samples
 
  private:
   std::unique_ptr<convolver> path_, other_;

@@ -122,20 +122,21 @@ inline std::vector<std::complex<float>> spectrum_of(const signal& x, size_t poin
 }
 
 // Uniformly partitioned overlap-save convolution, one period in, one period out, no delay of its
-// own.
+// own. Real and imaginary parts lie apart, which is what compilers make lanes of.
 class convolver {
  public:
   explicit convolver(const signal& response)
       : forward_(kiss_fftr_alloc(2 * kPeriod, 0, nullptr, nullptr)),
-        inverse_(kiss_fftr_alloc(2 * kPeriod, 1, nullptr, nullptr)) {
+        inverse_(kiss_fftr_alloc(2 * kPeriod, 1, nullptr, nullptr)),
+        window_(2 * kPeriod) {
     for (size_t start = 0; start < response.size(); start += kPeriod) {
       signal part(2 * kPeriod);
       for (size_t i = 0; i < kPeriod && start + i < response.size(); ++i)
         part[i] = response[start + i] / (2 * kPeriod);
-      parts_.push_back(transformed(part));
+      parts_.emplace_back();
+      transform(part, parts_.back());
     }
-    history_.assign(parts_.size(), bins(kBins));
-    window_.assign(2 * kPeriod, 0.0F);
+    history_.resize(parts_.size());
   }
   ~convolver() {
     kiss_fftr_free(forward_);
@@ -148,30 +149,37 @@ class convolver {
     std::copy(window_.begin() + kPeriod, window_.end(), window_.begin());
     std::copy_n(in, kPeriod, window_.begin() + kPeriod);
     newest_ = (newest_ + parts_.size() - 1) % parts_.size();
-    history_[newest_] = transformed(window_);
-    bins sum(kBins);
-    for (size_t p = 0; p < parts_.size(); ++p) {
-      const auto& x = history_[(newest_ + p) % parts_.size()];
-      const auto& h = parts_[p];
-      for (size_t k = 0; k < kBins; ++k) {
-        const float re = x[k].real() * h[k].real() - x[k].imag() * h[k].imag();
-        const float im = x[k].real() * h[k].imag() + x[k].imag() * h[k].real();
-        sum[k] += std::complex<float>(re, im);
-      }
-    }
-    signal result(2 * kPeriod);
-    kiss_fftri(inverse_, reinterpret_cast<const kiss_fft_cpx*>(sum.data()), result.data());
-    std::copy(result.begin() + kPeriod, result.end(), out);
+    transform(window_, history_[newest_]);
+    bins sum;
+    for (size_t p = 0; p < parts_.size(); ++p)
+      add_product(history_[(newest_ + p) % parts_.size()], parts_[p], sum);
+    kiss_fft_cpx spectrum[kBins];
+    for (size_t k = 0; k < kBins; ++k) spectrum[k] = {sum.re[k], sum.im[k]};
+    float result[2 * kPeriod];
+    kiss_fftri(inverse_, spectrum, result);
+    std::copy_n(result + kPeriod, kPeriod, out);
   }
 
  private:
-  using bins = std::vector<std::complex<float>>;
   static constexpr size_t kBins = kPeriod + 1;
+  struct bins {
+    float re[kBins] = {}, im[kBins] = {};
+  };
 
-  bins transformed(const signal& x) const {
-    bins result(kBins);
-    kiss_fftr(forward_, x.data(), reinterpret_cast<kiss_fft_cpx*>(result.data()));
-    return result;
+  static void add_product(const bins& x, const bins& h, bins& sum) {
+    for (size_t k = 0; k < kBins; ++k) {
+      sum.re[k] += x.re[k] * h.re[k] - x.im[k] * h.im[k];
+      sum.im[k] += x.re[k] * h.im[k] + x.im[k] * h.re[k];
+    }
+  }
+
+  void transform(const signal& x, bins& result) const {
+    kiss_fft_cpx spectrum[kBins];
+    kiss_fftr(forward_, x.data(), spectrum);
+    for (size_t k = 0; k < kBins; ++k) {
+      result.re[k] = spectrum[k].r;
+      result.im[k] = spectrum[k].i;
+    }
   }
 
   kiss_fftr_cfg forward_, inverse_;

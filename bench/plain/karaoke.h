@@ -43,6 +43,7 @@ inline void howling(howlingCancel* c, int* in, int* out, int n) {
       place.depth = std::clamp(place.depth + place.depth_step, 0, kFullDepth);
       x = saturate32(x + ((int64_t{notched} - x) * place.depth >> 20));
     }
+    apply_reserves(c, &x, 1);
     out[i] = x;
     if (++pending < 256) continue;
     pending = 0;

@@ -9,6 +9,7 @@
 #include "echo_words.h"
 #include "effect.h"
 #include "graphic_equalizer_words.h"
+#include "howling_words.h"
 #include "module.h"
 #include "module_state.h"
 #include "reverb_words.h"
@@ -26,7 +27,8 @@ constexpr sonx_parameter kParameters[] = {
     toggle("compressor", "Compressor", false, "Switches gain and limiter of the voice on."),
     SONX_BAND_GAINS(""),
     SONX_REVERB_SETTINGS("reverb_", "Reverb: "),
-    SONX_ECHO_SETTINGS("echo_", "Echo: ")};
+    SONX_ECHO_SETTINGS("echo_", "Echo: "),
+    SONX_HOWLING_SETTINGS("howling_", "Howling: ")};
 enum {
   kVoice,
   kHowling,
@@ -37,7 +39,8 @@ enum {
   kCompressor_,
   kBandsFirst,
   kReverbFirst = kBandsFirst + kBands,
-  kEchoFirst = kReverbFirst + kReverbSettings
+  kEchoFirst = kReverbFirst + kReverbSettings,
+  kHowlingFirst = kEchoFirst + kEchoSettings
 };
 
 constexpr int kRates[] = {48000};
@@ -93,6 +96,7 @@ class karaoke final : public processor {
     teka_audio_tx_ktv_eq_set_param_index(chain, indices);
     set_reverb(chain->reverb, values + kReverbFirst);
     set_echo(chain->iirecho, values + kEchoFirst, kRate);
+    set_howling(chain->howling, values + kHowlingFirst);
   }
 
   bool switched_on(const teka_audio_tx_ktv_t& from) const {

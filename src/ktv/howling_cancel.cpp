@@ -8,6 +8,7 @@
 #include "dsp/kernels/elliptic.h"
 #include "dsp/kernels/kernels.h"
 #include "fixed.h"
+#include "ktv/frequency_shifter.h"
 #include "ktv/howling_internal.h"
 #include "ktv/memory.h"
 
@@ -65,6 +66,11 @@ void howling_canceling_init(howlingCancel* canceller) {
   whole &= make(canceller->analyser, fft_init_own, kFrame);
   whole &= take(canceller->frame, kFrame);
   whole &= take(canceller->powers);
+  whole &= take(canceller->shifter);
+  canceller->sample_rate = SAMPLE_RATE_48000;
+  canceller->shift = 0;
+  canceller->shift_mode = 0;
+  canceller->last_resort = 0;
   if (!whole) howling_canceling_end(canceller);
   howling_canceling_reset(canceller);
 }
@@ -72,6 +78,7 @@ void howling_canceling_init(howlingCancel* canceller) {
 void howling_canceling_reset(howlingCancel* canceller) {
   std::fill_n(canceller->places, kPlaces, howling_place{});
   forget_evidence(canceller);
+  reset_reserves(canceller);
   if (!has_memory(canceller)) return;
   for (int i = 0; i < kPlaces; ++i) notch_setcoef(&canceller->notches[i], kWidestRadius, 0);
   elliptic_resetstate(canceller->low_pass);
@@ -92,6 +99,7 @@ void howling_canceling_end(howlingCancel* canceller) {
   end_and_release(canceller->analyser, fft_int_end);
   release(canceller->frame);
   release(canceller->powers);
+  release(canceller->shifter);
 }
 
 void howling_canceling_setstatus(howlingCancel* canceller, int status) {
@@ -113,9 +121,10 @@ void follow_howls(howlingCancel* canceller) {
     answer_howl(canceller, suspect, is_strong(canceller, suspect, former));
     suspect = {};
   }
+  advance_reserves(canceller);
 }
 
-// in ─┬─► notch 1 ─► .. ─► notch 5 ─► out                                 24-bit samples
+// in ─┬─► notch 1 ─► .. ─► notch 5 ─► [shift] ─► [gain] ─► out            24-bit samples
 //     └─► DC blocker ─► low-pass ─► every other sample ─► frame ─► peaks ─► evidence ─► places
 //                                                         each 256 samples        └► notches
 //
@@ -129,6 +138,7 @@ void howling_canceling_process(howlingCancel* canceller, int* in, int* out, int 
     std::copy_n(in + start, count, x);
     listen(canceller, x, count);
     cut(canceller, x, count);
+    apply_reserves(canceller, x, count);
     std::copy_n(x, count, out + start);
     start += count;
     pending += count;

@@ -18,33 +18,45 @@
 //   slope over frames    the level's straight line over eight frames, within 1.5 dB: its rise,
 //                        summed up while the frequency stays within 9 Hz, is the main evidence. A
 //                        howl grows on a straight line in decibels; a note's onset does not last
-//   persistence          frames in which the peak was steady
+//   persistence          frames in which the peak was steady, and in which it ruled the spectrum;
+//                        these are remembered for some seconds, since a ring near the limit comes
+//                        and goes with the voice, but always at the same frequency
 // For a second after a howl has been proved more of them are likely: what is louder than usual then
 // needs less evidence, and harmonics don't clear it: howls stand at each other's multiples too.
 // A frequency between bins is that of the parabola through three levels.
 //
 // The last test is made with the notch itself (an active probe): in a closed loop the tone dies
 // away as soon as the notch cuts it; a note from outside goes on in front of the notch. If the
-// level has not fallen by 7 dB (11 dB where the evidence was weak) within 107 ms, the notch is
-// taken back, the frequency left alone for 3 s, and more evidence asked for the next ones.
+// level has not fallen by 1.5 dB within 48 ms, or by 7 dB (11 dB where the evidence was weak) within
+// 107 ms, the notch is taken back, the frequency left alone for 3 s, and more evidence asked for the
+// next ones.
 //
-// How it is cut. A notch of a quarter of its frequency between the -3 dB points takes its centre
-// out entirely. Howls beside it widen it, to 10/16 at most; when all five are in use the two that
+// How it is cut. A notch of 5/16 of its frequency between the -3 dB points takes its centre out
+// entirely. Howls beside it widen it, to 12/16 at most; when all five are in use the two that
 // lie closest become one. It stays for 60 s (0.4 s where the evidence was weak: if the howl returns
 // it comes back, four times as long), then gives up its depth over 4.4 s (0.7 s) and is put back at
 // the first sign of the howl. Depth fades, in 2.7 ms going in; to be moved, a notch fades out and
 // in.
 //
+// Two more lines of defence, both off until they are asked for. The first shifts all frequencies by a
+// few hertz (frequency_shifter.h): what rings glides and leaves the frequency at which it grew.
+// That lets the loop stand some 3 dB louder, and doesn't suit a voice that is heard together with an
+// accompaniment it has to be in tune with. It may come in by itself: when three howls have been
+// proved within seconds, or a loud tone just goes on. The second, the last resort, takes gain
+// away, 26 dB in a second, while a howl goes on though all notches are in use, or nothing ends it,
+// and gives it back by 1 dB in 5 s. A tone that neither glides with the shift nor falls with the
+// gain comes from outside: it is left alone for the next 10 s.
+//
 // What it doesn't do: howls below some 150 Hz and above 5.8 kHz (at 48 kHz) are not heard, more
 // than five narrow ones at once are cut only by wide notches, and a solo note without harmonics
-// that grows slowly may lose a tenth of a second to a trial.
+// that grows slowly may lose a twentieth of a second to a trial.
 //
-// The interface has no sample rate: the analysis works on half of whatever rate it gets. All frequencies
-// and times above hold at 48 kHz (within a tenth at 44.1 kHz); at 96 kHz bins are twice as wide and
-// howls are found from 300 Hz to 11.6 kHz, in half the time.
+// The analysis works on half of whatever rate it gets. All frequencies and times above hold at
+// 48 kHz (within a tenth at 44.1 kHz); at 96 kHz bins are twice as wide and howls are found from
+// 300 Hz to 11.6 kHz, in half the time.
 //
 // 24-bit samples in 32-bit words. Latency: none. While no notch is placed the samples pass as they
-// are. Memory: 13 KB, all taken by init. Cancellers share nothing.
+// are. Memory: 14 KB, all taken by init. Cancellers share nothing.
 #pragma once
 
 #include <stdint.h>
@@ -53,6 +65,7 @@
 #include "../dsp/elliptic.h"
 #include "../dsp/fft_int.h"
 #include "../dsp/notch.h"
+#include "../dsp/sample_rate.h"
 #include "../export.h"
 
 // One notch's place and progress. Frequencies and widths are in 1/256 of an analysis bin (0.366 Hz
@@ -80,7 +93,14 @@ struct howling_suspect {
   int level;     // newest, log2 Q10
 };
 
+// How long a tone that is no suspect any more has been loud.
+struct howling_memory {
+  int position;  // 0 = unused
+  int loud;      // frames, fading
+};
+
 struct bin_powers;  // of the eight latest frames
+struct frequency_shifter;
 
 // A tone that went on when it was notched, so comes from outside of the loop.
 struct howling_outsider {
@@ -102,6 +122,23 @@ struct howlingCancel {
   int alert;           // frames to go in which more howls are likely: one has just been proved
   int doubt;           // grows with every trial that a tone from outside has caused, Q8
   bin_powers* powers;  // of the analysed frames, owned
+  frequency_shifter* shifter;  // owned
+  SampleRateType sample_rate;  // turns hertz into the shifter's steps, and nothing else
+  int shift;                   // Hz; 0 = none
+  int shift_mode;              // 0 = always, 1 = while the notches alone don't hold the loop
+  int shift_hold;              // frames for which the automatic shift stays; below 0, since it left
+  int shift_stay;              // frames for which it stays when it comes in the next time
+  int pressure;                // howls proved lately, Q8
+  int last_resort;             // non-zero = gain may go down
+  int gain;                    // of the last resort, now, Q28
+  int gain_step;               // added to gain with every sample, within its limits
+  int ruler;                   // the tone that rules what is heard, as places have it; 0 = none
+  int ruler_frames;            // for which it has stood there
+  int sweep_frames;            // for which tones have ruled, wherever
+  int sweep_low, sweep_high;   // between which they have moved
+  int voice_frames;            // that the usual level has followed
+  howling_memory memories[8];
+  int trust;  // frames for which a ruling tone counts as one from outside
 };
 
 // Takes all memory; no notch placed; status 1 (on). Where memory is short, all pointers are null and
@@ -117,6 +154,27 @@ SONX_EXPORT void howling_canceling_end(howlingCancel* canceller);
 // Stored as given; any non-zero value is on. Notches and histories stay.
 SONX_EXPORT void howling_canceling_setstatus(howlingCancel* canceller, int status);
 SONX_EXPORT void howling_canceling_getstatus(howlingCancel* canceller, int* status);
+
+// Rate by its index (sample_rate.h), 48000 Hz after init. Only the shift's hertz depend on it; beyond
+// the table it counts as 48000 Hz. Settings, this one and those below, stay through a reset.
+SONX_EXPORT void howling_canceling_set_sample_rate(howlingCancel* canceller, SampleRateType rate);
+
+// Shift of all frequencies in Hz, 0..20, clamped; 0, which is set by init, is none. 3 to 5 are usual.
+// The shift glides to its new value by 24 Hz in a second, and fades in and out over 21 ms.
+SONX_EXPORT void howling_canceling_set_shift(howlingCancel* canceller, int hertz);
+SONX_EXPORT void howling_canceling_get_shift(howlingCancel* canceller, int* hertz);
+
+// When to shift: 0 always (set by init), any other value only while the notches alone don't hold
+// the loop. It then stays for 10 s after the last howl, and twice as long each time it has to come
+// back soon, up to 160 s.
+SONX_EXPORT void howling_canceling_set_shift_mode(howlingCancel* canceller, int mode);
+SONX_EXPORT void howling_canceling_get_shift_mode(howlingCancel* canceller, int* mode);
+
+// Whether gain may be taken away as the last resort: 0 = no (set by init), else yes; and the gain
+// that is left, Q13, 8192 = all of it.
+SONX_EXPORT void howling_canceling_set_last_resort(howlingCancel* canceller, int on);
+SONX_EXPORT void howling_canceling_get_last_resort(howlingCancel* canceller, int* on);
+SONX_EXPORT void howling_canceling_get_gain(howlingCancel* canceller, int* gain);
 
 // n samples of one channel, any n; in place allowed; n < 1 does nothing. The same bits however the
 // stream is cut. Samples beyond 24 bits are limited to 25 bits for the analysis. Nothing

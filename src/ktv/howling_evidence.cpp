@@ -1,5 +1,7 @@
 #include <algorithm>
 #include <cstdlib>
+#include <iterator>
+#include <utility>
 
 #include "dsp/fft_frame.h"
 #include "ktv/howling_internal.h"
@@ -12,17 +14,20 @@ constexpr int kSteadyFrequency = 24;  // 9 Hz at 48 kHz
 constexpr int kSteadyLevel = level_of_db(1.5);
 constexpr int kFastest = level_of_db(2.0);  // what counts of a rise in one frame
 constexpr int kMostGrowth = level_of_db(60.0);
-constexpr int kStanding = 100;   // frames after which harmonics no longer suggest a voice
-constexpr int kLongest = 10000;  // frames; counters stop there
-constexpr int kMatch = 128;      // half a bin
-constexpr int kGone = 4;         // frames that a suspect may be missing
+constexpr int kStanding = 100;       // frames after which harmonics no longer suggest a voice
+constexpr int kLongest = 10000;      // frames; counters stop there
+constexpr int kMatch = 128;          // half a bin
+constexpr int kGone = 4;             // frames that a suspect may be missing
+constexpr int kStandingFrames = 12;  // of steadiness, for what the notches should have ended
 
 // The usual level.
 constexpr int kQuiet = level_of_dbfs(-60.0);
 constexpr int kFirstUsual = level_of_dbfs(-28.0);
 constexpr int kHighestUsual = level_of_dbfs(-18.0);
-constexpr int kUsualRise = 7;  // 4 dB in a second
-constexpr int kUsualFall = 2;  // 1 dB in a second
+constexpr int kUsualRise = 7;     // 4 dB in a second
+constexpr int kUsualFall = 2;     // 1 dB in a second
+constexpr int kFirstVoice = 190;  // frames of voice, 1 s, in which it hurries
+constexpr int kHaste = 6;
 
 constexpr int kOutsiderFrames = 560;  // 3 s
 constexpr int kOutsiderWidth = 96;    // 35 Hz
@@ -33,11 +38,17 @@ constexpr int kDoubtStep = 256, kMostDoubt = 1024;
 struct demand {
   int excess, growth, steady, loud;
 };
+constexpr int kSlowRing = 240;  // frames, 1.3 s
+constexpr int kMemoryFrames =
+    16;                       // for which a frame of loudness is remembered: 0.5 s fades in 9 s
+constexpr int kReturns = 40;  // what a frame counts that has been remembered, in sixteenths
+constexpr int kMostRecalled = 300;
 constexpr demand kDemands[] = {{level_of_db(10.0), level_of_db(2.0), 10, 12},
                                {level_of_db(8.0), level_of_db(2.0), 10, 24},
                                {level_of_db(4.0), level_of_db(4.0), 16, 30},
                                {level_of_db(1.0), level_of_db(5.0), 40, 120},
-                               {level_of_db(-3.0), level_of_db(8.0), 60, 240}};
+                               {level_of_db(-3.0), level_of_db(8.0), 60, kSlowRing},
+                               {level_of_db(-15.0), level_of_db(12.0), 60, kSlowRing + 80}};
 constexpr demand kReturnDemand = {level_of_db(-6.0), level_of_db(1.5), 6, 12};
 // While more howls are likely.
 constexpr demand kAlertDemand = {level_of_db(3.0), level_of_db(3.0), 12, 24};
@@ -115,10 +126,35 @@ void follow_usual_level(howlingCancel* canceller) {
   if (level < kQuiet) return;
   for (const howling_suspect& s : canceller->suspects)
     if (s.loud > 4 || s.steady > 12) return;
+  const int haste = canceller->voice_frames < kFirstVoice ? kHaste : 1;
+  canceller->voice_frames += canceller->voice_frames < kFirstVoice;
   if (level < canceller->usual_level)
-    canceller->usual_level -= kUsualFall;
+    canceller->usual_level -= kUsualFall * haste;
   else if (canceller->usual_level < kHighestUsual)
-    canceller->usual_level += kUsualRise;
+    canceller->usual_level += kUsualRise * haste;
+}
+
+// A ring near the limit comes and goes with the voice, but always at the same place: how long it
+// has been loud outlasts the suspect.
+void remember(howlingCancel* canceller, const howling_suspect& s) {
+  if (s.position == 0 || s.loud == 0) return;
+  howling_memory* least = canceller->memories;
+  for (howling_memory& m : canceller->memories)
+    if (m.loud < least->loud) least = &m;
+  if (s.loud > least->loud) *least = {s.position, s.loud};
+}
+
+int recall(howlingCancel* canceller, int position) {
+  for (howling_memory& m : canceller->memories)
+    if (m.position && std::abs(m.position - position) < kSteadyFrequency)
+      return std::min(std::exchange(m, {}).loud * kReturns / 16, kMostRecalled);
+  return 0;
+}
+
+void fade_memories(howlingCancel* canceller) {
+  if (canceller->analyser->frames_heard % kMemoryFrames != 0) return;
+  for (howling_memory& m : canceller->memories)
+    if (m.loud == 0 || --m.loud == 0) m = {};
 }
 
 // The suspect at this frequency; else a new one, in place of the one that has grown least.
@@ -136,7 +172,8 @@ howling_suspect& suspect_at(howlingCancel* canceller, int position) {
     if (weakest->position == 0) break;
     if (s.position == 0 || s.growth < weakest->growth) weakest = &s;
   }
-  *weakest = {position, 0, 0, 0, 0, 0};
+  remember(canceller, *weakest);
+  *weakest = {position, 0, 0, recall(canceller, position), 0, 0};
   return *weakest;
 }
 
@@ -165,6 +202,13 @@ void add_evidence(const howlingCancel* canceller, howling_suspect& s, int positi
     s.loud = std::max(s.loud - 2, 0);
 }
 
+bool is_outsider(const howlingCancel* canceller, int position) {
+  const auto matches = [=](const howling_outsider& o) {
+    return o.position && std::abs(o.position - position) < kOutsiderWidth;
+  };
+  return std::any_of(canceller->outsiders, std::end(canceller->outsiders), matches);
+}
+
 bool meets(const howling_suspect& s, const demand& d, int doubt) {
   return (s.steady >= d.steady && s.growth >= d.growth + doubt * level_of_db(2.0)) ||
          s.loud >= d.loud + 12 * doubt;
@@ -177,29 +221,30 @@ int newest_level(const howlingCancel* canceller, int position) {
 }
 
 void gather_evidence(howlingCancel* canceller, const int* found) {
-  canceller->doubt -= canceller->doubt > 0;
+  canceller->doubt -= canceller->doubt > 0 && canceller->analyser->frames_heard % 2 == 0;
   canceller->alert -= canceller->alert > 0;
   for (howling_outsider& o : canceller->outsiders)
     if (o.position && --o.timer <= 0) o = {};
   follow_usual_level(canceller);
+  fade_memories(canceller);
   for (int k = 0; k < kPeaks; ++k)
     if (found[k]) add_evidence(canceller, suspect_at(canceller, found[k]), found[k]);
   for (howling_suspect& s : canceller->suspects) {
     if (s.position == 0 || ++s.missed == 0) continue;
     s.growth -= s.growth / 8;
-    if (s.missed > kGone) s = {};
+    if (s.missed <= kGone) continue;
+    remember(canceller, s);
+    s = {};
   }
 }
 
 bool is_howl(const howlingCancel* canceller, const howling_suspect& suspect,
              const howling_place* former) {
-  if (suspect.position == 0) return false;
-  for (const howling_outsider& o : canceller->outsiders)
-    if (o.position && std::abs(o.position - suspect.position) < kOutsiderWidth) return false;
+  if (suspect.position == 0 || is_outsider(canceller, suspect.position)) return false;
   const int excess = suspect.level - canceller->usual_level;
-  if (former)
-    return excess > (former->hold == kLongHold ? kReturnDemand.excess : 0) &&
-           meets(suspect, kReturnDemand, 0);
+  if (former && excess > (former->hold == kLongHold ? kReturnDemand.excess : 0))
+    return meets(suspect, kReturnDemand, 0);
+  if (former) return suspect.loud > kSlowRing / 6;
   if (canceller->alert > 0 && excess > kAlertDemand.excess && meets(suspect, kAlertDemand, 0))
     return true;
   for (const demand& d : kDemands)
@@ -212,12 +257,41 @@ bool is_strong(const howlingCancel* canceller, const howling_suspect& suspect,
   return suspect.level - canceller->usual_level > (former ? 0 : kStrong);
 }
 
+bool howl_stands(const howlingCancel* canceller) {
+  const auto stands = [=](const howling_suspect& s) {
+    if (s.position == 0 || s.missed > 0 || s.steady < kStandingFrames ||
+        is_outsider(canceller, s.position))
+      return false;
+    const peak_features f = features_of(*canceller->powers, s.position);
+    return f.share < level_of_db(6.0) && f.slope > -level_of_db(0.25) &&
+           s.level - canceller->usual_level > level_of_db(3.0);
+  };
+  return std::any_of(canceller->suspects, std::end(canceller->suspects), stands);
+}
+
+int ruling_tone(const howlingCancel* canceller) {
+  const int least = std::min(canceller->usual_level + kOver, kHighestUsual);
+  for (const howling_suspect& s : canceller->suspects)
+    if (s.position && s.missed == 0 && s.level > least &&
+        whole_level(*canceller->powers) - s.level < level_of_db(2.0))
+      return s.position;
+  return 0;
+}
+
 void forget_evidence(howlingCancel* canceller) {
   for (howling_suspect& s : canceller->suspects) s = {};
   for (howling_outsider& o : canceller->outsiders) o = {};
   canceller->usual_level = kFirstUsual;
+  canceller->voice_frames = 0;
+  for (howling_memory& m : canceller->memories) m = {};
   canceller->doubt = 0;
   canceller->alert = 0;
+}
+
+void forget_outsiders(howlingCancel* canceller) {
+  for (howling_outsider& o : canceller->outsiders) o = {};
+  canceller->usual_level = std::min(canceller->usual_level, kFirstUsual);
+  canceller->doubt = 0;
 }
 
 void learn_outsider(howlingCancel* canceller, int position, int level) {

@@ -1,6 +1,6 @@
 // The howling canceller's inner parts: evidence says what is a howl, places decide where the notches
-// stand. The places ask the evidence, not the other way round; howling_cancel.cpp brings both
-// together.
+// stand, reserves come in when the notches don't suffice. The places ask the evidence, the reserves
+// ask both, not the other way round; howling_cancel.cpp brings them together.
 #pragma once
 
 #include "dsp/fft_peaks.h"
@@ -12,6 +12,8 @@ constexpr int kFullDepth = 1 << 20;  // Q20
 constexpr int kWidestRadius = 7168;  // Q13, 0.875: 1.9 kHz wide at 48 kHz
 constexpr int kAlertFrames = 190;    // 1 s
 constexpr int kLongHold = 11250;     // 60 s
+constexpr int kProvedHowl = 256, kMostPressure = 8 * kProvedHowl;  // pressure, Q8
+constexpr int kWholeGain = 1 << 28;                                // Q28
 
 // Level of a power of full scale - db, log2 Q10.
 constexpr int level_of_dbfs(double db) { return level_of_db(93.3 + db); }
@@ -38,6 +40,15 @@ bool is_strong(const howlingCancel* canceller, const howling_suspect& suspect,
 
 void forget_evidence(howlingCancel* canceller);
 
+// What was taken for tones from outside is a howl: they are no excuse any more.
+void forget_outsiders(howlingCancel* canceller);
+
+// Whether a suspect that is louder than usual grows or stands, tones from outside excepted.
+bool howl_stands(const howlingCancel* canceller);
+
+// The position of a loud tone that rules the spectrum, from outside or not; 0 = none.
+int ruling_tone(const howlingCancel* canceller);
+
 // A tone at this frequency and level went on when it was notched.
 void learn_outsider(howlingCancel* canceller, int position, int level);
 
@@ -49,10 +60,27 @@ const howling_place* former_place(const howlingCancel* canceller, int position);
 // One frame further: trials end, holds end, what has faded out is moved.
 void advance_places(howlingCancel* canceller, const int* found);
 
+// Whether all notches stand on howls.
+bool all_in_use(const howlingCancel* canceller);
+
 // Puts a notch on a howl, for long if the evidence is strong.
 void answer_howl(howlingCancel* canceller, const howling_suspect& howl, bool strong);
 
-// --- both
+// The same for what has moved between two frequencies.
+void answer_sweep(howlingCancel* canceller, int low, int high);
+
+// --- reserves
+
+// Shift and gain as after init; settings stay.
+void reset_reserves(howlingCancel* canceller);
+
+// One frame further: whether the shift is needed, where the gain goes.
+void advance_reserves(howlingCancel* canceller);
+
+// Shifts and scales what the notches leave, n samples.
+void apply_reserves(howlingCancel* canceller, int* x, int n);
+
+// --- all
 
 // Once per hop: analyses the frame, looks for howls, answers them.
 void follow_howls(howlingCancel* canceller);

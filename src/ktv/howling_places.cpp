@@ -13,11 +13,13 @@ constexpr int kReleaseStep = 5;                // 4.4 s
 constexpr int kQuickReleaseStep = 30;          // 0.7 s
 
 // Widths, in 1/16 of the centre frequency.
-constexpr int kFirstWidth = 4;
-constexpr int kWidest = 10;
+constexpr int kFirstWidth = 5;
+constexpr int kWidest = 12;
 
 constexpr int kLeastTrial = 4;  // frames; a notch takes as long to show in the loop
 constexpr int kTrialFrames = 20;
+constexpr int kEarlyFrames = 9;  // by then a howl has fallen a little, however long the room rings
+constexpr int kEarlyDrop = level_of_db(1.5);
 constexpr int kTrials = 2;
 constexpr int kTrialDrop = level_of_db(7.0);
 constexpr int kWeakTrialDrop = level_of_db(11.0);
@@ -150,11 +152,15 @@ void advance_trial(howlingCancel* canceller, int i, const int* found) {
   const int drop = place.hold == kLongHold ? kTrialDrop : kWeakTrialDrop;
   if (place.level - level >= drop && place.timer >= kLeastTrial) {
     place.phase = kHolding;
-    if (place.hold == kLongHold) canceller->alert = kAlertFrames;
+    if (place.hold == kLongHold) {
+      canceller->alert = kAlertFrames;
+      canceller->pressure = std::min(canceller->pressure + kProvedHowl, kMostPressure);
+    }
     place.timer = 0;
     return;
   }
-  if (place.timer < kTrialFrames) return;
+  const bool unimpressed = place.timer >= kEarlyFrames && place.level - level < kEarlyDrop;
+  if (place.timer < kTrialFrames && !unimpressed) return;
   const int moved = moved_peak(place, found);
   if (++place.attempts < kTrials && moved) {
     widen_to(place, moved);
@@ -204,6 +210,12 @@ void advance_places(howlingCancel* canceller, const int* found) {
   for (int i = 0; i < kPlaces; ++i) advance_place(canceller, i, found);
 }
 
+bool all_in_use(const howlingCancel* canceller) {
+  return std::all_of(canceller->places, canceller->places + kPlaces, [](const howling_place& p) {
+    return p.phase == kTrial || p.phase == kHolding;
+  });
+}
+
 void answer_howl(howlingCancel* canceller, const howling_suspect& howl, bool strong) {
   int i = place_near(canceller, howl.position);
   if (i >= 0) {
@@ -222,5 +234,21 @@ void answer_howl(howlingCancel* canceller, const howling_suspect& howl, bool str
     place.hold = strong || canceller->alert > 0 ? kLongHold : kShortHold;
   }
   canceller->places[i].attempts = 0;
+  begin_trial(canceller, i);
+}
+
+void answer_sweep(howlingCancel* canceller, int low, int high) {
+  int i = place_near(canceller, (low + high) / 2);
+  if (i < 0) {
+    i = vacant_place(canceller);
+    canceller->places[i].width = 0;
+    canceller->places[i].position = (low + high) / 2;
+  }
+  howling_place& place = canceller->places[i];
+  if (place.phase == kTrial) return;
+  const int margin = low * kFirstWidth / 32;
+  span(place, std::min(low_edge(place), low - margin), std::max(high_edge(place), high + margin));
+  place.hold = kLongHold;
+  place.attempts = 0;
   begin_trial(canceller, i);
 }

@@ -149,3 +149,28 @@ void teka_audio_tx_ktv_howling_canceling_setstatus(teka_audio_tx_ktv_t* chain, i
 void teka_audio_tx_ktv_howling_canceling_getstatus(teka_audio_tx_ktv_t* chain, int* status) {
   on(chain->howling, howling_canceling_getstatus, status);
 }
+
+void teka_audio_tx_ktv_howling_canceling_set_shift(teka_audio_tx_ktv_t* chain, int hertz) {
+  on(chain->howling, howling_canceling_set_shift, hertz);
+}
+void teka_audio_tx_ktv_howling_canceling_get_shift(teka_audio_tx_ktv_t* chain, int* hertz) {
+  on(chain->howling, howling_canceling_get_shift, hertz);
+}
+
+void teka_audio_tx_ktv_howling_canceling_set_shift_mode(teka_audio_tx_ktv_t* chain, int mode) {
+  on(chain->howling, howling_canceling_set_shift_mode, mode);
+}
+void teka_audio_tx_ktv_howling_canceling_get_shift_mode(teka_audio_tx_ktv_t* chain, int* mode) {
+  on(chain->howling, howling_canceling_get_shift_mode, mode);
+}
+
+void teka_audio_tx_ktv_howling_canceling_set_last_resort(teka_audio_tx_ktv_t* chain, int wanted) {
+  on(chain->howling, howling_canceling_set_last_resort, wanted);
+}
+void teka_audio_tx_ktv_howling_canceling_get_last_resort(teka_audio_tx_ktv_t* chain, int* wanted) {
+  on(chain->howling, howling_canceling_get_last_resort, wanted);
+}
+
+void teka_audio_tx_ktv_howling_canceling_get_gain(teka_audio_tx_ktv_t* chain, int* gain) {
+  on(chain->howling, howling_canceling_get_gain, gain);
+}

@@ -1,5 +1,6 @@
 #include "ktv/sonx_ktv.h"
 
+#include <atomic>
 #include <cstdint>
 #include <iterator>
 #include <new>
@@ -7,6 +8,7 @@
 #include <utility>
 
 #include "effects/equalizer_curve.h"
+#include "fixed.h"
 #include "ktv/memory.h"
 #include "ktv/teka_audio_tx_ktv.h"
 #include "log.h"
@@ -30,6 +32,9 @@ constexpr chain_setting kSettings[] = {
     teka_audio_tx_ktv_eq_setstatus,
     teka_audio_tx_ktv_gramophone_setstatus,
     teka_audio_tx_ktv_howling_canceling_setstatus,
+    teka_audio_tx_ktv_howling_canceling_set_shift,
+    teka_audio_tx_ktv_howling_canceling_set_shift_mode,
+    teka_audio_tx_ktv_howling_canceling_set_last_resort,
     teka_audio_tx_ktv_noise_canceling_setstatus,
     teka_audio_tx_ktv_compressor_setstatus,
     teka_audio_tx_ktv_iirecho_setstatus,
@@ -66,6 +71,7 @@ struct sonx_ktv_handle_t {
   teka_audio_tx_ktv_t chain;
   request asked, done;  // kept by the settings' side, and by the processing side
   mailbox<request> requests;
+  std::atomic<int> howling_gain;  // what the last resort leaves, Q13; written by process
 };
 
 sonx_ktv_handle_t* karaoke_of(void* handle) { return static_cast<sonx_ktv_handle_t*>(handle); }
@@ -106,6 +112,7 @@ void* sonx_ktv_init(void) {
   auto* karaoke = allocate<sonx_ktv_handle_t>();
   if (karaoke == nullptr) return nullptr;
   new (&karaoke->requests) mailbox<request>;
+  new (&karaoke->howling_gain) std::atomic<int>(kOneQ13);
   karaoke->bit_width = 16;
   teka_audio_tx_ktv_init(&karaoke->chain);
   if (has_memory(&karaoke->chain)) {
@@ -131,6 +138,9 @@ void sonx_ktv_process_16(void* handle, short* in, short* out_left, short* out_ri
   follow_requests(karaoke);
   teka_audio_tx_ktv_process(&karaoke->chain, static_cast<int>(karaoke->bit_width), in, out_left,
                             out_right, n);
+  int gain = kOneQ13;
+  teka_audio_tx_ktv_howling_canceling_get_gain(&karaoke->chain, &gain);
+  karaoke->howling_gain.store(gain, std::memory_order_relaxed);
 }
 
 void sonx_ktv_set_voice_gain(void* handle, int gain) {
@@ -198,6 +208,21 @@ void sonx_ktv_iirecho_enable(void* handle, int enable) {
 void sonx_ktv_noise_canceling_enable(void* handle, int enable) {
   __android_log_print(kLogDebug, kLogTag, "%s: %d", "sonx_ktv_noise_canceling_enable", enable);
   set<teka_audio_tx_ktv_noise_canceling_setstatus>(handle, enable);
+}
+
+void sonx_ktv_howling_canceling_set_shift(void* handle, int hertz) {
+  set<teka_audio_tx_ktv_howling_canceling_set_shift>(handle, hertz);
+}
+void sonx_ktv_howling_canceling_set_shift_mode(void* handle, int mode) {
+  set<teka_audio_tx_ktv_howling_canceling_set_shift_mode>(handle, mode);
+}
+void sonx_ktv_howling_canceling_set_last_resort(void* handle, int on) {
+  set<teka_audio_tx_ktv_howling_canceling_set_last_resort>(handle, on);
+}
+int sonx_ktv_howling_canceling_gain(const void* handle) {
+  if (handle == nullptr) return kOneQ13;
+  const auto* karaoke = static_cast<const sonx_ktv_handle_t*>(handle);
+  return karaoke->howling_gain.load(std::memory_order_relaxed);
 }
 
 int sonx_ktv_latency(const void* handle) {

@@ -15,9 +15,9 @@
 // Latency: none. Memory: 315 KB per handle, taken by init; process takes none, no lock, and makes no
 // system call. A call needs at most 16 KB of stack.
 //
-// Threads: process belongs to one thread, the audio thread. Settings may be made and bypasses asked
-// while it runs, from one other thread at a time; neither side waits for the other. init comes before
-// and deinit after everything else. Handles share nothing.
+// Threads: process belongs to one thread, the audio thread. Settings may be made, bypasses and gain
+// asked while it runs, from one other thread at a time; neither side waits for the other. init comes
+// before and deinit after everything else. Handles share nothing.
 //
 // A null handle is ignored everywhere (noise cancelling still logs the request), and a null buffer
 // too. Buffers are aligned to 2 bytes, indices to 4.
@@ -69,6 +69,15 @@ SONX_EXPORT void sonx_ktv_gramophone_enable(void* handle, int enable);
 SONX_EXPORT void sonx_ktv_hw_howling_canceling_enable(void* handle, int enable);
 SONX_EXPORT void sonx_ktv_compressor_enable(void* handle, int enable);
 SONX_EXPORT void sonx_ktv_iirecho_enable(void* handle, int enable);
+
+// The howling canceller's further lines of defence, off after init (howling_cancel.h): a shift of all
+// frequencies in Hz, 0..20; when to shift, 0 always, 1 only while the notches alone don't hold the
+// loop; whether gain may go down as the last resort, and what is left of it, Q13 (8192 without a
+// handle).
+SONX_EXPORT void sonx_ktv_howling_canceling_set_shift(void* handle, int hertz);
+SONX_EXPORT void sonx_ktv_howling_canceling_set_shift_mode(void* handle, int mode);
+SONX_EXPORT void sonx_ktv_howling_canceling_set_last_resort(void* handle, int on);
+SONX_EXPORT int sonx_ktv_howling_canceling_gain(const void* handle);
 
 // Frames by which process delays the voice: 0.
 SONX_EXPORT int sonx_ktv_latency(const void* handle);

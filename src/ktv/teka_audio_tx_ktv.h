@@ -104,6 +104,25 @@ SONX_EXPORT void teka_audio_tx_ktv_howling_canceling_setstatus(teka_audio_tx_ktv
                                                                int status);
 SONX_EXPORT void teka_audio_tx_ktv_howling_canceling_getstatus(teka_audio_tx_ktv_t* chain,
                                                                int* status);
+
+// The howling canceller's further lines of defence (howling_cancel.h): shift in Hz, 0..20, and when
+// (0 always, else while the notches alone don't hold the loop); gain as the last resort, and what
+// is left of it, Q13.
+SONX_EXPORT void teka_audio_tx_ktv_howling_canceling_set_shift(teka_audio_tx_ktv_t* chain,
+                                                               int hertz);
+SONX_EXPORT void teka_audio_tx_ktv_howling_canceling_get_shift(teka_audio_tx_ktv_t* chain,
+                                                               int* hertz);
+SONX_EXPORT void teka_audio_tx_ktv_howling_canceling_set_shift_mode(teka_audio_tx_ktv_t* chain,
+                                                                    int mode);
+SONX_EXPORT void teka_audio_tx_ktv_howling_canceling_get_shift_mode(teka_audio_tx_ktv_t* chain,
+                                                                    int* mode);
+SONX_EXPORT void teka_audio_tx_ktv_howling_canceling_set_last_resort(teka_audio_tx_ktv_t* chain,
+                                                                     int on);
+SONX_EXPORT void teka_audio_tx_ktv_howling_canceling_get_last_resort(teka_audio_tx_ktv_t* chain,
+                                                                     int* on);
+SONX_EXPORT void teka_audio_tx_ktv_howling_canceling_get_gain(teka_audio_tx_ktv_t* chain,
+                                                              int* gain);
+
 SONX_EXPORT void teka_audio_tx_ktv_gramophone_setstatus(teka_audio_tx_ktv_t* chain, int status);
 SONX_EXPORT void teka_audio_tx_ktv_gramophone_getstatus(teka_audio_tx_ktv_t* chain, int* status);
 SONX_EXPORT void teka_audio_tx_ktv_compressor_setstatus(teka_audio_tx_ktv_t* chain, int status);

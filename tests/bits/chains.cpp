@@ -111,14 +111,15 @@ void headphone_handles(trial& t) {
 // A room that feeds back: what the canceller puts out returns some 400 samples
 // later through a resonance that moves now and then. Besides there are tones
 // from outside, or short noises. The first trial goes on until its notches have
-// been given up again.
+// been given up again. With reserves the shift and the last resort are at work, as drawn.
+template <bool reserves>
 void howling(trial& t) {
   constexpr int kPeriod = 240, kOne = 1 << 28;
   held<howlingCancel, LIFE(howling_canceling)> canceller;
   int row[5] = {kOne / 100, 0, -kOne / 100, 0, -(kOne / 100 * 98)};  // poles at 0.99
   held<IIR, LIFE(IIR)> resonance(row);
-  const bool loop = t.number % 3 != 1, tones = t.number % 3 != 0;
-  const int gain_q13 = loop ? 11000 + static_cast<int>(t.roll(14000)) : 0;
+  const bool loop = reserves || t.number % 3 != 1, tones = t.number % 3 != 0;
+  const int gain_q13 = loop ? (11000 + static_cast<int>(t.roll(14000))) << (reserves ? 2 : 0) : 0;
   const int delay = 300 + static_cast<int>(t.roll(500)), long_one = 75 * 48000,
             frames = t.number == 0 ? long_one : t.frames;
   const std::vector<int> bursts = t.signal<int>(48000, 4);
@@ -129,6 +130,12 @@ void howling(trial& t) {
   for (auto& o : oscillators)
     o = {1 + t.roll(1 << 26), 0, t.once_in(2) ? 0 : 1 << (16 + t.roll(6))};
   for (int start = 0; start + kPeriod <= frames; start += kPeriod) {
+    if (reserves && start % 192000 == 0) {
+      howling_canceling_set_shift(&canceller, t.wild() ? t.any() : static_cast<int>(t.roll(9)) - 1);
+      howling_canceling_set_shift_mode(&canceller, t.once_in(2));
+      howling_canceling_set_last_resort(&canceller, t.once_in(2));
+      howling_canceling_set_sample_rate(&canceller, SampleRateType(t.once_in(4) ? t.roll(5) : 1));
+    }
     std::fill(heard.begin(), heard.end(), 0);
     if (start % 72000 == 0 && (t.number != 0 || start == 0)) {
       const int angle_q14 = 500 + static_cast<int>(t.roll(9000));  // its cosine is 1 - angle^2 / 2
@@ -157,6 +164,35 @@ void howling(trial& t) {
     if (t.once_in(8000)) howling_canceling_reset(&canceller);
   }
   use_some<STATUS(howling_canceling_)>(t, &canceller);
+  if (reserves)
+    use_some<SETTING(howling_canceling_, _shift), SETTING(howling_canceling_, _shift_mode),
+             SETTING(howling_canceling_, _last_resort), howling_canceling_get_gain>(t, &canceller);
+}
+
+// The reserves' settings on the chain and on the handle, over a tone that counts as a howl.
+void howling_settings(trial& t) {
+  constexpr int kPeriod = 256;
+  held<teka_audio_tx_ktv_t, LIFE(teka_audio_tx_ktv)> c;
+  void* const handle = sonx_ktv_init();
+  sonx_ktv_iirecho_enable(handle, 0);
+  teka_audio_tx_ktv_iirecho_setstatus(&c, 0);
+  std::vector<short> x(kPeriod), left(kPeriod), right(kPeriod);
+  for (int start = 0; start + kPeriod <= t.frames; start += kPeriod) {
+    for (int i = 0; i < kPeriod; ++i) x[size_t(i)] = (start + i) % 40 < 20 ? 20000 : -20000;
+    if (t.once_in(16)) {
+#define RESERVE(name) SETTING(teka_audio_tx_ktv_howling_canceling_, name)
+      use_some<RESERVE(_shift), RESERVE(_shift_mode), RESERVE(_last_resort),
+               teka_audio_tx_ktv_howling_canceling_get_gain>(t, &c);
+      use_some<sonx_ktv_howling_canceling_set_shift, sonx_ktv_howling_canceling_set_shift_mode,
+               sonx_ktv_howling_canceling_set_last_resort>(t, handle);
+    }
+    teka_audio_tx_ktv_process_16(&c, x.data(), left.data(), right.data(), kPeriod);
+    t.note_all(left.data(), kPeriod);
+    sonx_ktv_process_16(handle, x.data(), left.data(), right.data(), kPeriod);
+    t.note_all(left.data(), kPeriod);
+    t.note(sonx_ktv_howling_canceling_gain(handle));
+  }
+  sonx_ktv_deinit(handle);
 }
 
 constexpr auto delay_echo = [](trial& t, iirecho* e) {
@@ -243,7 +279,10 @@ const std::vector<subject> kChains = {
             SETTING(iirecho_, wet), SETTING(iirecho_, dry), STATUS(iirecho_), iirecho_getdelay,
             delay_echo, delay_echo, iirecho_update>},
     {"howling-loop", "closed loops, tones from outside; 15 seconds each, one of 75", 20, 720000,
-     howling},
+     howling<false>},
+    {"howling-reserves", "loops beyond what notches hold: shift, last resort", 12, 720000,
+     howling<true>},
+    {"howling-settings", "of the reserves, on chain and handle", 4, 96000, howling_settings},
     {"howling-blocks", "streams of all kinds", 35, 20000,
      module<howlingCancel, LIFE(howling_canceling), howling_canceling_process,
             howling_canceling_reset, howling_canceling_getstatus, howling_canceling_getstatus>},
