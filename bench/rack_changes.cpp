@@ -1,16 +1,10 @@
 // Listens for clicks and gaps while a rack's settings change, and prints a table: for every effect
 // the worst of all its parameters. See usage() for more.
 //
-// Three runs over the same signal are compared: with the settings before, with those after, and
-// with the change in between, at kChange.
-//   step   the largest difference of two neighbouring samples from the change on, in parts of the
-//          larger of the steady runs' steps
-//   level  in any 20 ms from the change on, dB below the quieter of the steady runs in the same
-//          20 ms
+// Three runs over the same signal are compared by the measures of rack/clicks.h: with the settings
+// before, with those after, and with the change in between, at kChange.
 // A jump sets the new value at once. A drag sets another one every 10 ms, half a second long, from
 // one end of the range to the other; the steady runs are then those of eleven values on its way.
-// Each channel is compared on its own. What is quieter than kFloor (in the steady run) is not
-// compared.
 //
 // After another preset there are two runs with the one after: what follows loudness and holds its
 // gain in soft passages remembers how its music began, for ever if no loud one comes. A rack that
@@ -29,14 +23,13 @@
 #include <string>
 #include <utility>
 
-#include "rack/signals.h"
+#include "rack/clicks.h"
 
 namespace {
 
 constexpr int kBlock = 480;                  // frames in a call; 10 ms at 48000 Hz
 constexpr double kChange = 2.2, kEnd = 4.2;  // seconds
 constexpr double kLate = 0.2, kRise = 0.02;  // of the rack that begins later
-constexpr double kFloor = 1e-4;              // -80 dBFS
 constexpr int kDragSteps = 50;
 constexpr const char* kHeader =
     "| effect | step | where | dB below | allowed | where | holds |\n"
@@ -46,16 +39,6 @@ constexpr const char* kHeader =
 // after a gap of kGap. What it does must be seen by the measures.
 bool cut = false;
 constexpr double kGap = 0.007;  // seconds
-
-// In dB. The speaker boost counts as one that turns the phase: its crossovers turn it by half a turn
-// at 1 kHz against what a switched off slot passes.
-double limit_of(const std::string& effect) {
-  for (const char* level : {"balance", "volume", "compressor", "smart-volume"})
-    if (effect == level) return 1.0;
-  for (const char* tail : {"reverb", "echo", "stereo-widening", "headphones", "karaoke"})
-    if (effect == tail) return 6.0;
-  return 3.0;
-}
 
 // What an effect is given besides its initial values, so that its parameters are heard.
 std::string audible(const std::string& effect) {
@@ -113,32 +96,6 @@ stereo play(sonx_rack* rack, const source& s, const action& act = {}) {
   return out;
 }
 
-struct finding {
-  double step = 0.0, level = 0.0;  // times; dB
-  std::string step_at, level_at;
-
-  void take(const finding& other) {
-    if (other.step > step) step = other.step, step_at = other.step_at;
-    if (other.level > level) level = other.level, level_at = other.level_at;
-  }
-};
-
-double largest_step(const channel& x, size_t from) {
-  float largest = 0.0f;
-  for (size_t i = from; i < x.size(); ++i) largest = std::max(largest, std::abs(x[i] - x[i - 1]));
-  return largest;
-}
-
-// Mean power of the 20 ms from each whole millisecond on.
-std::vector<double> powers(const channel& x, size_t from, int rate) {
-  const auto length = static_cast<size_t>(rate / 50), hop = static_cast<size_t>(rate / 1000);
-  std::vector<double> sums(x.size() + 1), result;
-  for (size_t i = 0; i < x.size(); ++i) sums[i + 1] = sums[i] + double(x[i]) * double(x[i]);
-  for (size_t i = from; i + length <= x.size(); i += hop)
-    result.push_back((sums[i + length] - sums[i]) / static_cast<double>(length));
-  return result;
-}
-
 stereo cut_between(const stereo& before, stereo after, const source& s) {
   const auto gap = static_cast<size_t>(kGap * s.rate);
   for (size_t side = 0; side < 2; ++side) {
@@ -151,23 +108,9 @@ stereo cut_between(const stereo& before, stereo after, const source& s) {
 finding compare(stereo changed, const std::vector<stereo>& steady, const source& s,
                 const std::string& what) {
   if (cut) changed = cut_between(steady.front(), steady.back(), s);
-  finding worst;
-  worst.step_at = worst.level_at = what + ", " + s.name;
-  for (size_t side = 0; side < 2; ++side) {
-    double step = kFloor;
-    std::vector<double> lowest = powers(steady[0][side], s.change(), s.rate);
-    for (const stereo& run : steady) {
-      step = std::max(step, largest_step(run[side], s.change()));
-      const std::vector<double> power = powers(run[side], s.change(), s.rate);
-      for (size_t k = 0; k < lowest.size(); ++k) lowest[k] = std::min(lowest[k], power[k]);
-    }
-    worst.step = std::max(worst.step, largest_step(changed[side], s.change()) / step);
-    const std::vector<double> power = powers(changed[side], s.change(), s.rate);
-    for (size_t k = 0; k < lowest.size(); ++k)
-      if (lowest[k] > kFloor * kFloor)
-        worst.level = std::max(worst.level, 10.0 * std::log10(lowest[k] / (power[k] + 1e-30)));
-  }
-  return worst;
+  steady_sounds sounds(s.change(), s.rate);
+  for (const stereo& run : steady) sounds.add(run);
+  return sounds.compare(changed, what + ", " + s.name);
 }
 
 // ---- The changes of one effect.
@@ -328,7 +271,7 @@ finding try_presets(const char* folder, const source& s) {
 }
 
 void row(const std::string& name, const finding& f, double limit, bool& failed) {
-  const bool bad = f.step > 1.1 || f.level > limit;
+  const bool bad = !f.holds(limit);
   failed = failed || bad;
   std::printf("| %s | %.3f | %s | %.2f | %g | %s | %s |\n", name.c_str(), f.step, f.step_at.c_str(),
               f.level, limit, f.level_at.c_str(), bad ? "**no**" : "yes");
@@ -394,12 +337,12 @@ int main(int count, char** words) {
     if (!only.empty() && only != effect->id) continue;
     const finding f = worst_of(rate_of(effect),
                                [&](const source& s) { return effect_trial(effect, s).run(all); });
-    row(effect->id, f, limit_of(effect->id), failed);
+    row(effect->id, f, level_limit(effect->id), failed);
   }
   if (!folder.empty()) {
     const finding f =
         worst_of(48000, [&](const source& s) { return try_presets(folder.c_str(), s); });
-    row("another preset", f, 6.0, failed);
+    row("another preset", f, kPresetLevel, failed);
   }
   return failed ? EXIT_FAILURE : EXIT_SUCCESS;
 }

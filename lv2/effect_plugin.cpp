@@ -9,6 +9,16 @@
 
 namespace {
 
+// The number that a port's value is meant to be, 0.8 and not 0.800000011920929: the one of the fewest
+// decimal places that becomes the same value.
+double meant_by(float value) {
+  for (double scale = 1.0; scale <= 1e9; scale *= 10.0)
+    if (const double number = std::round(value * scale) / scale;
+        static_cast<float>(number) == value)
+      return number;
+  return value;
+}
+
 class effect_instance : public instance {
  public:
   effect_instance(const sonx_effect& effect, double rate)
@@ -17,7 +27,7 @@ class effect_instance : public instance {
 
   // Empty, or why it can't be.
   std::string load(const sonx_effect& effect) {
-    if (rack() == nullptr) return "short memory, or no effect runs at this rate";
+    if (rack() == nullptr) return no_rack();
     const std::string preset = "sonx = 1\n[[effect]]\nid = \"" + std::string(effect.id) + "\"\n";
     char error[200];
     return sonx_rack_load(rack(), preset.c_str(), error, sizeof error) == 0 ? "" : error;
@@ -33,7 +43,7 @@ class effect_instance : public instance {
       parameter_port& port = ports_[k];
       if (port.value == nullptr || *port.value == port.last) continue;
       port.last = *port.value;
-      sonx_rack_set(rack(), 0, static_cast<int>(k), port.last);
+      sonx_rack_set(rack(), 0, static_cast<int>(k), meant_by(port.last));
     }
     instance::run(frames);
   }

@@ -33,6 +33,9 @@ class host_log {
   LV2_Log_Logger logger_;
 };
 
+// Why a rack couldn't be made.
+inline const char* no_rack() { return "no effect runs at this rate, or memory is short"; }
+
 constexpr int kLongestCall = 8192;  // frames; the rack splits longer ones
 
 class instance {

@@ -148,17 +148,20 @@ void add_audio(port_list& ports, const std::string& plugin, const char* directio
   const bool input = std::string_view(direction) == "in";
   const std::string classes =
       std::string("lv2:AudioPort , lv2:") + (input ? "Input" : "Output") + "Port";
-  if (count == 1) return ports.add(classes, direction, input ? "In" : "Out", "");
-  for (const char* side : {"left", "right"}) {
-    const std::string name = std::string(input ? "In " : "Out ") + side;
-    ports.add(classes, std::string(direction) + "_" + side, name,
-              "    pg:group " + angle(group_uri(plugin, direction)) +
-                  " ;\n    lv2:designation pg:" + side + " ;\n");
+  for (int side = 0; side < count; ++side) {
+    const std::string symbol = audio_symbol(direction, count, side), name = input ? "In" : "Out";
+    const std::string word = side == 0 ? "left" : "right";
+    if (count == 1)
+      ports.add(classes, symbol, name, "");
+    else
+      ports.add(classes, symbol, name + " " + word,
+                "    pg:group " + angle(group_uri(plugin, direction)) +
+                    " ;\n    lv2:designation pg:" + word + " ;\n");
   }
 }
 
 void add_fixed(port_list& ports) {
-  ports.add("lv2:ControlPort , lv2:InputPort", "enabled", "Enabled",
+  ports.add("lv2:ControlPort , lv2:InputPort", kEnabledSymbol, "Enabled",
             "    lv2:designation lv2:enabled ;\n    lv2:portProperty lv2:toggled ;\n"
             "    lv2:default 1 ;\n    lv2:minimum 0 ;\n    lv2:maximum 1 ;\n");
   ports.add("lv2:ControlPort , lv2:OutputPort", "latency", "Latency",
@@ -368,6 +371,8 @@ void write_bundle(const fs::path& folder, const std::string& binary,
   for (const fs::path& file : files) presets.push_back(read_preset(file));
 
   fs::create_directories(folder);
+  for (const auto& entry : fs::directory_iterator(folder))  // presets that are gone
+    if (entry.path().extension() == ".toml") fs::remove(entry.path());
   for (const preset& p : presets)
     fs::copy_file(p.file, folder / p.file.filename(), fs::copy_options::overwrite_existing);
   auto manifest = open(folder / "manifest.ttl");

@@ -164,7 +164,7 @@ LV2_Handle instantiate(const LV2_Descriptor*, double rate, const char*,
   }
   auto made = std::make_unique<rack_instance>(rate, map, schedule, log);
   if (made->rack() == nullptr) {
-    log.error("Sonx Rack at %g Hz: short memory, or no effect runs at this rate\n", rate);
+    log.error("Sonx Rack at %g Hz: %s\n", rate, no_rack());
     return nullptr;
   }
   return made.release();

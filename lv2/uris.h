@@ -1,4 +1,4 @@
-// The names under which hosts know the plugins: the bundle's generator and its plugins agree here.
+// The names under which hosts know the plugins and their ports.
 #pragma once
 
 #include <string>
@@ -16,3 +16,10 @@ inline std::string effect_uri(const char* id) { return SONX_LV2_EFFECT + std::st
 // catalogue's order. The rack's plugin has two more where the parameters would be.
 enum fixed_port { kEnabledPort, kLatencyPort, kFixedPorts };
 enum rack_port { kControlPort, kNotifyPort, kRackPorts };
+
+// The symbol of an audio port, one of `count`: "in", or "in_left" and "in_right". The other ports'
+// symbols are the parameters' ids, and these.
+inline std::string audio_symbol(const char* direction, int count, int side) {
+  return count == 1 ? direction : direction + std::string(side == 0 ? "_left" : "_right");
+}
+constexpr const char* kEnabledSymbol = "enabled";

@@ -1,4 +1,5 @@
-// sonx import and export: presets from other programs' equalizer settings, and presets as C.
+// sonx import and export: presets from other programs' equalizer settings, and presets as C or as
+// a filter chain of the desktop's sound server.
 #include <CLI/CLI.hpp>
 
 #include <cstdio>
@@ -10,6 +11,7 @@
 #include "commands.h"
 #include "messages.h"
 #include "pending_file.h"
+#include "pipewire_text.h"
 #include "rack_host.h"
 
 namespace sonx {
@@ -62,8 +64,15 @@ struct export_options {
   int rate = 48000;
 };
 
+const char* const kExportFooter =
+    R"(Examples:
+  sonx export headphones.toml --as c -o headphones.h
+  sonx export headphones.toml --as pipewire \
+    -o ~/.config/pipewire/pipewire.conf.d/sonx-headphones.conf)";
+
 void export_preset(const export_options& options) {
-  write_text_file(options.out, rack(read_recipe(options.preset), options.rate).export_c());
+  const rack made(read_recipe(options.preset), options.rate);
+  write_text_file(options.out, options.form == "c" ? made.export_c() : pipewire_text(made));
 }
 
 }  // namespace
@@ -82,10 +91,13 @@ void add_import_command(CLI::App& app) {
 void add_export_command(CLI::App& app) {
   CLI::App* command = app.add_subcommand("export", "write a preset in another form");
   auto options = std::make_shared<export_options>();
-  command->footer("Example:\n  sonx export headphones.toml --as c -o headphones.h");
+  command->footer(kExportFooter);
   command->add_option("FILE", options->preset, "preset")->required();
-  command->add_option("--as", options->form, "c: initialisers for the effects' library")
-      ->check(CLI::IsMember({"c"}))
+  command
+      ->add_option("--as", options->form,
+                   "c: initialisers for the effects' library; pipewire: the effects as LV2 plugins "
+                   "in a filter chain")
+      ->check(CLI::IsMember({"c", "pipewire"}))
       ->capture_default_str();
   command->add_option("--rate", options->rate, "of the coefficients, in Hz")->capture_default_str();
   command->add_option("-o,--out", options->out, "file to write; without it standard output");

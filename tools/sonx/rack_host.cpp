@@ -30,11 +30,6 @@ int whole_number(const std::string& text) {
   return fault == std::errc() && end == text.data() + text.size() ? number : -1;
 }
 
-std::string number_text(double value) {
-  char text[32];
-  return {text, std::to_chars(text, text + sizeof text, value + 0.0).ptr};
-}
-
 std::vector<std::string> ids_of_effects() {
   std::vector<std::string> ids;
   for (int i = 0; i < sonx_effect_count(); ++i) ids.emplace_back(sonx_effect_at(i)->id);
@@ -120,6 +115,11 @@ std::string preset_of(const std::vector<assignment>& sets) {
 }
 
 }  // namespace
+
+std::string number_text(double value) {
+  char text[32];
+  return {text, std::to_chars(text, text + sizeof text, value + 0.0).ptr};
+}
 
 const sonx_effect& require_effect(const std::string& id) {
   const sonx_effect* const effect = sonx_effect_find(id.c_str());

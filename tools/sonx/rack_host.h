@@ -113,6 +113,9 @@ std::string read_text(const std::string& file);
 // A preset's file and nothing else.
 rack_recipe read_recipe(const std::string& file);
 
+// The shortest digits.
+std::string number_text(double value);
+
 // "60 %", "on", "low-shelf".
 std::string value_text(const sonx_parameter& parameter, double value);
 

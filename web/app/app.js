@@ -7,7 +7,7 @@ import { $, sayError } from "./dom.js";
 import { Jobs } from "./jobs.js";
 import { Live } from "./live.js";
 import { Model, changeOf } from "./model.js";
-import { Session } from "./session.js";
+import { Desk } from "./desk.js";
 import { presetInLink } from "./share.js";
 import { Slots } from "./slots.js";
 import { fetchRecording } from "./sources.js";
@@ -21,33 +21,33 @@ class Bench {
   constructor(wasmBytes, module, assets) {
     this.assets = assets;
     const model = (this.model = new Model(module, USUAL_RATE));
-    const session = (this.session = new Session(model, wasmBytes));
-    const player = (this.player = session.player);
+    const desk = (this.desk = new Desk(model, wasmBytes));
+    const player = (this.player = desk.player);
     const jobs = new Jobs(wasmBytes);
     this.transport = new Transport(document, player);
     this.slots = new Slots($("#slots"), model);
     this.controls = new Controls($("#panel"), model);
     this.live = new Live({ ...this, jobs });
-    this.compare = new Compare(session, jobs);
+    this.compare = new Compare(desk, jobs);
     this.listen();
-    const load = (text, name) => session.load(text, name);
+    const load = (text, name) => desk.load(text, name);
     prepareCommands(this);
     prepareTexts({ model, load, presets: assets.presets });
     prepareImport({ model, load });
-    prepareRender({ session, jobs: new Jobs(wasmBytes) });
+    prepareRender({ desk, jobs: new Jobs(wasmBytes) });
   }
 
   listen() {
-    const { model, player, session } = this;
+    const { model, player, desk } = this;
     model.addEventListener("load", ({ detail }) => player.loadPreset(detail.text));
     for (const type of ["value", "switch"]) {
       model.addEventListener(type, ({ detail }) => player.change(...changeOf[type](detail)));
     }
     model.addEventListener("settings", () => this.keep());
     model.addEventListener("history", () => this.showHistory());
-    session.addEventListener("source", () => {
-      this.transport.setRecording(session.buffer);
-      this.compare.setRecording(session.buffer);
+    desk.addEventListener("source", () => {
+      this.transport.setRecording(desk.buffer);
+      this.compare.setRecording(desk.buffer);
     });
     $("#preset-name").addEventListener("change", ({ target }) => model.rename(target.value.trim()));
     addEventListener("hashchange", () => this.loadLink());
@@ -84,7 +84,7 @@ class Bench {
   async loadLink() {
     try {
       const text = await presetInLink();
-      if (text !== null) await this.session.load(text, "The link's preset");
+      if (text !== null) await this.desk.load(text, "The link's preset");
       return text !== null;
     } catch (error) {
       sayError(error);
@@ -93,11 +93,11 @@ class Bench {
   }
 
   async start() {
-    const { session, assets, model } = this;
+    const { desk, assets, model } = this;
     const [first] = assets.recordings;
-    if (first) session.source = await fetchRecording(first).catch(() => session.source);
-    if (!(await this.loadLink())) await session.load(kept() ?? assets.first);
-    await session.openSource();
+    if (first) desk.source = await fetchRecording(first).catch(() => desk.source);
+    if (!(await this.loadLink())) await desk.load(kept() ?? assets.first);
+    await desk.openSource();
     model.forget();
     this.live.start();
   }

@@ -6,12 +6,12 @@ import { fetchRecording, noise } from "./sources.js";
 const TYPING = "input[type=text], textarea, select";
 
 export function prepareCommands(bench) {
-  const { model, session } = bench;
+  const { model, desk } = bench;
   const click = (id, action) => $(id).addEventListener("click", action);
   prepareDialogs();
-  click("#undo", () => session.travel("undo"));
-  click("#redo", () => session.travel("redo"));
-  click("#add", () => chooseEffect(model, (id) => session.add(id)));
+  click("#undo", () => desk.travel("undo"));
+  click("#redo", () => desk.travel("redo"));
+  click("#add", () => chooseEffect(model, (id) => desk.add(id)));
   click("#source", () => chooseSource(sourcesOf(bench), ({ open }) => attempt(open)));
   click("#presets", () => openDialog("#preset-dialog"));
   click("#import", () => {
@@ -38,12 +38,12 @@ async function attempt(action) {
   }
 }
 
-function sourcesOf({ session, assets }) {
+function sourcesOf({ desk, assets }) {
   const recordings = assets.recordings.map((recording) => ({
     name: recording.name,
     icon: "wave",
     about: recording.about,
-    open: async () => session.setSource(await fetchRecording(recording)),
+    open: async () => desk.setSource(await fetchRecording(recording)),
   }));
   return [
     {
@@ -57,36 +57,36 @@ function sourcesOf({ session, assets }) {
       name: noise.name,
       icon: "wave",
       about: "Every octave at the same level, for ears that know a spectrum.",
-      open: () => session.setSource(noise),
+      open: () => desk.setSource(noise),
     },
     {
       name: "Microphone",
       icon: "microphone",
       about: "Live. Wear headphones, or it howls.",
-      open: () => session.useMicrophone(),
+      open: () => desk.useMicrophone(),
     },
   ];
 }
 
 // A recording, a preset or an equalizer's text, told apart by the name.
-async function openAny({ session }, file) {
+async function openAny({ desk }, file) {
   if (/\.toml$/i.test(file.name)) {
-    await session.load(await file.text(), file.name);
+    await desk.load(await file.text(), file.name);
   } else if (/\.txt$/i.test(file.name)) {
     $("#import-text").value = await file.text();
     openDialog("#import-dialog");
   } else {
-    await session.useFile(file);
+    await desk.useFile(file);
   }
 }
 
 function onKey(bench, event) {
   if (event.altKey || $("dialog[open]") || event.target.closest(TYPING)) return;
-  const { session, compare } = bench;
+  const { desk, compare } = bench;
   const key = event.key.toLowerCase();
   const withCommand = {
-    z: () => session.travel(event.shiftKey ? "redo" : "undo"),
-    y: () => session.travel("redo"),
+    z: () => desk.travel(event.shiftKey ? "redo" : "undo"),
+    y: () => desk.travel("redo"),
   };
   const alone = {
     " ": event.target.closest("button, summary") ? null : () => bench.transport.toggle(),

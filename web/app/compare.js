@@ -8,9 +8,9 @@ const EXCERPT = 10; // s of the recording that is listened to
 const PAUSE = 350; // ms without a change before it is
 
 export class Compare {
-  constructor(session, jobs) {
-    const { model, player } = session;
-    Object.assign(this, { session, model, player, jobs });
+  constructor(desk, jobs) {
+    const { model, player } = desk;
+    Object.assign(this, { desk, model, player, jobs });
     this.matched = false;
     this.loudness = null; // {A, B, bypass} in LUFS
     this.measure = latest(() => this.listen());
@@ -32,7 +32,7 @@ export class Compare {
 
   async choose(what) {
     this.player.bypass(what === "bypass" && !this.player.bypassed);
-    if (what !== "bypass") await this.session.switchTo(what);
+    if (what !== "bypass") await this.desk.switchTo(what);
     this.show();
   }
 

@@ -141,8 +141,8 @@ export function prepareImport({ model, load }) {
 
 // ---- Rendering.
 
-export function prepareRender({ session, jobs }) {
-  const { model } = session;
+export function prepareRender({ desk, jobs }) {
+  const { model } = desk;
   let made = null;
   const bar = $("#render-progress");
   const dialog = $("#render-dialog");
@@ -151,7 +151,7 @@ export function prepareRender({ session, jobs }) {
     $("#render-start").disabled = state === "running";
   };
   $("#render-start").addEventListener("click", async () => {
-    const { buffer, source } = session;
+    const { buffer, source } = desk;
     if (!buffer) return sayError(new Error("Only a recording can be rendered: open a file first."));
     const tail = Number($("#render-tail").value.replace(",", "."));
     if (!(tail >= 0 && tail <= 600))

@@ -43,7 +43,7 @@ async function withPage(use, how = {}) {
   }
 }
 
-const load = (page, text) => page.evaluate((preset) => bench.session.load(preset), text);
+const load = (page, text) => page.evaluate((preset) => bench.desk.load(preset), text);
 const rackOf = (...blocks) =>
   ["sonx = 1\n", ...blocks.map(([id, more = ""]) => `[[effect]]\nid = "${id}"\n${more}`)].join(
     "\n",
@@ -386,7 +386,7 @@ test("Errors are told in plain words", () =>
 
 test("The microphone plays", () =>
   withPage(async (page) => {
-    await page.evaluate(() => bench.session.useMicrophone());
+    await page.evaluate(() => bench.desk.useMicrophone());
     await page.waitForFunction(() => bench.live.meters.bars.out[0].level > -50, { timeout: 15000 });
     assert.equal(await text(page, "#time"), "live");
   }));

@@ -16,9 +16,7 @@ for (const [name, { preset, picture = "response", seconds = 3, ...how }] of Obje
   const page = await open(browser, server.address, { height: 860, ...how });
   await page.evaluate(
     async (file, shown, at) => {
-      await bench.session.load(
-        bench.assets.presets.find((one) => one.file === `${file}.toml`).text,
-      );
+      await bench.desk.load(bench.assets.presets.find((one) => one.file === `${file}.toml`).text);
       document.querySelectorAll(".toast").forEach((toast) => toast.remove());
       bench.live.choose(shown);
       bench.player.seek(at);

@@ -3,7 +3,7 @@ import { $, say, sayError } from "./dom.js";
 import { Player } from "./player.js";
 import { decode, noise, openFile, openMicrophone } from "./sources.js";
 
-export class Session extends EventTarget {
+export class Desk extends EventTarget {
   // "source" tells of another recording, or none, in .buffer.
   constructor(model, wasmBytes) {
     super();

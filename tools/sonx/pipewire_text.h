@@ -1,0 +1,14 @@
+// A rack as a filter chain of PipeWire, with the rack's effects as LV2 plugins.
+#pragma once
+
+#include <string>
+
+#include "rack_host.h"
+
+namespace sonx {
+
+// A file for PipeWire's folder pipewire.conf.d: a sink that plays through the rack's effects. Throws
+// for what a stereo chain can't hold.
+std::string pipewire_text(const rack& its);
+
+}  // namespace sonx
