@@ -300,6 +300,11 @@ int main(int count, char** words) {
       return usage();
   }
 
+  const char* const path = std::getenv("LV2_PATH");
+  if (path != nullptr && (":" + std::string(path)).find(":/") != 0) {
+    std::fprintf(stderr, "LV2_PATH: lilv needs a path from the root\n");
+    return EXIT_FAILURE;
+  }
   const world all;
   std::vector<std::string> uris;
   const LilvPlugins* const plugins = lilv_world_get_all_plugins(all.all);
