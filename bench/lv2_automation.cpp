@@ -301,7 +301,7 @@ int main(int count, char** words) {
   }
 
   const char* const path = std::getenv("LV2_PATH");
-  if (path != nullptr && (":" + std::string(path)).find(":/") != 0) {
+  if (path != nullptr && path[0] != '/') {
     std::fprintf(stderr, "LV2_PATH: lilv needs a path from the root\n");
     return EXIT_FAILURE;
   }
