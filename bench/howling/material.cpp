@@ -10,6 +10,8 @@
 #include <fstream>
 #include <initializer_list>
 
+#include "voice_level.h"
+
 namespace {
 
 namespace fs = std::filesystem;
@@ -47,23 +49,9 @@ signal load(const std::string& path, const char* package, double longest_s = 20.
   return out;
 }
 
-// Brings the level of the loud half of the 50 ms stretches to a mean of -32 dB: a singer at a
-// microphone with headroom.
+// A singer at a microphone with headroom.
 signal levelled(signal x) {
-  constexpr size_t kStretch = 2400;
-  std::vector<double> powers;
-  for (size_t at = 0; at + kStretch <= x.size(); at += kStretch) {
-    double sum = 0.0;
-    for (size_t i = 0; i < kStretch; ++i) sum += double(x[at + i]) * x[at + i];
-    powers.push_back(sum / kStretch);
-  }
-  if (powers.empty()) return x;
-  std::sort(powers.begin(), powers.end());
-  double loud = 1e-20;
-  for (size_t i = powers.size() / 2; i < powers.size(); ++i)
-    loud += powers[i] / static_cast<double>(powers.size() - powers.size() / 2);
-  const auto gain = static_cast<float>(std::sqrt(std::pow(10.0, -3.2) / loud));
-  for (float& v : x) v *= gain;
+  bring_to(x, -32.0);
   return x;
 }
 

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "loop.h"
+#include "voice_level.h"
 
 namespace {
 
@@ -26,24 +27,6 @@ class dice {
  private:
   std::mt19937 generator_;
 };
-
-// Brings the level of the loud half of the 50 ms stretches to a mean of level_db.
-void bring_to(signal& x, double level_db) {
-  constexpr size_t kStretch = 2400;
-  std::vector<double> powers;
-  for (size_t at = 0; at + kStretch <= x.size(); at += kStretch) {
-    double sum = 0.0;
-    for (size_t i = 0; i < kStretch; ++i) sum += double(x[at + i]) * x[at + i];
-    powers.push_back(sum / kStretch);
-  }
-  std::sort(powers.begin(), powers.end());
-  const size_t half = powers.size() / 2;
-  double loud = 1e-20;
-  for (size_t i = half; i < powers.size(); ++i)
-    loud += powers[i] / static_cast<double>(powers.size() - half);
-  const auto gain = static_cast<float>(std::sqrt(std::pow(10.0, level_db / 10.0) / loud));
-  for (float& v : x) v *= gain;
-}
 
 // Two poles at a frequency, gain 1 at DC.
 struct formant {

@@ -177,21 +177,14 @@ TEST_F(Bench, AReportHoldsItsFiguresAndNeedsNothingElse) {
 TEST_F(Bench, WhatCannotBeComparedOrReportedIsSaidInOneLine) {
   write("in.wav", noise(48000, 2, 0.5));
   ASSERT_EQ(run("preset save room.toml --set reverb.room=2"), 0) << output_;
-  const std::pair<const char*, const char*> wrong[] = {
-      {"compare room.toml missing.toml in.wav out", "cannot read 'missing.toml'"},
-      {"compare room.toml bypass missing.wav out", "there is no file 'missing.wav'"},
-      {"report --in in.wav -o r.html", "a --preset or a --set is missing"},
-      {"report --preset room.toml --in in.wav -o r.pdf", "must end in .html"},
-      {"report --preset room.toml --in in.wav -o r.html --from 1", "--from lies behind the end"},
-      {"response", "a --preset or a --set is missing"},
-      {"response --preset room.toml --show level,step --csv r.csv", "don't stand over the same"}};
-  for (const auto& [arguments, part] : wrong) {
-    EXPECT_EQ(run(arguments), 1) << arguments;
-    EXPECT_TRUE(output_.starts_with("sonx: ") && output_.find('\n') == output_.size() - 1)
-        << arguments << '\n'
-        << output_;
-    EXPECT_NE(output_.find(part), std::string::npos) << arguments << '\n' << output_;
-  }
+  expect_refused(
+      {{"compare room.toml missing.toml in.wav out", "cannot read 'missing.toml'"},
+       {"compare room.toml bypass missing.wav out", "there is no file 'missing.wav'"},
+       {"report --in in.wav -o r.html", "a --preset or a --set is missing"},
+       {"report --preset room.toml --in in.wav -o r.pdf", "must end in .html"},
+       {"report --preset room.toml --in in.wav -o r.html --from 1", "--from lies behind the end"},
+       {"response", "a --preset or a --set is missing"},
+       {"response --preset room.toml --show level,step --csv r.csv", "don't stand over the same"}});
   EXPECT_FALSE(fs::exists(path("out")) || fs::exists(path("r.html")));
 }
 

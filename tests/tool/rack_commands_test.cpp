@@ -59,36 +59,29 @@ TEST_F(Tool, WhatIsWrongWithARackIsSaidInOneLine) {
   std::ofstream(path("eq.txt")) << "Filter: ON NO Fc 50 Hz\n";
   std::ofstream(path("two.toml")) << "sonx = 1\n[[effect]]\nid = \"reverb\"\n[[effect]]\nid = "
                                      "\"reverb\"\n";
-  const std::array<const char*, 2> wrong[] = {
-      {"play in.wav", "IN and OUT are needed"},
-      {"play in.wav in.wav --set reverb.room=1", "'in.wav' is the input itself"},
-      {"play in.wav o.wav --set revreb.room=1", "no effect 'revreb'; did you mean 'reverb'?"},
-      {"play in.wav o.wav --set reverb.romo=1", "no parameter 'romo'; did you mean 'room'?"},
-      {"play in.wav o.wav --set reverb.room=101", "it goes from 0 to 100 %"},
-      {"play in.wav o.wav --set reverb.room=x", "room takes a number, not 'x'"},
-      {"play in.wav o.wav --set reverb=1", "is not EFFECT.PARAMETER=VALUE"},
-      {"play in.wav o.wav --set reverb.enabled=maybe", "enabled is on or off"},
-      {"play in.wav o.wav --set parametric-equalizer.band1_type=paek", "did you mean 'peak'?"},
-      {"play in.wav o.wav --set reverb.room=1 --at 1:echo.wet=3", "the rack has no echo"},
-      {"play in.wav o.wav --set reverb.room=1 --at reverb.room=3", "--at takes SECONDS:"},
-      {"play in.wav o.wav --preset two.toml --set reverb.room=1", "write reverb#1 to reverb#2"},
-      {"play in.wav o.wav --preset two.toml --set reverb#3.room=1", "stands there 2 times"},
-      {"play in.wav o.wav --preset two.toml --set 3.room=1", "slots 1 to 2"},
-      {"play in.wav o.wav --preset bad.toml", "'bad.toml': line 4: unknown key \"romo\""},
-      {"play slow.wav o.wav --preset two.toml --no-convert", "works at 44100, 48000, 96000 and"},
-      {"play in.wav in.wav o --preset two.toml", "two files would become 'o/in.wav'"},
-      {"preset check bad.toml", "line 4"},
-      {"import eq.txt -o o.wav", "'eq.txt': line 1: filter type 'NO' isn't supported"},
-      {"export two.toml --as d", "d not in"},
-      {"export voice.toml --as pipewire", "can't hold 'karaoke'"},
-      {"effects revreb", "did you mean 'reverb'?"}};
-  for (const auto& [arguments, part] : wrong) {
-    EXPECT_EQ(run(arguments), 1) << arguments;
-    EXPECT_TRUE(output_.starts_with("sonx: ") && output_.find('\n') == output_.size() - 1)
-        << arguments << '\n'
-        << output_;
-    EXPECT_NE(output_.find(part), std::string::npos) << arguments << '\n' << output_;
-  }
+  expect_refused(
+      {{"play in.wav", "IN and OUT are needed"},
+       {"play in.wav in.wav --set reverb.room=1", "'in.wav' is the input itself"},
+       {"play in.wav o.wav --set revreb.room=1", "no effect 'revreb'; did you mean 'reverb'?"},
+       {"play in.wav o.wav --set reverb.romo=1", "no parameter 'romo'; did you mean 'room'?"},
+       {"play in.wav o.wav --set reverb.room=101", "it goes from 0 to 100 %"},
+       {"play in.wav o.wav --set reverb.room=x", "room takes a number, not 'x'"},
+       {"play in.wav o.wav --set reverb=1", "is not EFFECT.PARAMETER=VALUE"},
+       {"play in.wav o.wav --set reverb.enabled=maybe", "enabled is on or off"},
+       {"play in.wav o.wav --set parametric-equalizer.band1_type=paek", "did you mean 'peak'?"},
+       {"play in.wav o.wav --set reverb.room=1 --at 1:echo.wet=3", "the rack has no echo"},
+       {"play in.wav o.wav --set reverb.room=1 --at reverb.room=3", "--at takes SECONDS:"},
+       {"play in.wav o.wav --preset two.toml --set reverb.room=1", "write reverb#1 to reverb#2"},
+       {"play in.wav o.wav --preset two.toml --set reverb#3.room=1", "stands there 2 times"},
+       {"play in.wav o.wav --preset two.toml --set 3.room=1", "slots 1 to 2"},
+       {"play in.wav o.wav --preset bad.toml", "'bad.toml': line 4: unknown key \"romo\""},
+       {"play slow.wav o.wav --preset two.toml --no-convert", "works at 44100, 48000, 96000 and"},
+       {"play in.wav in.wav o --preset two.toml", "two files would become 'o/in.wav'"},
+       {"preset check bad.toml", "line 4"},
+       {"import eq.txt -o o.wav", "'eq.txt': line 1: filter type 'NO' isn't supported"},
+       {"export two.toml --as d", "d not in"},
+       {"export voice.toml --as pipewire", "can't hold 'karaoke'"},
+       {"effects revreb", "did you mean 'reverb'?"}});
   EXPECT_FALSE(fs::exists(path("o.wav")));
 }
 

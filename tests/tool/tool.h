@@ -9,6 +9,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <initializer_list>
 #include <sndfile.hh>
 #include <sstream>
 #include <string>
@@ -48,6 +49,20 @@ class Tool : public testing::Test {
     output_ = read_text(text);
     fs::remove(text);
     return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+  }
+
+  // Each command ends with 1 and one line that holds a part.
+  struct refusal {
+    const char *arguments, *part;
+  };
+  void expect_refused(std::initializer_list<refusal> refusals) {
+    for (const auto& [arguments, part] : refusals) {
+      EXPECT_EQ(run(arguments), 1) << arguments;
+      EXPECT_TRUE(output_.starts_with("sonx: ") && output_.find('\n') == output_.size() - 1)
+          << arguments << '\n'
+          << output_;
+      EXPECT_NE(output_.find(part), std::string::npos) << arguments << '\n' << output_;
+    }
   }
 
   void write(const std::string& name, const audio& sound) const {

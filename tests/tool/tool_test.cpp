@@ -73,51 +73,44 @@ TEST_F(Tool, AWrongCommandLineSaysInOneLineWhatIsWrongAndLeavesTheOldOutputAlone
   write("slow.wav", noise(22050, 2, 0.1));
   write("empty.wav", {48000, 1, {}});
   std::ofstream(path("out.wav")) << "precious";
-  const std::pair<const char*, const char*> wrong[] = {
-      // and a part of what is said
-      {"", "a command is missing"},
-      {"respnse", "there is no command 'respnse'; did you mean 'response'?"},
-      {"hpp in.wav out.wav", "there is no command 'hpp'; did you mean 'hp'?"},
-      {"hp in.wav out.wav --romo 3", "no option '--romo'; did you mean '--room'?"},
-      {"hp in.wav", "OUT is required"},
-      {"hp in.wav out.wav more.wav", "one argument too many: 'more.wav'"},
-      {"hp in.wav out.wav --format 5", "not in range"},
-      {"hp in.wav out.wav --period", "--period needs a value"},
-      {"hp missing.wav out.wav", "there is no file 'missing.wav'"},
-      {"hp out.wav in.wav", "cannot read 'out.wav' as audio"},
-      {"hp empty.wav out.wav", "'empty.wav' holds no sound"},
-      {"hp in.wav in.wav", "'in.wav' is the input itself"},
-      {"hp in.wav missing/out.wav", "there is no folder 'missing'"},
-      {"hp in.wav out.mp3", ".wav, .flac, .ogg, .caf or .w64"},
-      {"response hp --svg p.png", "must end in .svg"},
-      {"response kvt", "no command 'kvt'; did you mean 'ktv'?"},
-      {"response hp --also '--romo 1'", "did you mean '--room'?"},
-      {"hp in.wav out.wav --effect revreb", "no effect 'revreb'; did you mean 'reverb'?"},
-      {"hp in.wav out.wav --effect bass --room 10%", "'room' needs effect reverb"},
-      {"hp in.wav out.wav --room 101%", "room must be from 0% to 100%"},
-      {"hp in.wav out.wav --eq 1,99", "from -15 to 15"},
-      {"hp in.wav out.wav --eq 0,0,0,0,0,0,0,0,0,0,0", "ten bands"},
-      {"hp in.wav out.wav --adapter 8", "from 0 to 7"},
-      {"hp in.wav out.wav --words 31=1", "from 2 to 30"},
-      {"hp in.wav out.wav --at x:effect=1", "must be a number"},
-      {"hp in.wav out.wav --at 1:efect=1", "no setting 'efect'; did you mean 'effect'?"},
-      {"hp slow.wav out.wav --no-convert",
-       "22050 Hz; the headphone effect works at 44100 and 48000"},
-      {"ktv slow.wav out.wav --no-convert", "22050 Hz; the karaoke chain works at 48000 Hz"},
-      {"denoise slow.wav out.wav --no-convert", "works at 8000, 16000 and 32000 Hz"},
-      {"ktv in.wav out.wav --echo delay=351", "from 0 to 350"},
-      {"ktv in.wav out.wav --reverb romo=1", "no setting 'romo'; did you mean 'room'?"},
-      {"ktv in.wav out.wav --voice-gain loud", "must be a number"},
-      {"denoise in.wav out.wav --policy 4", "not in range"},
-      {"denoise in.wav out.wav --prior both", "both"},
-      {"resample in.wav out.wav --rate 44100", "reaches 4000 8000 12000 16000 24000 32000"}};
-  for (const auto& [arguments, part] : wrong) {
-    EXPECT_EQ(run(arguments), 1) << arguments;
-    EXPECT_TRUE(output_.starts_with("sonx: ") && output_.find('\n') == output_.size() - 1)
-        << arguments << '\n'
-        << output_;
-    EXPECT_NE(output_.find(part), std::string::npos) << arguments << '\n' << output_;
-  }
+  expect_refused(
+      {// and a part of what is said
+       {"", "a command is missing"},
+       {"respnse", "there is no command 'respnse'; did you mean 'response'?"},
+       {"hpp in.wav out.wav", "there is no command 'hpp'; did you mean 'hp'?"},
+       {"hp in.wav out.wav --romo 3", "no option '--romo'; did you mean '--room'?"},
+       {"hp in.wav", "OUT is required"},
+       {"hp in.wav out.wav more.wav", "one argument too many: 'more.wav'"},
+       {"hp in.wav out.wav --format 5", "not in range"},
+       {"hp in.wav out.wav --period", "--period needs a value"},
+       {"hp missing.wav out.wav", "there is no file 'missing.wav'"},
+       {"hp out.wav in.wav", "cannot read 'out.wav' as audio"},
+       {"hp empty.wav out.wav", "'empty.wav' holds no sound"},
+       {"hp in.wav in.wav", "'in.wav' is the input itself"},
+       {"hp in.wav missing/out.wav", "there is no folder 'missing'"},
+       {"hp in.wav out.mp3", ".wav, .flac, .ogg, .caf or .w64"},
+       {"response hp --svg p.png", "must end in .svg"},
+       {"response kvt", "no command 'kvt'; did you mean 'ktv'?"},
+       {"response hp --also '--romo 1'", "did you mean '--room'?"},
+       {"hp in.wav out.wav --effect revreb", "no effect 'revreb'; did you mean 'reverb'?"},
+       {"hp in.wav out.wav --effect bass --room 10%", "'room' needs effect reverb"},
+       {"hp in.wav out.wav --room 101%", "room must be from 0% to 100%"},
+       {"hp in.wav out.wav --eq 1,99", "from -15 to 15"},
+       {"hp in.wav out.wav --eq 0,0,0,0,0,0,0,0,0,0,0", "ten bands"},
+       {"hp in.wav out.wav --adapter 8", "from 0 to 7"},
+       {"hp in.wav out.wav --words 31=1", "from 2 to 30"},
+       {"hp in.wav out.wav --at x:effect=1", "must be a number"},
+       {"hp in.wav out.wav --at 1:efect=1", "no setting 'efect'; did you mean 'effect'?"},
+       {"hp slow.wav out.wav --no-convert",
+        "22050 Hz; the headphone effect works at 44100 and 48000"},
+       {"ktv slow.wav out.wav --no-convert", "22050 Hz; the karaoke chain works at 48000 Hz"},
+       {"denoise slow.wav out.wav --no-convert", "works at 8000, 16000 and 32000 Hz"},
+       {"ktv in.wav out.wav --echo delay=351", "from 0 to 350"},
+       {"ktv in.wav out.wav --reverb romo=1", "no setting 'romo'; did you mean 'room'?"},
+       {"ktv in.wav out.wav --voice-gain loud", "must be a number"},
+       {"denoise in.wav out.wav --policy 4", "not in range"},
+       {"denoise in.wav out.wav --prior both", "both"},
+       {"resample in.wav out.wav --rate 44100", "reaches 4000 8000 12000 16000 24000 32000"}});
   EXPECT_EQ(read_text(path("out.wav")), "precious");
   EXPECT_EQ(std::distance(fs::directory_iterator(folder_), {}), 4);
 }
