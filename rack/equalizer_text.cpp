@@ -123,7 +123,7 @@ class reader {
       const bool two = text.substr(end).starts_with("\r\n");
       text.remove_prefix(std::min(end + (two ? 2 : 1), text.size()));
     }
-    if (faults_ == 0 && !preamp_ && filters_.empty() && points_.empty() && off_ == 0) {
+    if (faults_ == 0 && !preamp_ && filters_.empty() && points_.empty() && left_out_ == 0) {
       report_ += "there's no Preamp:, Filter: or GraphicEQ: line to import\n";
       ++faults_;
     }
@@ -200,7 +200,7 @@ class reader {
     const std::string state = words.empty() ? "" : lower(words[0]);
     if (state != "on" && state != "off") return fault("a filter is ON or OFF");
     if (state == "off" || (words.size() > 1 && lower(words[1]) == "none")) {
-      ++off_;
+      ++left_out_;
       return;
     }
     const std::string name = words.size() > 1 ? lower(words[1]) : "";
@@ -218,6 +218,9 @@ class reader {
     for (size_t at = 2; at < words.size();) {
       const std::string key = lower(words[at]);
       ++at;
+      const bool again = ((key == "fc" || key == "freq") && frequency) || (key == "gain" && gain) ||
+                         ((key == "q" || key == "bw") && q);
+      if (again) return fault("a second ", quoted(words[at - 1]));
       if (key == "fc" || key == "freq") {
         frequency = read_value(words, at, range_of("band1_frequency", "the frequency"));
       } else if (key == "gain") {
@@ -239,12 +242,13 @@ class reader {
     if (has_gain && !gain) return fault("the filter has no gain");
     if (!has_gain && gain.value_or(0) != 0) return fault("a filter of this type has no gain");
     if (needs_q && !q) return fault("the filter has no Q");
+    if (!q) ++without_q_;
     filters_.push_back({type, *frequency, gain.value_or(0), q.value_or(kButterworth)});
   }
 
   // "20 0.0; 21 -0.3; .."
   void read_graphic(std::string_view rest) {
-    if (!filters_.empty() || off_ > 0) return fault("a GraphicEQ line beside filters");
+    if (!filters_.empty() || left_out_ > 0) return fault("a GraphicEQ line beside filters");
     if (!points_.empty()) return fault("a second GraphicEQ line");
     while (!trimmed(rest).empty()) {
       const size_t end = std::min(rest.find(';'), rest.size());
@@ -280,15 +284,23 @@ class reader {
     filters_ = curve.sections;
     report_ += std::to_string(points_.size()) + " points fitted by ten sections: off by " +
                printed("%.2f dB (rms), %.2f dB at the most", curve.rms, curve.largest) +
-               printed(" (at %.0f Hz)\n", curve.largest_at);
+               printed(" (at %.0f Hz)", curve.largest_at);
+    if (std::abs(curve.offset) >= 0.005)
+      report_ += printed("; %+.2f dB at all frequencies go into the preamp", curve.offset);
+    report_ += '\n';
     return curve.offset;
   }
 
   void say_what_was_taken() {
     const auto count = filters_.size();
     if (points_.empty())
-      report_ += std::to_string(count) + (count == 1 ? " filter" : " filters") +
-                 (off_ > 0 ? "; " + std::to_string(off_) + " off, left out" : "") + "\n";
+      report_ +=
+          std::to_string(count) + (count == 1 ? " filter" : " filters") +
+          (left_out_ > 0 ? "; " + std::to_string(left_out_) + " off or None, left out" : "") +
+          (without_q_ > 0
+               ? "; " + std::to_string(without_q_) + printed(" without a Q got %g", kButterworth)
+               : "") +
+          "\n";
     if (count > kPerEqualizer)
       report_ +=
           "more than ten filters: " + std::to_string((count + kPerEqualizer - 1) / kPerEqualizer) +
@@ -313,7 +325,7 @@ class reader {
       report_ += printed("; the preamp, %.2f dB, ", preamp);
       const double over = most + preamp;
       report_ +=
-          over <= 0 ? printed("covers that: %.2f dB to spare\n", -over)
+          over <= 0 ? printed("covers that: %.2f dB to spare\n", 0.0 - over)
                     : printed("doesn't cover that: loud sounds will clip by up to %.2f dB\n", over);
     }
     const range its = range_of("preamp", "");
@@ -345,7 +357,8 @@ class reader {
 
   int line_ = 0;
   int faults_ = 0;
-  int off_ = 0;
+  int left_out_ = 0;   // filters that are off, or of type None
+  int without_q_ = 0;  // those that got the default
   std::string report_;
   std::optional<double> preamp_;
   std::vector<equalizer_section> filters_;

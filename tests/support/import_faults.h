@@ -21,6 +21,7 @@ inline constexpr std::pair<const char*, const char*> kImportFaults[] = {
     {"Filter 1: ON PK Fc 50 Hz Gain 31 dB Q 1", "line 1: the gain 31 is out of range"},
     {"Filter 1: ON PK Fc 50 Hz Gain 3 dB Q 40", "line 1: Q 40 is out of range"},
     {"Filter 1: ON PK Fc 50 Hz Gain 3 dB Q 1 loud", "line 1: what does 'loud' mean?"},
+    {"Filter 1: ON PK Fc 50 Hz Gain 3 dB Q 1 Q 2", "line 1: a second 'Q'"},
     {"GraphicEQ: 20 a; 30 1", "line 1: '20 a' isn't a frequency and a level"},
     {"GraphicEQ: 20 1; 10 1", "line 1: the frequencies must rise: '10 1'"},
     {"GraphicEQ: 20 1; 30 99", "line 1: the level 99 is out of range"},

@@ -79,6 +79,8 @@ TEST_F(Tool, WhatIsWrongWithARackIsSaidInOneLine) {
        {"play in.wav in.wav o --preset two.toml", "two files would become 'o/in.wav'"},
        {"preset check bad.toml", "line 4"},
        {"import eq.txt -o o.wav", "'eq.txt': line 1: filter type 'NO' isn't supported"},
+       {"import eq.txt -o eq.txt", "'eq.txt' is the file that is read"},
+       {"import .", "'.' is a folder"},
        {"export two.toml --as d", "d not in"},
        {"export voice.toml --as pipewire", "can't hold 'karaoke'"},
        {"effects revreb", "did you mean 'reverb'?"}});

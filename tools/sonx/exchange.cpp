@@ -3,6 +3,7 @@
 #include <CLI/CLI.hpp>
 
 #include <cstdio>
+#include <filesystem>
 #include <memory>
 #include <sstream>
 #include <stdexcept>
@@ -23,7 +24,7 @@ const char* const kImportFooter =
 publish them:
   Preamp: -6.2 dB
   Filter 1: ON PK Fc 105 Hz Gain -3.2 dB Q 0.70
-with PK, LS, LSC, HS, HSC, LP, LPQ, HP, HPQ and AP; or
+with PK, LS, LSC, HS, HSC, LP, LPQ, HP, HPQ and AP, and BW Oct in Q's place; or
   GraphicEQ: 20 0.0; 21 -0.3; 23 -0.9; ..
 which ten sections are fitted to. What can't be taken is said line by line, and
 then nothing is written.
@@ -31,6 +32,13 @@ then nothing is written.
 Examples:
   sonx import headphones.txt -o headphones.toml
   sonx import headphones.txt --auto-preamp -o headphones.toml)";
+
+// A text is never replaced by what is made of it.
+void refuse_the_source(const std::string& in, const std::string& out) {
+  std::error_code ignored;
+  if (out != "-" && std::filesystem::equivalent(in, out, ignored))
+    throw std::runtime_error("'" + out + "' is the file that is read");
+}
 
 constexpr size_t kPresetSize = 1 << 16, kReportSize = 1 << 16;
 
@@ -46,6 +54,7 @@ void show_faults(const std::string& file, const std::string& report) {
 }
 
 void import(const import_options& options) {
+  refuse_the_source(options.in, options.out);
   std::string preset(kPresetSize, '\0'), report(kReportSize, '\0');
   const int faults = sonx_rack_import(read_text(options.in).c_str(), options.auto_preamp ? 1 : 0,
                                       preset.data(), preset.size(), report.data(), report.size());
@@ -71,6 +80,7 @@ const char* const kExportFooter =
     -o ~/.config/pipewire/pipewire.conf.d/sonx-headphones.conf)";
 
 void export_preset(const export_options& options) {
+  refuse_the_source(options.preset, options.out);
   const rack made(read_recipe(options.preset), options.rate);
   write_text_file(options.out, options.form == "c" ? made.export_c() : pipewire_text(made));
 }

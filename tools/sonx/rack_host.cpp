@@ -7,6 +7,7 @@
 #include <charconv>
 #include <cmath>
 #include <cstring>
+#include <filesystem>
 #include <fstream>
 #include <map>
 #include <set>
@@ -128,6 +129,7 @@ const sonx_effect& require_effect(const std::string& id) {
 }
 
 std::string read_text(const std::string& file) {
+  if (std::filesystem::is_directory(file)) fail("'" + file + "' is a folder");
   errno = 0;
   std::ifstream in(file, std::ios::binary);
   std::stringstream text;

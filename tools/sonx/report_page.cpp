@@ -108,9 +108,9 @@ std::string head(const report& report) {
   return "<header>\n<p class='kicker'>Sound report</p>\n<h1>" + escape(title_of(report)) +
          "</h1>\n<p class='lede'>" + escape(file) + ", " +
          clock_text(report.recorded, report.recorded) +
-         (report.before.channels == 1 ? ", mono" : ", stereo") + " at " +
-         kilohertz(report.file_rate) + " · " + report.date + "</p>\n" + chain(*report.its) +
-         "</header>\n";
+         (report.before.channels == 1 ? ", mono, measured as played on both sides," : ", stereo") +
+         " at " + kilohertz(report.file_rate) + " · <time>" + report.date + "</time></p>\n" +
+         chain(*report.its) + "</header>\n";
 }
 
 std::string figure(const char* name, const std::string& value, const char* unit,
