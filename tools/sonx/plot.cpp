@@ -17,30 +17,48 @@ constexpr double kLegendLine = 19;
 constexpr size_t kLegendLetters = 112;  // that fit in a line
 constexpr size_t kColours = 6;
 
-const char* const kRules = R"(.plot text { fill: var(--ink) }
-.plot .soft { fill: var(--soft) }
-.plot .grid { stroke: var(--grid) }
-.plot .fine { stroke: var(--fine) }
-.plot .zero { stroke: var(--zero) }
-.curve { fill: none; stroke-width: 2.25; stroke-linejoin: round }
+// The colours by name, on a light page and on a dark one.
+constexpr struct {
+  const char *name, *light, *dark;
+} kPalette[] = {
+    {"ink", "#1f2328", "#e6edf3"},  {"soft", "#59636e", "#9198a1"}, {"paper", "#ffffff", "#0d1117"},
+    {"grid", "#d1d9e0", "#333b45"}, {"fine", "#eef1f4", "#1d232b"}, {"zero", "#818b98", "#6e7681"},
+    {"c0", "#0969da", "#58a6ff"},   {"c1", "#d1570a", "#f0883e"},   {"c2", "#1a7f37", "#3fb950"},
+    {"c3", "#8250df", "#bc8cff"},   {"c4", "#bf3989", "#f778ba"},   {"c5", "#7d6600", "#d4b73a"}};
+
+// What has which colour. The page around a plot may have colours of its own for the names.
+constexpr struct {
+  const char *selector, *property, *colour;
+} kColoured[] = {{".plot text", "fill", "ink"},     {".plot .soft", "fill", "soft"},
+                 {".plot .grid", "stroke", "grid"}, {".plot .fine", "stroke", "fine"},
+                 {".plot .zero", "stroke", "zero"}, {".plot .paper", "fill", "paper"},
+                 {".c0", "stroke", "c0"},           {".c1", "stroke", "c1"},
+                 {".c2", "stroke", "c2"},           {".c3", "stroke", "c3"},
+                 {".c4", "stroke", "c4"},           {".c5", "stroke", "c5"}};
+
+const char* const kShapes = R"(.curve { fill: none; stroke-width: 2.25; stroke-linejoin: round }
 .dashed { stroke-dasharray: 7 5 }
-.c0 { stroke: var(--c0) } .c1 { stroke: var(--c1) } .c2 { stroke: var(--c2) }
-.c3 { stroke: var(--c3) } .c4 { stroke: var(--c4) } .c5 { stroke: var(--c5) }
 )";
 
-const char* const kPictureStyle = R"(
-svg { --ink: #1f2328; --soft: #59636e; --paper: #ffffff; --grid: #d1d9e0; --fine: #eef1f4;
-  --zero: #818b98; --c0: #0969da; --c1: #d1570a; --c2: #1a7f37; --c3: #8250df; --c4: #bf3989;
-  --c5: #7d6600 }
-@media (prefers-color-scheme: dark) {
-  svg { --ink: #e6edf3; --soft: #9198a1; --paper: #0d1117; --grid: #333b45; --fine: #1d232b;
-    --zero: #6e7681; --c0: #58a6ff; --c1: #f0883e; --c2: #3fb950; --c3: #bc8cff; --c4: #f778ba;
-    --c5: #d4b73a }
-}
-text { font: 13px system-ui, -apple-system, 'Segoe UI', 'DejaVu Sans', sans-serif }
+const char* const kLetters =
+    R"(text { font: 13px system-ui, -apple-system, 'Segoe UI', 'DejaVu Sans', sans-serif }
 .title { font-size: 17px; font-weight: 600 }
-.paper { fill: var(--paper) }
 )";
+
+// The style of a picture that stands alone. A viewer that doesn't know variables takes the light
+// colours, which stand first.
+std::string picture_style() {
+  std::string light, dark, plain;
+  for (const auto& [name, by_day, by_night] : kPalette) {
+    light += print(" --%s: %s;", name, by_day);
+    dark += print(" --%s: %s;", name, by_night);
+    for (const auto& [selector, property, colour] : kColoured)
+      if (std::string(colour) == name)
+        plain += print("%s { %s: %s }\n", selector, property, by_day);
+  }
+  return "\n" + plain + "svg {" + light + " }\n@media (prefers-color-scheme: dark) {\n  svg {" +
+         dark + " }\n}\n" + kLetters + plot_rules();
+}
 
 std::string text_at(double x, double y, const std::string& text, const char* attributes = "") {
   return print("<text x='%.1f' y='%.1f' %s>", x, y, attributes) + escape(text) + "</text>\n";
@@ -258,7 +276,12 @@ std::string escape(const std::string& text) {
   return safe;
 }
 
-std::string plot_rules() { return kRules; }
+std::string plot_rules() {
+  std::string rules = kShapes;
+  for (const auto& [selector, property, colour] : kColoured)
+    rules += print("%s { %s: var(--%s) }\n", selector, property, colour);
+  return rules;
+}
 
 std::string draw_panel(const plot_panel& panel, const plot_shape& shape, const std::string& words) {
   const axes area(panel, shape);
@@ -291,8 +314,8 @@ std::string draw_svg(const picture& picture) {
              "<svg xmlns='http://www.w3.org/2000/svg' class='plot' viewBox='0 0 %g %g' "
              "width='%g' height='%g'>\n<style>",
              kWidth, y, kWidth, y) +
-         kPictureStyle + kRules +
-         "</style>\n<rect width='100%' height='100%' rx='6' class='paper'/>\n" + svg + "</svg>\n";
+         picture_style() + "</style>\n<rect width='100%' height='100%' rx='6' class='paper'/>\n" +
+         svg + "</svg>\n";
 }
 
 }  // namespace sonx
