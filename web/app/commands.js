@@ -74,6 +74,7 @@ async function openAny({ desk }, file) {
     await desk.load(await file.text(), file.name);
   } else if (/\.txt$/i.test(file.name)) {
     $("#import-text").value = await file.text();
+    $("#import-report").hidden = true;
     openDialog("#import-dialog");
   } else {
     await desk.useFile(file);

@@ -121,8 +121,9 @@ const firstComment = (text) =>
   (/^(# .*\n)+/.exec(text)?.[0] ?? "").replaceAll("# ", "").replaceAll("\n", " ");
 
 export function prepareImport({ model, load }) {
+  const report = $("#import-report");
+  $("#import-text").addEventListener("input", () => (report.hidden = true));
   $("#import-run").addEventListener("click", () => {
-    const report = $("#import-report");
     try {
       const result = model.module.importEqualizer(
         $("#import-text").value,
