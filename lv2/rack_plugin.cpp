@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <mutex>
@@ -84,16 +85,30 @@ class rack_instance : public instance {
 
   // What can't be read or is no preset leaves the rack as it was, with a line in the log.
   bool load(const std::string& path) {
-    std::ifstream file(path, std::ios::binary);
+    std::error_code ignored;
+    std::ifstream file;
+    if (!std::filesystem::is_directory(path, ignored)) file.open(path, std::ios::binary);
     const std::string text{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
     char error[200] = "can't be read";
     if (!file.is_open() || sonx_rack_load(rack(), text.c_str(), error, sizeof error) != 0) {
       log_.error("%s: %s\n", path.c_str(), error);
       return false;
     }
+    set_path(path);
+    return true;
+  }
+
+  // A session's file that can't be loaded now, on a disk that isn't there, say, stays its file: saving
+  // the session keeps the path.
+  bool restore(const std::string& path) {
+    const bool loaded = load(path);
+    if (!loaded) set_path(path);
+    return loaded;
+  }
+
+  void set_path(const std::string& path) {
     const std::lock_guard lock(path_lock_);
     path_ = path;
-    return true;
   }
 
   std::string path_in_force() {
@@ -235,8 +250,8 @@ const LV2_State_Interface kState = {
             if (value == nullptr) return LV2_STATE_SUCCESS;
             if (type != ids.path) return LV2_STATE_ERR_BAD_TYPE;
             const std::string kept = std::string(static_cast<const char*>(value), size).c_str();
-            return of(handle)->load(mapped(features, kept, true)) ? LV2_STATE_SUCCESS
-                                                                  : LV2_STATE_ERR_UNKNOWN;
+            return of(handle)->restore(mapped(features, kept, true)) ? LV2_STATE_SUCCESS
+                                                                     : LV2_STATE_ERR_UNKNOWN;
           } catch (...) {
             return LV2_STATE_ERR_UNKNOWN;
           }

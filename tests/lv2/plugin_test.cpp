@@ -215,6 +215,12 @@ TEST(Lv2Rack, PlaysTheFileThatItIsToldAndKeepsIt) {
   EXPECT_EQ(state.restore(other.handle, kept_path::retrieve, &kept, 0, nullptr), LV2_STATE_SUCCESS);
   other.descriptor->activate(other.handle);
   EXPECT_EQ(played(other, kInPlace), expected);
+
+  kept.path = testing::TempDir();  // a folder: what can't be loaded now isn't forgotten
+  EXPECT_NE(state.restore(other.handle, kept_path::retrieve, &kept, 0, nullptr), LV2_STATE_SUCCESS);
+  kept_path again;
+  EXPECT_EQ(state.save(other.handle, kept_path::store, &again, 0, nullptr), LV2_STATE_SUCCESS);
+  EXPECT_EQ(again.path, kept.path);
 }
 
 }  // namespace
