@@ -98,8 +98,8 @@ class rack_instance : public instance {
     return true;
   }
 
-  // A session's file that can't be loaded now, on a disk that isn't there, say, stays its file: saving
-  // the session keeps the path.
+  // A file that can't be loaded now, on a disk that isn't there, say, stays the host's choice: saving
+  // its state keeps the path.
   bool restore(const std::string& path) {
     const bool loaded = load(path);
     if (!loaded) set_path(path);
