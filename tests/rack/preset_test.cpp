@@ -124,7 +124,9 @@ TEST(Preset, NamesTheLineOfEveryFaultAndTheNearestKnownWord) {
       {kEqualizer + "band = [ { gain = 1 } ]\nband1_gain = 1", "line 5: band1_gain is given twice"},
   };
   for (const auto& [text, error] : cases) EXPECT_EQ(error_of(text), error) << text;
-  EXPECT_EQ(error_of("sonx = 1\n\nname = \"x\n").substr(0, 8), "line 3: ");
+  EXPECT_EQ(error_of("sonx = 1\n\n  name = Late\n"),
+            "line 3: can't read \"name = Late\": a text stands in quotes");
+  EXPECT_EQ(error_of("sonx = 1\n[[effect]\n").substr(0, 8), "line 2: ");
   EXPECT_EQ(error_of(kReverb, 11025).substr(0, 46),
             "line 3: reverb doesn't run at 11025 Hz, but at");
   const std::string hostile = error_of(kReverb + '"' + std::string(100000, 'x') + "\" = 1");
