@@ -90,4 +90,10 @@ void write_text_file(const fs::path& target, const std::string& text) {
   pending.commit();
 }
 
+void write_result(const fs::path& target, const std::string& text) {
+  const bool replaces = target != "-" && fs::exists(target);
+  write_text_file(target, text);
+  if (target != "-") say("%s: %s\n", replaces ? "replaced" : "written", target.c_str());
+}
+
 }  // namespace sonx
