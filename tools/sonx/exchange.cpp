@@ -65,8 +65,7 @@ void import(const import_options& options) {
     show_faults(options.in, report.c_str());
     throw CLI::RuntimeError(1);
   }
-  write_result(options.out, preset.c_str());
-  say("%s", report.c_str());
+  write_result(options.out, preset.c_str(), report.c_str());
 }
 
 struct export_options {
