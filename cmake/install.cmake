@@ -73,3 +73,12 @@ if(TARGET sonx_rack)
   install(FILES ${PROJECT_BINARY_DIR}/sonx_rack.pc
     DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
 endif()
+
+# The tool, with presets to begin with. It finds the libraries from where it stands.
+if(TARGET sonx)
+  file(RELATIVE_PATH libdir_from_bin
+    /prefix/${CMAKE_INSTALL_BINDIR} /prefix/${CMAKE_INSTALL_LIBDIR})
+  set_target_properties(sonx PROPERTIES INSTALL_RPATH $ORIGIN/${libdir_from_bin})
+  install(TARGETS sonx RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+  install(DIRECTORY presets DESTINATION ${CMAKE_INSTALL_DATADIR}/sonx FILES_MATCHING PATTERN *.toml)
+endif()

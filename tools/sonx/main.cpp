@@ -28,6 +28,7 @@ const char* const kExamples = R"(Examples:
   sonx ktv voice.wav out.wav --reverb room=70% --echo delay=250 --voice-gain 6 --tail 2
   sonx denoise noisy.wav out.wav --policy 2
   sonx resample in.wav out.wav --rate 16000
+A file to write that is there already is replaced; the file that is read is not.
 'sonx COMMAND --help' tells more about each.)";
 
 int run(int argc, char** argv) {

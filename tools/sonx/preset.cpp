@@ -93,8 +93,7 @@ void show(const preset_options& options) {
 void save(const preset_options& options) {
   const rack_recipe recipe = options.rack.recipe();
   const std::string text = rack(recipe, recipe.rates().back()).save();
-  write_text_file(options.out, text);
-  if (options.out != "-") say("written: %s\n", options.out.c_str());
+  write_result(options.out, text);
 }
 
 }  // namespace
@@ -119,7 +118,8 @@ void add_preset_command(CLI::App& app) {
 
   auto saved = std::make_shared<preset_options>();
   CLI::App* saves = command->add_subcommand("save", "write a preset");
-  saves->add_option("OUT", saved->out, "file to write; - is standard output")->required();
+  saves->add_option("OUT", saved->out, "file to write, or to replace; - is standard output")
+      ->required();
   saved->rack.add_to(*saves);
   saves->callback([saved] { save(*saved); });
 }
