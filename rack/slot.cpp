@@ -47,9 +47,7 @@ std::vector<double> slot::values() const {
   return all;
 }
 
-slot_settings slot::settings() const {
-  return {&effect_.entry, enabled(), values()};
-}
+slot_settings slot::settings() const { return {&effect_.entry, enabled(), values()}; }
 
 int slot::warm_up() const { return effect_.warm_up(taken_.data(), rate_); }
 int slot::tail() const { return effect_.tail(values().data(), rate_); }
