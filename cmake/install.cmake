@@ -59,6 +59,7 @@ if(TARGET sonx_rack)
     LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
     ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR})
   install(FILES rack/include/sonx/rack.h DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/sonx)
+  install(DIRECTORY presets DESTINATION ${CMAKE_INSTALL_DATADIR}/sonx FILES_MATCHING PATTERN *.toml)
   install(EXPORT sonx_rack_targets NAMESPACE sonx:: DESTINATION ${rack_config_dir})
   configure_package_config_file(cmake/sonx_rack-config.cmake.in
     ${PROJECT_BINARY_DIR}/sonx_rack-config.cmake INSTALL_DESTINATION ${rack_config_dir})
