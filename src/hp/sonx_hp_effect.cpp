@@ -17,7 +17,7 @@ constexpr char kLogTag[] = "_T_sonx_hp_wrapper";
 
 constexpr int kOn = 1;                                         // the chain's status
 constexpr uint32_t kLowestRate = 44050, kHighestRate = 48050;  // Hz
-constexpr uint32_t kBits[] = {16, 32, 32, 32};  // by format code - 1
+constexpr uint32_t kBits[] = {16, 32, 32, 32};                 // by format code - 1
 
 sonx_hp_handle_t* effect_of(void* handle) { return static_cast<sonx_hp_handle_t*>(handle); }
 
