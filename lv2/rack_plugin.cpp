@@ -13,6 +13,7 @@
 #include <fstream>
 #include <iterator>
 #include <mutex>
+#include <set>
 
 #include "instance.h"
 #include "plugins.h"
@@ -179,7 +180,11 @@ LV2_Handle instantiate(const LV2_Descriptor*, double rate, const char*,
   }
   auto made = std::make_unique<rack_instance>(rate, map, schedule, log);
   if (made->rack() == nullptr) {
-    log.error("Sonx Rack at %g Hz: %s\n", rate, no_rack());
+    std::set<int> rates;
+    for (int i = 0; i < sonx_effect_count(); ++i)
+      rates.insert(sonx_effect_at(i)->rates,
+                   sonx_effect_at(i)->rates + sonx_effect_at(i)->rate_count);
+    log.error("%s\n", no_instance("Sonx Rack", rate, {rates.begin(), rates.end()}).c_str());
     return nullptr;
   }
   return made.release();

@@ -155,6 +155,15 @@ int sonx_rack_enable(sonx_rack* rack, int slot, int on) {
   });
 }
 
+int sonx_rack_enabled(const sonx_rack* rack, int slot) {
+  if (rack == nullptr) return -1;
+  return rack->with_row([=](const row& row) {
+    if (slot == -1) return row.enabled() ? 1 : 0;
+    if (!has_slot(row, slot)) return -1;
+    return row.at(slot).enabled() ? 1 : 0;
+  });
+}
+
 int sonx_rack_latency(const sonx_rack* rack) {
   if (rack == nullptr) return 0;
   return rack->with_row([](const row& row) { return row.latency(); });

@@ -55,9 +55,13 @@
 //
 // Threads. One thread at a time calls process and reset: the audio thread. They take no memory, no
 // lock and no system call. All other functions may be called from any other threads at any time in
-// between, but that destroy comes last. set, enable and get never wait; load, save and the rest
-// may wait for each other, never for the audio thread, and the audio thread never waits for
+// between, but that destroy comes last. set, get, enable and enabled never wait; load, save and the
+// rest may wait for each other, never for the audio thread, and the audio thread never waits for
 // anybody.
+//
+// Null and alignment. A null rack, text or array is answered as the functions say; a null text to
+// import is an empty one, and a null array with a size is taken as one of size 0. Arrays have the
+// alignment of their type, nothing more: 4 bytes for samples of 32 bits, 2 for those of 16.
 //
 // The effects' debug lines go nowhere.
 #pragma once
@@ -165,6 +169,9 @@ SONX_RACK_EXPORT double sonx_rack_get(const sonx_rack* rack, int slot, int param
 // bit for bit, delayed by the same latency; it goes on listening, so that it comes back at once. 0,
 // or -1 if there's no such slot.
 SONX_RACK_EXPORT int sonx_rack_enable(sonx_rack* rack, int slot, int on);
+
+// 1 if a slot, or with slot -1 the whole rack, is switched on, else 0; -1 if there's no such slot.
+SONX_RACK_EXPORT int sonx_rack_enabled(const sonx_rack* rack, int slot);
 
 // Frames from input to output, the same whether enabled or not. A preset may change it; a parameter
 // doesn't.
