@@ -135,6 +135,11 @@ void run(const hp_options& options) {
            at(static_cast<double>(report.frames) / rate));
     }
   }
+  if (changes.size() > 1 && !fades_in_full(options.period, rate)) {
+    warn("a period of " + std::to_string(options.period) +
+         " frames cuts the fade of a change short, which may click; sonx_hp_effect.h lists periods "
+         "that don't, 480 among them");
+  }
   print_report(report, rate);
 }
 

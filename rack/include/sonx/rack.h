@@ -59,6 +59,10 @@
 // rest may wait for each other, never for the audio thread, and the audio thread never waits for
 // anybody.
 //
+// Null and alignment. A null rack, text or array is answered as the functions say; a null text to
+// import is an empty one, and a null array with a size is taken as one of size 0. Arrays have the
+// alignment of their type, nothing more: 4 bytes for samples of 32 bits, 2 for those of 16.
+//
 // The effects' debug lines go nowhere.
 #pragma once
 

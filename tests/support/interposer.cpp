@@ -44,7 +44,7 @@ SONX_TRUE(int, posix_memalign, void** p, size_t alignment, size_t size) {
   return fails() ? ENOMEM : __real_posix_memalign(p, alignment, size);
 }
 SONX_TRUE(void, free, void* p) {
-  note();
+  if (p != nullptr) note();
   __real_free(p);
 }
 

@@ -1,4 +1,4 @@
-// Stands between the rack and what takes memory or a lock (link with sonx_interposer): counts what
+// Stands between a program and what takes memory or a lock (link with sonx_interposer): counts what
 // a thread that mustn't calls, and makes chosen allocations fail.
 #pragma once
 
