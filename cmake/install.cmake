@@ -74,11 +74,16 @@ if(TARGET sonx_rack)
     DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
 endif()
 
-# The tool, with presets to begin with. It finds the libraries from where it stands.
+# The tool, with its manual and the shells' completions. It finds the libraries from where it stands.
 if(TARGET sonx)
   file(RELATIVE_PATH libdir_from_bin
     /prefix/${CMAKE_INSTALL_BINDIR} /prefix/${CMAKE_INSTALL_LIBDIR})
   set_target_properties(sonx PROPERTIES INSTALL_RPATH $ORIGIN/${libdir_from_bin})
   install(TARGETS sonx RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
-  install(DIRECTORY presets DESTINATION ${CMAKE_INSTALL_DATADIR}/sonx FILES_MATCHING PATTERN *.toml)
+  set(manual ${PROJECT_BINARY_DIR}/tools/manual)
+  install(DIRECTORY ${manual}/man1 DESTINATION ${CMAKE_INSTALL_MANDIR})
+  foreach(folder bash-completion/completions zsh/site-functions fish/vendor_completions.d)
+    string(REGEX REPLACE "[-/].*" "" shell ${folder})
+    install(DIRECTORY ${manual}/${shell}/ DESTINATION ${CMAKE_INSTALL_DATADIR}/${folder})
+  endforeach()
 endif()

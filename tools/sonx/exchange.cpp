@@ -93,8 +93,8 @@ void add_import_command(CLI::App& app) {
   CLI::App* command = app.add_subcommand("import", "make a preset of published equalizer settings");
   auto options = std::make_shared<import_options>();
   command->footer(kImportFooter);
-  command->add_option("FILE", options->in, "text to read")->required();
-  command->add_option("-o,--out", options->out, kOutHelp);
+  command->add_option("FILE", options->in, "text to read")->type_name("FILE")->required();
+  command->add_option("-o,--out", options->out, kOutHelp)->type_name("FILE");
   command->add_flag("--auto-preamp", options->auto_preamp,
                     "set the preamp to what the whole curve needs");
   command->callback([options] { import(*options); });
@@ -104,16 +104,18 @@ void add_export_command(CLI::App& app) {
   CLI::App* command = app.add_subcommand("export", "write a preset in another form");
   auto options = std::make_shared<export_options>();
   command->footer(kExportFooter);
-  command->add_option("FILE", options->preset, "preset")->required();
+  command->add_option("FILE", options->preset, "preset")->type_name("FILE")->required();
   command
       ->add_option("--as", options->form,
                    "c: initialisers for the effects' library; pipewire: the effects as LV2 plugins "
                    "in a filter chain")
       ->check(CLI::IsMember({"c", "pipewire"}))
       ->capture_default_str();
-  command->add_option("--rate", options->rate,
-                      "of the coefficients or of the chain, in Hz [48000, or the nearest above]");
-  command->add_option("-o,--out", options->out, kOutHelp);
+  command
+      ->add_option("--rate", options->rate,
+                   "of the coefficients or of the chain [48000, or the nearest above]")
+      ->type_name("HZ");
+  command->add_option("-o,--out", options->out, kOutHelp)->type_name("FILE");
   command->callback([options] { export_preset(*options); });
 }
 
