@@ -105,7 +105,7 @@ TEST(Preset, NamesTheLineOfEveryFaultAndTheNearestKnownWord) {
       {"sonx = 1\nb = 1\na = 1", "line 2: unknown key \"b\""},
       {"sonx = 1\nnmae = \"x\"", "line 2: unknown key \"nmae\", did you mean \"name\"?"},
       {"sonx = 1 # ä\nname = ä",
-       "line 2: Error while parsing value: could not determine value type"},
+       "line 2: can't read \"name = ä\": a text stands in quotes"},
       {"sonx = 1\nname = 1", "line 2: name takes a string, not a number"},
       {"sonx = 1\n[effect]\nid = \"reverb\"", "line 2: effect takes a list of tables, not a table"},
       {"sonx = 1\n[[effect]]\nroom = 60", "line 2: an effect without an id"},
