@@ -89,8 +89,9 @@ std::function<void(int)> howling_karaoke() {
   sonx_ktv_howling_canceling_set_shift(handle, 5);
   sonx_ktv_howling_canceling_set_shift_mode(handle, 1);
   sonx_ktv_howling_canceling_set_last_resort(handle, 1);
-  return [handle, tone = std::vector<short>(480), left = tone, right = tone](int) mutable {
-    for (size_t i = 0; i < tone.size(); ++i) tone[i] = i % 40 < 20 ? 20000 : -20000;
+  std::vector<short> tone(480), left(480), right(480);
+  for (size_t i = 0; i < tone.size(); ++i) tone[i] = i % 40 < 20 ? 20000 : -20000;
+  return [=](int) mutable {
     sonx_ktv_process_16(handle, tone.data(), left.data(), right.data(), 480);
   };
 }
