@@ -61,7 +61,7 @@ LV2_Handle instantiate(const LV2_Descriptor* descriptor, double rate, const char
   auto made = std::make_unique<effect_instance>(*effect, rate);
   if (!made->load(*effect)) {
     const std::vector<int> rates(effect->rates, effect->rates + effect->rate_count);
-    log.error("%s\n", no_instance(std::string("Sonx ") + effect->name, rate, rates).c_str());
+    log.error(no_instance(std::string("Sonx ") + effect->name, rate, rates));
     return nullptr;
   }
   return made.release();

@@ -26,10 +26,7 @@ class host_log {
     lv2_log_logger_init(&logger_, static_cast<LV2_URID_Map*>(feature_data(features, LV2_URID__map)),
                         static_cast<LV2_Log_Log*>(feature_data(features, LV2_LOG__log)));
   }
-  template <typename... Arguments>
-  void error(const char* format, Arguments... arguments) {
-    lv2_log_error(&logger_, format, arguments...);
-  }
+  void error(const std::string& line) { lv2_log_error(&logger_, "%s\n", line.c_str()); }
 
  private:
   LV2_Log_Logger logger_;

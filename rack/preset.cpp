@@ -381,11 +381,43 @@ class preset_reader {
   std::string error_;
 };
 
-// The parser's own message, as one line.
-std::string syntax_error(const toml::parse_error& fault) {
-  std::string text = "line " + number_text(fault.source().begin.line) + ": ";
-  for (const char c : fault.description()) text += static_cast<unsigned char>(c) < ' ' ? ' ' : c;
-  return text;
+std::string_view line_of(std::string_view text, unsigned number) {
+  for (; number > 1 && !text.empty(); --number)
+    text.remove_prefix(std::min(text.find('\n'), text.size() - 1) + 1);
+  text = text.substr(0, text.find_first_of("\r\n"));
+  return text.substr(std::min(text.find_first_not_of(" \t"), text.size()));
+}
+
+// What a word of the parser's message means to who has written the preset.
+std::string_view plain_words(std::string_view message) {
+  static constexpr std::pair<std::string_view, std::string_view> kWords[] = {
+      {"end-of-file", "the text ends before this does"},
+      {"utf-8", "the file isn't text in UTF-8"},
+      {"could not determine", "a text stands in quotes"},
+      {"control characters", "a text ends with a quote on its own line"},
+      {"cannot redefine", "it stands there already, further up"},
+      {"comment or whitespace", "something is left over behind the value"},
+      {"expected value", "the value is missing"},
+      {"expected '='", "a setting is a name, = and a value"},
+      {"expected keys", "a line is [[effect]], or a name, = and a value"},
+      {"']'", "a closing ] is missing"},
+      {"'}'", "a closing } is missing"},
+      {"zeroes", "a number doesn't begin with 0"},
+  };
+  for (const auto& [word, meaning] : kWords)
+    if (message.find(word) != message.npos) return meaning;
+  const size_t colon = message.find(": ");  // "Error while parsing array: "
+  return colon == message.npos ? message : message.substr(colon + 2);
+}
+
+std::string syntax_error(std::string_view text, const toml::parse_error& fault) {
+  const unsigned line = fault.source().begin.line;
+  std::string error = "line " + number_text(line) + ": ";
+  const std::string_view meaning = plain_words(fault.description());
+  if (meaning.find("UTF-8") == meaning.npos)
+    error += "can't read " + in_quotes(line_of(text, line)) + ": ";
+  for (const char c : meaning) error += static_cast<unsigned char>(c) < ' ' ? ' ' : c;
+  return error;
 }
 
 }  // namespace
@@ -394,7 +426,7 @@ bool parse_preset(std::string_view text, int rate, rack_settings& out, std::stri
   try {
     const toml::parse_result root = toml::parse(text);
     if (!root) {
-      error = syntax_error(root.error());
+      error = syntax_error(text, root.error());
       return false;
     }
     rack_settings settings;

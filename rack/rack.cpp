@@ -14,6 +14,7 @@
 #include "export_c.h"
 #include "parameters.h"
 #include "preset.h"
+#include "version.h"
 
 namespace {
 
@@ -51,7 +52,7 @@ void settle(rack_settings& settings) {
 
 }  // namespace
 
-const char* sonx_rack_version() { return SONX_RACK_VERSION; }
+const char* sonx_rack_version() { return sonx_version(); }
 
 int sonx_rack_import(const char* text, int auto_preamp, char* preset, size_t size, char* report,
                      size_t report_size) try {
