@@ -59,6 +59,7 @@ if(TARGET sonx_rack)
     LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
     ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR})
   install(FILES rack/include/sonx/rack.h DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/sonx)
+  install(DIRECTORY presets DESTINATION ${CMAKE_INSTALL_DATADIR}/sonx FILES_MATCHING PATTERN *.toml)
   install(EXPORT sonx_rack_targets NAMESPACE sonx:: DESTINATION ${rack_config_dir})
   configure_package_config_file(cmake/sonx_rack-config.cmake.in
     ${PROJECT_BINARY_DIR}/sonx_rack-config.cmake INSTALL_DESTINATION ${rack_config_dir})
@@ -71,4 +72,18 @@ if(TARGET sonx_rack)
   configure_file(cmake/sonx_rack.pc.in ${PROJECT_BINARY_DIR}/sonx_rack.pc @ONLY)
   install(FILES ${PROJECT_BINARY_DIR}/sonx_rack.pc
     DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+endif()
+
+# The tool, with its manual and the shells' completions. It finds the libraries from where it stands.
+if(TARGET sonx)
+  file(RELATIVE_PATH libdir_from_bin
+    /prefix/${CMAKE_INSTALL_BINDIR} /prefix/${CMAKE_INSTALL_LIBDIR})
+  set_target_properties(sonx PROPERTIES INSTALL_RPATH $ORIGIN/${libdir_from_bin})
+  install(TARGETS sonx RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+  set(manual ${PROJECT_BINARY_DIR}/tools/manual)
+  install(DIRECTORY ${manual}/man1 DESTINATION ${CMAKE_INSTALL_MANDIR})
+  foreach(folder bash-completion/completions zsh/site-functions fish/vendor_completions.d)
+    string(REGEX REPLACE "[-/].*" "" shell ${folder})
+    install(DIRECTORY ${manual}/${shell}/ DESTINATION ${CMAKE_INSTALL_DATADIR}/${folder})
+  endforeach()
 endif()

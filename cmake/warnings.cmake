@@ -23,3 +23,7 @@ endif()
 add_library(sonx_shared_flags INTERFACE)
 target_link_options(sonx_shared_flags INTERFACE
   -Wl,-z,now -Wl,-z,relro -Wl,-z,noexecstack -Wl,--no-undefined)
+if(ANDROID AND CMAKE_SIZEOF_VOID_P EQUAL 8)
+  # For phones with pages of 16 KB. Elsewhere the linker's own alignment fits the platform's pages.
+  target_link_options(sonx_shared_flags INTERFACE -Wl,-z,max-page-size=16384)
+endif()

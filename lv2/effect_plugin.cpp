@@ -25,12 +25,9 @@ class effect_instance : public instance {
       : instance(effect.inputs, effect.outputs, rate),
         ports_(static_cast<size_t>(effect.parameter_count)) {}
 
-  // Empty, or why it can't be.
-  std::string load(const sonx_effect& effect) {
-    if (rack() == nullptr) return no_rack();
+  bool load(const sonx_effect& effect) {
     const std::string preset = "sonx = 1\n[[effect]]\nid = \"" + std::string(effect.id) + "\"\n";
-    char error[200];
-    return sonx_rack_load(rack(), preset.c_str(), error, sizeof error) == 0 ? "" : error;
+    return sonx_rack_load(rack(), preset.c_str(), nullptr, 0) == 0;
   }
 
   void connect(uint32_t port, void* data) {
@@ -62,8 +59,9 @@ LV2_Handle instantiate(const LV2_Descriptor* descriptor, double rate, const char
   const sonx_effect* effect =
       sonx_effect_find(descriptor->URI + std::string(SONX_LV2_EFFECT).size());
   auto made = std::make_unique<effect_instance>(*effect, rate);
-  if (const std::string reason = made->load(*effect); !reason.empty()) {
-    log.error("%s at %g Hz: %s\n", effect->name, rate, reason.c_str());
+  if (!made->load(*effect)) {
+    const std::vector<int> rates(effect->rates, effect->rates + effect->rate_count);
+    log.error(no_instance(std::string("Sonx ") + effect->name, rate, rates));
     return nullptr;
   }
   return made.release();

@@ -6,6 +6,8 @@
 
 #include <cmath>
 #include <memory>
+#include <string>
+#include <vector>
 
 #include "sonx/rack.h"
 #include "uris.h"
@@ -24,17 +26,28 @@ class host_log {
     lv2_log_logger_init(&logger_, static_cast<LV2_URID_Map*>(feature_data(features, LV2_URID__map)),
                         static_cast<LV2_Log_Log*>(feature_data(features, LV2_LOG__log)));
   }
-  template <typename... Arguments>
-  void error(const char* format, Arguments... arguments) {
-    lv2_log_error(&logger_, format, arguments...);
-  }
+  void error(const std::string& line) { lv2_log_error(&logger_, "%s\n", line.c_str()); }
 
  private:
   LV2_Log_Logger logger_;
 };
 
-// Why a rack couldn't be made.
-inline const char* no_rack() { return "no effect runs at this rate, or memory is short"; }
+// "44100 and 48000".
+inline std::string enumeration(const std::vector<int>& rates) {
+  std::string text;
+  for (size_t k = 0; k < rates.size(); ++k)
+    text += (k == 0 ? "" : k + 1 == rates.size() ? " and " : ", ") + std::to_string(rates[k]);
+  return text;
+}
+
+// Why something that has these rates couldn't be made for this one.
+inline std::string no_instance(const std::string& name, double rate,
+                               const std::vector<int>& rates) {
+  for (const int one : rates)
+    if (one == std::lrint(rate)) return name + ": not enough memory";
+  return name + " runs at " + enumeration(rates) + " Hz, not at " +
+         std::to_string(std::lrint(rate)) + " Hz";
+}
 
 constexpr int kLongestCall = 8192;  // frames; the rack splits longer ones
 

@@ -211,8 +211,32 @@ void add_parameter(port_list& ports, const sonx_parameter& p, const std::string&
 
 // ---- Plugins.
 
+// What kind of plugin an effect is to a host's menus.
+std::string class_of(const std::string& effect) {
+  static const std::map<std::string, std::string> classes = {
+      {"headphones", "lv2:SpatialPlugin"},
+      {"karaoke", "lv2:ReverbPlugin"},
+      {"graphic-equalizer", "lv2:MultiEQPlugin"},
+      {"parametric-equalizer", "lv2:ParaEQPlugin"},
+      {"reverb", "lv2:ReverbPlugin"},
+      {"stereo-widening", "lv2:SpatialPlugin"},
+      {"virtual-bass", "lv2:WaveshaperPlugin"},
+      {"smart-volume", "lv2:CompressorPlugin"},
+      {"compressor", "lv2:LimiterPlugin"},
+      {"speaker-boost", "lv2:DynamicsPlugin"},
+      {"balance", "lv2:UtilityPlugin"},
+      {"volume", "lv2:AmplifierPlugin"},
+      {"gramophone", "lv2:SimulatorPlugin"},
+      {"echo", "lv2:DelayPlugin"},
+      {"howling-canceller", "lv2:FilterPlugin"},
+      {"noise-suppressor", "lv2:SpectralPlugin"}};
+  const auto found = classes.find(effect);
+  if (found == classes.end()) throw std::runtime_error("no class of plugins for " + effect);
+  return found->second;
+}
+
 struct plugin_text {
-  std::string uri, name, description;
+  std::string uri, name, description, plugin_class;
   int inputs, outputs;
 };
 
@@ -224,7 +248,7 @@ void begin_plugin(std::ostream& out, const plugin_text& plugin, const std::strin
           << " a pg:StereoGroup , pg:" << (*direction == 'i' ? "Input" : "Output")
           << "Group ;\n  lv2:name " << literal(*direction == 'i' ? "Input" : "Output")
           << " ;\n  lv2:symbol " << literal(direction) << " .\n\n";
-  out << angle(plugin.uri) << "\n  a lv2:Plugin , doap:Project ;\n"
+  out << angle(plugin.uri) << "\n  a lv2:Plugin , " << plugin.plugin_class << " , doap:Project ;\n"
       << "  doap:name " << literal(plugin.name) << " ;\n"
       << "  doap:shortdesc " << literal(plugin.description) << " ;\n"
       << "  doap:license <http://www.apache.org/licenses/LICENSE-2.0> ;\n"
@@ -242,7 +266,8 @@ void begin_plugin(std::ostream& out, const plugin_text& plugin, const std::strin
 
 void write_effect(std::ostream& out, const sonx_effect& effect) {
   const plugin_text plugin = {effect_uri(effect.id), std::string("Sonx ") + effect.name,
-                              effect.description, effect.inputs, effect.outputs};
+                              effect.description,    class_of(effect.id),
+                              effect.inputs,         effect.outputs};
   const auto groups = groups_of(effect);
   for (const auto& [head, name] : groups)
     out << angle(group_uri(plugin.uri, head)) << " a pg:Group ;\n  lv2:name " << literal(name)
@@ -261,8 +286,9 @@ void write_effect(std::ostream& out, const sonx_effect& effect) {
 }
 
 void write_rack(std::ostream& out) {
-  const plugin_text plugin = {SONX_LV2_RACK, "Sonx Rack",
-                              "Plays a preset file: any effects in a row.", 2, 2};
+  const plugin_text plugin = {
+      SONX_LV2_RACK,       "Sonx Rack", "Plays a preset file: any effects in a row.",
+      "lv2:UtilityPlugin", 2,           2};
   out << angle(SONX_LV2_RACK_PRESET) << "\n  a lv2:Parameter ;\n  rdfs:label \"Preset\" ;\n"
       << "  rdfs:comment \"The preset file that is played.\" ;\n  rdfs:range atom:Path .\n\n";
   begin_plugin(out, plugin, " , work:schedule , state:threadSafeRestore",

@@ -13,6 +13,7 @@
 #include <fstream>
 #include <iterator>
 #include <mutex>
+#include <set>
 
 #include "instance.h"
 #include "plugins.h"
@@ -91,7 +92,7 @@ class rack_instance : public instance {
     const std::string text{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
     char error[200] = "can't be read";
     if (!file.is_open() || sonx_rack_load(rack(), text.c_str(), error, sizeof error) != 0) {
-      log_.error("%s: %s\n", path.c_str(), error);
+      log_.error(path + ": " + error);
       return false;
     }
     set_path(path);
@@ -174,12 +175,16 @@ LV2_Handle instantiate(const LV2_Descriptor*, double rate, const char*,
   auto* map = static_cast<LV2_URID_Map*>(feature_data(features, LV2_URID__map));
   auto* schedule = static_cast<LV2_Worker_Schedule*>(feature_data(features, LV2_WORKER__schedule));
   if (map == nullptr) {
-    log.error("Sonx Rack: the host lacks urid:map\n");
+    log.error("Sonx Rack: the host lacks urid:map");
     return nullptr;
   }
   auto made = std::make_unique<rack_instance>(rate, map, schedule, log);
   if (made->rack() == nullptr) {
-    log.error("Sonx Rack at %g Hz: %s\n", rate, no_rack());
+    std::set<int> rates;
+    for (int i = 0; i < sonx_effect_count(); ++i)
+      rates.insert(sonx_effect_at(i)->rates,
+                   sonx_effect_at(i)->rates + sonx_effect_at(i)->rate_count);
+    log.error(no_instance("Sonx Rack", rate, {rates.begin(), rates.end()}));
     return nullptr;
   }
   return made.release();

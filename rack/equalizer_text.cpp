@@ -4,6 +4,7 @@
 #include <charconv>
 #include <cmath>
 #include <cstdio>
+#include <cstdlib>
 #include <optional>
 #include <vector>
 
@@ -63,15 +64,30 @@ std::string quoted(std::string_view piece) {
   return shown + (piece.size() > 40 ? "..'" : "'");
 }
 
+#if defined(_LIBCPP_VERSION) && _LIBCPP_VERSION < 200000
+// Without std::from_chars for fractions. Phones and browsers, which have such a library, know no
+// locale in which strtod wants a comma.
+bool read_number(const std::string& text, double& number) {
+  if (text.empty() || text.find_first_not_of("-.0123456789eE") != std::string::npos) return false;
+  char* end = nullptr;
+  number = std::strtod(text.c_str(), &end);
+  return *end == '\0';
+}
+#else
+bool read_number(const std::string& text, double& number) {
+  const char* const last = text.data() + text.size();
+  const auto [end, fault] = std::from_chars(text.data(), last, number);
+  return fault == std::errc() && end == last;
+}
+#endif
+
 // A whole word as a number, with a point or a comma; nothing if it isn't one.
 std::optional<double> number_of(std::string_view word) {
   std::string text(word);
   if (text.starts_with('+')) text.erase(0, 1);
   if (const size_t comma = text.find(','); comma != std::string::npos) text[comma] = '.';
   double number = 0;
-  const auto [end, fault] = std::from_chars(text.data(), text.data() + text.size(), number);
-  if (fault != std::errc() || end != text.data() + text.size() || !std::isfinite(number))
-    return std::nullopt;
+  if (!read_number(text, number) || !std::isfinite(number)) return std::nullopt;
   return number;
 }
 

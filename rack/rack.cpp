@@ -14,6 +14,7 @@
 #include "export_c.h"
 #include "parameters.h"
 #include "preset.h"
+#include "version.h"
 
 namespace {
 
@@ -51,7 +52,7 @@ void settle(rack_settings& settings) {
 
 }  // namespace
 
-const char* sonx_rack_version() { return SONX_RACK_VERSION; }
+const char* sonx_rack_version() { return sonx_version(); }
 
 int sonx_rack_import(const char* text, int auto_preamp, char* preset, size_t size, char* report,
                      size_t report_size) try {
@@ -152,6 +153,15 @@ int sonx_rack_enable(sonx_rack* rack, int slot, int on) {
     else
       return -1;
     return 0;
+  });
+}
+
+int sonx_rack_enabled(const sonx_rack* rack, int slot) {
+  if (rack == nullptr) return -1;
+  return rack->with_row([=](const row& row) {
+    if (slot == -1) return row.enabled() ? 1 : 0;
+    if (!has_slot(row, slot)) return -1;
+    return row.at(slot).enabled() ? 1 : 0;
   });
 }
 

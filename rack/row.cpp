@@ -35,7 +35,7 @@ row::row(const rack_settings& settings, int rate)
 }
 
 rack_settings row::settings() const {
-  rack_settings result{name_, enabled_.load(std::memory_order_relaxed), {}};
+  rack_settings result{name_, enabled(), {}};
   for (const auto& slot : slots_) result.slots.push_back(slot->settings());
   return result;
 }
@@ -52,7 +52,7 @@ int row::tail() const {
 
 void row::start() {
   for (const auto& slot : slots_) slot->start();
-  bypass_.start(enabled_.load(std::memory_order_relaxed));
+  bypass_.start(enabled());
   filled_ = 0;
   for (auto& channel : gathered_) std::fill_n(channel, kLongestBlock, 0);
 }
@@ -65,7 +65,7 @@ int row::warm_up() const {
 
 void row::process(int* const samples[2], int n) {
   int* const dry[2] = {dry_[0], dry_[1]};
-  bypass_.go(enabled_.load(std::memory_order_relaxed));
+  bypass_.go(enabled());
   bypass_.take(samples, dry, n);
   if (block_ > 0)
     process_gathered(samples, n);

@@ -20,6 +20,7 @@ class row {
   slot& at(int index) { return *slots_[static_cast<size_t>(index)]; }
   const slot& at(int index) const { return *slots_[static_cast<size_t>(index)]; }
   void enable(bool on) { enabled_.store(on, std::memory_order_relaxed); }
+  bool enabled() const { return enabled_.load(std::memory_order_relaxed); }
   rack_settings settings() const;
   int latency() const { return latency_; }
   int tail() const;

@@ -47,9 +47,7 @@ std::vector<double> slot::values() const {
   return all;
 }
 
-slot_settings slot::settings() const {
-  return {&effect_.entry, enabled_.load(std::memory_order_relaxed), values()};
-}
+slot_settings slot::settings() const { return {&effect_.entry, enabled(), values()}; }
 
 int slot::warm_up() const { return effect_.warm_up(taken_.data(), rate_); }
 int slot::tail() const { return effect_.tail(values().data(), rate_); }
@@ -58,7 +56,7 @@ void slot::start() {
   take_settings();
   heard_->start(taken_.data());
   phase_ = phase::steady;
-  bypass_.start(enabled_.load(std::memory_order_relaxed));
+  bypass_.start(enabled());
 }
 
 int slot::prepare() {
@@ -106,7 +104,7 @@ void slot::begin_crossfade() {
 void slot::process(int* const samples[2], int n, scratch_blocks& scratch) {
   int* const dry[2] = {scratch.dry[0], scratch.dry[1]};
   int* const spare[2] = {scratch.spare[0], scratch.spare[1]};
-  bypass_.go(enabled_.load(std::memory_order_relaxed));
+  bypass_.go(enabled());
   bypass_.take(samples, dry, n);
   peaks_in_.raise(samples, n);
 

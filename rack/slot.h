@@ -32,6 +32,7 @@ class slot {
   void set(int parameter, double value);
   double get(int parameter) const;
   void enable(bool on) { enabled_.store(on, std::memory_order_relaxed); }
+  bool enabled() const { return enabled_.load(std::memory_order_relaxed); }
   slot_settings settings() const;
   int latency() const { return effect_.latency(rate_); }
   int warm_up() const;

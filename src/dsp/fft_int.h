@@ -66,6 +66,7 @@ SONX_EXPORT void complex_add(complex* a, complex* b, complex* out);
 SONX_EXPORT void complex_sub(complex* a, complex* b, complex* out);
 SONX_EXPORT void complex_mul(complex* a, complex* b, complex* out);
 
+// Exchanges two numbers.
 SONX_EXPORT void complex_swap(complex* a, complex* b);
 
 // Takes the working buffer for n points, unmarks all bins, clears the object's powers and the

@@ -11,6 +11,9 @@
 // Latency: none but the filter's own. Memory: two five-word arrays, taken by IIR_init. The
 // functions have C linkage and take the section untyped; pass the address of an IIR. Compiles as C11
 // and as C++.
+//
+// Pointers aren't null, and have the alignment of what they point to: an IIR 8 bytes (4 with 32-bit
+// pointers), words 4, 16-bit samples 2. A section belongs to one thread at a time.
 #pragma once
 
 #include <stdint.h>

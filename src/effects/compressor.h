@@ -39,6 +39,7 @@ SONX_EXPORT void compressor_reset(compressor_t* compressor);
 // Ends and frees both channels; calling it again does nothing.
 SONX_EXPORT void compressor_end(compressor_t* compressor);
 
+// Stored for the owner; any value.
 SONX_EXPORT void compressor_setstatus(compressor_t* compressor, int status);
 SONX_EXPORT void compressor_getstatus(compressor_t* compressor, int* status);
 

@@ -66,6 +66,7 @@ SONX_EXPORT void smart_volume_control_end(smart_volume_control_t* control);
 SONX_EXPORT void smart_volume_control_set_sample_rate(smart_volume_control_t* control,
                                                       SampleRateType rate);
 
+// Stored for the owner; any value.
 SONX_EXPORT void smart_volume_control_setstatus(smart_volume_control_t* control, int status);
 SONX_EXPORT void smart_volume_control_getstatus(smart_volume_control_t* control, int* status);
 

@@ -106,6 +106,7 @@ SONX_EXPORT void speaker_boost_system_reset(speaker_boost_system_t* boost);
 // Ends and frees all parts; calling it again does nothing.
 SONX_EXPORT void speaker_boost_system_end(speaker_boost_system_t* boost);
 
+// Stored for the owner; any value.
 SONX_EXPORT void speaker_boost_system_setstatus(speaker_boost_system_t* boost, int status);
 SONX_EXPORT void speaker_boost_system_getstatus(speaker_boost_system_t* boost, int* status);
 

@@ -75,6 +75,7 @@ SONX_EXPORT void virtual_bass_system_reset(virtual_bass_system* bass);
 // Ends and frees all parts; calling it again does nothing.
 SONX_EXPORT void virtual_bass_system_end(virtual_bass_system* bass);
 
+// Stored for the owner; any value.
 SONX_EXPORT void virtual_bass_system_setstatus(virtual_bass_system* bass, int status);
 SONX_EXPORT void virtual_bass_system_getstatus(virtual_bass_system* bass, int* status);
 

@@ -26,6 +26,7 @@ SONX_EXPORT void channel_balance_reset(channel_balance_t* balance);
 // As init.
 SONX_EXPORT void channel_balance_end(channel_balance_t* balance);
 
+// Stored for the owner; any value.
 SONX_EXPORT void channel_balance_setstatus(channel_balance_t* balance, int status);
 SONX_EXPORT void channel_balance_getstatus(channel_balance_t* balance, int* status);
 

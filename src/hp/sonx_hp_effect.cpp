@@ -17,8 +17,7 @@ constexpr char kLogTag[] = "_T_sonx_hp_wrapper";
 
 constexpr int kOn = 1;                                         // the chain's status
 constexpr uint32_t kLowestRate = 44050, kHighestRate = 48050;  // Hz
-constexpr uint32_t kShortBlock = 240, kLongBlock = kBlockFrames;
-constexpr uint32_t kBits[] = {16, 32, 32, 32};  // by format code - 1
+constexpr uint32_t kBits[] = {16, 32, 32, 32};                 // by format code - 1
 
 sonx_hp_handle_t* effect_of(void* handle) { return static_cast<sonx_hp_handle_t*>(handle); }
 
@@ -29,17 +28,10 @@ void set_format(sonx_hp_handle_t* effect, int format_type) {
   effect->bytes_per_sample = effect->bits_per_sample / 8;
 }
 
-// The block length that divides the period, or else the one with the smaller remainder.
-uint32_t choose_block(uint32_t frames) {
-  const uint32_t short_rest = frames % kShortBlock, long_rest = frames % kLongBlock;
-  if (short_rest == 0) return kShortBlock;
-  return long_rest == 0 || short_rest <= long_rest ? kLongBlock : kShortBlock;
-}
-
 void follow_period(sonx_hp_handle_t* effect, uint32_t frames) {
   if (frames == effect->last_frame_count) return;
   effect->last_frame_count = frames;
-  effect->block_frames = choose_block(frames);
+  effect->block_frames = hp_block_frames(frames);
   __android_log_print(kLogDebug, kLogTag, "%s: frame size change to %zu", "sonx_hp_effect_process",
                       static_cast<size_t>(effect->block_frames));
 }
@@ -113,8 +105,8 @@ void* sonx_hp_effect_init(unsigned int sample_rate, int format_type) {
   teka_hp_effect_set_sample_rate(&effect->chain, sample_rate);
   teka_hp_effect_setstatus(&effect->chain, static_cast<int>(effect->enabled));
   teka_hp_effect_reset(&effect->chain);
-  effect->last_frame_count = kLongBlock;
-  effect->block_frames = kLongBlock;
+  effect->last_frame_count = kBlockFrames;
+  effect->block_frames = kBlockFrames;
   bool whole = has_memory(&effect->chain);
   whole &= take(effect->work_left, kBlockFrames);
   whole &= take(effect->work_right, kBlockFrames);

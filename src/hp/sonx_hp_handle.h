@@ -6,6 +6,14 @@
 #include "hp/teka_hp_effect.h"
 #include "mailbox.h"
 
+// Frames of a block for a period: the length of the two that divides it, or else the one with the
+// smaller remainder.
+inline uint32_t hp_block_frames(uint32_t period) {
+  constexpr uint32_t kShort = 240, kLong = 256;
+  if (period % kShort == 0) return kShort;
+  return period % kLong == 0 || period % kShort <= period % kLong ? kLong : kShort;
+}
+
 // What set_parameters and reset ask of the next process call.
 struct sonx_hp_request {
   audio_effect_control_acdb_t record;  // the last one received

@@ -80,6 +80,7 @@ SONX_EXPORT void teka_hp_effect_set_sample_rate(teka_hp_effect_t* chain, unsigne
 SONX_EXPORT void teka_hp_effect_setstatus(teka_hp_effect_t* chain, int status);
 SONX_EXPORT void teka_hp_effect_getstatus(teka_hp_effect_t* chain, int* status);
 
+// Not 0: a status change resets the modules instead of fading.
 SONX_EXPORT void teka_hp_effect_debug_enable_setstatus(teka_hp_effect_t* chain, int status);
 SONX_EXPORT void teka_hp_effect_debug_enable_getstatus(teka_hp_effect_t* chain, int* status);
 

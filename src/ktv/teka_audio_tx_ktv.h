@@ -123,6 +123,7 @@ SONX_EXPORT void teka_audio_tx_ktv_howling_canceling_get_last_resort(teka_audio_
 SONX_EXPORT void teka_audio_tx_ktv_howling_canceling_get_gain(teka_audio_tx_ktv_t* chain,
                                                               int* gain);
 
+// Stages on (not 0) and off (0).
 SONX_EXPORT void teka_audio_tx_ktv_gramophone_setstatus(teka_audio_tx_ktv_t* chain, int status);
 SONX_EXPORT void teka_audio_tx_ktv_gramophone_getstatus(teka_audio_tx_ktv_t* chain, int* status);
 SONX_EXPORT void teka_audio_tx_ktv_compressor_setstatus(teka_audio_tx_ktv_t* chain, int status);

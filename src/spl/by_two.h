@@ -28,6 +28,7 @@
 
 #include "../export.h"
 
+// Of the state that a conversion keeps from call to call.
 constexpr int tekaSpl_kBy2StateWords = 8;
 
 // n samples to 2 n samples, any n; n < 1 does nothing. out must not overlap with in, except that in

@@ -26,7 +26,10 @@ constexpr auto switched = [](trial& t, auto* r) {
 // ---- What a function may be given.
 
 inline void draw(trial& t, int& word) { word = t.value(); }
-inline void draw(trial& t, SampleRateType& rate) { rate = static_cast<SampleRateType>(t.roll(4)); }
+inline void draw(trial& t, SampleRateType& rate) {
+  rate = static_cast<SampleRateType>(t.fuzzed() && t.wild() ? static_cast<unsigned>(t.any())
+                                                            : t.roll(4));
+}
 inline void draw(trial& t, unsigned& hertz) {
   constexpr unsigned kRates[] = {44100, 48000, 96000, 192000, 32000};
   hertz = kRates[t.roll(5)];

@@ -72,7 +72,7 @@ void roots_and_logarithms(trial& t) {
 
 void transform(trial& t) {
   complex a, b, sum;
-  for (int i = 0; i < 200; ++i) {
+  for (int i = 0; i < t.times(200); ++i) {
     const int re = t.any(), im = t.value();
     complex_init(&a, re, im);
     complex_setvalue(&b, im, t.any());
@@ -84,7 +84,8 @@ void transform(trial& t) {
     complex_end(&b);
     t.note(b.re, b.im);
   }
-  for (int i = 0; i < 10; ++i) {  // sizes that no transform is made for stay in their memory
+  for (int i = 0; i < t.times(10);
+       ++i) {  // sizes that no transform is made for stay in their memory
     held<fft_int, LIFE(fft_int)> odd(static_cast<int>(t.roll(1000)));
     std::vector<int> frame = t.signal<int>(300, t.number);
     fft_int_dowin_process(&odd, frame.data(), nullptr, 300);

@@ -47,7 +47,7 @@ void suppressor(trial& t) {
                          : t.number % 4 == 3 ? t.signal<short>(t.frames, t.number / 4)
                                              : speech(t, t.frames, level, 1 << t.roll(12));
   std::vector<short> apart(static_cast<size_t>(block) + 1);
-  if (t.once_in(3)) std::fill_n(x.begin() + t.frames / 2, 1000, short{0});
+  if (t.once_in(3)) std::fill_n(x.begin() + t.frames / 2, std::min(1000, t.frames / 2), short{0});
   for (int start = 0; start + block <= t.frames; start += block) {
     short* const in = &x[size_t(start)];
     short* const out = t.number % 2 ? in : apart.data();
@@ -65,7 +65,7 @@ void suppressor(trial& t) {
   // The stages one by one.
   unsigned short magnitudes[kNsxMaxBins], probability[kNsxMaxBins];
   unsigned prior[kNsxMaxBins], post[kNsxMaxBins];
-  for (int start = 0; start < 20 * block; start += block) {
+  for (int start = 0; start < 20 * block && start + block <= t.frames; start += block) {
     tekaNsx_DataAnalysis(&ns, &x[size_t(start)], magnitudes);
     t.note_all(magnitudes, size_t(ns.bins));
     for (int k = 0; k < ns.bins; ++k) {
@@ -108,7 +108,7 @@ void band_post(trial& t) {
            bp->peak_mean, bp->dev_smooth, bp->dev_floor, bp->presence);
   }
   short gain = static_cast<short>(t.any());
-  for (int i = 0; i < 200; ++i) {
+  for (int i = 0; i < t.times(200); ++i) {
     std::vector<short> in = t.signal<short>(64, 1), out = t.signal<short>(64, 1);
     const short target = t.once_in(3) ? 32767 : static_cast<short>(t.roll(32768));
     const int n = static_cast<int>(t.roll(61)) - 1;
@@ -138,7 +138,7 @@ void converter(trial& t) {
     std::copy_n(&x[size_t(start)], 960, &out[at]);
     t.note(Resampler_proc(&r, &out[at], n, out.data(), room, &made));
     t.note(made);
-    t.note_all(out.data(), out.size());
+    t.note_all(out.data(), t.fuzzed() ? 1000 : out.size());
   }
   Resampler_delete(&r);
 }
@@ -148,7 +148,7 @@ void fixed_ratio(trial& t) {
   State state;
   reset(&state);
   std::vector<int> scratch(496);
-  for (int i = 0; i < 12; ++i) {
+  for (int i = 0; i < t.times(12); ++i) {
     const std::vector<short> x = t.signal<short>(in, t.number + (i < 6 ? 0 : 7));
     std::vector<short> y(out + 4);
     kernel(x.data(), y.data(), &state, scratch.data());
@@ -159,7 +159,7 @@ void fixed_ratio(trial& t) {
 
 void rate_kernels(trial& t) {
   int up[tekaSpl_kBy2StateWords] = {}, down[tekaSpl_kBy2StateWords] = {};
-  for (int i = 0; i < 20; ++i) {
+  for (int i = 0; i < t.times(20); ++i) {
     const int n = static_cast<int>(t.roll(300)) - 1;
     const std::vector<short> x = t.signal<short>(300, t.number + (i < 10 ? 0 : 7));
     std::vector<short> twice(604), half(304);
@@ -181,8 +181,10 @@ void rate_kernels(trial& t) {
 }
 
 void transforms(trial& t) {
-  for (int stages = -1; stages <= 11; ++stages) {
-    const auto data = [&] { return t.signal<short>(2100, t.number); };
+  for (int i = 0; i < t.times(13); ++i) {
+    const int stages = t.fuzzed() ? static_cast<int>(t.roll(13)) - 1 : i - 1;
+    const int size = t.fuzzed() ? (2 << std::max(stages, 0)) + 2 : 2100;
+    const auto data = [&] { return t.signal<short>(size, t.number); };
     const auto run = [&](auto transform) {
       std::vector<short> x = data();
       t.note(transform(x.data(), stages));
@@ -200,7 +202,7 @@ void transforms(trial& t) {
 }
 
 void vectors(trial& t) {
-  for (int i = 0; i < 100; ++i) {
+  for (int i = 0; i < t.times(100); ++i) {
     const int n = static_cast<int>(t.roll(70)) - 1;
     std::vector<short> x = t.signal<short>(80, t.number), y = t.signal<short>(80, t.number);
     std::vector<int> z = t.signal<int>(80, t.number), w = t.signal<int>(80, t.number);

@@ -6,8 +6,11 @@
 #include <climits>
 #include <cstdint>
 #include <cstdio>
+#include <cstring>
 #include <iterator>
+#include <optional>
 #include <random>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -22,9 +25,41 @@ struct held : Record {
   ~held() { end(this); }
 };
 
+// A seeded generator's words, the same on every platform; or a fuzzer's bytes, and when they are used
+// up the words of a small generator, seeded too.
+class dice {
+ public:
+  explicit dice(unsigned seed) : generator_(seed) {}
+  dice(unsigned seed, std::span<const uint8_t> bytes) : bytes_(bytes), state_(seed * 0x2545F491) {}
+
+  bool are_bytes() const { return !generator_; }
+  uint32_t operator()() {
+    if (generator_) return static_cast<uint32_t>((*generator_)());
+    if (bytes_.size() < sizeof(uint32_t)) return more();
+    uint32_t word;
+    std::memcpy(&word, bytes_.data(), sizeof word);
+    bytes_ = bytes_.subspan(sizeof word);
+    return word;
+  }
+  // A word that takes nothing of the bytes: they are for what is worth a choice.
+  uint32_t filler() { return generator_ ? operator()() : more(); }
+
+ private:
+  uint32_t more() {
+    const uint32_t z = (state_ += 0x9E3779B9) * 0x85EBCA6B;
+    return (z ^ z >> 15) * 0xC2B2AE35 ^ z;
+  }
+
+  std::optional<std::mt19937> generator_;
+  std::span<const uint8_t> bytes_;
+  uint32_t state_ = 0;
+};
+
 class trial {
  public:
   trial(unsigned which, int samples) : number(which), frames(samples), dice_(which) {}
+  trial(unsigned which, int samples, std::span<const uint8_t> bytes)
+      : number(which), frames(samples), dice_(which, bytes) {}
 
   const unsigned number;
   const int frames;  // about so many samples make it worth while
@@ -45,8 +80,8 @@ class trial {
   }
   uint64_t hash() const { return hash_ ^ hash_ >> 29; }
 
-  // ---- Dice. The generator's words are the same on every platform. The order in which a call's
-  // arguments are evaluated is not: throw at most one among them.
+  // ---- Dice. Their words are the same on every platform. The order in which a call's arguments are
+  // evaluated is not: throw at most one among them.
 
   unsigned roll(unsigned sides) { return static_cast<unsigned>(dice_()) % sides; }
   bool once_in(unsigned times) { return roll(times) == 0; }
@@ -56,6 +91,10 @@ class trial {
     constexpr int kRails[] = {INT_MAX, INT_MIN, 8388607, -8388608, -1, 0, 1, INT_MIN + 1};
     return once_in(5) ? kRails[roll(8)] : static_cast<int>(dice_());
   }
+
+  // A fuzzer's trials are short: it has as many as it likes.
+  bool fuzzed() const { return dice_.are_bytes(); }
+  int times(int n) const { return fuzzed() ? 1 + n / 32 : n; }
 
   // A setting: an order, a Q13 gain, a threshold; in every third trial also beyond any sense.
   bool wild() const { return number % 3 == 2; }
@@ -80,7 +119,7 @@ class trial {
     std::vector<Sample> x(static_cast<size_t>(n));
     int level = 0, left = 0, period = 2;
     for (int i = 0; i < n; ++i, --left) {
-      const int word = static_cast<int>(dice_());
+      const int word = static_cast<int>(kind % 8 == 7 ? dice_() : dice_.filler());
       if (left <= 0) {
         left = 20 + static_cast<int>(roll(1000));
         level = once_in(3) ? 0 : 8 + static_cast<int>(roll(15));  // right shift of a noise
@@ -151,6 +190,6 @@ class trial {
     return kPlaces[number % (crossing ? 7 : 2)];
   }
 
-  std::mt19937 dice_;
+  dice dice_;
   uint64_t hash_ = 1;
 };

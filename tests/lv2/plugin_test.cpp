@@ -117,12 +117,11 @@ TEST(Lv2Effect, SaysWhyItCantRunAtARate) {
   test_host host;
   const sonx_effect* const effect = sonx_effect_find("gramophone");
   EXPECT_EQ(plugin(host, effect, 96000).handle, nullptr);
-  EXPECT_NE(host.log.find("Gramophone at 96000 Hz"), std::string::npos) << host.log;
-  EXPECT_NE(host.log.find("44100"), std::string::npos) << host.log;  // where it does
-  host.log.clear();
-  EXPECT_EQ(plugin(host, effect, 12345).handle, nullptr);
   EXPECT_EQ(plugin(host, nullptr, 12345).handle, nullptr);
-  EXPECT_EQ(std::count(host.log.begin(), host.log.end(), '\n'), 2) << host.log;
+  EXPECT_EQ(host.log,
+            "Sonx Gramophone runs at 44100 and 48000 Hz, not at 96000 Hz\n"
+            "Sonx Rack runs at 8000, 16000, 32000, 44100, 48000, 96000 and 192000 Hz, not at 12345 "
+            "Hz\n");
 
   host.features = {nullptr};
   testing::internal::CaptureStderr();

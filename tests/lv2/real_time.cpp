@@ -5,7 +5,7 @@
 #include <cstring>
 
 #include "host.h"
-#include "tests/rack/watched_thread.h"
+#include "support/watched_thread.h"
 
 namespace {
 

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 
 namespace {
 
@@ -41,7 +42,10 @@ TEST(PortableMath, IsAsAccurateAsItsHeaderSays) {
   const auto gain = [](long double x) {
     return relative(db_to_linear(x), std::pow(10.0L, x / 20.0L));
   };
-  EXPECT_LT(worst(-200.0, 200.0, gain), 4e-15);
+  // Where long double is double, as on 32-bit ARM, the exponent's rounding is the reference's own:
+  // half a unit of 10, times ln 10.
+  const double reference = std::numeric_limits<long double>::digits > 53 ? 0.0 : 2.1e-15;
+  EXPECT_LT(worst(-200.0, 200.0, gain), 4e-15 + reference);
   const auto decibels = [](long double x) {
     return std::fabs(linear_to_db(x) - 20.0L * std::log10(x)) / 20.0L;
   };

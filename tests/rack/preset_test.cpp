@@ -104,6 +104,7 @@ TEST(Preset, NamesTheLineOfEveryFaultAndTheNearestKnownWord) {
       {"sonx = \"1\"", "line 1: sonx takes a whole number, not a string"},
       {"sonx = 1\nb = 1\na = 1", "line 2: unknown key \"b\""},
       {"sonx = 1\nnmae = \"x\"", "line 2: unknown key \"nmae\", did you mean \"name\"?"},
+      {"sonx = 1 # ä\nname = ä", "line 2: can't read \"name = ä\": a text stands in quotes"},
       {"sonx = 1\nname = 1", "line 2: name takes a string, not a number"},
       {"sonx = 1\n[effect]\nid = \"reverb\"", "line 2: effect takes a list of tables, not a table"},
       {"sonx = 1\n[[effect]]\nroom = 60", "line 2: an effect without an id"},
@@ -124,7 +125,9 @@ TEST(Preset, NamesTheLineOfEveryFaultAndTheNearestKnownWord) {
       {kEqualizer + "band = [ { gain = 1 } ]\nband1_gain = 1", "line 5: band1_gain is given twice"},
   };
   for (const auto& [text, error] : cases) EXPECT_EQ(error_of(text), error) << text;
-  EXPECT_EQ(error_of("sonx = 1\n\nname = \"x\n").substr(0, 8), "line 3: ");
+  EXPECT_EQ(error_of("sonx = 1\n\n  name = Late\n"),
+            "line 3: can't read \"name = Late\": a text stands in quotes");
+  EXPECT_EQ(error_of("sonx = 1\n[[effect]\n").substr(0, 8), "line 2: ");
   EXPECT_EQ(error_of(kReverb, 11025).substr(0, 46),
             "line 3: reverb doesn't run at 11025 Hz, but at");
   const std::string hostile = error_of(kReverb + '"' + std::string(100000, 'x') + "\" = 1");

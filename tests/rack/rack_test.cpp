@@ -451,6 +451,10 @@ TEST(Rack, RefusesWhatItDoesNotHave) {
   EXPECT_EQ(sonx_rack_set(rack.get(), 0, 1, 0), -1);
   EXPECT_EQ(sonx_rack_set(rack.get(), 0, 0, std::nan("")), -1);
   EXPECT_EQ(sonx_rack_enable(rack.get(), 1, 1), -1);
+  EXPECT_EQ(sonx_rack_enabled(rack.get(), 1), -1);
+  EXPECT_EQ(sonx_rack_enable(rack.get(), 0, 0), 0);
+  EXPECT_EQ(sonx_rack_enabled(rack.get(), 0), 0);
+  EXPECT_EQ(sonx_rack_enabled(rack.get(), -1), 1);
   EXPECT_EQ(sonx_rack_set(rack.get(), 0, 0, 1000), 0);
   EXPECT_EQ(sonx_rack_get(rack.get(), 0, 0), 18);
   EXPECT_TRUE(std::isnan(sonx_rack_get(rack.get(), 0, 1)));

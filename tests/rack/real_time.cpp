@@ -6,7 +6,7 @@
 //   rack_real_time call      as if it made a system call: ends with 1
 #include <sonx/rack.h>
 
-#include "watched_thread.h"
+#include "support/watched_thread.h"
 
 namespace {
 

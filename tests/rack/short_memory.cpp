@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "interposer.h"
+#include "support/interposer.h"
 
 namespace {
 

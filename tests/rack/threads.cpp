@@ -79,7 +79,9 @@ long enable(sonx_rack* rack) {
   std::mt19937 random(3);
   long calls = 0;
   for (; running; ++calls) {
-    sonx_rack_enable(rack, static_cast<int>(random() % 4) - 1, random() % 2 == 0);
+    const int slot = static_cast<int>(random() % 4) - 1;
+    sonx_rack_enable(rack, slot, random() % 2 == 0);
+    expect(sonx_rack_enabled(rack, -1) >= 0, "a rack neither on nor off");
     expect(sonx_rack_slot_count(rack) < 16, "too many slots");
     std::this_thread::sleep_for(std::chrono::microseconds(random() % 2000));
   }

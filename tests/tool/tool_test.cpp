@@ -127,6 +127,8 @@ TEST_F(Tool, WhatGoesWrongSilentlyIsWarnedOf) {
   const std::pair<const char*, const char*> warned[] = {
       {"hp in.wav out.wav --at 1:effect=bass", "at 1.000 s: left out, since the sound ends at 0.5"},
       {"hp in.wav out.wav --at 0.2:effect=eq,eq=6/3/0,adapter=2", "adapter 2 is not applied"},
+      {"hp in.wav out.wav --at 0.2:effect=bass --period 384",
+       "384 frames cuts the fade of a change"},
       {"response hp --eq 1 --adapter 2", "adapter 2 is not applied beside effect eq"},
       {"ktv cut.wav out.wav", "ends early, after 11994 frames: 50.0 %"},
       {"hp float.wav out.wav", "samples in 1 frame are no numbers"},

@@ -3,6 +3,9 @@
 #include <CLI/CLI.hpp>
 #include <vector>
 
+#include "commands.h"
+#include "help_words.h"
+#include "log.h"
 #include "messages.h"
 
 namespace sonx {
@@ -27,7 +30,54 @@ const CLI::App& innermost(const CLI::App& app) {
   return commands.empty() ? app : innermost(*commands.front());
 }
 
+const char* const kFooter =
+    R"(A file to write that is there already is replaced; the file that is read is not.
+'sonx COMMAND --help' tells more about each command. The exit status is 0, or 1
+where standard error has a line that says why.
+
+Examples:
+  sonx effects reverb
+  sonx play in.flac out.flac --preset late-evening.toml
+  sonx play in.wav out.wav --set reverb.room=60 --at 5:reverb.room=20 --tail 3
+  sonx preset save mine.toml --preset late-evening.toml --set compressor.makeup=2
+  sonx hp in.flac out.flac --effect widening
+  sonx hp in.wav out.wav --effect eq --eq 6,4,2,0,0,0,0,1,2,3
+  sonx hp in.wav out.wav --at 5:effect=bass --at 10:effect=reverb,room=90%
+  sonx hp in.wav - --effect bass | aplay
+  sonx import headphones.txt -o headphones.toml
+  sonx response --preset headphones.toml --show level,phase --svg picture.svg
+  sonx compare headphones.toml bypass music.flac folder
+  sonx report --preset headphones.toml --in music.flac -o report.html
+  sonx ktv voice.wav out.wav --reverb room=70% --echo delay=250 --voice-gain 6 --tail 2
+  sonx denoise noisy.wav out.wav --policy 2
+  sonx resample in.wav out.wav --rate 16000)";
+
 }  // namespace
+
+void set_up(CLI::App& app) {
+  app.name("sonx");
+  app.description(
+      "Runs audio files through the effects library, measures it, and shows what it does.");
+  app.formatter(make_help_formatter());
+  app.set_help_flag("-h,--help", "show this help");
+  app.require_subcommand(1);
+  app.footer(kFooter);
+  app.set_version_flag("--version", "sonx " SONX_VERSION, "show the version");
+  app.add_flag_callback(
+      "--log", [] { show_debug_log(); }, "show the library's debug log lines on standard error");
+  add_play_command(app);
+  add_effects_command(app);
+  add_preset_command(app);
+  add_import_command(app);
+  add_export_command(app);
+  add_response_command(app);
+  add_compare_command(app);
+  add_report_command(app);
+  add_hp_command(app);
+  add_ktv_command(app);
+  add_denoise_command(app);
+  add_resample_command(app);
+}
 
 // An unknown word comes first: it's often the reason why something else is missing.
 std::string explain(const CLI::App& app, const CLI::ParseError& error) {

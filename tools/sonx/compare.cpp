@@ -38,7 +38,7 @@ into the folder:
   response.svg            the responses of both, measured as by 'sonx response'
 Latencies are taken out, so that all lies on IN.
 
-Example:
+Examples:
   sonx compare headphones.toml bypass music.flac comparison
   sonx compare first.toml second.toml music.flac comparison --tail 2)";
 
@@ -169,10 +169,14 @@ void add_compare_command(CLI::App& app) {
       app.add_subcommand("compare", "hear and see what two presets do to a recording");
   auto options = std::make_shared<compare_options>();
   command->footer(kFooter);
-  command->add_option("A", options->presets[0], "preset, or bypass")->required();
-  command->add_option("B", options->presets[1], "preset, or bypass")->required();
-  command->add_option("IN", options->in, "audio file that libsndfile reads")->required();
-  command->add_option("OUTDIR", options->folder, "folder to write to, made if missing")->required();
+  command->add_option("A", options->presets[0], "preset, or bypass")->type_name("FILE")->required();
+  command->add_option("B", options->presets[1], "preset, or bypass")->type_name("FILE")->required();
+  command->add_option("IN", options->in, "audio file that libsndfile reads")
+      ->type_name("FILE")
+      ->required();
+  command->add_option("OUTDIR", options->folder, "folder to write to, made if missing")
+      ->type_name("FOLDER")
+      ->required();
   command->add_option("--tail", options->tail, "silence to append to the input [0]")
       ->type_name("SECONDS");
   command->callback([options] { run(*options); });

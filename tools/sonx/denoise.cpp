@@ -34,9 +34,10 @@ stereo file is treated on its own.
 
 The prior says what is noise. With 'tracked' it is what stays at the least of a
 second, which is followed fastest and takes least from a voice; with 'own' a
-pause is told by features of the signal. 'presence' is what the library does unless told otherwise: it
-leaves steady noise above some -55 dBFS alone, and most speech at a usual level
-makes it end the process; the command then ends with an error and no output.
+pause is told by features of the signal. 'presence' is what the library does
+unless told otherwise: it leaves steady noise above some -55 dBFS alone, and
+most speech at a usual level makes it end the process; the command then ends
+with an error and no output.
 In a row with other effects, with the tracked prior, the suppressor plays by
 'sonx play'; 'sonx effects' has its name.
 
@@ -99,7 +100,7 @@ void add_denoise_command(CLI::App& app) {
   auto arguments = std::make_shared<denoise_arguments>();
   command->footer(kFooter);
   arguments->files.add_to(*command);
-  command->add_option("--policy", arguments->options.policy, "how far noise is turned down, 0..3")
+  command->add_option("--policy", arguments->options.policy, "how far noise is turned down")
       ->check(CLI::Range(0, 3))
       ->capture_default_str();
   command->add_option("--prior", arguments->prior, "where the probability of a pause comes from")

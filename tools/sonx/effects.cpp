@@ -184,7 +184,8 @@ void add_effects_command(CLI::App& app) {
       app.add_subcommand("effects", "what effects there are, with their parameters");
   auto options = std::make_shared<effects_options>();
   command->footer(kFooter);
-  command->add_option("ID", options->ids, "effects to tell of; without it all");
+  command->add_option("ID", options->ids, "effects to tell of; without it all")
+      ->type_name("EFFECT");
   command->add_flag("--json", options->json, "as JSON, with everything that is known of them");
   command->callback([options] { run(*options); });
 }

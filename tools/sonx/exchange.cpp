@@ -40,6 +40,8 @@ void refuse_the_source(const std::string& in, const std::string& out) {
     throw std::runtime_error("'" + out + "' is the file that is read");
 }
 
+const char* const kOutHelp = "file to write, or to replace; without it standard output";
+
 constexpr size_t kPresetSize = 1 << 16, kReportSize = 1 << 16;
 
 struct import_options {
@@ -63,14 +65,12 @@ void import(const import_options& options) {
     show_faults(options.in, report.c_str());
     throw CLI::RuntimeError(1);
   }
-  write_text_file(options.out, preset.c_str());
-  say("%s", report.c_str());
-  if (options.out != "-") say("written: %s\n", options.out.c_str());
+  write_result(options.out, preset.c_str(), report.c_str());
 }
 
 struct export_options {
   std::string preset, form = "c", out = "-";
-  int rate = 48000;
+  int rate = 0;
 };
 
 const char* const kExportFooter =
@@ -81,8 +81,10 @@ const char* const kExportFooter =
 
 void export_preset(const export_options& options) {
   refuse_the_source(options.preset, options.out);
-  const rack made(read_recipe(options.preset), options.rate);
-  write_text_file(options.out, options.form == "c" ? made.export_c() : pipewire_text(made));
+  const rack_recipe recipe = read_recipe(options.preset);
+  const rack made(recipe, options.rate != 0 ? options.rate : recipe.rate_for(48000));
+  const std::string name = std::filesystem::path(options.preset).stem().string();
+  write_result(options.out, options.form == "c" ? made.export_c() : pipewire_text(made, name));
 }
 
 }  // namespace
@@ -91,8 +93,8 @@ void add_import_command(CLI::App& app) {
   CLI::App* command = app.add_subcommand("import", "make a preset of published equalizer settings");
   auto options = std::make_shared<import_options>();
   command->footer(kImportFooter);
-  command->add_option("FILE", options->in, "text to read")->required();
-  command->add_option("-o,--out", options->out, "preset to write; without it standard output");
+  command->add_option("FILE", options->in, "text to read")->type_name("FILE")->required();
+  command->add_option("-o,--out", options->out, kOutHelp)->type_name("FILE");
   command->add_flag("--auto-preamp", options->auto_preamp,
                     "set the preamp to what the whole curve needs");
   command->callback([options] { import(*options); });
@@ -102,15 +104,18 @@ void add_export_command(CLI::App& app) {
   CLI::App* command = app.add_subcommand("export", "write a preset in another form");
   auto options = std::make_shared<export_options>();
   command->footer(kExportFooter);
-  command->add_option("FILE", options->preset, "preset")->required();
+  command->add_option("FILE", options->preset, "preset")->type_name("FILE")->required();
   command
       ->add_option("--as", options->form,
                    "c: initialisers for the effects' library; pipewire: the effects as LV2 plugins "
                    "in a filter chain")
       ->check(CLI::IsMember({"c", "pipewire"}))
       ->capture_default_str();
-  command->add_option("--rate", options->rate, "of the coefficients, in Hz")->capture_default_str();
-  command->add_option("-o,--out", options->out, "file to write; without it standard output");
+  command
+      ->add_option("--rate", options->rate,
+                   "of the coefficients or of the chain [48000, or the nearest above]")
+      ->type_name("HZ");
+  command->add_option("-o,--out", options->out, kOutHelp)->type_name("FILE");
   command->callback([options] { export_preset(*options); });
 }
 

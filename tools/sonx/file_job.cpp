@@ -11,10 +11,13 @@
 namespace sonx {
 
 void file_options::add_to(CLI::App& command) {
-  command.add_option("IN", in, "audio file that libsndfile reads")->required();
+  command.add_option("IN", in, "audio file that libsndfile reads")->type_name("FILE")->required();
   command
-      .add_option("OUT", out,
-                  "file to write: .wav, .flac, .ogg, .caf or .w64; - is WAV on standard output")
+      .add_option(
+          "OUT", out,
+          "file to write, or to replace: .wav, .flac, .ogg, .caf or .w64; - is WAV on standard "
+          "output")
+      ->type_name("FILE")
       ->required();
   command.add_flag("--force", force, "let OUT replace IN");
 }

@@ -135,6 +135,11 @@ void run(const hp_options& options) {
            at(static_cast<double>(report.frames) / rate));
     }
   }
+  if (changes.size() > 1 && !fades_in_full(options.period, rate)) {
+    warn("a period of " + std::to_string(options.period) +
+         " frames cuts the fade of a change short, which may click; sonx_hp_effect.h lists periods "
+         "that don't, 480 among them");
+  }
   print_report(report, rate);
 }
 
@@ -159,8 +164,8 @@ void add_hp_command(CLI::App& app) {
   command
       ->add_option("--format", options->format,
                    "sample format at the effect's door: 1 16 bits, 2 and 4 24 bits in 32, 3 32 "
-                   "bits; without "
-                   "it 2 for a file of more than 16 bits, else 1. OUT has 16 bits with 1, else 24")
+                   "bits; without it 2 for a file of more than 16 bits, else 1. OUT has 16 bits "
+                   "with 1, else 24")
       ->check(CLI::Range(1, 4));
   command->add_option("--period", options->period, "frames per call")
       ->check(CLI::Range(1, 1 << 20))

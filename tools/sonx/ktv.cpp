@@ -25,10 +25,11 @@ constexpr double kLowestGain = -40, kHighestGain = 12;  // dB
 const char* const kFooter =
     R"(Takes a voice, mono or the mean of a stereo file, and gives stereo. The chain
 works at 48000 Hz, to which a file at another rate is converted, and back, and
-in 16 bits; OUT has 24 where IN has more than 16. Only the stages that are named run. Levels are a percentage of 1.0 or the Q13
-word (8192 is 1.0). The voice gain is heard through the compressor, which
---voice-gain switches on. The output is as long as the input: an echo's or a
-reverb's tail comes with --tail.
+in 16 bits; OUT has 24 where IN has more than 16. Only the stages that are named
+run. Levels are a percentage of 1.0 or the Q13 word (8192 is 1.0). The voice
+gain is heard through the compressor, which --voice-gain switches on. The output
+is as long as the input: an echo's or a reverb's tail comes
+with --tail.
 
 Examples:
   sonx ktv voice.wav out.wav --reverb room=70%,damp=40%,wet=60%,dry=50% --tail 2

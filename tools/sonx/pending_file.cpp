@@ -90,4 +90,11 @@ void write_text_file(const fs::path& target, const std::string& text) {
   pending.commit();
 }
 
+void write_result(const fs::path& target, const std::string& text, const std::string& report) {
+  const bool replaces = target != "-" && fs::exists(target);
+  write_text_file(target, text);
+  say("%s", report.c_str());
+  if (target != "-") say("%s: %s\n", replaces ? "replaced" : "written", target.c_str());
+}
+
 }  // namespace sonx

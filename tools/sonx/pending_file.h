@@ -34,4 +34,8 @@ void require_extension(const std::filesystem::path& target, const std::string& e
 // Writes a text file in this manner.
 void write_text_file(const std::filesystem::path& target, const std::string& text);
 
+// The same, and says a report and whether it has written a new file or replaced one.
+void write_result(const std::filesystem::path& target, const std::string& text,
+                  const std::string& report = "");
+
 }  // namespace sonx

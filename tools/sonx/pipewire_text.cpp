@@ -1,7 +1,8 @@
 #include "pipewire_text.h"
 
-#include <sstream>
+#include <cctype>
 #include <stdexcept>
+#include <vector>
 
 #include "lv2/uris.h"
 
@@ -18,27 +19,17 @@ std::string quoted(const std::string& text) {
   return result + '"';
 }
 
-// What only the preset's text says.
-struct preset_words {
-  std::string name = "Sonx";
-  std::vector<bool> enabled;  // by slot
-
-  explicit preset_words(const std::string& preset) {
-    bool all = true;
-    std::istringstream lines(preset);
-    for (std::string line; std::getline(lines, line);) {
-      if (line == "[[effect]]") enabled.push_back(all);
-      if (line == "enabled = false") {
-        if (enabled.empty())
-          all = false;
-        else
-          enabled.back() = false;
-      }
-      if (const std::string key = "name = \""; enabled.empty() && line.starts_with(key))
-        name = line.substr(key.size(), line.size() - key.size() - 1);
-    }
-  }
-};
+// "Late evening" as a part of a node's name: "late-evening". Bytes beyond ASCII stay.
+std::string slug(const std::string& name) {
+  std::string result;
+  for (const char c : name)
+    if (const auto byte = static_cast<unsigned char>(c); byte >= 0x80 || std::isalnum(byte) != 0)
+      result += static_cast<char>(byte < 0x80 ? std::tolower(byte) : byte);
+    else if (!result.empty() && result.back() != '-')
+      result += '-';
+  if (result.ends_with('-')) result.pop_back();
+  return result;
+}
 
 // The nodes of a slot: one, or where an effect hears one channel, one for each side.
 class chain_slot {
@@ -98,14 +89,18 @@ std::string links_of(const std::vector<chain_slot>& slots) {
 
 }  // namespace
 
-std::string pipewire_text(const rack& its) {
-  const preset_words words(its.save());
+std::string pipewire_text(const rack& its, const std::string& file_name) {
+  const rack_notes notes = its.notes();
   std::vector<chain_slot> slots;
   for (int k = 0; k < its.slots(); ++k)
-    slots.emplace_back(its, k, words.enabled.at(static_cast<size_t>(k)));
+    slots.emplace_back(its, k, notes.enabled && notes.slot_enabled.at(static_cast<size_t>(k)));
   if (slots.empty()) throw std::runtime_error("a rack without effects makes no chain");
 
-  const std::string name = '"' + words.name + '"';  // as the preset has it, escapes and all
+  // A name as the preset has it, escapes and all.
+  const std::string name =
+      notes.name.empty() ? quoted("Sonx: " + file_name) : '"' + notes.name + '"';
+  const std::string tail = slug(notes.name.empty() ? file_name : notes.name);
+  const std::string node = tail.empty() ? "sonx" : "sonx." + tail;
   std::string nodes;
   for (const chain_slot& slot : slots) nodes += slot.nodes();
   return "# Written by sonx export. PipeWire reads it from ~/.config/pipewire/pipewire.conf.d when "
@@ -127,10 +122,17 @@ std::string pipewire_text(const rack& its) {
          "        inputs = " + both_ports(slots.front(), "in") +
          "        outputs = " + both_ports(slots.back(), "out") +
          "      }\n"
+         "      audio.rate = " +
+         std::to_string(its.rate()) +
+         "  # which every effect has; from and to others PipeWire converts\n"
          "      audio.channels = 2\n"
          "      audio.position = [ FL FR ]\n"
-         "      capture.props = { node.name = sonx_input media.class = Audio/Sink }\n"
-         "      playback.props = { node.name = sonx_output node.passive = true }\n"
+         "      capture.props = { node.name = " +
+         quoted(node) +
+         " media.class = Audio/Sink }\n"
+         "      playback.props = { node.name = " +
+         quoted(node + ".output") +
+         " node.passive = true }\n"
          "    }\n"
          "  }\n"
          "]\n";

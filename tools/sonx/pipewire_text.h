@@ -7,8 +7,9 @@
 
 namespace sonx {
 
-// A file for PipeWire's folder pipewire.conf.d: a sink that plays through the rack's effects. Throws
-// for what a stereo chain can't hold.
-std::string pipewire_text(const rack& its);
+// A file for PipeWire's folder pipewire.conf.d: a sink that plays through the rack's effects, at the
+// rack's rate. It's called by the preset's name, or by its file's where it has none. Throws for what
+// a stereo chain can't hold.
+std::string pipewire_text(const rack& its, const std::string& file_name);
 
 }  // namespace sonx

@@ -172,7 +172,7 @@ void add_play_command(CLI::App& app) {
       ->add_option("FILES", options->files,
                    "IN and OUT: audio files; OUT is .wav, .flac, .ogg, .caf or .w64, - is WAV on "
                    "standard output; several IN and a folder")
-      ->type_name("IN.. OUT");
+      ->type_name("FILE");
   options->rack.add_to(*command);
   command
       ->add_option("--at", options->changes,

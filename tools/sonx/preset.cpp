@@ -93,8 +93,7 @@ void show(const preset_options& options) {
 void save(const preset_options& options) {
   const rack_recipe recipe = options.rack.recipe();
   const std::string text = rack(recipe, recipe.rates().back()).save();
-  write_text_file(options.out, text);
-  if (options.out != "-") say("written: %s\n", options.out.c_str());
+  write_result(options.out, text);
 }
 
 }  // namespace
@@ -106,20 +105,25 @@ void add_preset_command(CLI::App& app) {
 
   auto checked = std::make_shared<preset_options>();
   CLI::App* checks = command->add_subcommand("check", "say what is wrong with presets, by line");
-  checks->add_option("FILE", checked->files, "presets")->required();
+  checks->add_option("FILE", checked->files, "presets")->type_name("FILE")->required();
   checks->callback([checked] { check(*checked); });
 
   auto shown = std::make_shared<preset_options>();
   CLI::App* shows = command->add_subcommand("show", "what would be in force");
-  shows->add_option("FILE", shown->files, "a preset, as with --preset")->expected(0, 1);
+  shows->add_option("FILE", shown->files, "a preset, as with --preset")
+      ->type_name("FILE")
+      ->expected(0, 1);
   shown->rack.add_to(*shows);
   shows->add_flag("--all", shown->all, "parameters at their defaults too");
-  shows->add_option("--rate", shown->rate, "Hz [48000, or the nearest above]");
+  shows->add_option("--rate", shown->rate, "at which it runs [48000, or the nearest above]")
+      ->type_name("HZ");
   shows->callback([shown] { show(*shown); });
 
   auto saved = std::make_shared<preset_options>();
   CLI::App* saves = command->add_subcommand("save", "write a preset");
-  saves->add_option("OUT", saved->out, "file to write; - is standard output")->required();
+  saves->add_option("OUT", saved->out, "file to write, or to replace; - is standard output")
+      ->type_name("FILE")
+      ->required();
   saved->rack.add_to(*saves);
   saves->callback([saved] { save(*saved); });
 }

@@ -176,6 +176,19 @@ const effect_rates kHpRates = {"the headphone effect", "44100 and 48000 Hz (4405
 
 int chain_delay(int rate) { return rate == 44100 ? 440 : 480; }
 
+bool fades_in_full(int period, int rate) {
+  const int block = static_cast<int>(hp_block_frames(static_cast<uint32_t>(period)));
+  int left = period;  // of the period that the block is in
+  const auto next_block = [&] {
+    const int frames = std::min(block, left);
+    left = left == frames ? period : left - frames;
+    return frames;
+  };
+  const int fade_out = next_block() + next_block();
+  const int silence = next_block() + next_block();
+  return std::min(fade_out, silence) >= chain_delay(rate);
+}
+
 std::string gain_note(const audio_effect_control_acdb_t& record, double gain_db) {
   if (record.effect_type != SONX_EFFECT_NONE || gain_db == 0) return "";
   return "without an effect, the make-up gain of the one before stays: " + decibels(gain_db) +

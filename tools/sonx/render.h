@@ -40,6 +40,10 @@ extern const effect_rates kHpRates;
 // Samples by which the chain delays the sound.
 int chain_delay(int rate);
 
+// Whether a change fades in full with that many frames a call: the fade counts blocks, and its way out
+// and its silence, two blocks each, must last as long as the delay.
+bool fades_in_full(int period, int rate);
+
 struct timed_change {
   double seconds;  // takes effect before the first period that begins at or after this
   audio_effect_control_acdb_t record;

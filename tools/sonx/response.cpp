@@ -315,7 +315,7 @@ void add_chain(CLI::App& command) {
       ->allow_extra_args(false);
   std::vector<std::string> ids;
   for (const aspect& one : all_aspects()) ids.emplace_back(one.id);
-  command.add_option("--show", options->show, "what is measured, see below [level]")
+  command.add_option("--show", options->show, "what is measured [level]")
       ->type_name("ASPECT,ASPECT,..")
       ->delimiter(',')
       ->check(CLI::IsMember(ids));
@@ -344,9 +344,10 @@ void add_chain(CLI::App& command) {
       ->type_name("HZ,HZ,..")
       ->delimiter(',')
       ->check(CLI::Range(kLowest, kHighest));
-  command.add_option("--svg", options->svg, "picture to write, .svg");
-  command.add_option("--csv", options->csv,
-                     "table to write, .csv, with all that the picture shows");
+  command.add_option("--svg", options->svg, "picture to write, .svg")->type_name("FILE");
+  command
+      .add_option("--csv", options->csv, "table to write, .csv, with all that the picture shows")
+      ->type_name("FILE");
   command.callback([&command, options, chain] {
     if (command.get_subcommands().empty()) run(*options, *chain);
   });

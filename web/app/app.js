@@ -3,12 +3,12 @@ import { prepareCommands } from "./commands.js";
 import { Compare } from "./compare.js";
 import { Controls } from "./controls.js";
 import { prepareImport, prepareRender, prepareTexts } from "./dialogs.js";
-import { $, sayError } from "./dom.js";
+import { $, say, sayError } from "./dom.js";
 import { Jobs } from "./jobs.js";
 import { Live } from "./live.js";
 import { Model, changeOf } from "./model.js";
 import { Desk } from "./desk.js";
-import { presetInLink } from "./share.js";
+import { presetInLink, presetIsInLink } from "./share.js";
 import { Slots } from "./slots.js";
 import { fetchRecording } from "./sources.js";
 import { Transport } from "./transport.js";
@@ -45,6 +45,9 @@ class Bench {
     }
     model.addEventListener("settings", () => this.keep());
     model.addEventListener("history", () => this.showHistory());
+    player.addEventListener("mute", () =>
+      sayError(new Error("The browser has no sound output to play on.")),
+    );
     desk.addEventListener("source", () => {
       this.transport.setRecording(desk.buffer);
       this.compare.setRecording(desk.buffer);
@@ -54,8 +57,13 @@ class Bench {
     matchMedia("(prefers-color-scheme: dark)").addEventListener("change", () => this.restyle());
   }
 
+  // What a link has brought isn't kept, nor does it stay in the address, until it has been changed:
+  // the own rack is there at the next visit.
   keep() {
     $("#preset-name").value = this.model.name;
+    if (this.linking || this.model.text === this.linked) return;
+    if (this.linked && presetIsInLink())
+      history.replaceState(null, "", location.pathname + location.search);
     try {
       localStorage.setItem(KEPT, this.model.text);
     } catch {
@@ -80,15 +88,21 @@ class Bench {
     this.transport.paint();
   }
 
-  // Whether the address carried a preset.
+  // The address may carry a preset: one more step, behind which the own rack can be brought back.
   async loadLink() {
     try {
       const text = await presetInLink();
-      if (text !== null) await this.desk.load(text, "The link's preset");
-      return text !== null;
+      if (text === null) return;
+      const own = this.model.text;
+      this.linking = true;
+      await this.desk.load(text, "The link's preset");
+      this.linked = this.model.text;
+      if (this.model.text !== own)
+        say("This is the link's rack. Undo (Ctrl+Z) brings your own one back.");
     } catch (error) {
       sayError(error);
-      return false;
+    } finally {
+      this.linking = false;
     }
   }
 
@@ -96,9 +110,11 @@ class Bench {
     const { desk, assets, model } = this;
     const [first] = assets.recordings;
     if (first) desk.source = await fetchRecording(first).catch(() => desk.source);
-    if (!(await this.loadLink())) await desk.load(kept() ?? assets.first);
+    await desk.load(kept() ?? assets.first);
     await desk.openSource();
     model.forget();
+    desk.inUse = true;
+    await this.loadLink();
     this.live.start();
   }
 }

@@ -1,5 +1,5 @@
 // What buttons, keys and dropped files do.
-import { chooseEffect, chooseSource, openDialog, prepareDialogs } from "./dialogs.js";
+import { chooseEffect, chooseSource, openDialog, prepareDialogs, showImport } from "./dialogs.js";
 import { $, sayError } from "./dom.js";
 import { fetchRecording, noise } from "./sources.js";
 
@@ -18,7 +18,6 @@ export function prepareCommands(bench) {
     $("#preset-dialog").close();
     openDialog("#import-dialog");
   });
-  click("#render", () => openDialog("#render-dialog"));
   click("#help", () => openDialog("#help-dialog"));
   click("#theme", () => bench.nextTheme());
   $("#audio-file").addEventListener("change", ({ target }) => {
@@ -73,9 +72,7 @@ async function openAny({ desk }, file) {
   if (/\.toml$/i.test(file.name)) {
     await desk.load(await file.text(), file.name);
   } else if (/\.txt$/i.test(file.name)) {
-    $("#import-text").value = await file.text();
-    $("#import-report").hidden = true;
-    openDialog("#import-dialog");
+    await showImport(file);
   } else {
     await desk.useFile(file);
   }

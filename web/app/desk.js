@@ -11,6 +11,7 @@ export class Desk extends EventTarget {
     this.player = new Player(wasmBytes, model.catalogue);
     this.source = noise;
     this.buffer = null;
+    this.inUse = false; // a change of the rate is news
   }
 
   // ---- Presets and rates.
@@ -62,7 +63,7 @@ export class Desk extends EventTarget {
     if (rate === this.model.rate) return;
     this.model.setRate(rate, text);
     await this.openSource();
-    say(`The rack now runs at ${rate} Hz.`);
+    if (this.inUse) say(`The rack now runs at ${rate} Hz, which all its effects have.`);
   }
 
   // ---- Sources.

@@ -1,6 +1,7 @@
 // What opens above the page: effects to add, sources, presets, texts of other programs, rendering.
-import { $, h, icon, say, sayError } from "./dom.js";
-import { nameOf } from "./preset-text.js";
+import { $, h, icon, placeToasts, say, sayError } from "./dom.js";
+import { parseNumber, timeText } from "./format.js";
+import { nameOf, withName } from "./preset-text.js";
 import { download, linkTo } from "./share.js";
 import { channelsOf } from "./sources.js";
 
@@ -8,6 +9,7 @@ export function openDialog(id) {
   const dialog = $(id);
   dialog.returnValue = "";
   dialog.showModal();
+  placeToasts();
   return dialog;
 }
 
@@ -17,6 +19,7 @@ export function prepareDialogs() {
     dialog.addEventListener("click", (event) => {
       if (event.target === dialog || event.target.closest("[data-close]")) dialog.close();
     });
+    dialog.addEventListener("close", placeToasts);
   }
 }
 
@@ -120,18 +123,35 @@ export function prepareTexts({ model, load, presets }) {
 const firstComment = (text) =>
   (/^(# .*\n)+/.exec(text)?.[0] ?? "").replaceAll("# ", "").replaceAll("\n", " ");
 
+// A text as if it had been typed; the preset is named after its file.
+export async function showImport(file) {
+  const area = $("#import-text");
+  area.value = await file.text();
+  area.dataset.name = file.name.replace(/\.\w+$/, "");
+  area.dispatchEvent(new Event("input"));
+  if (!$("#import-dialog").open) openDialog("#import-dialog");
+}
+
 export function prepareImport({ model, load }) {
   const report = $("#import-report");
-  $("#import-text").addEventListener("input", () => (report.hidden = true));
+  const area = $("#import-text");
+  area.addEventListener("input", () => {
+    report.hidden = true;
+    if (area.value === "") area.dataset.name = "";
+  });
+  $("#import-open").addEventListener("click", () => $("#import-file").click());
+  $("#import-file").addEventListener("change", ({ target }) => {
+    const [file] = target.files;
+    target.value = "";
+    if (file) showImport(file);
+  });
   $("#import-run").addEventListener("click", () => {
     try {
-      const result = model.module.importEqualizer(
-        $("#import-text").value,
-        $("#import-auto").checked,
-      );
+      const result = model.module.importEqualizer(area.value, $("#import-auto").checked);
       report.textContent = result.report.trim();
       report.classList.toggle("error", result.faults > 0);
-      if (result.faults === 0) load(result.preset);
+      const name = area.dataset.name || "Imported equalizer";
+      if (result.faults === 0) load(withName(result.preset, name));
     } catch (error) {
       report.textContent = error.message;
       report.classList.add("error");
@@ -142,6 +162,23 @@ export function prepareImport({ model, load }) {
 
 // ---- Rendering.
 
+const LONGEST_TAIL = 600; // s
+const USUAL_TAIL = 10; // at the most
+const secondsOf = (text) => parseNumber(text, "s");
+
+// How much longer than the recording a file should be, in s, and why.
+function tailOf({ rack }) {
+  const frames = rack.tail();
+  const seconds = Math.ceil((10 * frames) / rack.rate) / 10;
+  if (frames < 0)
+    return { tail: 0, why: "This rack is never silent, so that its file ends with the recording." };
+  if (frames === 0) return { tail: 0, why: "This rack is silent when the recording is." };
+  if (seconds <= USUAL_TAIL)
+    return { tail: seconds, why: `By then this rack has fallen silent, below −60 dBFS.` };
+  const why = `This rack takes up to ${Math.ceil(seconds)} s to fall silent; the file ends before.`;
+  return { tail: USUAL_TAIL, why };
+}
+
 export function prepareRender({ desk, jobs }) {
   const { model } = desk;
   let made = null;
@@ -151,12 +188,34 @@ export function prepareRender({ desk, jobs }) {
     dialog.dataset.state = state;
     $("#render-start").disabled = state === "running";
   };
+  const field = $("#render-tail");
+  let typed = false; // the tail is the user's
+  const showTail = () => {
+    const { tail, why } = tailOf(model);
+    if (!typed) field.value = tail;
+    const seconds = secondsOf(field.value);
+    $("#render-why").textContent = typed ? `Seconds, from 0 to ${LONGEST_TAIL}.` : why;
+    const command = ["sonx play IN OUT.wav --preset FILE.toml --bits 24"];
+    if (seconds > 0) command.push(`--tail ${seconds}`);
+    $("#render-command").textContent = command.join(" ");
+  };
+  $("#render").addEventListener("click", () => {
+    openDialog("#render-dialog");
+    showTail();
+  });
+  field.addEventListener("input", () => {
+    typed = field.value.trim() !== "";
+    if (typed) showTail();
+  });
+  field.addEventListener("change", showTail);
   $("#render-start").addEventListener("click", async () => {
     const { buffer, source } = desk;
     if (!buffer) return sayError(new Error("Only a recording can be rendered: open a file first."));
-    const tail = Number($("#render-tail").value.replace(",", "."));
-    if (!(tail >= 0 && tail <= 600))
-      return sayError(new Error("The tail goes from 0 to 600 seconds."));
+    const tail = secondsOf(field.value);
+    if (!(tail >= 0 && tail <= LONGEST_TAIL)) {
+      const words = `“${field.value}” is no tail: it goes from 0 to ${LONGEST_TAIL} seconds.`;
+      return sayError(new Error(words));
+    }
     show("running");
     bar.value = 0;
     try {
@@ -165,7 +224,8 @@ export function prepareRender({ desk, jobs }) {
       made.name = `${source.name.replace(/\.\w+$/, "")} - ${model.name || "rack"}.wav`;
       $("#render-hash").textContent = made.sha256;
       $("#render-file").textContent =
-        `${made.name}, ${(made.wav.byteLength / 1e6).toFixed(1)} MB, ${buffer.sampleRate} Hz, 24 bits`;
+        `${made.name}, ${(made.wav.byteLength / 1e6).toFixed(1)} MB, ${buffer.sampleRate} Hz, 24 bits, ` +
+        `${timeText(buffer.duration)} and a tail of ${tail} s`;
       show("done");
     } catch (error) {
       show("");

@@ -49,11 +49,34 @@ export function fit(canvas) {
   return true;
 }
 
-// Tells in words, for a while and to screen readers too.
+const MOST_TOASTS = 3;
+const TIMES = { note: 5000, error: 9000 }; // ms
+const toasts = new Map(); // by text: {line, count, timer}, the oldest first
+
+// Tells in words, for a while and to screen readers too. What is told again only counts.
 export function say(text, kind = "note") {
-  const line = h("p", { class: `toast ${kind}` }, text);
+  const count = (toasts.get(text)?.count ?? 0) + 1;
+  unsay(text);
+  const times = count > 1 ? h("span", { class: "count" }, `${count} times`) : null;
+  const close = iconButton("close", "Close this message", () => unsay(text));
+  const line = h("div", { class: `toast ${kind}` }, h("p", {}, text), times, close);
+  toasts.set(text, { line, count, timer: setTimeout(() => unsay(text), TIMES[kind]) });
+  if (toasts.size > MOST_TOASTS) unsay(toasts.keys().next().value);
+  placeToasts();
   $("#toasts").append(line);
-  setTimeout(() => line.remove(), kind === "error" ? 9000 : 4000);
+}
+
+function unsay(text) {
+  const { line, timer } = toasts.get(text) ?? {};
+  clearTimeout(timer);
+  line?.remove();
+  toasts.delete(text);
+}
+
+// Nothing is seen or read out outside an open dialog, so that messages go where it is.
+export function placeToasts() {
+  const home = $("dialog[open]") ?? document.body;
+  if ($("#toasts").parentElement !== home) home.append($("#toasts"));
 }
 
 export const sayError = (error) => say(error.message ?? String(error), "error");

@@ -25,12 +25,22 @@ export function valueText(value, parameter) {
 // What a slider's position gives, without digits that nobody meant.
 export const tidy = (value, parameter) => Number(value.toFixed(decimals(value, parameter)));
 
-// "1.2k", "-3,5 dB", "80 Hz"; NaN for anything else.
-export function parseNumber(text) {
-  const found = /^([+-]?\d*[.,]?\d+|[+-]?\d+[.,])\s*(k)?\s*[a-z%]*$/i.exec(
+// "1.2k", "-3,5 dB", "80 Hz", seconds for milliseconds; NaN for anything else, other units too.
+export function parseNumber(text, unit = "") {
+  const found = /^([+-]?\d*[.,]?\d+|[+-]?\d+[.,])\s*(k?)([a-z%]*)$/i.exec(
     text.trim().replace("−", "-"),
   );
-  return found ? Number(found[1].replace(",", ".")) * (found[2] ? 1000 : 1) : NaN;
+  if (!found) return NaN;
+  const [own, typed] = [unit, found[3]].map((word) => word.toLowerCase());
+  const seconds = own === "ms" && typed === "s";
+  if (!seconds && !own.startsWith(typed)) return NaN;
+  return Number(found[1].replace(",", ".")) * (found[2] || seconds ? 1000 : 1);
+}
+
+// "from −40 to 0 dB".
+export function rangeText(parameter) {
+  const low = numberText(parameter.minimum, parameter).replace("-", "−");
+  return `from ${low} to ${valueText(parameter.maximum, parameter)}`;
 }
 
 // A value's place in its range, 0 to 1, and back.

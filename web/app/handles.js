@@ -5,6 +5,7 @@ import { shortHertz, tidy, valueText } from "./format.js";
 import { groupsOf, handlesOf } from "./groups.js";
 
 const SEMITONE = 2 ** (1 / 12);
+const JITTER = 3; // pixels that a click may move
 
 export class Handles {
   constructor(root, picture, model, controls) {
@@ -98,12 +99,20 @@ export class Handles {
     this.held = true;
     const area = this.root.getBoundingClientRect();
     const gesture = `handle ${this.slot} ${handle.gain}`;
+    const place = button.getBoundingClientRect();
+    const offset = {
+      x: event.clientX - place.left - place.width / 2 + area.left,
+      y: event.clientY - place.top - place.height / 2 + area.top,
+    };
+    let moving = false;
     const move = ({ clientX, clientY }) => {
+      moving ||= Math.hypot(clientX - event.clientX, clientY - event.clientY) > JITTER;
+      if (!moving) return;
       const { model, slot, picture, parameters } = this;
-      const gain = tidy(picture.gainAt(clientY - area.top), parameters[handle.gain]);
+      const gain = tidy(picture.gainAt(clientY - offset.y), parameters[handle.gain]);
       model.set(slot, handle.gain, gain, gesture);
       if (handle.frequency === undefined) return;
-      const hertz = tidy(picture.hertzAt(clientX - area.left), parameters[handle.frequency]);
+      const hertz = tidy(picture.hertzAt(clientX - offset.x), parameters[handle.frequency]);
       model.set(slot, handle.frequency, hertz, gesture);
     };
     const end = () => {

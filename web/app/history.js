@@ -20,6 +20,10 @@ export class History {
     this.gesture = gesture;
     this.present = text;
     this.future = [];
+    if (text === this.past.at(-1)) {
+      this.past.pop(); // back where the gesture began
+      this.gesture = null;
+    }
   }
 
   endGesture() {

@@ -27,7 +27,7 @@ export class RackNode {
         module: wasmBytes.slice(0), // bytes: a compiled module doesn't reach every audio thread
         warmUp: warmUpPresets(catalogue, context.sampleRate),
         exchange: this.shared ? this.exchange.buffer : null,
-        allowance: 2 * (context.baseLatency || 0.01) + 0.005,
+        allowance: inStore(context.baseLatency),
       },
     });
     this.ready = new Promise((resolve, reject) => {
@@ -55,8 +55,16 @@ export class RackNode {
     this.node.port.postMessage({ do: "reset" });
   }
 
+  // The count of late quanta begins anew.
   resumed() {
     this.node.port.postMessage({ do: "resumed" });
+  }
+
+  // The same, once the device's latency is known; to ask for it sooner makes some browsers hang.
+  settled() {
+    const { baseLatency, outputLatency = 0 } = this.node.context;
+    const allowance = inStore(baseLatency, outputLatency);
+    this.node.port.postMessage({ do: "resumed", allowance });
   }
 
   // Once per picture: asks for new measures, which are there with the next one.
@@ -97,6 +105,9 @@ export class RackNode {
     this.node.port.close();
   }
 }
+
+// s of sound that the device may have before it runs dry.
+const inStore = (base, output = 0) => Math.max(2 * (base || 0.01), base + output) + 0.005;
 
 // Every effect that runs at the rate, one at a time and all together.
 function warmUpPresets(catalogue, rate) {

@@ -76,10 +76,23 @@ export class Live {
     else for (const spectrum of Object.values(spectra)) spectrum.fall(seconds);
     const moving = player.playing || spectra.out.levels.some((level) => level > BOTTOM);
     if (moving || picture.stale || this.sizeChanged()) {
-      if (this.chosen !== "spectrogram") picture.draw();
+      if (this.chosen === "spectrogram") this.showSpectrogram();
+      else picture.draw();
       picture.stale = false;
     }
     this.transport.show();
+    this.showRack();
+  }
+
+  showRack() {
+    const { rack } = this.model;
+    set("#status-rate", `${Number((rack.rate / 1000).toFixed(1))} kHz`);
+    set("#status-latency", `${((1000 * rack.latency()) / rack.rate).toFixed(1)} ms`);
+  }
+
+  showSpectrogram() {
+    this.spectrogram.draw();
+    $("#spectrogram-note").hidden = this.spectrogram.count > 0;
   }
 
   sizeChanged() {
@@ -97,17 +110,19 @@ export class Live {
     spectra.out.read(player.outputs, rate, seconds);
     meters.show("in", peaksOf(player.inputs, this.room), seconds);
     meters.show("out", peaksOf(player.outputs, this.room), seconds);
-    if (this.chosen === "spectrogram") this.spectrogram.add(spectra.out);
+    this.spectrogram.add(spectra.out);
     player.rack.poll();
-    this.showMeasures(player.rack.measures, rate);
+    this.showMeasures(player.rack.measures);
   }
 
-  showMeasures(measures, rate) {
-    this.slots.items.forEach((_, slot) => this.slots.showGain(slot, slotPeaks(measures, slot)));
+  showMeasures(measures) {
+    this.slots.items.forEach((_, slot) => {
+      const heard = !this.player.bypassed && this.model.slots[slot].on;
+      this.slots.showGain(slot, heard ? slotPeaks(measures, slot) : null);
+    });
+    this.meters.watch(measured(measures, "highest"));
     const late = Math.max(measured(measures, "late"), this.player.underruns);
-    set("#status-rate", `${Number((rate / 1000).toFixed(1))} kHz`);
     set("#status-quantum", `${measured(measures, "frames")} frames`);
-    set("#status-latency", `${((1000 * measured(measures, "latency")) / rate).toFixed(1)} ms`);
     set("#status-load", `${(100 * measured(measures, "load")).toFixed(1)} %`);
     set("#status-late", String(late));
     $("#status-late").classList.toggle("error", late > 0);

@@ -1,5 +1,5 @@
-// Level meters, before and after the rack: peaks that fall slowly, the highest for a while, and a
-// light that stays when the output has reached full scale.
+// Level meters of what goes in and of what is heard: peaks that fall slowly, the highest for a while,
+// and a light that stays when the rack's output has reached full scale.
 import { $, h } from "./dom.js";
 import { decibels } from "./format.js";
 
@@ -43,7 +43,7 @@ export class Meters {
       {
         type: "button",
         class: "full-scale",
-        title: "The output has reached full scale. Click to forget it.",
+        title: "Full scale: lit when the rack's output has reached it. Click to forget it.",
         "aria-label": "FS, full scale: not reached",
         onclick: () => this.setFull(false),
       },
@@ -73,6 +73,10 @@ export class Meters {
     this.bars[which].forEach((bar, channel) => bar.show(peaks[channel], seconds));
     const highest = Math.max(...this.bars[which].map((bar) => bar.highest));
     this.numbers[which].textContent = highest > FLOOR ? highest.toFixed(1).replace("-", "−") : "–";
-    if (which === "out" && Math.max(...peaks) >= FULL) this.setFull(true);
+  }
+
+  // The rack's largest magnitude, which Match turns down behind it.
+  watch(highest) {
+    if (highest >= FULL) this.setFull(true);
   }
 }

@@ -1,9 +1,12 @@
 // A slider in the parameter's unit with a field to type in. Double click gives the default.
-import { h } from "./dom.js";
-import { numberText, parseNumber, placeOf, tidy, valueAt, valueText } from "./format.js";
+import { h, say } from "./dom.js";
+import { numberText, parseNumber, placeOf, rangeText, tidy, valueAt, valueText } from "./format.js";
 
 const POSITIONS = 1000;
 const STEPS = 100; // of an arrow key, across the range; a tenth of that with Shift
+const JITTER = 3; // pixels that a click may move
+const PATIENCE = 300; // ms that a click waits for a second one
+const SLOWEST = 700; // ms between two that are a double click
 
 // change(value, gesture) is called while it moves, done() when it has moved.
 export function numberControl(parameter, { label, describedBy, change, done, vertical = false }) {
@@ -28,16 +31,17 @@ export function numberControl(parameter, { label, describedBy, change, done, ver
   let shown = NaN;
 
   const moveTo = (value, gesture) => change(tidy(value, parameter), gesture);
-  const toDefault = () => {
-    change(parameter.initial, null);
+  const toDefault = (gesture) => {
+    change(parameter.initial, gesture);
     done();
+    show(shown);
   };
 
-  slider.addEventListener("input", () =>
-    moveTo(valueAt(slider.value / POSITIONS, parameter), "drag"),
-  );
-  slider.addEventListener("change", done);
-  slider.addEventListener("dblclick", toDefault);
+  listenToPointer(slider, {
+    move: () => moveTo(valueAt(slider.value / POSITIONS, parameter), "drag"),
+    twice: () => toDefault("drag"),
+    done,
+  });
   slider.addEventListener("keydown", (event) => {
     if (event.altKey || event.ctrlKey || event.metaKey) return;
     const to = keyTarget(event, shown, parameter);
@@ -45,15 +49,20 @@ export function numberControl(parameter, { label, describedBy, change, done, ver
     event.preventDefault();
     moveTo(to, "keys");
   });
-  slider.addEventListener("blur", done);
 
   field.addEventListener("focus", () => field.select());
-  field.addEventListener("dblclick", toDefault);
+  field.addEventListener("dblclick", () => toDefault(null));
   field.addEventListener("change", () => {
-    const value = parseNumber(field.value);
-    if (Number.isNaN(value)) return show(shown);
-    change(value, null);
-    done();
+    const value = parseNumber(field.value, parameter.unit);
+    if (Number.isNaN(value)) {
+      const kind = parameter.unit ? `a number in ${parameter.unit}` : "a number";
+      say(`“${field.value}” isn't ${kind}. ${label} goes ${rangeText(parameter)}.`, "error");
+    } else {
+      change(value, null);
+      done();
+      if (value < parameter.minimum || value > parameter.maximum)
+        say(`${label} goes ${rangeText(parameter)}; it's ${valueText(shown, parameter)} now.`);
+    }
     show(shown);
   });
   field.addEventListener("keydown", (event) => {
@@ -74,6 +83,45 @@ export function numberControl(parameter, { label, describedBy, change, done, ver
     field.value = numberText(value, parameter).replace("-", "−");
   }
   return { slider, field, unit, show };
+}
+
+// A drag is followed at once. A click is followed when no second one has come, so that a double
+// click isn't heard where it was made; a slow one's steps are one.
+function listenToPointer(slider, { move, twice, done }) {
+  let press = null; // where it may still be a click
+  let waiting = 0; // the timer of a click
+  let last = -Infinity;
+  const wait = () => {
+    clearTimeout(waiting);
+    waiting = setTimeout(follow, PATIENCE);
+  };
+  const stop = () => {
+    clearTimeout(waiting);
+    waiting = 0;
+    press = null;
+  };
+  const follow = () => {
+    stop();
+    move();
+  };
+  slider.addEventListener("pointerdown", ({ clientX, clientY, timeStamp }) => {
+    if (timeStamp - last > SLOWEST) done();
+    last = timeStamp;
+    press = { clientX, clientY };
+    if (waiting) wait();
+  });
+  slider.addEventListener("pointermove", ({ clientX, clientY }) => {
+    if (press && Math.hypot(clientX - press.clientX, clientY - press.clientY) > JITTER) {
+      if (waiting) follow();
+      press = null;
+    }
+  });
+  slider.addEventListener("input", () => (press ? wait() : move()));
+  slider.addEventListener("dblclick", () => {
+    stop();
+    twice();
+  });
+  slider.addEventListener("blur", done);
 }
 
 // Where a slider's fill begins: at 0 where that's inside the range.

@@ -11,6 +11,7 @@ const LINES = [
   8000, 10000, 20000,
 ];
 const NAMED = [20, 50, 100, 200, 500, 1000, 2000, 5000, 10000, 20000];
+const DASHES = [6, 3]; // of the chosen effect's curve
 const NAMED_NARROW = [20, 100, 1000, 10000];
 
 export class Picture {
@@ -83,7 +84,10 @@ export class Picture {
     context.clip();
     for (const spectrum of this.spectra) this.drawSpectrum(spectrum);
     $(".right-key").classList.toggle("shown", Boolean(this.rack) && differ(this.rack));
-    if (this.slot) this.drawCurves(this.slot, "curve-slot", 1.25);
+    $(".slot-key").classList.toggle("shown", Boolean(this.slot));
+    context.setLineDash(DASHES);
+    if (this.slot) this.drawCurves(this.slot, "curve-slot", 1.5);
+    context.setLineDash([]);
     if (this.rack) this.drawCurves(this.rack, "curve", 2.25);
     context.restore();
   }

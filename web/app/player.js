@@ -1,7 +1,7 @@
 // What is heard: a source, the rack, the level that makes comparisons fair, the loudspeaker.
 //
-//   source ─► fade ─┬─► rack ─┬─► match ─► loudspeaker
-//                   └ meters  └ meters
+//   source ─► fade ─┬─► rack ─► match ─┬─► loudspeaker
+//                   └ meters           └ meters
 import { ENABLE } from "./exchange.js";
 import { RackNode } from "./link.js";
 
@@ -10,6 +10,7 @@ const MATCH_FADE = 0.04;
 const SETTLING = 700; // ms from the start
 const RELAXED = 0.05; // s that a recording may be late, so that a busy machine does not tear it
 const FFT_SIZE = 8192;
+const OUTPUT_WAIT = 4000; // ms
 
 // Left and right of a node, to be looked at.
 function analysersOf(context, node) {
@@ -22,6 +23,13 @@ function analysersOf(context, node) {
   });
 }
 
+// A context without an output to play on waits for one, in some browsers.
+async function starts(context) {
+  const late = new Promise((done) => setTimeout(done, OUTPUT_WAIT));
+  await Promise.race([context.resume(), late]);
+  return context.state === "running";
+}
+
 function microphoneNode(context, mediaStream) {
   try {
     return new MediaStreamAudioSourceNode(context, { mediaStream });
@@ -32,6 +40,7 @@ function microphoneNode(context, mediaStream) {
   }
 }
 
+// "transport" tells of a start or stop, "mute" that there's nothing to play on.
 export class Player extends EventTarget {
   constructor(wasmBytes, catalogue) {
     super();
@@ -58,7 +67,7 @@ export class Player extends EventTarget {
     this.fade.connect(stereo).connect(this.rack.node).connect(this.match);
     this.match.connect(context.destination);
     this.inputs = analysersOf(context, stereo);
-    this.outputs = analysersOf(context, this.rack.node);
+    this.outputs = analysersOf(context, this.match);
     if (this.bypassed) this.rack.change(-1, ENABLE, 0);
   }
 
@@ -100,22 +109,25 @@ export class Player extends EventTarget {
 
   async play() {
     if (this.playing || !this.context || !(this.buffer || this.stream)) return;
-    await this.context.resume();
+    if (!(await starts(this.context))) return this.dispatchEvent(new Event("mute"));
+    if (this.playing) return;
     this.rack.resumed();
-    this.forgetUnderruns();
+    this.forgetLateness();
     this.startSource(this.context.currentTime);
     this.setPlaying(true);
   }
 
-  // How often the device has had nothing to play, where the browser counts it; not while it starts.
+  // How often the device has had nothing to play, where the browser counts it.
   get underruns() {
     return (this.context?.playbackStats?.underrunEvents ?? 0) - this.underrunsBefore;
   }
 
-  forgetUnderruns() {
+  // What is late while it starts doesn't count.
+  forgetLateness() {
     this.underrunsBefore = Infinity;
     clearTimeout(this.settling);
     this.settling = setTimeout(() => {
+      if (this.playing) this.rack.settled();
       this.underrunsBefore = 0;
       this.underrunsBefore = this.underruns;
     }, SETTLING);

@@ -1,8 +1,15 @@
 // A preset in the page's address: squeezed, behind the #, where no server sees it.
 
-async function through(stream, bytes) {
-  const piped = new Blob([bytes]).stream().pipeThrough(stream);
-  return new Uint8Array(await new Response(piped).arrayBuffer());
+async function through({ readable, writable }, bytes) {
+  const reader = readable.getReader();
+  const writer = writable.getWriter();
+  const written = [writer.write(bytes), writer.close()];
+  const pieces = [];
+  const read = async () => {
+    for (let piece; !(piece = await reader.read()).done;) pieces.push(piece.value);
+  };
+  await Promise.all([...written, read()]);
+  return new Uint8Array(await new Blob(pieces).arrayBuffer());
 }
 
 export async function linkTo(text) {
@@ -12,9 +19,13 @@ export async function linkTo(text) {
   return `${location.href.split("#")[0]}#preset=${code}`;
 }
 
+const codeInLink = () => /^#preset=([\w-]+)$/.exec(location.hash)?.[1];
+
+export const presetIsInLink = () => codeInLink() !== undefined;
+
 // The preset in the present address, or null.
 export async function presetInLink() {
-  const code = /^#preset=([\w-]+)$/.exec(location.hash)?.[1];
+  const code = codeInLink();
   if (!code) return null;
   try {
     const letters = atob(code.replaceAll("-", "+").replaceAll("_", "/"));

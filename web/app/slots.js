@@ -103,11 +103,14 @@ export class Slots {
   }
 
   // How far a slot turns the sound up or down at present: the ratio of its peaks, held for a while.
-  showGain(slot, [into, out]) {
+  // Null, for a slot that isn't heard, shows nothing.
+  showGain(slot, peaks) {
     const item = this.items[slot];
     if (!item) return;
-    item.into = Math.max(into, item.into * HOLD);
-    item.out = Math.max(out, item.out * HOLD);
+    const [into, out] = peaks ?? [0, 0];
+    const hold = peaks ? HOLD : 0;
+    item.into = Math.max(into, item.into * hold);
+    item.out = Math.max(out, item.out * hold);
     const heard = item.into > 1e-4 && item.out > 1e-5;
     const gain = heard ? decibels(item.out) - decibels(item.into) : 0;
     const part = Math.min(Math.abs(gain) / GAIN_SPAN, 1) / 2;

@@ -11,9 +11,8 @@ class RackProcessor extends AudioWorkletProcessor {
   constructor({ processorOptions: { module, warmUp, exchange, allowance } }) {
     super();
     this.exchange = exchange && new Exchange(exchange);
-    this.allowance = allowance; // s: a buffer that plays, and one that is being filled
+    this.allowance = allowance; // s that the device can do without new quanta
     this.load = 0;
-    this.latency = 0;
     this.loadTime = 0;
     this.forgetTimes();
     this.port.onmessage = ({ data }) => this[data.do](data);
@@ -42,7 +41,6 @@ class RackProcessor extends AudioWorkletProcessor {
     const from = clock.now();
     this.rack.loadBytes(bytes); // the page has seen that it's fine
     this.load = load;
-    this.latency = this.rack.latency();
     this.loadTime = clock.now() - from;
   }
 
@@ -54,7 +52,8 @@ class RackProcessor extends AudioWorkletProcessor {
     this.port.postMessage({ buffer }, [buffer]);
   }
 
-  resumed() {
+  resumed({ allowance }) {
+    this.allowance = allowance ?? this.allowance;
     this.forgetTimes();
   }
 
@@ -131,9 +130,10 @@ class RackProcessor extends AudioWorkletProcessor {
     exchange.setMeasure(measure.late, this.late);
     exchange.setMeasure(measure.load, this.lasted > 0 ? this.busy / this.lasted : 0);
     exchange.setMeasure(measure.worst, this.worst);
-    exchange.setMeasure(measure.latency, this.latency);
     exchange.setMeasure(measure.frames, this.frames);
     exchange.setMeasure(measure.loadTime, this.loadTime);
+    this.rack.readPeaks();
+    exchange.setMeasure(measure.highest, Math.max(this.rack.peak[2], this.rack.peak[3]));
     if (this.lasted > 500) this.busy = this.lasted = 0;
     for (let slot = 0; slot < SLOTS; ++slot) {
       this.rack.peak.fill(0);

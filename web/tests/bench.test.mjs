@@ -18,11 +18,15 @@ import { gzipSync } from "node:zlib";
 import { launch, open, serve, top, wait } from "./browser.mjs";
 
 const SONX = `${top}build/release/tools/sonx`;
-const folder = mkdtempSync(join(tmpdir(), "bench-"));
+const folder = mkdtempSync(join(tmpdir(), "bench-")); // files of the tests, and downloads
 let browser, isolated, plain;
 
 before(async () => {
-  [browser, isolated, plain] = await Promise.all([launch(), serve(), serve({ isolated: false })]);
+  [browser, isolated, plain] = await Promise.all([
+    launch(folder),
+    serve(),
+    serve({ isolated: false }),
+  ]);
 });
 
 after(async () => {
@@ -91,15 +95,19 @@ async function openFile(page, path) {
   );
 }
 
-// The hash that the page shows.
-async function render(page, tail) {
+// The hash that the page shows, and the tail in force: the page's own where none is given.
+async function render(page, wanted) {
   await page.click("#render");
-  await page.$eval("#render-tail", (field, value) => (field.value = value), tail);
+  const tail = await page.$eval(
+    "#render-tail",
+    (field, value) => (field.value = value ?? field.value),
+    wanted,
+  );
   await page.click("#render-start");
   await page.waitForSelector("#render-dialog[data-state=done]", { timeout: 60000 });
   const hash = await text(page, "#render-hash");
   await page.click("#render-dialog [data-close]");
-  return hash;
+  return { hash, tail };
 }
 
 function hashOfTool(input, preset, tail) {
@@ -123,17 +131,21 @@ test("A rendered file has the bytes that the tool writes", { timeout: 240000 }, 
     );
     assert.ok(presets.length >= 12);
     await openFile(page, stereo);
+    const tails = new Set();
     for (const preset of presets) {
       await load(page, preset);
-      assert.equal(await render(page, "0.5"), hashOfTool(stereo, preset, "0.5"), preset);
+      const { hash, tail } = await render(page);
+      assert.equal(hash, hashOfTool(stereo, preset, tail), preset);
+      tails.add(tail);
     }
+    assert.ok(tails.has("0") && tails.has("3"), [...tails].join());
     const odd = rackOf(["reverb", "room = 71.3\n"], ["graphic-equalizer", "band125 = 6.0\n"]);
     await load(page, odd);
     const flac = join(folder, "stereo.flac");
     execFileSync(SONX, ["play", stereo, flac, "--set", "volume.gain=0"], { stdio: "pipe" });
     for (const file of [mono, flac]) {
       await openFile(page, file);
-      assert.equal(await render(page, "0"), hashOfTool(file, odd, "0"), file);
+      assert.equal((await render(page, "0")).hash, hashOfTool(file, odd, "0"), file);
     }
   }),
 );
@@ -178,6 +190,9 @@ async function playAndTune(page, seconds) {
     ["in", "out"].map((which) => bench.live.meters.bars[which][0].level),
   );
   assert.ok(into > -50 && out < into - 9.9, `${into} dB in, ${out} dB out`);
+  assert.match(await text(page, "#slots .gain-text"), /^−/);
+  await page.click("#bypass");
+  await page.waitForFunction(() => document.querySelector("#slots .gain-text").textContent === "");
 }
 
 test(
@@ -258,12 +273,20 @@ test("Sliders, typed values, defaults, undo and redo, keys and drags", () =>
     await page.focus(`${threshold} input[type=range]`);
     await page.keyboard.press("PageUp");
     assert.equal(await value(2, 0), -8.5);
+    const heard = await page.evaluateHandle(() => {
+      const values = [];
+      bench.model.addEventListener("value", ({ detail }) => values.push(detail.value));
+      return values;
+    });
     await page.click(`${threshold} input[type=range]`, { count: 2 });
-    assert.equal(await value(2, 0), -0.5606);
+    await wait(400);
+    assert.deepEqual(await heard.jsonValue(), [-0.5606], "a double click");
+    await page.click(`${threshold} input[type=range]`);
+    await page.waitForFunction(() => bench.model.value(2, 0) === -20);
     await page.focus("#slots .choose");
     await page.keyboard.down("Control");
-    for (let k = 0; k < 3; ++k) await page.keyboard.press("z");
-    assert.equal(await value(2, 0), -12.5 + 0, "undone to the typed value");
+    for (let k = 0; k < 3; ++k) await page.keyboard.press("z"); // click, double click, PageUp
+    assert.equal(await value(2, 0), -12.5, "undone to the typed value");
     await page.keyboard.up("Control");
     await page.click("#redo");
     await page.focus("#slots li:nth-child(1) .grip");
@@ -311,9 +334,15 @@ test("Sides are compared at the same loudness", () =>
     await page.evaluate(() => bench.model.set(0, 0, -9));
     await page.click("#match");
     await page.waitForFunction(() => bench.compare.loudness?.B < bench.compare.loudness?.A - 8);
-    assert.equal(await text(page, "#match-gain"), "0.0 dB");
+    const sides = ["#side-a", "#side-b", "#bypass"];
+    const gains = await Promise.all(sides.map((side) => text(page, `${side} .match-gain`)));
+    assert.deepEqual(gains, ["−9.0 dB", "0.0 dB", "−9.0 dB"]);
     await page.click("#side-a");
-    assert.equal(await text(page, "#match-gain"), "−9.0 dB");
+    await page.click("#play");
+    await page.waitForFunction(() => {
+      const [into, out] = ["in", "out"].map((which) => bench.live.meters.bars[which][0].level);
+      return into > -50 && Math.abs(out - into + 9) < 1;
+    });
   }));
 
 test("Texts come in, presets go out and come back", () =>
@@ -326,6 +355,11 @@ test("Texts come in, presets go out and come back", () =>
     );
     await page.click("#import-run");
     await page.waitForFunction(() => bench.model.slots[0]?.effect.id === "parametric-equalizer");
+    writeFileSync(join(folder, "My phones.txt"), "Filter 1: ON PK Fc 90 Hz Gain 2 dB Q 1\n");
+    await (await page.$("#import-file")).uploadFile(join(folder, "My phones.txt"));
+    await page.waitForFunction(() => document.querySelector("#import-text").value.includes("90"));
+    await page.click("#import-run");
+    assert.equal(await page.$eval("#preset-name", (field) => field.value), "My phones");
     await page.$eval("#import-text", (area) => (area.value = "Filter 1: ON XX Fc 105 Hz\n"));
     await page.click("#import-run");
     assert.match(await text(page, "#import-report"), /^line 1: /);
@@ -334,25 +368,30 @@ test("Texts come in, presets go out and come back", () =>
     const link = await page.evaluate(async () =>
       (await import("./share.js")).linkTo(bench.model.text),
     );
-    const client = await page.createCDPSession();
-    await client.send("Browser.setDownloadBehavior", { behavior: "allow", downloadPath: folder });
     await page.click("#presets");
     await page.click("#preset-save");
     await page.click("#preset-c");
     for (
       let k = 0;
-      k < 50 && !(existsSync(join(folder, "rack.toml")) && existsSync(join(folder, "rack.c")));
+      k < 50 &&
+      !(existsSync(join(folder, "my-phones.toml")) && existsSync(join(folder, "my-phones.c")));
       ++k
     )
       await wait(100);
-    assert.equal(readFileSync(join(folder, "rack.toml"), "utf8"), preset);
-    assert.match(readFileSync(join(folder, "rack.c"), "utf8"), /parametric/i);
+    assert.equal(readFileSync(join(folder, "my-phones.toml"), "utf8"), preset);
+    assert.match(readFileSync(join(folder, "my-phones.c"), "utf8"), /parametric/i);
     await page.click("#preset-dialog [data-close]");
     await load(page, rackOf(["reverb"]));
-    await (await page.$("#preset-file")).uploadFile(join(folder, "rack.toml"));
+    await (await page.$("#preset-file")).uploadFile(join(folder, "my-phones.toml"));
     await page.waitForFunction((wanted) => bench.model.text === wanted, {}, preset);
+    await load(page, rackOf(["echo"]));
     await withPage(
-      async (other) => assert.equal(await other.evaluate(() => bench.model.text), preset),
+      async (other) => {
+        assert.equal(await other.evaluate(() => bench.model.text), preset);
+        await other.click("#undo");
+        await other.waitForFunction(() => bench.model.slots[0].effect.id === "echo");
+        assert.equal(new URL(other.url()).hash, "");
+      },
       { hash: new URL(link).hash },
     );
   }));
@@ -362,7 +401,7 @@ test("Errors are told in plain words", () =>
     const told = () =>
       page.waitForSelector(".toast.error").then(async (toast) => {
         const words = await toast.evaluate((element) => element.textContent);
-        await toast.evaluate((element) => element.remove());
+        await toast.evaluate((element) => element.querySelector("button").click());
         return words;
       });
     const broken = join(folder, "broken.wav");
@@ -382,6 +421,17 @@ test("Errors are told in plain words", () =>
     assert.equal(await told(), "There is no microphone.");
     await page.evaluate(() => (location.hash = "#preset=AAAA"));
     assert.match(await told(), /link's preset is damaged/);
+    await load(page, rackOf(["compressor"]));
+    await page.$eval("#panel .value", (field) => field.select());
+    await page.keyboard.type("5 s\n");
+    assert.equal(await told(), "“5 s” isn't a number in dBFS. Threshold goes from −40 to 0 dBFS.");
+    await page.click("#render");
+    for (const tail of ["long", "long"]) {
+      await page.$eval("#render-tail", (field, value) => (field.value = value), tail);
+      await page.click("#render-start");
+    }
+    const inside = await page.$$eval("#render-dialog .toast", (all) => all.map((e) => e.innerText));
+    assert.match(inside.join("|"), /^“long” is no tail: [^|]*2 times/);
   }));
 
 test("The microphone plays", () =>

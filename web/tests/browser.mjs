@@ -14,15 +14,35 @@ export async function serve({ isolated = true } = {}) {
   return { address: String(line).trim(), stop: () => server.kill() };
 }
 
-export const launch = (more = []) =>
+export const firefox = process.env.BENCH_BROWSER === "firefox";
+
+// What pages download comes into the folder.
+export const launch = (downloads) =>
+  firefox ? launchFirefox(downloads) : launchChromium(downloads);
+
+const launchFirefox = (downloads) =>
   puppeteer.launch({
+    browser: "firefox",
+    executablePath: process.env.FIREFOX ?? "/usr/bin/firefox-esr",
+    extraPrefsFirefox: {
+      "browser.download.folderList": 2,
+      "browser.download.dir": downloads,
+      "media.autoplay.default": 0,
+      "media.navigator.permission.disabled": true,
+      "media.navigator.streams.fake": true,
+    },
+    protocolTimeout: 120000,
+  });
+
+const launchChromium = (downloads) =>
+  puppeteer.launch({
+    downloadBehavior: { policy: "allow", downloadPath: downloads },
     executablePath: process.env.CHROMIUM ?? "/usr/bin/chromium",
     args: [
       "--no-sandbox",
       "--autoplay-policy=no-user-gesture-required",
       "--use-fake-device-for-media-stream",
       "--use-fake-ui-for-media-stream",
-      ...more,
     ],
     protocolTimeout: 120000,
   });
@@ -42,10 +62,12 @@ export async function open(
   page.on("pageerror", (error) => page.faults.push(String(error)));
   page.on("requestfailed", (request) => page.faults.push(`${request.url()} failed`));
   await page.setViewport({ width, height, deviceScaleFactor: scale });
-  await page.emulateMediaFeatures([
-    { name: "prefers-color-scheme", value: scheme },
-    { name: "prefers-reduced-motion", value: calm ? "reduce" : "no-preference" },
-  ]);
+  if (!firefox) {
+    await page.emulateMediaFeatures([
+      { name: "prefers-color-scheme", value: scheme },
+      { name: "prefers-reduced-motion", value: calm ? "reduce" : "no-preference" },
+    ]);
+  }
   await page.goto(address);
   await page.waitForSelector("body:not(.loading)", { timeout: 60000 });
   return page;

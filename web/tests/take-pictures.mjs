@@ -9,7 +9,7 @@ const PICTURES = {
 };
 
 const [folder] = process.argv.slice(2);
-const [browser, server] = [await launch(), await serve()];
+const [browser, server] = [await launch(folder), await serve()];
 for (const [name, { preset, picture = "response", seconds = 3, ...how }] of Object.entries(
   PICTURES,
 )) {

@@ -36,21 +36,5 @@ inline to_chars_result to_chars(char* first, char* last, double value) {
   return {first + length, errc()};
 }
 
-inline from_chars_result from_chars(const char* first, const char* last, double& value) {
-  char text[128];
-  size_t length = 0;
-  while (first + length < last && length + 1 < sizeof text &&
-         strchr("+-.0123456789eE", first[length]) != nullptr && first[length] != '\0') {
-    text[length] = first[length];
-    ++length;
-  }
-  text[length] = '\0';
-  char* end = text;
-  const double number = length > 0 && text[0] != '+' ? strtod(text, &end) : 0.0;
-  if (end == text) return {first, errc::invalid_argument};
-  value = number;
-  return {first + (end - text), errc()};
-}
-
 }  // namespace std
 #endif

@@ -55,9 +55,13 @@
 //
 // Threads. One thread at a time calls process and reset: the audio thread. They take no memory, no
 // lock and no system call. All other functions may be called from any other threads at any time in
-// between, but that destroy comes last. set, enable and get never wait; load, save and the rest
-// may wait for each other, never for the audio thread, and the audio thread never waits for
+// between, but that destroy comes last. set, get, enable and enabled never wait; load, save and the
+// rest may wait for each other, never for the audio thread, and the audio thread never waits for
 // anybody.
+//
+// Null and alignment. A null rack, text or array is answered as the functions say; a null text to
+// import is an empty one, and a null array with a size is taken as one of size 0. Arrays have the
+// alignment of their type, nothing more: 4 bytes for samples of 32 bits, 2 for those of 16.
 //
 // The effects' debug lines go nowhere.
 #pragma once
@@ -80,6 +84,7 @@ SONX_RACK_EXPORT const char* sonx_rack_version(void);
 
 // ---- The catalogue. What it points to is constant and lives as long as the library.
 
+// A number in a unit, on or off, or one of some names.
 typedef enum { SONX_NUMBER, SONX_SWITCH, SONX_CHOICE } sonx_parameter_kind;
 
 typedef struct {
@@ -100,6 +105,7 @@ typedef struct {
   const sonx_parameter* parameters;
 } sonx_effect;
 
+// How many effects there are.
 SONX_RACK_EXPORT int sonx_effect_count(void);
 
 // In a lasting order; null outside 0..count - 1.
@@ -126,12 +132,14 @@ SONX_RACK_EXPORT int sonx_rack_import(const char* text, int auto_preamp, char* p
 // ---- A rack. Functions with a result answer 0, null, NaN or -1 for a null rack, the others do
 // nothing.
 
+// Known by its address alone.
 typedef struct sonx_rack sonx_rack;
 
 // An empty rack, which passes samples through, for a rate in Hz; process is meant for calls of up
 // to max_frames. Null: short memory, max_frames below 1, or a rate that no effect has.
 SONX_RACK_EXPORT sonx_rack* sonx_rack_create(int rate, int max_frames);
 
+// Ends a rack and gives its memory back; process must not run any more.
 SONX_RACK_EXPORT void sonx_rack_destroy(sonx_rack* rack);
 
 // Replaces all slots by those of a preset. 0, or -1 with one line of text in error, ended by a zero
@@ -149,6 +157,7 @@ SONX_RACK_EXPORT int sonx_rack_save(const sonx_rack* rack, char* preset, size_t 
 // equalizer's setters, with a comment for each slot. Ends, cuts and answers as save does.
 SONX_RACK_EXPORT int sonx_rack_export_c(const sonx_rack* rack, char* text, size_t size);
 
+// How many slots the last preset has made; 0 at first.
 SONX_RACK_EXPORT int sonx_rack_slot_count(const sonx_rack* rack);
 
 // The effect in a slot; null if there's no such slot.
@@ -165,6 +174,9 @@ SONX_RACK_EXPORT double sonx_rack_get(const sonx_rack* rack, int slot, int param
 // bit for bit, delayed by the same latency; it goes on listening, so that it comes back at once. 0,
 // or -1 if there's no such slot.
 SONX_RACK_EXPORT int sonx_rack_enable(sonx_rack* rack, int slot, int on);
+
+// 1 if a slot, or with slot -1 the whole rack, is switched on, else 0; -1 if there's no such slot.
+SONX_RACK_EXPORT int sonx_rack_enabled(const sonx_rack* rack, int slot);
 
 // Frames from input to output, the same whether enabled or not. A preset may change it; a parameter
 // doesn't.

@@ -27,17 +27,6 @@ inline void filter_into(const dc_remove_channel* channel, int64_t (*y)[kBlockFra
 }
 
 template <int channels>
-void remove_16(const dc_remove_channel* channel, int n) {
-  for_each_block(n, [=](int start, int count) {
-    int64_t y[channels][kBlockFrames];
-    filter_into<13, channels>(channel, y, start, count);
-    for (int c = 0; c < channels; ++c)
-      for (int i = 0; i < count; ++i)
-        channel[c].out[start + i] = scale_down_wrapping<13>(y[c][i]);  // 39 in all
-  });
-}
-
-template <int channels>
 void remove_24(const dc_remove_channel* channel, int n) {
   for_each_block(n, [=](int start, int count) {
     int64_t y[channels][kBlockFrames];
@@ -49,15 +38,19 @@ void remove_24(const dc_remove_channel* channel, int n) {
 
 }  // namespace
 
-void dc_remove_block_16(dc_remove* filter, const int* in, int* out, int n) {
-  const dc_remove_channel channel = {filter, in, out};
-  remove_16<1>(&channel, n);
-}
-
 void dc_remove_block_24(dc_remove* filter, const int* in, int* out, int n) {
   const dc_remove_channel channel = {filter, in, out};
   remove_24<1>(&channel, n);
 }
 
-void dc_remove_two_16(const dc_remove_channel* two, int n) { remove_16<2>(two, n); }
+void dc_remove_two_16(const dc_remove_channel* two, int n) {
+  for_each_block(n, [=](int start, int count) {
+    int64_t y[2][kBlockFrames];
+    filter_into<13, 2>(two, y, start, count);
+    for (int c = 0; c < 2; ++c)
+      for (int i = 0; i < count; ++i)
+        two[c].out[start + i] = scale_down_wrapping<13>(y[c][i]);  // 39 in all
+  });
+}
+
 void dc_remove_two_24(const dc_remove_channel* two, int n) { remove_24<2>(two, n); }

@@ -25,7 +25,6 @@ inline int dc_remove_step_24(int64_t& x_prev, int64_t& y_prev, int in) {
 }
 
 // n samples; in place allowed; n < 1 does nothing. The same bits as n one-sample calls.
-void dc_remove_block_16(dc_remove* filter, const int* in, int* out, int n);
 void dc_remove_block_24(dc_remove* filter, const int* in, int* out, int n);
 
 // Two channels in one pass, whose recursions overlap in time; the same bits as one after the other.

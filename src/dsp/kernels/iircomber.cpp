@@ -8,6 +8,8 @@
 
 namespace {
 
+constexpr int kChannels = 2;
+
 void step_by_step(iircomber* comb, int* samples, int n) {
   iircomber_registers registers(comb);
   comb->index =
@@ -21,13 +23,12 @@ void step_by_step(iircomber* comb, int* samples, int n) {
 // A contiguous run of each channel's loop, n <= kBlockFrames, in passes. Exact because within it no
 // cell depends on another: of iircomber_step only the loop filter's recursion goes from sample to
 // sample, and its sums are the same products in another order, with 64-bit addition that wraps.
-template <int channels>
 void run_in_passes(const iircomber_channel* channel, int start, int n) {
   int delayed[1 + kBlockFrames];  // -1 .. n-1: [0] is -1
-  int filtered[channels][kBlockFrames];
-  int64_t inputs[channels][kBlockFrames];
-  int y1[channels];
-  for (int c = 0; c < channels; ++c) {
+  int filtered[kChannels][kBlockFrames];
+  int64_t inputs[kChannels][kBlockFrames];
+  int y1[kChannels];
+  for (int c = 0; c < kChannels; ++c) {
     iircomber* comb = channel[c].comb;
     delayed[0] = comb->x1;
     std::copy_n(comb->buffer + comb->index, n, delayed + 1);
@@ -37,11 +38,11 @@ void run_in_passes(const iircomber_channel* channel, int start, int n) {
     y1[c] = comb->y1;
   }
   for (int i = 0; i < n; ++i)
-    for (int c = 0; c < channels; ++c) {
+    for (int c = 0; c < kChannels; ++c) {
       const int64_t fed_back = int64_t{channel[c].comb->a1} * y1[c];
       filtered[c][i] = y1[c] = scale_down_wrapping<13>(wrap_sub64(inputs[c][i], fed_back));
     }
-  for (int c = 0; c < channels; ++c) {
+  for (int c = 0; c < kChannels; ++c) {
     iircomber* comb = channel[c].comb;
     comb->y1 = y1[c];
     const mix_input fed_back = {filtered[c], comb->feedback};
@@ -52,26 +53,17 @@ void run_in_passes(const iircomber_channel* channel, int start, int n) {
   }
 }
 
-template <int channels>
-void run_blocks(const iircomber_channel* channel, int n) {
+}  // namespace
+
+void iircomber_two_block(const iircomber_channel* two, int n) {
   for (int start = 0; start < n;) {
     int count = std::min(n - start, kBlockFrames);
-    for (int c = 0; c < channels; ++c)
-      count = contiguous(channel[c].comb->index, channel[c].comb->delay, count);
+    for (int c = 0; c < kChannels; ++c)
+      count = contiguous(two[c].comb->index, two[c].comb->delay, count);
     if (count >= kFewestBlockFrames)
-      run_in_passes<channels>(channel, start, count);
+      run_in_passes(two, start, count);
     else
-      for (int c = 0; c < channels; ++c)
-        step_by_step(channel[c].comb, channel[c].samples + start, count);
+      for (int c = 0; c < kChannels; ++c) step_by_step(two[c].comb, two[c].samples + start, count);
     start += count;
   }
 }
-
-}  // namespace
-
-void iircomber_block(iircomber* comb, int* samples, int n) {
-  const iircomber_channel channel = {comb, samples};
-  run_blocks<1>(&channel, n);
-}
-
-void iircomber_two_block(const iircomber_channel* two, int n) { run_blocks<2>(two, n); }

@@ -33,10 +33,8 @@ inline int iircomber_step(iircomber_registers& r, int x, int& cell) {
   return cell = wrap_add(scale_down_wrapping<13>(int64_t{r.feedback} * r.y1), x);
 }
 
-// n samples in place; n < 1 does nothing. The same bits as n calls of iircomber_process.
-void iircomber_block(iircomber* comb, int* samples, int n);
-
-// Two channels in one pass, whose recursions overlap in time; the same bits as one after the other.
+// n samples of two channels in place, in one pass, as their recursions overlap in time; n < 1 does
+// nothing. The same bits as n calls of iircomber_process for each.
 struct iircomber_channel {
   iircomber* comb;
   int* samples;

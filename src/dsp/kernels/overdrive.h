@@ -16,8 +16,8 @@ constexpr int kCeiling = 8388607;  // 24-bit full scale, on both sides
 //         else           y = +-8388607
 //
 // The pieces join: 5592400 and 5592405 at the inputs around the first limit, 8388607 twice around
-// the second. 3a stands for 6|x|: both are the same at 32 bits, also where 2x has wrapped. All
-// three are worked out and one is chosen, so that the cost does not depend on the signal.
+// the second. 3a stands for 6x or, where d is negative, -6x: the same at 32 bits, also where 2x has
+// wrapped. All three are worked out and one is chosen, so that the cost does not depend on the signal.
 inline int overdrive_step(int x) {
   const int d = wrap_shl(x, 1);
   const int a = d < 0 ? wrap_neg(d) : d;  // stays -2^31 for d = -2^31, which takes the linear piece

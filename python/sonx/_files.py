@@ -1,0 +1,46 @@
+"""Recordings from and to files, by the package soundfile, which is looked for when it's needed."""
+
+from __future__ import annotations
+
+import os
+from typing import Any
+
+import numpy as np
+
+from ._audio import Samples
+
+
+def _soundfile() -> Any:
+    try:
+        import soundfile
+    except ImportError:
+        raise ImportError("reading and writing files takes the package soundfile") from None
+    return soundfile
+
+
+def read(path: str | os.PathLike[str], dtype: str = "float32") -> tuple[Samples, int]:
+    """The samples of a file, (channels, frames) or (frames,), and its rate.
+
+    WAV, FLAC, OGG and whatever else soundfile reads; dtype is float32, int16 or int32.
+    """
+    samples, rate = _soundfile().read(os.fspath(path), dtype=dtype)
+    return np.ascontiguousarray(samples.T), int(rate)
+
+
+def write(path: str | os.PathLike[str], samples: Samples, rate: int, bits: int = 0) -> None:
+    """Writes samples to a WAV, FLAC, CAF or W64 file, with 16 or 24 bits; by itself 16 for
+    int16, 24 for others.
+
+    What a rack gave becomes the file that `sonx play` writes.
+    """
+    samples = np.asarray(samples)
+    words = samples.astype(np.int64)
+    if samples.dtype.kind == "f":
+        words = np.clip(np.trunc(np.ldexp(samples.astype(np.float64), 31)), -2**31, 2**31 - 1)
+        words = words.astype(np.int64)
+    elif samples.dtype == np.int16:
+        words *= 0x10000
+    bits = bits or (16 if samples.dtype == np.int16 else 24)
+    if bits == 16:  # to the nearest, halves upward
+        words = np.minimum((words + 0x8000) & ~0xFFFF, 0x7FFF0000)
+    _soundfile().write(os.fspath(path), words.astype(np.int32).T, rate, subtype=f"PCM_{bits}")

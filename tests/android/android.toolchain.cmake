@@ -1,0 +1,16 @@
+# Stands where the NDK has its toolchain file: the machine's own compilers, which know neither the
+# phone's C library nor its loader, with the platform's macro and a stub of its log library.
+set(ANDROID TRUE)
+list(APPEND CMAKE_TRY_COMPILE_PLATFORM_VARIABLES ANDROID_ABI SONX_STAND_IN)
+set(cross ${SONX_STAND_IN}/cmake)
+if(ANDROID_ABI STREQUAL arm64-v8a)
+  include(${cross}/aarch64.cmake)
+elseif(ANDROID_ABI STREQUAL armeabi-v7a)
+  include(${cross}/armhf.cmake)
+endif()
+foreach(language C CXX)
+  set(CMAKE_${language}_FLAGS_INIT -D__ANDROID__)
+endforeach()
+foreach(kind EXE SHARED)
+  set(CMAKE_${kind}_LINKER_FLAGS_INIT -L${CMAKE_CURRENT_LIST_DIR}/${ANDROID_ABI})
+endforeach()
