@@ -60,7 +60,7 @@
 // 300 Hz to 11.6 kHz, in half the time.
 //
 // 24-bit samples in 32-bit words. Latency: none. While no notch is placed the samples pass as they
-// are. Memory: 24 KB, all taken by init. Cancellers share nothing.
+// are. Memory: 23 KB, all taken by init. Cancellers share nothing.
 #pragma once
 
 #include <stdint.h>
