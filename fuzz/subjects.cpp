@@ -32,7 +32,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   static const std::vector<subject> subjects = chosen_subjects();
   static const kernel_table* const best = choose_kernels();
   static const kernel_table* const portable = select_kernels("portable") ? &kernels() : nullptr;
-  if (size < 4) return -1;
+  static const int announced = std::fprintf(stderr, "%s and portable kernels\n", best->name);
+  if (size < 4 || announced < 0) return -1;
   const subject& s = subjects[data[0] % subjects.size()];
   // Short trials mostly: half of them have the least length, a quarter twice that, and so on.
   const int frames = SONX_FUZZ_FRAMES << std::min(std::countr_one(data[2]), SONX_FUZZ_DOUBLINGS);

@@ -110,13 +110,19 @@ long hammer_karaoke(double seconds) {
                                            sonx_ktv_compressor_enable,
                                            sonx_ktv_iirecho_setfeedback,
                                            sonx_ktv_iirecho_setdelay,
+                                           sonx_ktv_iirecho_setwet,
                                            sonx_ktv_iirecho_enable,
+                                           sonx_ktv_howling_canceling_set_shift,
+                                           sonx_ktv_howling_canceling_set_shift_mode,
+                                           sonx_ktv_howling_canceling_set_last_resort,
                                            sonx_ktv_noise_canceling_enable};
     for (int k = static_cast<int>(random() % 40); k >= 0; --k) {
       setters[random() % std::size(setters)](handle, static_cast<int>(random() % 4096));
       int indices[10];
       for (int& index : indices) index = static_cast<int>(random() % 5);
       sonx_ktv_eq_setparameter(handle, indices);
+      const int gain = sonx_ktv_howling_canceling_gain(handle);
+      expect(gain >= 0 && gain <= 8192, "a gain beyond 1.0");
     }
     sonx_ktv_set_voice_gain(handle, 8192);
     for (const auto enable : {sonx_ktv_reverb_enable, sonx_ktv_eq_enable, sonx_ktv_iirecho_enable,

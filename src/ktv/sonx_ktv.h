@@ -17,7 +17,8 @@
 //
 // Threads: process belongs to one thread, the audio thread. Settings may be made, bypasses and gain
 // asked while it runs, from one other thread at a time; neither side waits for the other. init comes
-// before and deinit after everything else. Handles share nothing.
+// before and deinit after everything else. Handles share nothing. A new echo delay clears the echo's
+// memory in the next process call.
 //
 // A null handle is ignored everywhere (noise cancelling still logs the request), and a null buffer
 // too. Buffers are aligned to 2 bytes, indices to 4.

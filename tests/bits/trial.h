@@ -26,11 +26,11 @@ struct held : Record {
 };
 
 // A seeded generator's words, the same on every platform; or a fuzzer's bytes, and when they are used
-// up the words of a small generator.
+// up the words of a small generator, seeded too.
 class dice {
  public:
   explicit dice(unsigned seed) : generator_(seed) {}
-  explicit dice(std::span<const uint8_t> bytes) : bytes_(bytes) {}
+  dice(unsigned seed, std::span<const uint8_t> bytes) : bytes_(bytes), state_(seed * 0x2545F491) {}
 
   bool are_bytes() const { return !generator_; }
   uint32_t operator()() {
@@ -59,7 +59,7 @@ class trial {
  public:
   trial(unsigned which, int samples) : number(which), frames(samples), dice_(which) {}
   trial(unsigned which, int samples, std::span<const uint8_t> bytes)
-      : number(which), frames(samples), dice_(bytes) {}
+      : number(which), frames(samples), dice_(which, bytes) {}
 
   const unsigned number;
   const int frames;  // about so many samples make it worth while

@@ -83,6 +83,19 @@ std::function<void(int)> switched_karaoke() {
   };
 }
 
+// A tone that doesn't end, which the canceller takes for a howl: notches, the shift, the last resort.
+std::function<void(int)> howling_karaoke() {
+  void* const handle = sonx_ktv_init();
+  sonx_ktv_howling_canceling_set_shift(handle, 5);
+  sonx_ktv_howling_canceling_set_shift_mode(handle, 1);
+  sonx_ktv_howling_canceling_set_last_resort(handle, 1);
+  std::vector<short> tone(480), left(480), right(480);
+  for (size_t i = 0; i < tone.size(); ++i) tone[i] = i % 40 < 20 ? 20000 : -20000;
+  return [=](int) mutable {
+    sonx_ktv_process_16(handle, tone.data(), left.data(), right.data(), 480);
+  };
+}
+
 template <int prior>
 std::function<void(int)> suppressor() {
   auto ns = std::make_shared<NsxInst_t_>();
@@ -171,6 +184,7 @@ int main(int count, char** words) {
   for (const module& m : all_modules()) all.push_back(of(m));
   all.push_back({"headphones, switched", switched_headphones});
   all.push_back({"karaoke, switched", switched_karaoke});
+  all.push_back({"karaoke, howling", howling_karaoke});
   all.push_back({"noise suppressor, prior 1", suppressor<1>});
   all.push_back({"noise suppressor, prior 2", suppressor<2>});
   std::printf("%-36s %11s %14s %12s\n", "", "longest", "stack", "touched");
