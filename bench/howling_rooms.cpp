@@ -49,7 +49,7 @@ struct outcome {
 outcome run(const world& w, double gain_db, const mode& m, int horizon_s, bool whole) {
   canceller stage(m.wanted);
   const bool hand = !w.covered.empty();
-  closed_loop loop = hand ? closed_loop(w.response, w.covered) : closed_loop(w.response);
+  closed_loop loop = hand ? closed_loop(w.response, w.covered, true) : closed_loop(w.response);
   judge listener(gain_db, w.level_db);
   const int periods = horizon_s * kPeriodsPerSecond, voice_end = periods - 300,
             judged_from = (horizon_s > 8 ? 10 : 2) * kPeriodsPerSecond;

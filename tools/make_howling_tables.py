@@ -3,11 +3,13 @@
 all-pass sections of its frequency shifter.
 
 The low-pass is a sixth-order elliptic filter for halving the sample rate: 0.5 dB ripple up to
-0.128 of the rate (6144 Hz at 48 kHz), 80 dB stop-band. What would fold onto the analysed bins lies
-above 0.379 of the rate. Designed by the closed form with Landen's transformation (Orfanidis,
+0.172 of the rate (8256 Hz at 48 kHz), 80 dB stop-band. What would fold onto the analysed bins lies
+above 0.328 of the rate. Designed by the closed form with Landen's transformation (Orfanidis,
 "Lecture notes on elliptic filter design", 2006), bilinear transform, Q20, rounded to nearest.
 
-The turn table holds -2 cos(pi b / 256) and 2 sin(pi b / 256) in Q28 for analysis bins b = 0..63.
+The turn table holds -2 cos(pi b / 256) and 2 sin(pi b / 256) in Q28 for analysis bins b = 0..95.
+
+The first quarter of a sine of 2048 steps, in Q30, serves the finer analysis.
 
 The shifter's two chains of six first-order all-passes differ by a quarter of a turn from 0.00156 to
 0.3646 of the sample rate (75 Hz to 17.5 kHz at 48 kHz), with equal ripple (Bedrosian, "Normalized
@@ -25,10 +27,12 @@ import generated_files
 ORDER = 6
 RIPPLE_DB = 0.5
 STOP_DB = 80.0
-EDGE = 0.128  # of the sample rate
+EDGE = 0.172  # of the sample rate
 Q20 = 1 << 20
 Q28 = 1 << 28
 Q26 = 1 << 26
+Q30 = 1 << 30
+LINE_FRAME = 2048
 SHIFT_LOW, SHIFT_HIGH = 75 / 48000, 17500 / 48000  # of the sample rate
 SHIFT_SECTIONS = 12
 
@@ -105,7 +109,11 @@ def words():
 
 def turns():
     return [(round(-2 * Q28 * math.cos(math.pi * b / 256)),
-             round(2 * Q28 * math.sin(math.pi * b / 256))) for b in range(64)]
+             round(2 * Q28 * math.sin(math.pi * b / 256))) for b in range(96)]
+
+
+def sines():
+    return [round(Q30 * math.sin(2 * math.pi * k / LINE_FRAME)) for k in range(LINE_FRAME // 4 + 1)]
 
 
 def all_passes():
@@ -129,13 +137,14 @@ def make_files():
     low_pass = [made, *[f"{word}," for word in words()]]
     table = [made,
              "// -2 cos and 2 sin of the angle of each analysis bin, Q28.",
-             "constexpr int kTurns[64][2] = {",
+             "constexpr int kTurns[96][2] = {",
              *[f"    {{{c}, {s}}}," for c, s in turns()],
              "};"]
     chains = [made,
               *[f"    {{{', '.join(str(c) for c in chain)}}}," for chain in all_passes()]]
     return {"src/ktv/howling_low_pass.inc": "\n".join(low_pass) + "\n",
             "src/ktv/frequency_shifter_chains.inc": "\n".join(chains) + "\n",
+            "src/ktv/howling_sines.inc": "\n".join([made, *[f"{s}," for s in sines()]]) + "\n",
             "src/ktv/howling_turns.inc": "\n".join(table) + "\n"}
 
 
@@ -143,7 +152,7 @@ def report():
     w = words()
     a = [Q20] + [-c for c in w[7:]]
     lines = ["Response of the low-pass as quantised, at 48 kHz:"]
-    for f in (0, 100, 500, 1000, 2000, 3000, 4000, 5000, 5800, 6144, 7000, 8000, 10000, 12000,
+    for f in (0, 100, 500, 1000, 2000, 3000, 4000, 5000, 6000, 7000, 8000, 8256, 10000, 12000,
               15000, 18000, 20000, 23000):
         z = cmath.exp(-2j * math.pi * f / 48000)
         h = sum(c * z ** i for i, c in enumerate(w[:7])) / sum(c * z ** i for i, c in enumerate(a))

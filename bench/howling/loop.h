@@ -86,8 +86,12 @@ struct loop_trace {
 class closed_loop {
  public:
   explicit closed_loop(const signal& response) : path_(std::make_unique<convolver>(response)) {}
-  closed_loop(const signal& first, const signal& second)
-      : path_(std::make_unique<convolver>(first)), other_(std::make_unique<convolver>(second)) {}
+  // alike: both paths share their reflections, so that what the blend gives of each adds up; else
+  // their powers do.
+  closed_loop(const signal& first, const signal& second, bool alike = false)
+      : path_(std::make_unique<convolver>(first)),
+        other_(std::make_unique<convolver>(second)),
+        alike_(alike) {}
 
   // gain_db is the amplifier's; blend leads from the first response (0) to the second (1).
   void period(const float* voice, canceller* stage, double gain_db, double blend = 0.0) {
@@ -95,8 +99,9 @@ class closed_loop {
     path_->run(speaker_, feedback);
     if (other_) {
       other_->run(speaker_, second);
-      const auto a = static_cast<float>(std::cos(blend * std::numbers::pi / 2));
-      const auto b = static_cast<float>(std::sin(blend * std::numbers::pi / 2));
+      const auto a =
+          static_cast<float>(alike_ ? 1.0 - blend : std::cos(blend * std::numbers::pi / 2));
+      const auto b = static_cast<float>(alike_ ? blend : std::sin(blend * std::numbers::pi / 2));
       for (int i = 0; i < kPeriod; ++i) feedback[i] = a * feedback[i] + b * second[i];
     }
     int x[kPeriod];
@@ -125,6 +130,7 @@ class closed_loop {
 
  private:
   std::unique_ptr<convolver> path_, other_;
+  bool alike_ = false;
   float speaker_[kPeriod] = {};
   double power_ = 0.0;
   int periods_ = 0;

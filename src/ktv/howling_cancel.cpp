@@ -10,6 +10,7 @@
 #include "fixed.h"
 #include "ktv/frequency_shifter.h"
 #include "ktv/howling_internal.h"
+#include "ktv/howling_lines.h"
 #include "ktv/memory.h"
 
 namespace {
@@ -23,7 +24,7 @@ constexpr int kFrame = 256;  // samples at half the rate
 constexpr int kHop = 256;    // samples at the full rate from frame to frame
 constexpr int kDeaf = 4;     // frames without a decision, until the history holds enough
 // The input is limited to this, so that the low-pass can't wrap: DC blocker and low-pass together
-// raise a peak up to 2.92 times, and 32 bits hold 2^26 at the section's inner scale.
+// raise a peak up to 3.07 times, and 32 bits hold 2^26 at the section's inner scale.
 constexpr int kLoudest = (1 << 24) - 1;
 
 static_assert(kHop <= kBlockFrames);
@@ -67,6 +68,7 @@ void howling_canceling_init(howlingCancel* canceller) {
   whole &= take(canceller->frame, kFrame);
   whole &= take(canceller->powers);
   whole &= take(canceller->shifter);
+  whole &= take(canceller->lines);
   canceller->sample_rate = SAMPLE_RATE_48000;
   canceller->shift = 0;
   canceller->shift_mode = 0;
@@ -88,6 +90,7 @@ void howling_canceling_reset(howlingCancel* canceller) {
   std::fill_n(canceller->analyser->marked_bins, kPeaks, kNoBin);
   std::fill_n(canceller->frame, kFrame, 0);
   *canceller->powers = {};
+  reset(canceller->lines);
 }
 
 void howling_canceling_end(howlingCancel* canceller) {
@@ -100,6 +103,7 @@ void howling_canceling_end(howlingCancel* canceller) {
   release(canceller->frame);
   release(canceller->powers);
   release(canceller->shifter);
+  release(canceller->lines);
 }
 
 void howling_canceling_setstatus(howlingCancel* canceller, int status) {
@@ -111,6 +115,7 @@ void howling_canceling_getstatus(howlingCancel* canceller, int* status) {
 
 void follow_howls(howlingCancel* canceller) {
   int found[kPeaks];
+  const bool looked = hear_hop(canceller->lines, canceller->frame + kFrame / 2);
   fft_analyse(canceller->analyser, canceller->powers, canceller->frame, found, kFrame);
   if (++canceller->analyser->frames_heard < kDeaf) return;
   advance_places(canceller, found);
@@ -118,8 +123,13 @@ void follow_howls(howlingCancel* canceller) {
   for (howling_suspect& suspect : canceller->suspects) {
     const howling_place* former = former_place(canceller, suspect.position);
     if (!is_howl(canceller, suspect, former)) continue;
-    answer_howl(canceller, suspect, is_strong(canceller, suspect, former));
+    answer_howl(canceller, suspect.position, is_strong(canceller, suspect, former));
     suspect = {};
+  }
+  for (howling_line& line : canceller->lines->lines) {
+    if (!looked || !is_slow_ring(canceller, line, former_place(canceller, line.position))) continue;
+    answer_howl(canceller, line.position, false, true, line.slope);
+    line.evidence /= 2;
   }
   advance_reserves(canceller);
 }

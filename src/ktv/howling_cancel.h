@@ -25,16 +25,20 @@
 // needs less evidence, and harmonics don't clear it: howls stand at each other's multiples too.
 // A frequency between bins is that of the parabola through three levels.
 //
+// A ring near the limit needn't grow at all. A second look in frames of 85 ms (howling_lines.h)
+// follows single lines of the spectrum for seconds, below the voice too, and tells which tones are
+// harmonics of something: those are no suspects unless they are far louder than usual.
+//
 // The last test is made with the notch itself (an active probe): in a closed loop the tone dies
 // away as soon as the notch cuts it; a note from outside goes on in front of the notch. If the
-// level has not fallen by 1.5 dB within 48 ms, or by 7 dB (11 dB where the evidence was weak) within
+// level has not fallen by 1.2 dB within 43 ms, or by 7 dB (11 dB where the evidence was weak) within
 // 107 ms, the notch is taken back, the frequency left alone for 3 s, and more evidence asked for the
-// next ones.
+// next ones. A notch that was there before goes back to where it stood.
 //
 // How it is cut. A notch of 5/16 of its frequency between the -3 dB points takes its centre out
 // entirely. Howls beside it widen it, to 12/16 at most; when all five are in use the two that
-// lie closest become one. It stays for 60 s (0.4 s where the evidence was weak: if the howl returns
-// it comes back, four times as long), then gives up its depth over 4.4 s (0.7 s) and is put back at
+// lie closest become one. It stays for 2 s, and for 60 s when the howl returns (0.4 s where the
+// evidence was weak, four times as long each time it returns), then gives up its depth over 4.4 s (0.7 s) and is put back at
 // the first sign of the howl. Depth fades, in 2.7 ms going in; to be moved, a notch fades out and
 // in.
 //
@@ -42,13 +46,13 @@
 // few hertz (frequency_shifter.h): what rings glides and leaves the frequency at which it grew.
 // That lets the loop stand some 3 dB louder, and doesn't suit a voice that is heard together with an
 // accompaniment it has to be in tune with. It may come in by itself: when three howls have been
-// proved within seconds, or a loud tone just goes on. The second, the last resort, takes gain
+// proved within seconds, three notches stand, or a loud tone without harmonics just goes on. The second, the last resort, takes gain
 // away, 26 dB in a second, while a howl goes on though all notches are in use, or nothing ends it,
 // and gives it back by 1 dB in 5 s. A tone that neither glides with the shift nor falls with the
 // gain comes from outside: it is left alone for the next 10 s.
 //
-// What it doesn't do: howls below some 150 Hz and above 5.8 kHz (at 48 kHz) are not heard, more
-// than five narrow ones at once are cut only by wide notches, and a solo note without harmonics
+// What it doesn't do: howls below some 150 Hz and above 8.2 kHz (at 48 kHz) are not heard, above
+// 5.8 kHz only slowly, more than five narrow ones at once are cut only by wide notches, and a solo note without harmonics
 // that grows slowly may lose a twentieth of a second to a trial.
 //
 // The analysis works on half of whatever rate it gets. All frequencies and times above hold at
@@ -56,7 +60,7 @@
 // 300 Hz to 11.6 kHz, in half the time.
 //
 // 24-bit samples in 32-bit words. Latency: none. While no notch is placed the samples pass as they
-// are. Memory: 14 KB, all taken by init. Cancellers share nothing.
+// are. Memory: 23 KB, all taken by init. Cancellers share nothing.
 #pragma once
 
 #include <stdint.h>
@@ -81,6 +85,10 @@ struct howling_place {
   int hold;        // frames to hold the notch once its trial is passed
   int level;       // highest level in front of the notch during its trial, log2 Q10
   int attempts;    // trials that did not settle the matter
+  int slope;       // fall of its level in eight frames, ahead of the trial, log2 Q10
+  int slow;        // non-zero = a slow ring: its trial listens to a narrow band
+  // Where it stood when it went on trial once more; position 0 = nowhere.
+  int proven_position, proven_width, proven_hold, proven_timer;
 };
 
 // A spectral peak that is being watched.
@@ -101,6 +109,7 @@ struct howling_memory {
 
 struct bin_powers;  // of the eight latest frames
 struct frequency_shifter;
+struct howling_lines;
 
 // A tone that went on when it was notched, so comes from outside of the loop.
 struct howling_outsider {
@@ -138,7 +147,8 @@ struct howlingCancel {
   int sweep_low, sweep_high;   // between which they have moved
   int voice_frames;            // that the usual level has followed
   howling_memory memories[8];
-  int trust;  // frames for which a ruling tone counts as one from outside
+  int trust;             // frames for which a ruling tone counts as one from outside
+  howling_lines* lines;  // slow rings, owned
 };
 
 // Takes all memory; no notch placed; status 1 (on). Where memory is short, all pointers are null and

@@ -5,6 +5,7 @@
 
 #include "dsp/fft_frame.h"
 #include "ktv/howling_internal.h"
+#include "ktv/howling_lines.h"
 
 namespace {
 
@@ -53,7 +54,12 @@ constexpr demand kReturnDemand = {level_of_db(-6.0), level_of_db(1.5), 6, 12};
 // While more howls are likely.
 constexpr demand kAlertDemand = {level_of_db(3.0), level_of_db(3.0), 12, 24};
 constexpr int kStrong = level_of_db(7.0);
-constexpr int kOver = level_of_db(10.0);  // above the usual level: no voice
+constexpr int kOver = level_of_db(10.0);     // above the usual level: hardly a voice
+constexpr int kNoVoice = level_of_db(16.0);  // nor any harmonic of one
+
+// Slow rings.
+constexpr int kSoftestLine = level_of_db(-18.0);  // above the usual level
+constexpr int kEnding = level_of_db(1.0);         // fall in 21 or 43 ms
 
 uint64_t power_at(const bin_powers& powers, int bin, int age = 0) {
   return bin < kFirstBin || bin > kLastBin ? 0 : powers.history[bin][age];
@@ -211,7 +217,7 @@ bool is_outsider(const howlingCancel* canceller, int position) {
 
 bool meets(const howling_suspect& s, const demand& d, int doubt) {
   return (s.steady >= d.steady && s.growth >= d.growth + doubt * level_of_db(2.0)) ||
-         s.loud >= d.loud + 12 * doubt;
+         s.loud >= d.loud + 30 * doubt;
 }
 
 }  // namespace
@@ -221,7 +227,7 @@ int newest_level(const howlingCancel* canceller, int position) {
 }
 
 void gather_evidence(howlingCancel* canceller, const int* found) {
-  canceller->doubt -= canceller->doubt > 0 && canceller->analyser->frames_heard % 2 == 0;
+  canceller->doubt -= canceller->doubt > 0 && canceller->analyser->frames_heard % 8 == 0;
   canceller->alert -= canceller->alert > 0;
   for (howling_outsider& o : canceller->outsiders)
     if (o.position && --o.timer <= 0) o = {};
@@ -242,7 +248,8 @@ bool is_howl(const howlingCancel* canceller, const howling_suspect& suspect,
              const howling_place* former) {
   if (suspect.position == 0 || is_outsider(canceller, suspect.position)) return false;
   const int excess = suspect.level - canceller->usual_level;
-  if (former && excess > (former->hold == kLongHold ? kReturnDemand.excess : 0))
+  if (excess < kNoVoice && is_harmonic(canceller->lines, suspect.position)) return false;
+  if (former && excess > (former->hold >= kStrongHold ? kReturnDemand.excess : 0))
     return meets(suspect, kReturnDemand, 0);
   if (former) return suspect.loud > kSlowRing / 6;
   if (canceller->alert > 0 && excess > kAlertDemand.excess && meets(suspect, kAlertDemand, 0))
@@ -257,6 +264,20 @@ bool is_strong(const howlingCancel* canceller, const howling_suspect& suspect,
   return suspect.level - canceller->usual_level > (former ? 0 : kStrong);
 }
 
+bool is_slow_ring(const howlingCancel* canceller, const howling_line& line,
+                  const howling_place* former) {
+  const int excess = line.level - canceller->usual_level;
+  if (line.position == 0 || line.level == 0 || excess < kSoftestLine ||
+      is_outsider(canceller, line.position))
+    return false;
+  const int least = excess > 0 ? 28 : excess > level_of_db(-8.0) ? 36 : 48;  // 0.3 to 0.5 s
+  if (line.evidence < (former ? 20 : least + least * canceller->lines->doubt / kDoubtStep))
+    return false;
+  const int fall = narrow_level(canceller->lines, line.position, kLineFrame / 4) -
+                   narrow_level(canceller->lines, line.position);
+  return line.slope >= -kEnding && fall <= kEnding;
+}
+
 bool howl_stands(const howlingCancel* canceller) {
   const auto stands = [=](const howling_suspect& s) {
     if (s.position == 0 || s.missed > 0 || s.steady < kStandingFrames ||
@@ -269,11 +290,13 @@ bool howl_stands(const howlingCancel* canceller) {
   return std::any_of(canceller->suspects, std::end(canceller->suspects), stands);
 }
 
-int ruling_tone(const howlingCancel* canceller) {
-  const int least = std::min(canceller->usual_level + kOver, kHighestUsual);
+int ruling_tone(const howlingCancel* canceller, bool gliding) {
+  const int over = level_of_db(gliding ? 8.0 : 10.0), share = level_of_db(gliding ? 3.0 : 2.0);
+  const int least = std::min(canceller->usual_level + over, kHighestUsual);
   for (const howling_suspect& s : canceller->suspects)
     if (s.position && s.missed == 0 && s.level > least &&
-        whole_level(*canceller->powers) - s.level < level_of_db(2.0))
+        (gliding || !is_harmonic(canceller->lines, s.position)) &&
+        whole_level(*canceller->powers) - s.level < share)
       return s.position;
   return 0;
 }
@@ -301,4 +324,5 @@ void learn_outsider(howlingCancel* canceller, int position, int level) {
   *shortest = {position, kOutsiderFrames};
   canceller->usual_level = std::max(canceller->usual_level, level);
   canceller->doubt = std::min(canceller->doubt + kDoubtStep, kMostDoubt);
+  canceller->lines->doubt = std::min(canceller->lines->doubt + kDoubtStep, kMostDoubt);
 }

@@ -6,12 +6,14 @@
 #include "dsp/fft_peaks.h"
 #include "dsp/log2.h"
 #include "ktv/howling_cancel.h"
+#include "ktv/howling_lines.h"
 
 constexpr int kPlaces = 5;
 constexpr int kFullDepth = 1 << 20;  // Q20
 constexpr int kWidestRadius = 7168;  // Q13, 0.875: 1.9 kHz wide at 48 kHz
 constexpr int kAlertFrames = 190;    // 1 s
 constexpr int kLongHold = 11250;     // 60 s
+constexpr int kStrongHold = 375;     // 2 s: a first proof by strong evidence
 constexpr int kProvedHowl = 256, kMostPressure = 8 * kProvedHowl;  // pressure, Q8
 constexpr int kWholeGain = 1 << 28;                                // Q28
 
@@ -34,6 +36,10 @@ void gather_evidence(howlingCancel* canceller, const int* found);
 bool is_howl(const howlingCancel* canceller, const howling_suspect& suspect,
              const howling_place* former);
 
+// Whether a line has stood for long enough to be a ring, and is not about to end by itself.
+bool is_slow_ring(const howlingCancel* canceller, const howling_line& line,
+                  const howling_place* former);
+
 // Whether the evidence is good enough for a long hold.
 bool is_strong(const howlingCancel* canceller, const howling_suspect& suspect,
                const howling_place* former);
@@ -46,8 +52,9 @@ void forget_outsiders(howlingCancel* canceller);
 // Whether a suspect that is louder than usual grows or stands, tones from outside excepted.
 bool howl_stands(const howlingCancel* canceller);
 
-// The position of a loud tone that rules the spectrum, from outside or not; 0 = none.
-int ruling_tone(const howlingCancel* canceller);
+// The position of a loud tone that rules the spectrum, from outside or not; 0 = none. A gliding one
+// is what a howl becomes under the shift.
+int ruling_tone(const howlingCancel* canceller, bool gliding);
 
 // A tone at this frequency and level went on when it was notched.
 void learn_outsider(howlingCancel* canceller, int position, int level);
@@ -60,11 +67,15 @@ const howling_place* former_place(const howlingCancel* canceller, int position);
 // One frame further: trials end, holds end, what has faded out is moved.
 void advance_places(howlingCancel* canceller, const int* found);
 
+// How many notches stand on proved howls.
+int holding(const howlingCancel* canceller);
+
 // Whether all notches stand on howls.
 bool all_in_use(const howlingCancel* canceller);
 
-// Puts a notch on a howl, for long if the evidence is strong.
-void answer_howl(howlingCancel* canceller, const howling_suspect& howl, bool strong);
+// Puts a notch on a howl, for long if the evidence is strong; slope is that of a slow ring's level.
+void answer_howl(howlingCancel* canceller, int position, bool strong, bool slow = false,
+                 int slope = 0);
 
 // The same for what has moved between two frequencies.
 void answer_sweep(howlingCancel* canceller, int low, int high);

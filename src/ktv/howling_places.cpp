@@ -1,8 +1,10 @@
 #include <algorithm>
 #include <cstdlib>
+#include <utility>
 
 #include "fixed.h"
 #include "ktv/howling_internal.h"
+#include "ktv/howling_lines.h"
 
 namespace {
 
@@ -18,19 +20,26 @@ constexpr int kWidest = 12;
 
 constexpr int kLeastTrial = 4;  // frames; a notch takes as long to show in the loop
 constexpr int kTrialFrames = 20;
-constexpr int kEarlyFrames = 9;  // by then a howl has fallen a little, however long the room rings
-constexpr int kEarlyDrop = level_of_db(1.5);
+constexpr int kEarlyFrames = 8;  // by then a howl has fallen a little, however long the room rings
+constexpr int kEarlyDrop = level_of_db(1.2);
 constexpr int kTrials = 2;
 constexpr int kTrialDrop = level_of_db(7.0);
 constexpr int kWeakTrialDrop = level_of_db(11.0);
-constexpr int kShortHold = 75;               // 0.4 s
-constexpr int kMemory = kLongHold / 2;       // of a free place: 30 s
+// What falls before the notch can show has ended by itself.
+constexpr int kTooSoon = 1, kSlowTooSoon = 2;
+constexpr int kEndedDrop = level_of_db(2.5), kSlowEndedDrop = level_of_db(1.2);
+// A slow ring's trial is heard in a narrow band, over 43 ms.
+constexpr int kSlowEarlyFrames = 9;
+constexpr int kSlowDrop = level_of_db(5.0);
+constexpr int kShortHold = 75, kSlowHold = 150;  // 0.4 and 0.8 s
+constexpr int kSureHold = 1200;                  // 6.4 s: shorter ones are given up quickly
+constexpr int kMemory = kLongHold / 2;           // of a free place: 30 s
 constexpr int kMoved = 24, kFarthest = 384;  // 9 Hz and 141 Hz: a howl goes to a neighbouring mode
 
 // -2 cos of the angle of an analysis frequency at the full rate, Q28: the addition theorem from the
 // bin below it.
 int turn_of(int position) {
-  const int clamped = std::clamp(position, 0, 64 * 256 - 1);
+  const int clamped = std::clamp(position, 0, 96 * 256 - 1);
   const int* bin = kTurns[clamped >> 8];
   const int64_t beyond = int64_t{clamped & 255} * 12868;  // angle, Q28; pi / 65536 each
   const int64_t cosine = (int64_t{1} << 28) - (beyond * beyond >> 29);
@@ -50,11 +59,17 @@ void retune(howlingCancel* canceller, int i) {
   notch_setfi(&canceller->notches[i], turn_of(place.position));
 }
 
+// The level in front of the notch.
+int trial_level(const howlingCancel* canceller, const howling_place& place) {
+  return place.slow ? narrow_level(canceller->lines, place.position)
+                    : newest_level(canceller, place.position);
+}
+
 void begin_trial(howlingCancel* canceller, int i) {
   howling_place& place = canceller->places[i];
   place.phase = kTrial;
   place.timer = 0;
-  place.level = newest_level(canceller, place.position);
+  place.level = trial_level(canceller, place);
   retune(canceller, i);
 }
 
@@ -72,10 +87,27 @@ void span(howling_place& place, int low, int high) {
 int low_edge(const howling_place& place) { return place.position - place.width / 2; }
 int high_edge(const howling_place& place) { return place.position + place.width / 2; }
 
+// To either side of a new howl.
+int margin_of(int position) { return position * kFirstWidth / 48; }
+
+// Over a howl beside it; where that is too wide, the far edge gives way.
 void widen_to(howling_place& place, int position) {
-  const int margin = place.width / 3;
-  span(place, std::min(low_edge(place), position - margin),
-       std::max(high_edge(place), position + margin));
+  const int margin = place.width / 3, widest = place.position * kWidest / 16;
+  int low = std::min(low_edge(place), position - margin);
+  int high = std::max(high_edge(place), position + margin);
+  if (high - low > widest && position < place.position)
+    high = low + widest;
+  else if (high - low > widest)
+    low = high - widest;
+  span(place, low, high);
+}
+
+// Whether it can still grow to a frequency.
+bool reaches(const howling_place& place, int position) {
+  const int margin = margin_of(position);
+  return std::max(high_edge(place), position + margin) -
+             std::min(low_edge(place), position - margin) <=
+         place.position * kWidest / 16;
 }
 
 // The notch that covers a frequency or stands next to it.
@@ -135,6 +167,31 @@ int vacant_place(howlingCancel* canceller) {
                           canceller->places);
 }
 
+// Ahead of a trial of what stands already.
+void remember_stand(howling_place& place) {
+  if (place.phase == kFree || place.proven_position) return;
+  place.proven_position = place.position;
+  place.proven_width = place.width;
+  place.proven_hold = place.hold;
+  place.proven_timer = place.phase == kReleasing ? place.hold : place.timer;
+}
+
+// After a trial that was in vain: to where it stood before, if anywhere.
+void take_back(howlingCancel* canceller, int i) {
+  howling_place& place = canceller->places[i];
+  if (place.proven_position == 0) {
+    let_go(place, kAttackStep);
+    place.position = 0;
+    return;
+  }
+  place.position = std::exchange(place.proven_position, 0);
+  place.width = place.proven_width;
+  place.phase = kHolding;
+  place.hold = place.proven_hold;
+  place.timer = place.proven_timer;
+  retune(canceller, i);
+}
+
 // Where the howl under a notch has moved to: a marked peak beside its centre, or 0.
 int moved_peak(const howling_place& place, const int* found) {
   int moved = 0;
@@ -147,19 +204,25 @@ int moved_peak(const howling_place& place, const int* found) {
 
 void advance_trial(howlingCancel* canceller, int i, const int* found) {
   howling_place& place = canceller->places[i];
-  const int level = newest_level(canceller, place.position);
+  const int level = trial_level(canceller, place);
+  const int too_soon = place.slow ? kSlowTooSoon : kTooSoon;
+  const int ended_drop = place.slow ? kSlowEndedDrop : kEndedDrop;
+  if (place.timer <= too_soon && place.level - level > ended_drop) return take_back(canceller, i);
   place.level = std::max(place.level, level);
-  const int drop = place.hold == kLongHold ? kTrialDrop : kWeakTrialDrop;
+  const int drop = place.slow ? kSlowDrop + place.slope * place.timer / kFramesPerLook
+                   : place.hold >= kStrongHold ? kTrialDrop
+                                               : kWeakTrialDrop;
   if (place.level - level >= drop && place.timer >= kLeastTrial) {
     place.phase = kHolding;
-    if (place.hold == kLongHold) {
-      canceller->alert = kAlertFrames;
-      canceller->pressure = std::min(canceller->pressure + kProvedHowl, kMostPressure);
-    }
+    place.proven_position = 0;
+    if (place.slow) canceller->lines->doubt /= 2;
+    if (place.hold >= kStrongHold) canceller->alert = kAlertFrames;
+    canceller->pressure = std::min(canceller->pressure + kProvedHowl, kMostPressure);
     place.timer = 0;
     return;
   }
-  const bool unimpressed = place.timer >= kEarlyFrames && place.level - level < kEarlyDrop;
+  const int early = place.slow ? kSlowEarlyFrames : kEarlyFrames;
+  const bool unimpressed = place.timer >= early && place.level - level < kEarlyDrop;
   if (place.timer < kTrialFrames && !unimpressed) return;
   const int moved = moved_peak(place, found);
   if (++place.attempts < kTrials && moved) {
@@ -167,9 +230,8 @@ void advance_trial(howlingCancel* canceller, int i, const int* found) {
     begin_trial(canceller, i);
     return;
   }
-  learn_outsider(canceller, place.position, level);
-  let_go(place, kAttackStep);
-  place.position = 0;
+  if (place.proven_position == 0) learn_outsider(canceller, place.position, level);
+  take_back(canceller, i);
 }
 
 void advance_place(howlingCancel* canceller, int i, const int* found) {
@@ -182,7 +244,7 @@ void advance_place(howlingCancel* canceller, int i, const int* found) {
       break;
     case kHolding:
       if (place.timer >= place.hold)
-        let_go(place, place.hold == kShortHold ? kQuickReleaseStep : kReleaseStep);
+        let_go(place, place.hold < kSureHold ? kQuickReleaseStep : kReleaseStep);
       break;
     case kReleasing:
       if (place.depth == 0) {
@@ -210,30 +272,45 @@ void advance_places(howlingCancel* canceller, const int* found) {
   for (int i = 0; i < kPlaces; ++i) advance_place(canceller, i, found);
 }
 
+int holding(const howlingCancel* canceller) {
+  return static_cast<int>(
+      std::count_if(canceller->places, canceller->places + kPlaces,
+                    [](const howling_place& p) { return p.phase == kHolding; }));
+}
+
 bool all_in_use(const howlingCancel* canceller) {
   return std::all_of(canceller->places, canceller->places + kPlaces, [](const howling_place& p) {
     return p.phase == kTrial || p.phase == kHolding;
   });
 }
 
-void answer_howl(howlingCancel* canceller, const howling_suspect& howl, bool strong) {
-  int i = place_near(canceller, howl.position);
+void answer_howl(howlingCancel* canceller, int position, bool strong, bool slow, int slope) {
+  int i = place_near(canceller, position);
+  if (i >= 0 && canceller->places[i].phase == kHolding &&
+      !reaches(canceller->places[i], position) && !all_in_use(canceller))
+    i = -1;
   if (i >= 0) {
     howling_place& place = canceller->places[i];
     if (place.phase == kTrial) return;
+    remember_stand(place);
     if (place.phase == kHolding)
-      widen_to(place, howl.position);
-    else if (!former_place(canceller, howl.position))
-      place.position = howl.position;
+      widen_to(place, position);
+    else if (!former_place(canceller, position))
+      place.position = position;
     place.hold = strong ? kLongHold : std::min(place.hold * 4, kLongHold);
   } else {
     i = vacant_place(canceller);
     howling_place& place = canceller->places[i];
-    place.position = howl.position;
-    place.width = howl.position * kFirstWidth / 16;
-    place.hold = strong || canceller->alert > 0 ? kLongHold : kShortHold;
+    place.position = position;
+    place.proven_position = 0;
+    place.width = position * kFirstWidth / 16;
+    place.hold = strong || (canceller->alert > 0 && !slow) ? kStrongHold
+                 : slow                                    ? kSlowHold
+                                                           : kShortHold;
   }
   canceller->places[i].attempts = 0;
+  canceller->places[i].slow = slow;
+  canceller->places[i].slope = std::max(-slope, 0);
   begin_trial(canceller, i);
 }
 
@@ -242,10 +319,14 @@ void answer_sweep(howlingCancel* canceller, int low, int high) {
   if (i < 0) {
     i = vacant_place(canceller);
     canceller->places[i].width = 0;
+    canceller->places[i].proven_position = 0;
+    canceller->places[i].phase = kFree;
     canceller->places[i].position = (low + high) / 2;
   }
   howling_place& place = canceller->places[i];
   if (place.phase == kTrial) return;
+  remember_stand(place);
+  place.slow = 0;
   const int margin = low * kFirstWidth / 32;
   span(place, std::min(low_edge(place), low - margin), std::max(high_edge(place), high + margin));
   place.hold = kLongHold;

@@ -16,6 +16,7 @@ constexpr int kMostShift = 20;  // Hz
 // The automatic shift. Pressure loses a 512th of itself with every frame: half in 1.9 s.
 constexpr int kPressureFall = 512;
 constexpr int kTooMuch = kProvedHowl * 9 / 4;  // three howls in a second or so
+constexpr int kManyNotches = 3;                // more than music without feedback ever gets
 constexpr int kFirstStay = 1875;               // frames, 10 s
 constexpr int kLongestStay = 16 * kFirstStay;
 constexpr int kCalm = 2 * kFirstStay;  // without shift, until the next stay is a short one again
@@ -44,7 +45,7 @@ bool shift_wanted(const howlingCancel* canceller) {
 
 // Counts for how long one tone has ruled from the same place.
 void follow_ruler(howlingCancel* canceller) {
-  const int tone = ruling_tone(canceller);
+  const int tone = ruling_tone(canceller, false);
   canceller->trust -= canceller->trust > 0;
   const bool same = tone && std::abs(tone - canceller->ruler) < kUnmoved;
   canceller->ruler_frames = same ? canceller->ruler_frames + 1 : 0;
@@ -53,12 +54,12 @@ void follow_ruler(howlingCancel* canceller) {
 
 // What glides under the shift goes round the loop.
 void follow_sweep(howlingCancel* canceller) {
-  const int tone = ruling_tone(canceller);
+  const int tone = ruling_tone(canceller, true);
   const bool begins = tone && canceller->sweep_frames == 0;
   canceller->sweep_low = begins ? tone : std::min(canceller->sweep_low, tone ? tone : INT32_MAX);
   canceller->sweep_high = begins ? tone : std::max(canceller->sweep_high, tone);
   canceller->sweep_frames =
-      tone ? canceller->sweep_frames + 1 : std::max(canceller->sweep_frames - 2, 0);
+      tone ? canceller->sweep_frames + 1 : std::max(canceller->sweep_frames - 1, 0);
   if (canceller->sweep_frames < kSweepFrames || !shift_wanted(canceller)) return;
   const int width = canceller->sweep_high - canceller->sweep_low;
   canceller->sweep_frames = 0;
@@ -83,7 +84,8 @@ bool tone_goes_on(const howlingCancel* canceller) {
 }
 
 void advance_shift(howlingCancel* canceller) {
-  const bool needed = canceller->pressure > kTooMuch || tone_goes_on(canceller);
+  const bool needed = canceller->pressure > kTooMuch || holding(canceller) >= kManyNotches ||
+                      tone_goes_on(canceller);
   canceller->pressure -= (canceller->pressure + kPressureFall - 1) / kPressureFall;
   if (canceller->shift_hold > 0) {
     if (needed) canceller->shift_hold = std::max(canceller->shift_hold, kFirstStay);

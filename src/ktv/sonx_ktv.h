@@ -12,7 +12,7 @@
 // of iirecho.h. Settings take effect at the next process call. Values are passed on as they are:
 // each module's header gives units and ranges. Gains are Q13 (8192 = 1.0).
 //
-// Latency: none. Memory: 315 KB per handle, taken by init; process takes none, no lock, and makes no
+// Latency: none. Memory: 324 KB per handle, taken by init; process takes none, no lock, and makes no
 // system call. A call needs at most 16 KB of stack.
 //
 // Threads: process belongs to one thread, the audio thread. Settings may be made, bypasses and gain

@@ -8,7 +8,7 @@
 // compressor's volume: with the compressor off it has no effect.
 //
 // Samples inside are 24-bit in 32-bit words, gains Q13 (8192 = 1.0). Latency: none (the compressor
-// runs without look-ahead). Memory: 314 KB, taken by init. One chain is used from one thread
+// runs without look-ahead). Memory: 323 KB, taken by init. One chain is used from one thread
 // at a time; any function may be called between two process calls and takes effect at the next one.
 // Values are passed on to the modules unchecked; each module's header gives units and ranges.
 #pragma once

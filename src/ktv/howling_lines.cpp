@@ -1,0 +1,227 @@
+#include "ktv/howling_lines.h"
+
+#include <algorithm>
+#include <array>
+#include <cstdint>
+#include <cstdlib>
+
+#include "dsp/log2.h"
+#include "ktv/howling_internal.h"
+
+namespace {
+
+constexpr int kHalf = kLineFrame / 2;  // points of the complex transform
+constexpr int kHalfBits = 10;
+constexpr int kHop = 128;
+constexpr int kBin = 32;                         // positions
+constexpr int kFirstLine = 13, kLastLine = 700;  // 152 Hz and 8.2 kHz
+constexpr int kLeastLine = level_of_dbfs(-66.0);
+
+// sin(2 pi k / 2048), k = 0..512, Q30.
+constexpr int kQuarter[] = {
+#include "ktv/howling_sines.inc"
+};
+
+// cos(2 pi k / 2048), Q30.
+constexpr auto kCosines = [] {
+  std::array<int, kLineFrame> cosines{};
+  for (int k = 0; k <= kHalf / 2; ++k) {
+    cosines[k] = cosines[(kLineFrame - k) % kLineFrame] = kQuarter[kHalf / 2 - k];
+    cosines[kHalf - k] = cosines[kHalf + k] = -kQuarter[kHalf / 2 - k];
+  }
+  return cosines;
+}();
+int cosine(int k) { return kCosines[static_cast<size_t>(k & (kLineFrame - 1))]; }
+int sine(int k) { return cosine(k - kHalf / 2); }
+
+struct point {
+  int re, im;
+};
+
+int scaled(int64_t product) { return static_cast<int>(product >> 30); }
+
+// In place, input in reversed order; each stage halves.
+void transform(point* z) {
+  for (int half = 1; half < kHalf; half *= 2)
+    for (int j = 0; j < half; ++j) {
+      const int64_t c = cosine(j * (kHalf / half)), s = sine(j * (kHalf / half));
+      for (int i = j; i < kHalf; i += 2 * half) {
+        const point a = z[i], b = z[i + half];
+        const int re = scaled(c * b.re + s * b.im), im = scaled(c * b.im - s * b.re);
+        z[i] = {(a.re + re) / 2, (a.im + im) / 2};
+        z[i + half] = {(a.re - re) / 2, (a.im - im) / 2};
+      }
+    }
+}
+
+int reversed(int i) {
+  int r = 0;
+  for (int b = 0; b < kHalfBits; ++b) r |= (i >> b & 1) << (kHalfBits - 1 - b);
+  return r;
+}
+
+// Levels of the newest frame's bins, on the scale of a suspect's. Real samples go through a complex
+// transform of half the length, whose two halves are then told apart.
+constexpr int kLevels = kLastLine + 16;
+void levels_of(const howling_lines* lines, int* level) {
+  point z[kHalf];
+  for (int i = 0; i < kHalf; ++i) {
+    const auto windowed = [&](int n) {
+      const int64_t x = lines->past[(lines->newest + n) % kLineFrame];
+      return static_cast<int>(x * ((1 << 30) - cosine(n)) >> 28);  // twice the window, 27 bits
+    };
+    z[reversed(i)] = {windowed(2 * i), windowed(2 * i + 1)};
+  }
+  transform(z);
+  for (int k = 0; k < kLevels; ++k) {
+    const point a = z[k], b = z[(kHalf - k) % kHalf];
+    const int64_t even_re = a.re + b.re, even_im = a.im - b.im;
+    const int64_t odd_re = a.im + b.im, odd_im = b.re - a.re;
+    const int64_t c = cosine(k), s = sine(k);
+    const int64_t re = even_re + scaled(c * odd_re + s * odd_im);
+    const int64_t im = even_im + scaled(c * odd_im - s * odd_re);
+    level[k] = log2_q10((static_cast<uint64_t>(re * re) + static_cast<uint64_t>(im * im)) >> 20);
+  }
+}
+
+struct peak {
+  int position, level;
+  bool harmonic;
+};
+// All maxima that stand out, the strongest kLinePeaks of them, by frequency.
+int find_peaks(const int* level, peak* peaks) {
+  int count = 0;
+  for (int b = kFirstLine; b <= kLastLine; ++b) {
+    const int l = level[b];
+    if (l < kLeastLine || l <= level[b - 1] || l < level[b + 1]) continue;
+    if (l - std::max(level[b - 4], level[b + 4]) < level_of_db(9.0)) continue;
+    const int curvature = 2 * l - level[b - 1] - level[b + 1];
+    const int offset = (level[b + 1] - level[b - 1]) * (kBin / 2) / std::max(curvature, 1);
+    const peak p = {b * kBin + std::clamp(offset, -kBin / 2, kBin / 2), l, false};
+    if (count < kLinePeaks) {
+      peaks[count++] = p;
+      continue;
+    }
+    peak* weakest = std::min_element(
+        peaks, peaks + count, [](const peak& x, const peak& y) { return x.level < y.level; });
+    if (weakest->level >= l) continue;
+    std::copy(weakest + 1, peaks + count, weakest);
+    peaks[count - 1] = p;
+  }
+  return count;
+}
+
+// A harmonic is a multiple of its distance from another, and beside the first two of a family
+// there are more of them.
+void mark_harmonics(peak* peaks, int count) {
+  constexpr int kLowest = 190, kTolerance = 16;  // 70 Hz and 6 Hz
+  constexpr int kHighestOrder = 12;
+  const auto stands = [&](int position, int least) {
+    return std::any_of(peaks, peaks + count, [=](const peak& p) {
+      return std::abs(p.position - position) < kTolerance && p.level > least;
+    });
+  };
+  for (int i = 0; i < count; ++i) {
+    peak& p = peaks[i];
+    const int least = p.level - level_of_db(30.0);
+    for (int j = 0; j < count && !p.harmonic; ++j) {
+      const int distance = std::abs(p.position - peaks[j].position);
+      if (distance < kLowest || peaks[j].level < least) continue;
+      const int order = (p.position + distance / 2) / distance;
+      if (order < 1 || order > kHighestOrder ||
+          std::abs(p.position - order * distance) > kTolerance + order * 4)
+        continue;
+      const bool below = stands(p.position - distance, least),
+                 above = stands(p.position + distance, least);
+      p.harmonic = order <= 2 || (below && above) ||
+                   (below && stands(p.position - 2 * distance, least)) ||
+                   (above && stands(p.position + 2 * distance, least));
+    }
+  }
+}
+
+constexpr int kSame = 14;              // 5 Hz
+constexpr int kSeen = 4, kMost = 400;  // evidence of a look, and at most
+constexpr int kSteady = level_of_db(4.0);
+
+// A look in which a line stands counts four times what it loses in one without it.
+void follow(howling_lines* lines, const peak* peaks, int count) {
+  bool used[kLinePeaks] = {};
+  for (howling_line& line : lines->lines) {
+    if (line.position == 0) continue;
+    int best = -1, least = kSame;
+    for (int k = 0; k < count; ++k)
+      if (!used[k] && std::abs(peaks[k].position - line.position) < least) {
+        least = std::abs(peaks[k].position - line.position);
+        best = k;
+      }
+    if (best < 0) {
+      line.level = 0;
+      if (--line.evidence <= 0) line = {};
+      continue;
+    }
+    used[best] = true;
+    const peak& p = peaks[best];
+    const bool steady = std::abs(p.level - line.level) < kSteady;
+    line.position += (p.position - line.position) / 4;
+    line.slope += (std::clamp(p.level - line.level, -kSteady, kSteady) - line.slope) / 4;
+    line.level = p.level;
+    if (p.harmonic)
+      line.evidence -= 2;
+    else if (steady)
+      line.evidence = std::min(line.evidence + kSeen, kMost);
+    if (line.evidence <= 0) line = {};
+  }
+  for (int k = 0; k < count; ++k) {
+    if (used[k] || peaks[k].harmonic) continue;
+    howling_line* weakest = std::min_element(
+        lines->lines, lines->lines + kLines,
+        [](const howling_line& a, const howling_line& b) { return a.evidence < b.evidence; });
+    if (weakest->evidence < kSeen) *weakest = {peaks[k].position, 2, 0, peaks[k].level};
+  }
+}
+
+}  // namespace
+
+void reset(howling_lines* lines) { *lines = {}; }
+
+bool hear_hop(howling_lines* lines, const int* hop) {
+  std::copy_n(hop, kHop, lines->past + lines->newest);
+  lines->newest = (lines->newest + kHop) % kLineFrame;
+  if (++lines->hops < kFramesPerLook) return false;
+  lines->hops = 0;
+  lines->doubt -= lines->doubt > 0;
+  int level[kLevels];
+  levels_of(lines, level);
+  peak peaks[kLinePeaks];
+  const int count = find_peaks(level, peaks);
+  mark_harmonics(peaks, count);
+  int* harmonics = lines->harmonics[lines->looks++ % 4];
+  for (int k = 0; k < kLinePeaks; ++k)
+    harmonics[k] = k < count && peaks[k].harmonic ? peaks[k].position : 0;
+  follow(lines, peaks, count);
+  return true;
+}
+
+bool is_harmonic(const howling_lines* lines, int position) {
+  return std::any_of(lines->harmonics[0], lines->harmonics[0] + 4 * kLinePeaks,
+                     [=](int p) { return p && std::abs(p - position) < kBin; });
+}
+
+int narrow_level(const howling_lines* lines, int position, int ago) {
+  const uint32_t step = static_cast<uint32_t>(position) << 16;  // 2^32 a turn
+  uint32_t phase = 0;
+  int64_t re = 0, im = 0;
+  for (int n = 0; n < kHalf; ++n) {
+    const int64_t x = int64_t{lines->past[(lines->newest + kHalf - ago + n) % kLineFrame]} *
+                          ((1 << 30) - cosine(2 * n)) >>
+                      30;
+    const int k = static_cast<int>(phase >> 21);
+    re += x * cosine(k) >> 24;
+    im += x * sine(k) >> 24;
+    phase += step;
+  }
+  re >>= 22;
+  im >>= 22;
+  return log2_q10(static_cast<uint64_t>(re * re + im * im));
+}
