@@ -100,9 +100,9 @@ class soak {
     ++settings_;
     const auto other = subject_.fresh();
     programme_.next_scene(dice_, true);
+    bool same = true;
     const auto play = [&](double seconds, double settle_s) {
       measure in, ours, theirs;
-      bool same = true;
       for (int i = 0; i < 100 * seconds; ++i, ++periods_) {
         stereo a = programme_.next(), b = a;
         const bool counts = i >= 100 * settle_s;
@@ -122,15 +122,14 @@ class soak {
       const double dc = std::abs(ours.mean() - theirs.mean());
       worst_dc_ = std::max(worst_dc_, dc);
       if (dc > 0.001) fault("DC differs by", dc);
-      equal_ += same;
       return ours;
     };
     play(20.0, 15.0);
     ++comparisons_;
+    equal_ += same;
     programme_.pause();
     if (const double rest_s = subject_.rest_s(); rest_s >= 0.0) {
       measure end = play(rest_s + 1.5, rest_s + 1.0);
-      --equal_;
       // Some effects come to rest at a small constant.
       const double moving = end.largest - std::abs(end.mean());
       worst_rest_ = std::max(worst_rest_, moving);
