@@ -51,6 +51,8 @@ class Parameter(Generic[Value]):
     step: float
     #: How a slider should move.
     logarithmic: bool
+    #: Of sections: each place has an initial value of its own.
+    by_place = False
 
     def __init__(self, entry: CParameter, index: int, id: str) -> None:
         self.id, self.unit = id, entry.unit.decode()
@@ -59,8 +61,16 @@ class Parameter(Generic[Value]):
         self.minimum, self.maximum, self.step = entry.minimum, entry.maximum, entry.step
         self.logarithmic = bool(entry.logarithmic)
         self._initial, self._index = entry.initial, index
-        self.__doc__ = f"{self.name}: {self.range}, initially {self.text(self._initial)}." \
+        self._describe()
+
+    def _describe(self) -> None:
+        self.__doc__ = f"{self.name}: {self.range}, {self._at_first}." \
             + (f"\n{self.description}" if self.description else "")
+
+    @property
+    def _at_first(self) -> str:
+        return "initially as its place has it" if self.by_place else \
+            f"initially {self.text(self._initial)}"
 
     @property
     def range(self) -> str:
@@ -93,7 +103,7 @@ class Parameter(Generic[Value]):
         return f"{self.value(number)}"
 
     def __repr__(self) -> str:
-        return f"<{self.id}: {self.range}, initially {self.text(self._initial)}>"
+        return f"<{self.id}: {self.range}, {self._at_first}>"
 
     @overload
     def __get__(self, owner: None, kind: type | None = None) -> Self: ...
