@@ -47,7 +47,8 @@ def init(arguments: list[str]) -> str:
 
 
 def values(parameters: Mapping[str, Parameter[Any]]) -> list[str]:
-    return [f"{id}: {p.annotation} = {p.text(p._initial)}" for id, p in parameters.items()]
+    return [f"{id}: {p.annotation} = {'...' if p.by_place else p.text(p._initial)}"
+            for id, p in parameters.items()]
 
 
 def stub() -> str:

@@ -1,4 +1,4 @@
-"""The wheel carries the library and the presets: the library that $SONX_LIBRARY names, or one that is
+"""The wheel carries the library, the presets and the licence: the library that $SONX_LIBRARY names, or one that is
 built for it here. SONX_LIBRARY=system leaves both out, for a system that has them installed."""
 
 import os
@@ -55,6 +55,10 @@ class Wheel(bdist_wheel):
 
     def get_tag(self) -> tuple[str, str, str]:
         return ("py3", "none", super().get_tag()[2])
+
+    def egg2dist(self, egginfo_path: str, distinfo_path: str) -> None:
+        super().egg2dist(egginfo_path, distinfo_path)
+        shutil.copy(TOP / "LICENSE", distinfo_path)
 
 
 setup(

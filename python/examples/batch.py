@@ -7,6 +7,7 @@
 import argparse
 import functools
 import multiprocessing
+import sys
 from pathlib import Path
 
 import numpy as np
@@ -18,11 +19,15 @@ def decibels(samples: sonx.Samples) -> float:
     return float(20 * np.log10(np.abs(samples).max(initial=1e-9)))
 
 
-def play(preset: str, folder: Path, tail: float, file: Path) -> str:
-    samples, rate = sonx.read(file)
-    out = sonx.load(preset, rate)(samples, tail)
-    sonx.write(folder / file.with_suffix(".wav").name, out, rate)
-    return f"{file.name}: peak {decibels(samples):.1f} -> {decibels(out):.1f} dBFS"
+def play(preset: str, folder: Path, tail: float, file: Path) -> tuple[bool, str]:
+    """Whether that went well, and what to say of it."""
+    try:
+        samples, rate = sonx.read(file)
+        out = sonx.load(preset, rate)(samples, tail)
+        sonx.write(folder / file.with_suffix(".wav").name, out, rate)
+    except (OSError, ValueError, RuntimeError) as error:  # the other files play on
+        return False, f"{file.name}: {error}"
+    return True, f"{file.name}: peak {decibels(samples):.1f} -> {decibels(out):.1f} dBFS"
 
 
 def main() -> None:
@@ -36,9 +41,12 @@ def main() -> None:
 
     options.folder.mkdir(exist_ok=True)
     job = functools.partial(play, options.preset, options.folder, options.tail)
+    failed = False
     with multiprocessing.Pool(options.jobs) as pool:
-        for line in pool.imap(job, options.files):
-            print(line, flush=True)
+        for good, line in pool.imap(job, options.files):
+            print(line, file=sys.stdout if good else sys.stderr, flush=True)
+            failed = failed or not good
+    sys.exit(failed)
 
 
 if __name__ == "__main__":

@@ -2,16 +2,16 @@
 
     import sonx
 
+    samples, rate = sonx.read("music.flac")
     rack = sonx.Rack([
         sonx.ParametricEqualizer(preamp=-6, bands=[sonx.Band("peak", 105, -3.2, 0.7)]),
         sonx.Reverb(room=60, dry=100),
-    ], rate=48000)
-    samples, rate = sonx.read("music.flac")
+    ], rate=rate)                      # it never converts rates
     louder = rack(samples)             # float32, int16 or int32; (channels, frames) or (frames,)
     rack[1].room = 20                  # a property, with its range and unit: help(sonx.Reverb)
     sonx.write("out.wav", rack(samples, tail=rack.tail), rate)
 
-    rack = sonx.load("late-evening")   # one of sonx.presets(), or a file
+    rack = sonx.load("late-evening", rate)   # one of sonx.presets(), or a file
     for block in blocks:               # a stream; settings may change while it goes on
         out = rack.process(block)
     sonx.response(rack).plot()         # measured, drawn by matplotlib

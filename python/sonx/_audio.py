@@ -17,7 +17,7 @@ Samples = npt.NDArray[Any]
 _AT_ONCE = 1 << 20  # frames in one call, so that an interrupt gets its turn
 
 
-def _checked(samples: Any) -> Samples:
+def checked(samples: Any) -> Samples:
     """As (channels, frames), in one of the three types."""
     array = np.asarray(samples)
     if array.dtype.kind == "f":
@@ -43,7 +43,7 @@ class Stream:
         self._busy = threading.Lock()  # the library wants one thread at a time
 
     def run(self, samples: Any) -> Samples:
-        planes = _checked(samples)
+        planes = checked(samples)
         with self._busy:
             out = self._floats(planes) if planes.dtype.kind == "f" else self._words(planes)
         return out.reshape(np.shape(samples))
@@ -75,7 +75,7 @@ class Stream:
         """A whole recording, its latency taken out, and what sounds on for `tail` seconds."""
         if not 0 <= tail < math.inf:
             raise ValueError(f"tail = {tail} isn't a time in seconds")
-        planes = _checked(samples)
+        planes = checked(samples)
         latency = lib.sonx_rack_latency(self.handle)
         silence = latency + round(tail * self.handle.rate)
         out = self.run(np.pad(planes, ((0, 0), (0, silence))))[:, latency:]

@@ -59,6 +59,10 @@ def _make_groups(numbered: dict[str, dict[int, Parameters]]) -> dict[str, Group[
     groups: dict[str, Group[Any]] = {}
     for word, sections in numbered.items():
         fields = sections[1]
+        for id, field in fields.items():
+            if any(other[id]._initial != field._initial for other in sections.values()):
+                field.by_place = True
+                field._describe()
         kind = kinds.setdefault(repr(fields), _make_section(word, fields))
         groups[word + "s"] = Group(word + "s", kind, list(sections.values()))
     return groups
@@ -80,7 +84,8 @@ def _explain(members: Mapping[str, Any]) -> str:
 
 def _arguments(members: Mapping[str, Any], kind: Any) -> list[inspect.Parameter]:
     """As editors show them."""
-    return [inspect.Parameter(id, kind, default=getattr(member, "initial", []))
+    return [inspect.Parameter(id, kind, default=... if getattr(member, "by_place", False)
+                              else getattr(member, "initial", []))
             for id, member in members.items()]
 
 

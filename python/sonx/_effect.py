@@ -8,7 +8,7 @@ from typing import Any, ClassVar, NamedTuple, Self, TypeVar
 
 from ._audio import Samples, Stream
 from ._library import EMPTY, Handle, lib
-from ._parameters import Parameter, Settings, nearest
+from ._parameters import Parameter, Settings, nearest, switch_number
 from ._sections import Group
 
 AnyEffect = TypeVar("AnyEffect", bound="Effect")
@@ -35,10 +35,12 @@ class Effect(Settings):
     #: Its lists of sections.
     groups: ClassVar[Mapping[str, Group[Any]]] = {}
 
-    def __init__(self, *, enabled: bool = True, **values: Any) -> None:
+    def __init__(self, *unnamed: Any, enabled: bool = True, **values: Any) -> None:
         rate = 48000 if 48000 in self.rates else self.rates[-1]
         self._stand_alone(rate, f'[[effect]]\nid = "{self.id}"\n')
         known = [*self.parameters, *self.groups]
+        if unnamed:
+            raise TypeError(f"{type(self).__name__} takes its parameters by name, as {known[0]}=..")
         for name, value in values.items():
             if name not in known:
                 hint = nearest(name, known)
@@ -70,7 +72,7 @@ class Effect(Settings):
 
     @enabled.setter
     def enabled(self, on: bool) -> None:
-        lib.sonx_rack_enable(self._handle, self._slot, bool(on))
+        lib.sonx_rack_enable(self._handle, self._slot, int(switch_number("enabled", on)))
 
     @property
     def meters(self) -> Meters:

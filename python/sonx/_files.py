@@ -7,7 +7,7 @@ from typing import Any
 
 import numpy as np
 
-from ._audio import Samples
+from ._audio import Samples, checked
 
 
 def _soundfile() -> Any:
@@ -33,14 +33,17 @@ def write(path: str | os.PathLike[str], samples: Samples, rate: int, bits: int =
 
     What a rack gave becomes the file that `sonx play` writes.
     """
-    samples = np.asarray(samples)
-    words = samples.astype(np.int64)
-    if samples.dtype.kind == "f":
-        words = np.clip(np.trunc(np.ldexp(samples.astype(np.float64), 31)), -2**31, 2**31 - 1)
-        words = words.astype(np.int64)
-    elif samples.dtype == np.int16:
-        words *= 0x10000
-    bits = bits or (16 if samples.dtype == np.int16 else 24)
+    planes = checked(samples)
+    if planes.dtype.kind == "f":
+        exact = np.atleast_2d(np.asarray(samples, np.float64))
+        if np.isnan(exact).any():
+            raise ValueError("the samples have NaN among them")
+        words = np.clip(np.trunc(np.ldexp(exact, 31)), -2**31, 2**31 - 1).astype(np.int64)
+    else:
+        words = planes.astype(np.int64) * (0x10000 if planes.dtype == np.int16 else 1)
+    bits = bits or (16 if planes.dtype == np.int16 else 24)
+    if bits not in (16, 24):
+        raise ValueError(f"bits is 16 or 24, not {bits!r}")
     if bits == 16:  # to the nearest, halves upward
         words = np.minimum((words + 0x8000) & ~0xFFFF, 0x7FFF0000)
     _soundfile().write(os.fspath(path), words.astype(np.int32).T, rate, subtype=f"PCM_{bits}")

@@ -11,6 +11,7 @@ import os
 import weakref
 from ctypes import POINTER, c_char_p, c_double, c_float, c_int, c_size_t, c_void_p
 from pathlib import Path
+from typing import Any
 
 _NAME = "libsonx_rack.so.1"
 EMPTY = "sonx = 1\n"  # a preset without effects
@@ -110,10 +111,20 @@ lib = _load()
 version: str = lib.sonx_rack_version().decode()
 
 
+def _whole(rate: Any) -> int:
+    try:
+        if int(rate) == rate:
+            return int(rate)
+    except (TypeError, ValueError, OverflowError):
+        pass
+    raise TypeError(f"rate is a whole number of Hz, not {rate!r}")
+
+
 class Handle:
     """A rack of the library: the settings and the state of one stream."""
 
     def __init__(self, rate: int, preset: str = EMPTY) -> None:
+        rate = _whole(rate)
         pointer = lib.sonx_rack_create(rate, 4096)
         if not pointer:
             raise ValueError(f"rate: no effect has {rate} Hz")

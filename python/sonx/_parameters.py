@@ -6,7 +6,7 @@ import difflib
 import math
 import re
 from collections.abc import Iterable, Mapping
-from typing import Any, ClassVar, Generic, Self, TypeVar, cast, overload
+from typing import TYPE_CHECKING, Any, ClassVar, Generic, Self, TypeVar, cast, overload
 
 from ._library import CParameter
 
@@ -17,6 +17,17 @@ Text = TypeVar("Text", bound=str)
 def number_text(value: float) -> str:
     """In the digits that a person would write."""
     return f"{value:.10g}"
+
+
+def exact_text(value: float) -> str:
+    """In as many digits as bring the same number back."""
+    return repr(float(value)).removesuffix(".0")
+
+
+def switch_number(id: str, value: Any) -> float:
+    if value not in (True, False):
+        raise TypeError(f"{id} is True or False, not {value!r}")
+    return float(value)
 
 
 def nearest(word: str, known: Iterable[str]) -> str:
@@ -40,6 +51,8 @@ class Parameter(Generic[Value]):
     step: float
     #: How a slider should move.
     logarithmic: bool
+    #: Of sections: each place has an initial value of its own.
+    by_place = False
 
     def __init__(self, entry: CParameter, index: int, id: str) -> None:
         self.id, self.unit = id, entry.unit.decode()
@@ -48,8 +61,16 @@ class Parameter(Generic[Value]):
         self.minimum, self.maximum, self.step = entry.minimum, entry.maximum, entry.step
         self.logarithmic = bool(entry.logarithmic)
         self._initial, self._index = entry.initial, index
-        self.__doc__ = f"{self.name}: {self.range}, initially {self.text(self._initial)}." \
+        self._describe()
+
+    def _describe(self) -> None:
+        self.__doc__ = f"{self.name}: {self.range}, {self._at_first}." \
             + (f"\n{self.description}" if self.description else "")
+
+    @property
+    def _at_first(self) -> str:
+        return "initially as its place has it" if self.by_place else \
+            f"initially {self.text(self._initial)}"
 
     @property
     def range(self) -> str:
@@ -82,7 +103,7 @@ class Parameter(Generic[Value]):
         return f"{self.value(number)}"
 
     def __repr__(self) -> str:
-        return f"<{self.id}: {self.range}, initially {self.text(self._initial)}>"
+        return f"<{self.id}: {self.range}, {self._at_first}>"
 
     @overload
     def __get__(self, owner: None, kind: type | None = None) -> Self: ...
@@ -115,11 +136,11 @@ class Number(Parameter[float]):
         except (TypeError, ValueError):
             raise TypeError(f"{self.id} is a number, not {value!r}") from None
         if math.isnan(number) or not self.minimum <= number <= self.maximum:
-            raise ValueError(f"{self.id} = {number_text(number)} is outside {self.range}")
+            raise ValueError(f"{self.id} = {exact_text(number)} is outside {self.range}")
         return number
 
     def text(self, number: float) -> str:
-        return number_text(number)
+        return exact_text(number)
 
     def words(self, number: float) -> str:
         return f"{number_text(number)} {self.unit}" if self.unit else f"{self.name} {number_text(number)}"
@@ -140,9 +161,7 @@ class Switch(Parameter[bool]):
         return number != 0
 
     def number(self, value: Any) -> float:
-        if value not in (True, False):
-            raise TypeError(f"{self.id} is True or False, not {value!r}")
-        return float(value)
+        return switch_number(self.id, value)
 
     def words(self, number: float) -> str:
         return "on" if number else "off"
@@ -183,8 +202,27 @@ def make_parameter(entry: CParameter, index: int, id: str) -> Parameter[Any]:
     return kinds[entry.kind](entry, index, id)
 
 
-class Settings:
-    """What has parameters as attributes, and no others."""
+class Strict:
+    """What has the attributes of its class, and no others: a misspelt one is an error."""
+
+    @classmethod
+    def _words(cls) -> list[str]:
+        return [name for name in dir(cls) if not name.startswith("_")]
+
+    if not TYPE_CHECKING:  # type checkers tell the misspelt ones by themselves
+
+        def __setattr__(self, name: str, value: Any) -> None:
+            if not name.startswith("_") and not hasattr(type(self), name):
+                self.__getattr__(name)
+            super().__setattr__(name, value)
+
+        def __getattr__(self, name: str) -> Any:
+            hint = nearest(name, self._words())
+            raise AttributeError(f"{type(self).__name__} has no '{name}'{hint}")
+
+
+class Settings(Strict):
+    """What has parameters as attributes."""
 
     parameters: ClassVar[Mapping[str, Parameter[Any]]] = {}
 
@@ -193,16 +231,3 @@ class Settings:
 
     def _set(self, parameter: Parameter[Any], number: float) -> None:
         raise NotImplementedError
-
-    @classmethod
-    def _words(cls) -> list[str]:
-        return [name for name in dir(cls) if not name.startswith("_")]
-
-    def __setattr__(self, name: str, value: Any) -> None:
-        if not name.startswith("_") and not hasattr(type(self), name):
-            self.__getattr__(name)
-        super().__setattr__(name, value)
-
-    def __getattr__(self, name: str) -> Any:
-        hint = nearest(name, self._words())
-        raise AttributeError(f"{type(self).__name__} has no '{name}'{hint}")

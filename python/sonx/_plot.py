@@ -6,6 +6,7 @@ from typing import Any
 
 import matplotlib.pyplot as plt
 import numpy as np
+from matplotlib.colors import to_rgb
 from matplotlib.ticker import FuncFormatter, NullFormatter
 
 _AXES = {"level": "dB", "phase": "degrees", "delay": "ms"}
@@ -37,9 +38,10 @@ def draw(response: Any, show: str, axes: Any, label: str, style: dict[str, Any])
     same = np.allclose(left, right, atol=0.05, equal_nan=True)
     line, = axes.plot(hertz, left, label=label if same else f"{label} left".strip(),
                       **{"linewidth": 2, **style})
-    if not same:
+    if not same:  # a shade nearer to the ground
+        shade = np.mean([to_rgb(line.get_color()), to_rgb(axes.get_facecolor())], axis=0)
         axes.plot(hertz, right, label=f"{label} right".strip(),
-                  **{**style, "linewidth": 1.5, "linestyle": "--", "color": line.get_color()})
+                  **{**style, "linewidth": 1.5, "linestyle": "--", "color": shade})
     if new:
         axes.set_xlim(hertz[0], hertz[-1])
         axes.set_ylabel(_AXES[show])

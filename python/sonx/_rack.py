@@ -16,13 +16,13 @@ from typing import Any, overload
 from ._audio import Samples, Stream
 from ._effect import Effect, Meters
 from ._library import EMPTY, Handle, lib
-from ._parameters import nearest
+from ._parameters import Strict, nearest, switch_number
 from .effects import by_id
 
 PathLike = str | os.PathLike[str]
 
 
-class Rack(MutableSequence[Effect]):
+class Rack(Strict, MutableSequence[Effect]):
     """Effects in a row, for a sample rate in Hz: a list whose items the sound goes through.
 
     rack(samples) gives a whole recording with its latency taken out, and the same for the same
@@ -42,6 +42,8 @@ class Rack(MutableSequence[Effect]):
         self._name = ""
         self._stream = Stream(Handle(rate))
         self._report = ""
+        if isinstance(effects, (str, Effect)) or not isinstance(effects, Iterable):
+            raise TypeError(f"a rack takes a list of effects, [..], not {effects!r}")
         if name or effects:
             self._replace(list(effects), name)
 
@@ -52,7 +54,10 @@ class Rack(MutableSequence[Effect]):
             if not isinstance(effect, Effect):
                 hint = "; call it: ()" if isinstance(effect, type) else ""
                 raise TypeError(f"a rack holds effects, not {effect!r}{hint}")
-            if effect._in_rack and effect not in self._effects or effects.count(effect) > 1:
+            if effects.count(effect) > 1:
+                raise ValueError(f"{effect!r} would be in the rack twice: use its copy(), or give "
+                                 "another order by rack[:] = [..]")
+            if effect._in_rack and effect not in self._effects:
                 raise ValueError(f"{effect!r} is in a rack already: use its copy()")
         title = f"name = {json.dumps(name, ensure_ascii=False)}\n" if name else ""
         switch = "" if self.enabled else "enabled = false\n"
@@ -78,10 +83,10 @@ class Rack(MutableSequence[Effect]):
         return len(self._effects)
 
     @overload
-    def __getitem__(self, index: int) -> Effect: ...
+    def __getitem__(self, index: int) -> Any: ...  # of a class that only its user knows
     @overload
     def __getitem__(self, index: slice) -> list[Effect]: ...
-    def __getitem__(self, index: int | slice) -> Effect | list[Effect]:
+    def __getitem__(self, index: int | slice) -> Any:
         return self._effects[index]
 
     def __setitem__(self, index: Any, effect: Any) -> None:
@@ -120,7 +125,7 @@ class Rack(MutableSequence[Effect]):
 
     @enabled.setter
     def enabled(self, on: bool) -> None:
-        lib.sonx_rack_enable(self._handle, -1, bool(on))
+        lib.sonx_rack_enable(self._handle, -1, int(switch_number("enabled", on)))
 
     def copy(self, rate: int | None = None) -> Rack:
         """Another rack with the same settings, for this rate or another."""

@@ -109,16 +109,27 @@ def response(rack: Rack | Effect, level: float = -9.0,
     """
     if isinstance(rack, Effect):
         rack = Rack([rack.copy()], rate, rack.title)
-    t = np.arange(_LENGTH) / _LENGTH
-    rise = np.log(0.49 * rack.rate / _FROM)
-    turns = _FROM * _LENGTH / rack.rate / rise * np.expm1(t * rise)
-    sweep = 10 ** (level / 20) * np.sin(2 * np.pi * turns)
-    sweep = (np.rint(sweep * 2**23) / 2**23).astype(np.float32)  # as the rack takes it
+    if not isinstance(rack, Rack):
+        raise TypeError(f"what is measured is a rack or an effect, not {rack!r}")
+    if input not in ("both", "left", "right"):
+        raise ValueError(f"input is 'both', 'left' or 'right', not {input!r}")
+    if not -90 <= level <= 0:
+        raise ValueError(f"level = {level} is outside -90 .. 0 dBFS")
+    sweep = _sweep(level, rack.rate)
     sides = np.array([[input != "right"], [input != "left"]])
     stream = Stream(Handle(rack.rate, rack.preset))
     for _ in range(2):
         out = stream.run(sides * sweep)
     return Response(rack, np.stack([_transfer(sweep, side) for side in out]))
+
+
+def _sweep(level: float, rate: int) -> npt.NDArray[np.float32]:
+    """The tool's: rounded to single precision, then as the rack takes it."""
+    t = np.arange(_LENGTH) / _LENGTH
+    rise = np.log(0.49 * rate / _FROM)
+    turns = _FROM * _LENGTH / rate / rise * np.expm1(t * rise)
+    sweep = (10 ** (level / 20) * np.sin(2 * np.pi * turns)).astype(np.float32)
+    return np.asarray(np.rint(sweep * np.float32(2**23)) / np.float32(2**23))
 
 
 def _transfer(sweep: npt.NDArray[np.float32], out: Any) -> npt.NDArray[np.complex128]:

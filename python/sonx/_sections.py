@@ -113,6 +113,8 @@ class Group(Generic[AnySection]):
 
     def __set__(self, owner: Settings,
                 sections: Iterable[Union[AnySection, Mapping[str, Any], Sequence[Any]]]) -> None:
+        if isinstance(sections, (str, Mapping, Section)) or not isinstance(sections, Iterable):
+            raise TypeError(f"{self.id} is a list of {self.section.__name__}(..), not {sections!r}")
         values = [self.values(section) for section in sections]
         if len(values) > len(self.numbered):
             raise ValueError(f"{self.id}: {len(values)} are given, there are {len(self.numbered)}")
@@ -122,11 +124,13 @@ class Group(Generic[AnySection]):
 
     def values(self, section: AnySection | Mapping[str, Any] | Sequence[Any]) \
             -> dict[str, float]:
+        if isinstance(section, Section):
+            return section._all()
         if isinstance(section, Mapping):
-            section = self.section(**section)
-        elif not isinstance(section, Section):
-            section = self.section(*section)
-        return section._all()
+            return self.section(**section)._all()
+        if isinstance(section, str) or not isinstance(section, Iterable):
+            raise TypeError(f"{self.id} are {self.section.__name__}(..), not {section!r}")
+        return self.section(*section)._all()
 
     @staticmethod
     def put(owner: Settings, own: Mapping[str, Parameter[Any]], values: Mapping[str, float]) -> None:

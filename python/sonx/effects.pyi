@@ -15,15 +15,15 @@ class Band(Section):
 
     type: type: 'peak', 'low-shelf', 'high-shelf', 'low-pass', 'high-pass', 'all-pass' or 'off',
         initially 'peak'. The section's shape.
-    frequency: frequency: 20 .. 20000 Hz, initially 31.25. Middle of a peak, an all-pass or a
-        shelf's slope, or corner of a pass.
+    frequency: frequency: 20 .. 20000 Hz, initially as its place has it. Middle of a peak, an all-
+        pass or a shelf's slope, or corner of a pass.
     gain: gain: -24 .. 12 dB, initially 0. Gain of a peak or shelf; other shapes have none.
     q: Q: 0.1 .. 20, initially 1. How narrow a peak is, how steep a shelf or how sharp a corner."""
     type: Choice[Literal['peak', 'low-shelf', 'high-shelf', 'low-pass', 'high-pass', 'all-pass', 'off']]
     """type: 'peak', 'low-shelf', 'high-shelf', 'low-pass', 'high-pass', 'all-pass' or 'off', initially 'peak'.
     The section's shape."""
     frequency: Number
-    """frequency: 20 .. 20000 Hz, initially 31.25.
+    """frequency: 20 .. 20000 Hz, initially as its place has it.
     Middle of a peak, an all-pass or a shelf's slope, or corner of a pass."""
     gain: Number
     """gain: -24 .. 12 dB, initially 0.
@@ -34,7 +34,7 @@ class Band(Section):
     def __init__(
         self,
         type: Literal['peak', 'low-shelf', 'high-shelf', 'low-pass', 'high-pass', 'all-pass', 'off'] = 'peak',
-        frequency: float = 31.25,
+        frequency: float = ...,
         gain: float = 0,
         q: float = 1,
     ) -> None: ...

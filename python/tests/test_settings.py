@@ -30,6 +30,7 @@ def test_every_effect_takes_the_ends_of_every_range_and_nothing_beyond():
     (lambda: sonx.Reverb(rom=1), TypeError, "no parameter 'rom'; did you mean 'room'"),
     (lambda: sonx.Reverb().romm, AttributeError, "did you mean 'room'"),
     (lambda: setattr(sonx.Reverb(), "rooom", 1), AttributeError, "did you mean 'room'"),
+    (lambda: setattr(sonx.Rack(), "enable", 0), AttributeError, "did you mean 'enabled'"),
     (lambda: sonx.Reverb(room="big"), TypeError, "a number, not 'big'"),
     (lambda: sonx.Reverb(room=float("nan")), ValueError, "outside 0 .. 100 %"),
     (lambda: sonx.Band("peek"), ValueError, "did you mean 'peak'"),
@@ -40,6 +41,17 @@ def test_every_effect_takes_the_ends_of_every_range_and_nothing_beyond():
     (lambda: sonx.Rack(rate=11025), ValueError, "11025 Hz"),
     (lambda: sonx.Rack([sonx.Reverb]), TypeError, "call it"),
     (lambda: sonx.Rack(sonx.load("speech")[:1]), ValueError, "copy()"),
+    (lambda: sonx.Rack(sonx.Reverb()), TypeError, "a list of effects"),
+    (lambda: sonx.Rack([sonx.Reverb()] * 2), ValueError, r"rack\[:\] = "),
+    (lambda: sonx.Rack(rate="48000"), TypeError, "rate is a whole number"),
+    (lambda: sonx.Reverb(60), TypeError, "by name, as room="),
+    (lambda: sonx.Reverb(enabled="no"), TypeError, "enabled is True or False, not 'no'"),
+    (lambda: sonx.ParametricEqualizer(bands=5), TypeError, "bands is a list of Band"),
+    (lambda: sonx.ParametricEqualizer(bands=[5]), TypeError, "bands are Band"),
+    (lambda: sonx.response([0.5]), TypeError, "a rack or an effect"),
+    (lambda: sonx.response(sonx.Reverb(), input="middle"), ValueError, "not 'middle'"),
+    (lambda: sonx.response(sonx.Reverb(), level=10), ValueError, "outside -90 .. 0 dBFS"),
+    (lambda: sonx.write("x.wav", [0.0, float("nan")], 48000), ValueError, "NaN"),
     (lambda: sonx.load("late-evenin"), FileNotFoundError, "did you mean 'late-evening'"),
     (lambda: sonx.loads("sonx = 1\n[[effect]]\nid = 'reverb'\nrom = 1"), ValueError, "^line 4: .*room"),
     (lambda: sonx.parse_equalizer("Filter 1: ON XX Fc 10 Hz"), ValueError, "^line 1: "),
@@ -102,10 +114,11 @@ def test_the_types_are_those_of_the_catalogue(tmp_path):
         "x: float = reverb.room + sonx.Reverb.room.maximum\nrack[0].room = 20\n"
         "sonx.ParametricEqualizer(bands=[sonx.Band('peak', 105), {'gain': 3}]).bands[0].gain = 1\n")
     (tmp_path / "wrong.py").write_text(
-        "import sonx\nsonx.Reverb(rom=60)\nsonx.Reverb().room = 'big'\nsonx.Band('peek')\n")
+        "import sonx\nsonx.Reverb(rom=60)\nsonx.Reverb().room = 'big'\nsonx.Band('peek')\n"
+        "sonx.Reverb().rom = 20\nsonx.Band().gian = 3\nsonx.Rack().enable = False\n")
     found = subprocess.run(
         ["mypy", "--config-file", "python/pyproject.toml", "--cache-dir", tmp_path / "cache", "python/sonx",
          "python/make_stub.py", "python/examples", tmp_path / "right.py", tmp_path / "wrong.py"],
         cwd=TOP, capture_output=True, text=True)
     assert [line.rsplit("/")[-1].split(":")[:2] for line in found.stdout.splitlines() if "error" in line
-            and "Found" not in line] == [["wrong.py", "2"], ["wrong.py", "3"], ["wrong.py", "4"]], found
+            and "Found" not in line] == [["wrong.py", str(line)] for line in range(2, 8)], found
