@@ -37,7 +37,11 @@ class subject {
   virtual std::unique_ptr<subject> fresh() const = 0;  // a new one with the last setting
   virtual void set(dice& d, bool last) = 0;  // the last one doesn't depend on those before
   virtual void process(stereo& period) = 0;
-  virtual double rest_s() const = 0;  // from silence to rest; -1: not known
+  virtual double rest_s() const = 0;
+  // The settings in force, as text; empty where a run's seed is all there is to say.
+  virtual std::string settings() const { return ""; }  // from silence to rest; -1: not known
+  // How long after a setting the sound still depends on what was before.
+  virtual double settle_s() const { return 15.0; }
   virtual bool may_be_silent() const { return false; }
 };
 
@@ -160,10 +164,11 @@ class row : public subject {
     load(preset);
   }
   ~row() override { sonx_rack_destroy(rack_); }
-  std::unique_ptr<subject> fresh() const override {
+  std::unique_ptr<subject> fresh() const override { return std::make_unique<row>(settings()); }
+  std::string settings() const override {
     std::string text(1 << 16, '\0');
     text.resize(static_cast<size_t>(sonx_rack_save(rack_, text.data(), text.size())));
-    return std::make_unique<row>(text);
+    return text;
   }
   void set(dice& d, bool) override {
     if (sonx_rack_slot_count(rack_) == 0 || d.below(40) == 0) {
@@ -192,6 +197,14 @@ class row : public subject {
     sonx_rack_process_f32(rack_, at, at, 2, kFrames);
   }
   bool may_be_silent() const override { return true; }
+  // The smart volume lets go of a gain within several of its release times of up to 10 s, a howling
+  // canceller of its notches within a minute.
+  double settle_s() const override {
+    for (int slot = 0; slot < sonx_rack_slot_count(rack_); ++slot)
+      for (const char* id : {"smart-volume", "howling-canceller", "karaoke"})
+        if (sonx_rack_slot(rack_, slot) == sonx_effect_find(id)) return 90.0;
+    return 15.0;
+  }
   double rest_s() const override {
     const int tail = sonx_rack_tail(rack_);
     return tail < 0 ? -1.0 : tail / 48000.0;
