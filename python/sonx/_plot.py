@@ -41,7 +41,7 @@ def draw(response: Any, show: str, axes: Any, label: str, style: dict[str, Any])
     if not same:  # a shade nearer to the ground
         shade = np.mean([to_rgb(line.get_color()), to_rgb(axes.get_facecolor())], axis=0)
         axes.plot(hertz, right, label=f"{label} right".strip(),
-                  **{**style, "linewidth": 1.5, "linestyle": "--", "color": shade})
+                  **{**style, "linewidth": 1.5, "color": shade})
     if new:
         axes.set_xlim(hertz[0], hertz[-1])
         axes.set_ylabel(_AXES[show])

@@ -2,7 +2,7 @@
 
 from __future__ import annotations
 
-from typing import Any, Literal
+from typing import Any, Literal, SupportsFloat
 
 import numpy as np
 import numpy.typing as npt
@@ -113,6 +113,8 @@ def response(rack: Rack | Effect, level: float = -9.0,
         raise TypeError(f"what is measured is a rack or an effect, not {rack!r}")
     if input not in ("both", "left", "right"):
         raise ValueError(f"input is 'both', 'left' or 'right', not {input!r}")
+    if not isinstance(level, SupportsFloat):
+        raise TypeError(f"level is a number, not {level!r}")
     if not -90 <= level <= 0:
         raise ValueError(f"level = {level} is outside -90 .. 0 dBFS")
     sweep = _sweep(level, rack.rate)

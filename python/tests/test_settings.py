@@ -50,6 +50,7 @@ def test_every_effect_takes_the_ends_of_every_range_and_nothing_beyond():
     (lambda: sonx.ParametricEqualizer(bands=[5]), TypeError, "bands are Band"),
     (lambda: sonx.response([0.5]), TypeError, "a rack or an effect"),
     (lambda: sonx.response(sonx.Reverb(), input="middle"), ValueError, "not 'middle'"),
+    (lambda: sonx.response(sonx.Reverb(), level="loud"), TypeError, "a number, not 'loud'"),
     (lambda: sonx.response(sonx.Reverb(), level=10), ValueError, "outside -90 .. 0 dBFS"),
     (lambda: sonx.write("x.wav", [0.0, float("nan")], 48000), ValueError, "NaN"),
     (lambda: sonx.load("late-evenin"), FileNotFoundError, "did you mean 'late-evening'"),
@@ -74,6 +75,8 @@ def test_bands_are_values_and_parts_of_their_effect():
     effect.bands = effect.bands[1:2]
     assert repr(effect) == "ParametricEqualizer(bands=[Band(type='peak', frequency=2000, gain=-1, q=1)])"
     assert copy.copy(effect.bands[0]) == effect.bands[0]
+    third = sonx.Band(gain=-1 / 3)
+    assert eval(repr(third), vars(sonx)) == third
 
 
 def test_a_rack_is_a_list_that_keeps_its_effects_settings():
