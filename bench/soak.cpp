@@ -8,7 +8,7 @@
 // another setting within the documented ranges. After about a minute of that a subject must be as good
 // as new. It gets a last setting, and so does a fresh one beside it; after a while
 //
-//   level    both have the same within 1 dB
+//   level    both have the same within 1 dB, unless a smart volume remembers the minutes before
 //   silence  neither is silent where the other one sounds, and a handle isn't for a second of sound at
 //            any time
 //   DC       the means of both differ by less than -60 dB of full scale
@@ -117,8 +117,8 @@ class soak {
       }
       const double apart_db = std::abs(ours.level_db() - theirs.level_db());
       // Without input there is only what effects rest at, which has a limit of its own below.
-      const bool audible =
-          in.level_db() > -70.0 && std::max(ours.level_db(), theirs.level_db()) > -80.0;
+      const bool audible = !subject_.level_remembers() && in.level_db() > -70.0 &&
+                           std::max(ours.level_db(), theirs.level_db()) > -80.0;
       if (audible) worst_level_db_ = std::max(worst_level_db_, apart_db);
       if (audible && apart_db > 1.0) fault("levels differ by dB", apart_db);
       const double dc = std::abs(ours.mean() - theirs.mean());

@@ -40,8 +40,10 @@ class subject {
   virtual double rest_s() const = 0;
   // The settings in force, as text; empty where a run's seed is all there is to say.
   virtual std::string settings() const { return ""; }  // from silence to rest; -1: not known
-  // How long after a setting the sound still depends on what was before.
+  // How long after a setting the sound still depends on what was before; and whether its level does for
+  // longer.
   virtual double settle_s() const { return 15.0; }
+  virtual bool level_remembers() const { return false; }
   virtual bool may_be_silent() const { return false; }
 };
 
@@ -197,20 +199,22 @@ class row : public subject {
     sonx_rack_process_f32(rack_, at, at, 2, kFrames);
   }
   bool may_be_silent() const override { return true; }
-  // The smart volume lets go of a gain within several of its release times of up to 10 s, a howling
-  // canceller of its notches within a minute.
+  // A howling canceller lets go of its notches within a minute.
   double settle_s() const override {
-    for (int slot = 0; slot < sonx_rack_slot_count(rack_); ++slot)
-      for (const char* id : {"smart-volume", "howling-canceller", "karaoke"})
-        if (sonx_rack_slot(rack_, slot) == sonx_effect_find(id)) return 90.0;
-    return 15.0;
+    return has("howling-canceller") || has("karaoke") ? 90.0 : 15.0;
   }
+  bool level_remembers() const override { return has("smart-volume"); }
   double rest_s() const override {
     const int tail = sonx_rack_tail(rack_);
     return tail < 0 ? -1.0 : tail / 48000.0;
   }
 
  private:
+  bool has(const char* id) const {
+    for (int slot = 0; slot < sonx_rack_slot_count(rack_); ++slot)
+      if (sonx_rack_slot(rack_, slot) == sonx_effect_find(id)) return true;
+    return false;
+  }
   void load(const std::string& preset) {
     char error[200];
     if (sonx_rack_load(rack_, preset.c_str(), error, sizeof error) == 0) return;
