@@ -8,12 +8,15 @@
 // another setting within the documented ranges. After about a minute of that a subject must be as good
 // as new. It gets a last setting, and so does a fresh one beside it; after a while
 //
-//   level    both have the same within 1 dB, unless a smart volume remembers the minutes before
+//   level    both have the same within 1 dB
 //   silence  neither is silent where the other one sounds, and a handle isn't for a second of sound at
 //            any time
 //   DC       the means of both differ by less than -60 dB of full scale
 //   rest     at the end of a pause both are at rest, the rack within the tail that it promises
 //   NaN      no sample of the rack is anything else than a number within full scale, at any time
+//
+// Level and DC aren't compared where an effect remembers the minutes before, as the smart volume does in
+// its gain and a howling canceller in its notches and its shift.
 //
 // The same seed gives the same run. A fault prints the seed and the time, and ends with status 1.
 #include <chrono>
@@ -115,10 +118,11 @@ class soak {
         same &= std::equal(a.left, a.left + kFrames, b.left) &&
                 std::equal(a.right, a.right + kFrames, b.right);
       }
+      if (subject_.remembers()) return ours;
       const double apart_db = std::abs(ours.level_db() - theirs.level_db());
       // Without input there is only what effects rest at, which has a limit of its own below.
-      const bool audible = !subject_.level_remembers() && in.level_db() > -70.0 &&
-                           std::max(ours.level_db(), theirs.level_db()) > -80.0;
+      const bool audible =
+          in.level_db() > -70.0 && std::max(ours.level_db(), theirs.level_db()) > -80.0;
       if (audible) worst_level_db_ = std::max(worst_level_db_, apart_db);
       if (audible && apart_db > 1.0) fault("levels differ by dB", apart_db);
       const double dc = std::abs(ours.mean() - theirs.mean());
@@ -126,7 +130,7 @@ class soak {
       if (dc > 0.001) fault("DC differs by", dc);
       return ours;
     };
-    play(subject_.settle_s() + 5.0, subject_.settle_s());
+    play(20.0, 15.0);
     ++comparisons_;
     equal_ += same;
     programme_.pause();

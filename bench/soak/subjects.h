@@ -40,10 +40,8 @@ class subject {
   virtual double rest_s() const = 0;
   // The settings in force, as text; empty where a run's seed is all there is to say.
   virtual std::string settings() const { return ""; }  // from silence to rest; -1: not known
-  // How long after a setting the sound still depends on what was before; and whether its level does for
-  // longer.
-  virtual double settle_s() const { return 15.0; }
-  virtual bool level_remembers() const { return false; }
+  // Whether the sound depends on more than the last seconds.
+  virtual bool remembers() const { return false; }
   virtual bool may_be_silent() const { return false; }
 };
 
@@ -199,11 +197,9 @@ class row : public subject {
     sonx_rack_process_f32(rack_, at, at, 2, kFrames);
   }
   bool may_be_silent() const override { return true; }
-  // A howling canceller lets go of its notches within a minute.
-  double settle_s() const override {
-    return has("howling-canceller") || has("karaoke") ? 90.0 : 15.0;
+  bool remembers() const override {
+    return has("smart-volume") || has("howling-canceller") || has("karaoke");
   }
-  bool level_remembers() const override { return has("smart-volume"); }
   double rest_s() const override {
     const int tail = sonx_rack_tail(rack_);
     return tail < 0 ? -1.0 : tail / 48000.0;

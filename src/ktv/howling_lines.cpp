@@ -6,6 +6,7 @@
 #include <cstdlib>
 
 #include "dsp/log2.h"
+#include "fixed.h"
 #include "ktv/howling_internal.h"
 
 namespace {
@@ -60,6 +61,10 @@ int reversed(int i) {
   return r;
 }
 
+// 1 - cosine over a frame, Q30. Wraps at its very middle: that one sample gets the other sign, and all
+// thresholds were measured so.
+int window_q30(int n) { return wrap_sub(1 << 30, cosine(n)); }
+
 // Levels of the newest frame's bins, on the scale of a suspect's. Real samples go through a complex
 // transform of half the length, whose two halves are then told apart.
 constexpr int kLevels = kLastLine + 16;
@@ -68,7 +73,7 @@ void levels_of(const howling_lines* lines, int* level) {
   for (int i = 0; i < kHalf; ++i) {
     const auto windowed = [&](int n) {
       const int64_t x = lines->past[(lines->newest + n) % kLineFrame];
-      return static_cast<int>(x * ((1 << 30) - cosine(n)) >> 28);  // twice the window, 27 bits
+      return static_cast<int>(x * window_q30(n) >> 28);  // twice the window, 27 bits
     };
     z[reversed(i)] = {windowed(2 * i), windowed(2 * i + 1)};
   }
@@ -213,9 +218,9 @@ int narrow_level(const howling_lines* lines, int position, int ago) {
   uint32_t phase = 0;
   int64_t re = 0, im = 0;
   for (int n = 0; n < kHalf; ++n) {
-    const int64_t x = int64_t{lines->past[(lines->newest + kHalf - ago + n) % kLineFrame]} *
-                          ((1 << 30) - cosine(2 * n)) >>
-                      30;
+    const int64_t x =
+        int64_t{lines->past[(lines->newest + kHalf - ago + n) % kLineFrame]} * window_q30(2 * n) >>
+        30;
     const int k = static_cast<int>(phase >> 21);
     re += x * cosine(k) >> 24;
     im += x * sine(k) >> 24;
