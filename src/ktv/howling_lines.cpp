@@ -209,8 +209,10 @@ bool hear_hop(howling_lines* lines, const int* hop) {
 }
 
 bool is_harmonic(const howling_lines* lines, int position) {
-  return std::any_of(lines->harmonics[0], lines->harmonics[0] + 4 * kLinePeaks,
-                     [=](int p) { return p && std::abs(p - position) < kBin; });
+  for (const auto& frame : lines->harmonics)
+    for (const int p : frame)
+      if (p != 0 && std::abs(p - position) < kBin) return true;
+  return false;
 }
 
 int narrow_level(const howling_lines* lines, int position, int ago) {
