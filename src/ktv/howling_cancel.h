@@ -38,22 +38,23 @@
 // How it is cut. A notch of 5/16 of its frequency between the -3 dB points takes its centre out
 // entirely. Howls beside it widen it, to 12/16 at most; when all five are in use the two that
 // lie closest become one. It stays for 2 s, and for 60 s when the howl returns (0.4 s where the
-// evidence was weak, four times as long each time it returns), then gives up its depth over 4.4 s (0.7 s) and is put back at
-// the first sign of the howl. Depth fades, in 2.7 ms going in; to be moved, a notch fades out and
-// in.
+// evidence was weak, four times as long each time it returns), then gives up its depth over 4.4 s
+// (0.7 s where it stayed for less than 6.4 s) and is put back at the first sign of the howl. Depth
+// fades, in 2.7 ms going in; to be moved, a notch fades out and in.
 //
 // Two more lines of defence, both off until they are asked for. The first shifts all frequencies by a
 // few hertz (frequency_shifter.h): what rings glides and leaves the frequency at which it grew.
 // That lets the loop stand some 3 dB louder, and doesn't suit a voice that is heard together with an
 // accompaniment it has to be in tune with. It may come in by itself: when three howls have been
-// proved within seconds, three notches stand, or a loud tone without harmonics just goes on. The second, the last resort, takes gain
-// away, 26 dB in a second, while a howl goes on though all notches are in use, or nothing ends it,
-// and gives it back by 1 dB in 5 s. A tone that neither glides with the shift nor falls with the
+// proved within seconds, three notches stand, or a loud tone without harmonics just goes on. The
+// second, the last resort, takes gain away, 26 dB in a second, while a howl goes on though all notches
+// are in use, or nothing ends it, and gives it back by 1 dB in 5 s. A tone that neither glides with the shift nor falls with the
 // gain comes from outside: it is left alone for the next 10 s.
 //
 // What it doesn't do: howls below some 150 Hz and above 8.2 kHz (at 48 kHz) are not heard, above
-// 5.8 kHz only slowly, more than five narrow ones at once are cut only by wide notches, and a solo note without harmonics
-// that grows slowly may lose a twentieth of a second to a trial.
+// 5.8 kHz only slowly, and more than five narrow ones at once are cut only by wide notches. A solo note
+// without harmonics that grows slowly may lose a twentieth of a second to a trial; chords and held
+// notes, whose lines stand like a slow ring's, may be cut for seconds.
 //
 // The analysis works on half of whatever rate it gets. All frequencies and times above hold at
 // 48 kHz (within a tenth at 44.1 kHz); at 96 kHz bins are twice as wide and howls are found from

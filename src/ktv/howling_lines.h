@@ -1,7 +1,7 @@
 // Slow rings: a finer look at what the canceller hears. Near its limit a loop rings for seconds
 // without growing, softer than the voice, but always at the same frequency. Frames of 85 ms, one
-// every 43 ms, 11.7 Hz to a bin at 48 kHz, tell such a line from a voice, whose pitch never stands still
-// and whose harmonics stand at multiples of each other.
+// every 43 ms, 11.7 Hz to a bin at 48 kHz, tell such a line from a voice, whose pitch never stands
+// still and whose harmonics stand at multiples of each other.
 #pragma once
 
 #include "ktv/howling_cancel.h"

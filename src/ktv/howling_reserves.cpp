@@ -16,7 +16,7 @@ constexpr int kMostShift = 20;  // Hz
 // The automatic shift. Pressure loses a 512th of itself with every frame: half in 1.9 s.
 constexpr int kPressureFall = 512;
 constexpr int kTooMuch = kProvedHowl * 9 / 4;  // three howls in a second or so
-constexpr int kManyNotches = 3;                // more than music without feedback ever gets
+constexpr int kManyNotches = 3;                // standing at once
 constexpr int kFirstStay = 1875;               // frames, 10 s
 constexpr int kLongestStay = 16 * kFirstStay;
 constexpr int kCalm = 2 * kFirstStay;  // without shift, until the next stay is a short one again
