@@ -195,6 +195,36 @@ constexpr kernel_run notch_row = [](auto& k, auto& s, int n) {
   for (int i = 0; i < count; ++i) s.keep({row[i].share.depth_q20});
 };
 
+// Full scale and near silence, in pieces, from the states that earlier ones left.
+constexpr kernel_run half_band_branches = [](auto& k, auto& s, int n) {
+  int state[8] = {};
+  for (int length : {n, 1, 2, 5, n}) {
+    for (int* x : {s.x, s.y})
+      for (int i = 0; i < kSize - kHistory; ++i) x[i] = s.any() % (s.seed % 3 ? 1 << 25 : 40);
+    k.half_band_branches(state, s.x, s.y, length);
+    s.keep(state, 8);
+    s.keep(s.x, kSize - kHistory);
+  }
+};
+
+// The converters' shapes, rows up to the bounds of their halves, samples up to the rails.
+constexpr kernel_run polyphase_q15 = [](auto& k, auto& s, int n) {
+  constexpr polyphase kShapes[] = {{nullptr, 3, 48, 1},  {nullptr, 1, 144, 3},
+                                   {nullptr, 11, 48, 8}, {nullptr, 8, 64, 11},
+                                   {nullptr, 3, 24, 2},  {nullptr, 4, 128, 11}};
+  polyphase f = kShapes[s.random() % std::size(kShapes)];
+  std::vector<int16_t> rows(11 * 144), x(4000), out(12 * 300, 7);
+  const int most = 4 * 32767 / f.taps;  // of a word, so that half a row stays below 2.0
+  const auto word = [&](int limit) {
+    return static_cast<int16_t>(s.seed % 3 ? s.any() % (limit + 1) : s.pick({limit, -limit}));
+  };
+  for (int16_t& v : rows) v = word(most);
+  for (int16_t& v : x) v = s.seed % 2 ? word(32767) : int16_t{-32768};
+  f.rows = rows.data();
+  k.polyphase_q15(f, x.data(), out.data(), std::min(n, 300));
+  s.keep(out.data(), 12 * 300);
+};
+
 constexpr kernel_run allpass_block = [](auto& k, auto& s, int n) {
   allpass section = {s.pick({4096, 4096, -4096, INT32_MAX}), s.out.data(), 0, 0};
   section.length = s.pick({-1, 1, 7, 8, 100, 241, 300});

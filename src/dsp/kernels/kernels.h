@@ -58,6 +58,13 @@ struct iir_chain {
   int count;
 };
 
+// A filter that makes `phases` samples of `period`, from the newest `taps` at each. rows holds a row
+// of taps words, Q15, for every phase; polyphase.h has the bounds of a row.
+struct polyphase {
+  const int16_t* rows;
+  int phases, taps, period;
+};
+
 struct kernel_table {
   const char* name;  // portable, avx2, neon
 
@@ -124,6 +131,13 @@ struct kernel_table {
   // the same bits as notch_block and fade for each.
   void (*notch_row)(notch_share* row, int count, int* x, int n);
 
+  // n samples of two signals in place, each through its branch of a half-band filter: the same bits
+  // as half_band_step. State branch by branch; no sample or state reaches 2^30.
+  void (*half_band_branches)(int* state, int* x0, int* x1, int n);
+  // 16-bit samples, periods of them: out[p phases + m] is dot_product_q15 of the row m period mod
+  // phases with x[p period + m period / phases ...]. out doesn't overlap x.
+  void (*polyphase_q15)(const polyphase& filter, const int16_t* x, int16_t* out, int periods);
+
   // ---- Delay lines. n < 1 does nothing.
 
   // n samples in place: the same bits as n calls of allpass_process.
@@ -168,6 +182,8 @@ struct kernel_table {
   kernel(iir_chains_32)              \
   kernel(iir_chains_wrapping)        \
   kernel(notch_row)                  \
+  kernel(half_band_branches)         \
+  kernel(polyphase_q15)              \
   kernel(allpass_block)              \
   kernel(comb_quartets_add_16)       \
   kernel(comb_quartets_add_24)       \
