@@ -2,6 +2,8 @@
 // around the buffers. Each name in SONX_KERNELS has a run below.
 #include <gtest/gtest.h>
 
+#include <cmath>
+
 #include "dsp/kernels/kernels.h"
 #include "dsp/kernels/nonlinear.h"
 #include "fixed.h"
@@ -262,6 +264,22 @@ constexpr kernel_run fft_stage = [](auto& k, auto& s, int) {
   for (complex& w : twiddles) w = {s.any() >> 2, s.any() >> 2};
   k.fft_stage(data, s.pick({256, 128, 100, 12, 6, 4, 3, 1, 0}), 1 << s.random() % 8, twiddles);
   s.keep(&data[0].re, 2 * (256 + 128));
+};
+
+// Stages of all spans, factors of all angles, words up to the rails.
+constexpr kernel_run butterflies_q15 = [](auto& k, auto& s, int) {
+  const int points = 1 << (1 + s.random() % 8), span = 1 << s.random() % 8;
+  if (2 * span > points) return;
+  int words[512], cosines[256], sines[256];
+  for (int& word : words) word = s.seed % 3 ? int16_t(s.any()) : s.pick({-32768, 32767, 0});
+  for (int i = 0; i < 256; ++i) {
+    const double angle = s.pick({0.0, 0.25, 0.5, 1.0, 1.5}) * M_PI + (s.seed % 2) * s.any();
+    cosines[i] = static_cast<int>(std::lround(32768 * std::cos(angle)));
+    sines[i] = static_cast<int>(std::lround(32768 * std::sin(angle)));
+  }
+  k.butterflies_q15(words, words + 256,
+                    {points, span, cosines, sines, s.random() % 2 == 0, int(s.random() % 3)});
+  s.keep(words, 512);
 };
 
 }  // namespace run

@@ -253,6 +253,23 @@ def toward_zero_by_bias():
     yield within, low(LShR(biased, bits)) == low(toward_zero)
 
 
+# ---- The 16-bit transform.
+
+
+@proves("a butterfly's result, rounded once, from 32 bits", "butterfly.h", "butterfly_vectors.h")
+def butterfly_results():
+    a, r = word("a"), word("r")
+    # |cosine| + |sine| is 46342 steps of Q15 at most.
+    most = 46342 * 32768
+    within = And(a >= -32768, a <= 32767, r >= -most, r <= most)
+    for shift in (0, 1, 2):
+        exact = ((extend(a) << 15) + extend(r) + 2**(14 + shift)) >> (15 + shift)
+        found = (a + ((r + 2**(14 + shift)) >> 15)) >> shift
+        yield within, extend(found) == exact
+        opposite = ((extend(a) << 15) - extend(r) + 2**(14 + shift)) >> (15 + shift)
+        yield within, extend((a + ((-r + 2**(14 + shift)) >> 15)) >> shift) == opposite
+
+
 # ---- Saturations that can't happen.
 
 

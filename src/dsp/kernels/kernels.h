@@ -65,6 +65,16 @@ struct polyphase {
   int phases, taps, period;
 };
 
+// A stage of a 16-bit transform: butterflies of values `span` apart, in points / (2 span) groups of
+// twice as many. Factors cosine - i sine, Q15, either one for each place in a group or one a group.
+// Results are divided by 2^shift, 0..2.
+struct butterfly_stage {
+  int points, span;
+  const int *cosines, *sines;
+  bool factor_a_group;
+  int shift;
+};
+
 struct kernel_table {
   const char* name;  // portable, avx2, neon
 
@@ -154,6 +164,9 @@ struct kernel_table {
   // j-th twiddle (Q28) for the j-th of each half; half is a power of 2. Touches data[0 .. n-1], and
   // up to half values more where n is not a multiple of 2 half. Wraps at 64 bits.
   void (*fft_stage)(complex* data, int n, int half, const complex* twiddles);
+  // (a, b) <- (a + b w, a - b w) for all pairs of a stage: 16-bit words in 32 bits, which
+  // butterfly_result rounds and saturates.
+  void (*butterflies_q15)(int* re, int* im, const butterfly_stage& stage);
 };
 
 // Registration, a kernel a line: what the variants' declarations and the tables are made from.
@@ -187,7 +200,8 @@ struct kernel_table {
   kernel(allpass_block)              \
   kernel(comb_quartets_add_16)       \
   kernel(comb_quartets_add_24)       \
-  kernel(fft_stage)
+  kernel(fft_stage)                  \
+  kernel(butterflies_q15)
 // clang-format on
 
 #define SONX_DECLARE(kernel) std::remove_pointer_t<decltype(kernel_table::kernel)> kernel;
