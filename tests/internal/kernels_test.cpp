@@ -179,6 +179,26 @@ void chains(const kernel_table& k, scene& s, int n) {
 constexpr kernel_run iir_chains_32 = chains<&kernel_table::iir_chains_32>;
 constexpr kernel_run iir_chains_wrapping = chains<&kernel_table::iir_chains_wrapping>;
 
+// Low-passes and sections without meaning; both channels may share their input.
+constexpr kernel_run split_energies = [](auto& k, auto& s, int n) {
+  std::vector<samples> words;
+  for (int i = 0; i < 6; ++i) {
+    words.push_back(s.template pick<samples>({{1015678, 2031357, 1015678, 470823151, -206450411},
+                                              {26099321, 52198643, 26099321, 202063902, -38025733},
+                                              samples(5, INT32_MIN),
+                                              wild(5, s.seed)}));
+    words.push_back(wild(5, unsigned(s.random())));
+  }
+  std::vector<IIR> sections;
+  for (int i = 0; i < 6; ++i) sections.push_back({words[2 * i].data(), words[2 * i + 1].data()});
+  IIR* const pointers[] = {&sections[0], &sections[1], &sections[2],
+                           &sections[3], &sections[4], &sections[5]};
+  const split_channel two[] = {{s.x, pointers, s.wide.data()},
+                               {s.pick({s.x, s.y}), pointers + 3, s.wide.data() + 4}};
+  for (int length : {n, 9, n}) k.split_energies(two, length);
+  for (const samples& word : words) s.keep(word.data(), 5);
+};
+
 // Notches as the canceller sets them, and with factors, outputs and states of more than 32 bits.
 constexpr kernel_run notch_row = [](auto& k, auto& s, int n) {
   notch filters[6];

@@ -42,11 +42,17 @@ static_assert(kFewestBlockFrames >= 8);  // what interleave loads at once
 using int_row = int[kColumns];
 using int64_row = int64_t[kColumns];
 
-struct alignas(32) iir_lanes {
+struct alignas(32) section_rows {
   int64_row first[kMostRows], second[kMostRows];  // the carried sums before the first sample
   int_row coef[kMostRows][5];                     // b0, b1, b2, -a1, -a2
-  int_row lag[kMostRows];                         // the step of a section's first sample
-  int_row head;                                   // -1 where a chain starts in a group of rows
+};
+
+void load_section(section_rows* rows, int row, int column, const IIR& section);
+
+struct alignas(32) iir_lanes {
+  section_rows sections;
+  int_row lag[kMostRows];  // the step of a section's first sample
+  int_row head;            // -1 where a chain starts in a group of rows
   int longest_lag;
   // Results of step n - 2 and of those after it.
   alignas(16) int_row last[kMostLaneLag + 2][kMostRows];

@@ -58,6 +58,13 @@ struct iir_chain {
   int count;
 };
 
+// A channel that three sections split in series: each takes what the one before it has left.
+struct split_channel {
+  const int* in;
+  IIR* const* sections;  // three
+  int64_t* energies;     // four
+};
+
 struct kernel_table {
   const char* name;  // portable, avx2, neon
 
@@ -120,6 +127,10 @@ struct kernel_table {
   void (*iir_chains_32)(const iir_chain* chains, int chain_count, int n);
   // The same with sections of iir_step_wrapping.
   void (*iir_chains_wrapping)(const iir_chain* chains, int chain_count, int n);
+  // Both channels through their sections by iir_step_32: rest = x - y, saturated, is the next one's
+  // x. Adds the sums of squares of the three results and of the last rest to energies[0..3]; wraps.
+  // The six sections are six.
+  void (*split_energies)(const split_channel* two, int n);
   // x in place through count notches one after the other, each of which fades into its own share:
   // the same bits as notch_block and fade for each.
   void (*notch_row)(notch_share* row, int count, int* x, int n);
@@ -167,6 +178,7 @@ struct kernel_table {
   kernel(fir_sums)                   \
   kernel(iir_chains_32)              \
   kernel(iir_chains_wrapping)        \
+  kernel(split_energies)             \
   kernel(notch_row)                  \
   kernel(allpass_block)              \
   kernel(comb_quartets_add_16)       \
