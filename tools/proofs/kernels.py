@@ -139,7 +139,7 @@ def passing_section():
     yield True, low(product >> 28) == x
 
 
-@proves("carried sums are the direct form's products", "iir_lanes.h")
+@proves("carried sums are the direct form's products", "iir_lanes.h", "section_bank.cpp")
 def carried_sums():
     b0, b1, b2, a1, a2 = (Int(name) for name in ("b0", "b1", "b2", "a1", "a2"))
     x, x1, x2, y, y1, y2, new = (Int(name) for name in ("x", "x1", "x2", "y", "y1", "y2", "new"))

@@ -73,4 +73,29 @@ struct row_registers {
   }
 };
 
+// The inputs column by column into rows, n >= 4 of them; the last four may overlap those before.
+template <rule results>
+void interleave(const int* const (&column)[kColumns], int_row* rows, int n) {
+  const auto load_inputs = [](const int* in) {
+    const int32x4_t x = vld1q_s32(in);
+    return results == rule::saturating ? vqshlq_n_s32(x, 5) : x;
+  };
+  for (int next = 0; next < n; next += 4) {
+    const int i = next + 4 <= n ? next : n - 4;
+    const int32x4x4_t x = {{load_inputs(column[0] + i), load_inputs(column[1] + i),
+                            load_inputs(column[2] + i), load_inputs(column[3] + i)}};
+    vst4q_s32(rows[i], x);
+  }
+}
+
+template <rule results>
+void deinterleave(const int_row* rows, int* const (&column)[kColumns], int n) {
+  for (int next = 0; next < n; next += 4) {
+    const int i = next + 4 <= n ? next : n - 4;
+    const int32x4x4_t y = vld4q_s32(rows[i]);
+    for (int c = 0; c < kColumns; ++c)
+      vst1q_s32(column[c] + i, results == rule::saturating ? vshrq_n_s32(y.val[c], 5) : y.val[c]);
+  }
+}
+
 }  // namespace

@@ -29,6 +29,8 @@ struct mix_input {
   int gain_q13;
 };
 
+struct section_bank;  // section_bank.h
+
 constexpr int kFadeFull = 1 << 20;  // Q20
 
 // The share of another signal: moves by step_q20 ahead of every sample and stays within 0..2^20.
@@ -127,6 +129,10 @@ struct kernel_table {
   void (*iir_chains_32)(const iir_chain* chains, int chain_count, int n);
   // The same with sections of iir_step_wrapping.
   void (*iir_chains_wrapping)(const iir_chain* chains, int chain_count, int n);
+  // A slice of kSliceFrames samples through the sections in a bank's rows first_row .. first_row + rows
+  // - 1 by iir_step_32, 1 <= rows <= kBankRows. An output may be the same section's input, or that
+  // of one in a later row or in the next half of its row.
+  void (*section_slice)(section_bank* bank, int first_row, int rows);
   // Both channels through their sections by iir_step_32: rest = x - y, saturated, is the next one's
   // x. Adds the sums of squares of the three results and of the last rest to energies[0..3]; wraps.
   // The six sections are six.
@@ -178,6 +184,7 @@ struct kernel_table {
   kernel(fir_sums)                   \
   kernel(iir_chains_32)              \
   kernel(iir_chains_wrapping)        \
+  kernel(section_slice)              \
   kernel(split_energies)             \
   kernel(notch_row)                  \
   kernel(allpass_block)              \
