@@ -180,6 +180,36 @@ void chains(const kernel_table& k, scene& s, int n) {
 constexpr kernel_run iir_chains_32 = chains<&kernel_table::iir_chains_32>;
 constexpr kernel_run iir_chains_wrapping = chains<&kernel_table::iir_chains_wrapping>;
 
+// Sections that ring and sections without meaning.
+constexpr kernel_run band_tree_32 = [](auto& k, auto& s, int n) {
+  std::vector<samples> words;
+  std::vector<IIR> sections;
+  std::vector<IIR*> pointers;
+  for (int i = 0; i < 26; ++i) {
+    words.push_back(
+        s.template pick<samples>({{1015678, 2031357, 1015678, 470823151, -206450411},
+                                  {279000000, -500000000, 230000000, 520000000, -258000000},
+                                  wild(5, s.seed)}));
+    words.push_back(wild(5, unsigned(s.random())));
+  }
+  for (size_t i = 0; i < 26; ++i)
+    sections.push_back({words[2 * i].data(), words[2 * i + 1].data()});
+  for (IIR& section : sections) pointers.push_back(&section);
+  std::vector<samples> bands(8, samples(256, 7));
+  const auto tree = [&](int* in, IIR** first, samples* band) -> band_tree {
+    return {in,
+            first[0],
+            {first + 1, first + 5, first + 9},
+            {first + 3, first + 7, first + 11},
+            {band[0].data(), band[1].data(), band[2].data(), band[3].data()}};
+  };
+  const band_tree two[] = {tree(s.x, &pointers[0], &bands[0]),
+                           tree(s.pick({s.x, s.y}), &pointers[13], &bands[4])};
+  for (int length : {n, 16, n}) k.band_tree_32(two, std::min(length, 256));
+  for (const samples& word : words) s.keep(word.data(), 5);
+  for (const samples& band : bands) s.keep(band.data(), 256);
+};
+
 // Sections of both kinds in any rows, some of them one behind the other, some lanes empty.
 constexpr kernel_run section_slice = [](auto& k, auto& s, int) {
   section_bank bank;

@@ -125,7 +125,8 @@ def scaled_input():
 # ---- Sections in lanes.
 
 
-@proves("a result five bits down and up again is itself without its low five bits", "iir_lanes.h")
+@proves("a result five bits down and up again is itself without its low five bits", "iir_lanes.h",
+        "band_tree.cpp")
 def handed_on():
     y = word("y")
     yield True, saturate32(extend(y >> 5) * 32) == y & ~31

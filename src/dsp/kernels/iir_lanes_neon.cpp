@@ -34,7 +34,7 @@ void step_lanes(iir_lanes* lanes, int_row* const* signals, int n) {
 
   const auto begin = [&](int t) {
 #pragma GCC unroll 8
-    for (int k = 0; k < all; ++k) row[k].begin(*lanes, k, t);
+    for (int k = 0; k < all; ++k) row[k].begin(lanes->sections, k, t);
   };
   const auto keep = [&](int i) {
 #pragma GCC unroll 8

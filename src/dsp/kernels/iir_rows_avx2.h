@@ -13,6 +13,10 @@ inline __m256i load_sums(const int64_row& row) {
   return _mm256_load_si256(reinterpret_cast<const __m256i*>(row));
 }
 
+inline void store_sums(__m256i sums, int64_row& row) {
+  _mm256_store_si256(reinterpret_cast<__m256i*>(row), sums);
+}
+
 inline __m256i widen(const int_row& row) {
   return _mm256_cvtepi32_epi64(_mm_load_si128(reinterpret_cast<const __m128i*>(row)));
 }
@@ -68,17 +72,19 @@ struct row_registers {
     first = second = y = _mm256_setzero_si256();
   }
 
-  void load_from(const section_rows& sections, int row) {
+  template <int rows>
+  void load_from(const section_rows<rows>& sections, int row) {
     load_coefficients(sections.coef[row]);
     first = load_sums(sections.first[row]);
     second = load_sums(sections.second[row]);
   }
 
   // Loads the state of the sections whose first sample comes at step t.
-  void begin(const iir_lanes& lanes, int row, int t) {
-    const __m256i now = _mm256_cmpeq_epi64(widen(lanes.lag[row]), _mm256_set1_epi64x(t));
-    first = _mm256_blendv_epi8(first, load_sums(lanes.sections.first[row]), now);
-    second = _mm256_blendv_epi8(second, load_sums(lanes.sections.second[row]), now);
+  template <int rows>
+  void begin(const section_rows<rows>& sections, int row, int t) {
+    const __m256i now = _mm256_cmpeq_epi64(widen(sections.lag[row]), _mm256_set1_epi64x(t));
+    first = _mm256_blendv_epi8(first, load_sums(sections.first[row]), now);
+    second = _mm256_blendv_epi8(second, load_sums(sections.second[row]), now);
   }
 
   __m256i sum() const { return mac(first, b0, x); }
@@ -110,6 +116,54 @@ inline void find_results(row_registers (&row)[rows]) {
     row_registers& last = row[rows - 1];
     const __m256i sum = last.sum();
     last.y = saturate(high_halves(sum), _mm256_srli_epi64(sum, 28));
+  }
+}
+
+// The inputs column by column into rows, n >= 8 of them; the last eight may overlap those before.
+template <rule results>
+void interleave(const int* const (&column)[kColumns], int_row* rows, int n) {
+  const auto load_inputs = [](const int* in) {
+    const __m256i x = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(in));
+    return results == rule::saturating ? scaled_input(x) : x;
+  };
+  const auto store = [&](__m256i pair, int low, int high) {
+    _mm_store_si128(reinterpret_cast<__m128i*>(rows[low]), _mm256_castsi256_si128(pair));
+    _mm_store_si128(reinterpret_cast<__m128i*>(rows[high]), _mm256_extracti128_si256(pair, 1));
+  };
+  for (int next = 0; next < n; next += 8) {
+    const int i = next + 8 <= n ? next : n - 8;
+    const __m256i a = load_inputs(column[0] + i), b = load_inputs(column[1] + i);
+    const __m256i c = load_inputs(column[2] + i), d = load_inputs(column[3] + i);
+    const __m256i ab_low = _mm256_unpacklo_epi32(a, b), ab_high = _mm256_unpackhi_epi32(a, b);
+    const __m256i cd_low = _mm256_unpacklo_epi32(c, d), cd_high = _mm256_unpackhi_epi32(c, d);
+    store(_mm256_unpacklo_epi64(ab_low, cd_low), i, i + 4);
+    store(_mm256_unpackhi_epi64(ab_low, cd_low), i + 1, i + 5);
+    store(_mm256_unpacklo_epi64(ab_high, cd_high), i + 2, i + 6);
+    store(_mm256_unpackhi_epi64(ab_high, cd_high), i + 3, i + 7);
+  }
+}
+
+template <rule results>
+void deinterleave(const int_row* rows, int* const (&column)[kColumns], int n) {
+  const auto load_pair = [&](int low, int high) {
+    return _mm256_inserti128_si256(
+        _mm256_castsi128_si256(_mm_load_si128(reinterpret_cast<const __m128i*>(rows[low]))),
+        _mm_load_si128(reinterpret_cast<const __m128i*>(rows[high])), 1);
+  };
+  for (int next = 0; next < n; next += 8) {
+    const int i = next + 8 <= n ? next : n - 8;
+    const auto store = [&](int c, __m256i y) {
+      if (results == rule::saturating) y = _mm256_srai_epi32(y, 5);
+      _mm256_storeu_si256(reinterpret_cast<__m256i*>(column[c] + i), y);
+    };
+    const __m256i a = load_pair(i, i + 4), b = load_pair(i + 1, i + 5);
+    const __m256i c = load_pair(i + 2, i + 6), d = load_pair(i + 3, i + 7);
+    const __m256i ab_low = _mm256_unpacklo_epi32(a, b), ab_high = _mm256_unpackhi_epi32(a, b);
+    const __m256i cd_low = _mm256_unpacklo_epi32(c, d), cd_high = _mm256_unpackhi_epi32(c, d);
+    store(0, _mm256_unpacklo_epi64(ab_low, cd_low));
+    store(1, _mm256_unpackhi_epi64(ab_low, cd_low));
+    store(2, _mm256_unpacklo_epi64(ab_high, cd_high));
+    store(3, _mm256_unpackhi_epi64(ab_high, cd_high));
   }
 }
 

@@ -14,6 +14,11 @@ struct sums {
 
 inline sums load_sums(const int64_row& row) { return {vld1q_s64(row), vld1q_s64(row + 2)}; }
 
+inline void store_sums(sums sum, int64_row& row) {
+  vst1q_s64(row, sum.low);
+  vst1q_s64(row + 2, sum.high);
+}
+
 inline sums product(int32x4_t a, int32x4_t b) {
   return {vmull_s32(vget_low_s32(a), vget_low_s32(b)), vmull_high_s32(a, b)};
 }
@@ -52,17 +57,19 @@ struct row_registers {
     y = vdupq_n_s32(0);
   }
 
-  void load_from(const section_rows& sections, int row) {
+  template <int rows>
+  void load_from(const section_rows<rows>& sections, int row) {
     load_coefficients(sections.coef[row]);
     first = load_sums(sections.first[row]);
     second = load_sums(sections.second[row]);
   }
 
   // Loads the state of the sections whose first sample comes at step t.
-  void begin(const iir_lanes& lanes, int row, int t) {
-    const uint32x4_t now = vceqq_s32(vld1q_s32(lanes.lag[row]), vdupq_n_s32(t));
-    first = change(now, load_sums(lanes.sections.first[row]), first);
-    second = change(now, load_sums(lanes.sections.second[row]), second);
+  template <int rows>
+  void begin(const section_rows<rows>& sections, int row, int t) {
+    const uint32x4_t now = vceqq_s32(vld1q_s32(sections.lag[row]), vdupq_n_s32(t));
+    first = change(now, load_sums(sections.first[row]), first);
+    second = change(now, load_sums(sections.second[row]), second);
   }
 
   template <rule results>

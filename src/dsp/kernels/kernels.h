@@ -60,6 +60,15 @@ struct iir_chain {
   int count;
 };
 
+// A channel that goes through a first section and then through three splits: a split's low sections
+// make a band, its high sections what the next split takes. The last band is what the last one leaves.
+struct band_tree {
+  const int* in;
+  IIR* first;
+  IIR *const *high[3], *const *low[3];  // two sections each
+  int* bands[4];
+};
+
 // A channel that three sections split in series: each takes what the one before it has left.
 struct split_channel {
   const int* in;
@@ -129,6 +138,9 @@ struct kernel_table {
   void (*iir_chains_32)(const iir_chain* chains, int chain_count, int n);
   // The same with sections of iir_step_wrapping.
   void (*iir_chains_wrapping)(const iir_chain* chains, int chain_count, int n);
+  // Up to kBlockFrames samples of both channels through their trees, by iir_step_32. The 26 sections are
+  // 26; the bands overlap neither the inputs nor each other.
+  void (*band_tree_32)(const band_tree* two, int n);
   // A slice of kSliceFrames samples through the sections in a bank's rows first_row .. first_row + rows
   // - 1 by iir_step_32, 1 <= rows <= kBankRows. An output may be the same section's input, or that
   // of one in a later row or in the next half of its row.
@@ -184,6 +196,7 @@ struct kernel_table {
   kernel(fir_sums)                   \
   kernel(iir_chains_32)              \
   kernel(iir_chains_wrapping)        \
+  kernel(band_tree_32)               \
   kernel(section_slice)              \
   kernel(split_energies)             \
   kernel(notch_row)                  \

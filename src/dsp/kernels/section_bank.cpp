@@ -12,7 +12,7 @@ struct lane {
   int b0, b1, b2, a1, a2;
   int64_t first, second;
 
-  lane(const section_rows& rows, int row, int column)
+  lane(const section_rows<kBankRows>& rows, int row, int column)
       : b0(rows.coef[row][0][column]),
         b1(rows.coef[row][1][column]),
         b2(rows.coef[row][2][column]),
@@ -66,7 +66,7 @@ void section_bank_init(section_bank* bank) {
 }
 
 void section_bank_enter(section_bank* bank, int row, int column, const IIR* section) {
-  load_section(&bank->state, row, column, *section);
+  bank->state.load(row, column, *section);
 }
 
 void section_bank_leave(const section_bank* bank, int row, int column, IIR* section) {

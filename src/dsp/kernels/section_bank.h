@@ -16,10 +16,10 @@
 #include "dsp/kernels/kernels.h"
 
 constexpr int kSliceFrames = 16;
-constexpr int kBankRows = kMostRows;
+constexpr int kBankRows = 5;
 
 struct section_bank {
-  section_rows state;
+  section_rows<kBankRows> state;
   const int* in[kBankRows][kColumns];  // slices; silence where no section stands
   int* out[kBankRows][kColumns];
   // The last two samples taken and results, five bits up, the older one first.

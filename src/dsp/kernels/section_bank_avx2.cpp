@@ -45,10 +45,6 @@ inline void store_rows(const __m256i* row, int* const (&column)[kColumns], int s
   store(column[3] + start, _mm256_permute2x128_si256(bd[0], bd[1], 0x31));
 }
 
-inline void store_sums(__m256i sums, int64_row& row) {
-  _mm256_store_si256(reinterpret_cast<__m256i*>(row), sums);
-}
-
 template <int rows>
 void run(section_bank* bank, int first_row) {
   __m256i signal[rows][kSliceFrames];

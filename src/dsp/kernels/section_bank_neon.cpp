@@ -4,11 +4,6 @@
 
 namespace {
 
-inline void store_sums(sums sum, int64_row& row) {
-  vst1q_s64(row, sum.low);
-  vst1q_s64(row + 2, sum.high);
-}
-
 template <int rows>
 void run(section_bank* bank, int first_row) {
   int_row signal[rows][kSliceFrames];
@@ -23,7 +18,7 @@ void run(section_bank* bank, int first_row) {
   for (int t = 0; t < kSliceFrames; ++t)
 #pragma GCC unroll 8
     for (int k = 0; k < rows; ++k) {
-      row[k].step<rule::saturating>(vld1q_s32(signal[k][t]));
+      row[k].template step<rule::saturating>(vld1q_s32(signal[k][t]));
       vst1q_s32(signal[k][t], row[k].y);
     }
 

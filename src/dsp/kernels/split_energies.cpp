@@ -60,7 +60,7 @@ void split_energies_in_lanes(const split_channel* two, int n, split_kernel* kern
     first.store(sections[0]);
     second.store(sections[1]);
     for (int k = 0; k < kSections; ++k)
-      load_section(&lanes.sections, split_row(k), split_lane(c, k), *sections[k]);
+      lanes.sections.load(split_row(k), split_lane(c, k), *sections[k]);
   }
 
   kernel(&lanes, {two[0].in + 4, two[1].in + 4}, n - 4);

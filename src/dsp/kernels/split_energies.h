@@ -29,7 +29,7 @@ constexpr int split_row(int k) { return k / 2; }
 constexpr int split_lane(int c, int k) { return k % 2 * 2 + c; }
 
 struct alignas(32) split_lanes {
-  section_rows sections;
+  section_rows<kSplitRows> sections;
   // Of the last two samples, the older one first: what each section took, its results, and what it
   // left.
   int_row taken[2][kSplitRows], last[2][kSplitRows], rest[2][kSplitRows];

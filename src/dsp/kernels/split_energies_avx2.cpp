@@ -16,10 +16,6 @@ inline void store_rows(__m256i words, int_row (&rows)[kSplitRows]) {
   narrow(odd(words), rows[1]);
 }
 
-inline void store_sums(__m256i sums, int64_row& row) {
-  _mm256_store_si256(reinterpret_cast<__m256i*>(row), sums);
-}
-
 // A word each in lanes 0 and 1 of row 0.
 inline __m256i two_inputs(const int* left, const int* right) {
   return _mm256_castsi128_si256(

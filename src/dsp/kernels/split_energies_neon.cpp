@@ -5,11 +5,6 @@
 
 namespace {
 
-inline void store_sums(sums sum, int64_row& row) {
-  vst1q_s64(row, sum.low);
-  vst1q_s64(row + 2, sum.high);
-}
-
 void run(split_lanes* lanes, const int* const (&in)[2], int n) {
   row_registers row[kSplitRows];
   for (int k = 0; k < kSplitRows; ++k) row[k].load_from(lanes->sections, k);
