@@ -1,4 +1,4 @@
-// The digit-by-digit square root of sqrt_fixed, tekaSpl_SqrtFloor and the bass compressor.
+// The digit-by-digit square root of sqrt_fixed and the bass compressor.
 #pragma once
 
 // Square root of x, rounded to the nearest integer, from the trial bit first_bit (a power of four

@@ -2,10 +2,9 @@
 
 #include <algorithm>
 #include <bit>
+#include <cmath>
 #include <cstdint>
 #include <cstring>
-
-#include "square_root.h"
 
 namespace {
 
@@ -90,7 +89,8 @@ int tekaSpl_Norm32(int value) {
 
 int tekaSpl_NormU32(unsigned int value) { return value == 0 ? 0 : std::countl_zero(value); }
 
+// A double holds every value, and its root, correctly rounded, stays on its side of the integers: the
+// root of a value that isn't a square is 2^-17 away from them or more.
 int tekaSpl_SqrtFloor(unsigned int value) {
-  const uint64_t root = rounded_sqrt<1u << 30>(value);
-  return static_cast<int>(root * root > value ? root - 1 : root);
+  return static_cast<int>(std::sqrt(static_cast<double>(value)));
 }

@@ -2,6 +2,8 @@
 // around the buffers. Each name in SONX_KERNELS has a run below.
 #include <gtest/gtest.h>
 
+#include <cmath>
+
 #include "dsp/kernels/kernels.h"
 #include "dsp/kernels/nonlinear.h"
 #include "dsp/kernels/section_bank.h"
@@ -277,6 +279,36 @@ constexpr kernel_run notch_row = [](auto& k, auto& s, int n) {
   for (int i = 0; i < count; ++i) s.keep({row[i].share.depth_q20});
 };
 
+// Full scale and near silence, in pieces, from the states that earlier ones left.
+constexpr kernel_run half_band_branches = [](auto& k, auto& s, int n) {
+  int state[8] = {};
+  for (int length : {n, 1, 2, 5, n}) {
+    for (int* x : {s.x, s.y})
+      for (int i = 0; i < kSize - kHistory; ++i) x[i] = s.any() % (s.seed % 3 ? 1 << 25 : 40);
+    k.half_band_branches(state, s.x, s.y, length);
+    s.keep(state, 8);
+    s.keep(s.x, kSize - kHistory);
+  }
+};
+
+// The converters' shapes, rows up to the bounds of their halves, samples up to the rails.
+constexpr kernel_run polyphase_q15 = [](auto& k, auto& s, int n) {
+  constexpr polyphase kShapes[] = {{nullptr, 3, 48, 1},  {nullptr, 1, 144, 3},
+                                   {nullptr, 11, 48, 8}, {nullptr, 8, 64, 11},
+                                   {nullptr, 3, 24, 2},  {nullptr, 4, 128, 11}};
+  polyphase f = kShapes[s.random() % std::size(kShapes)];
+  std::vector<int16_t> rows(11 * 144), x(4000), out(12 * 300, 7);
+  const int most = 4 * 32767 / f.taps;  // of a word, so that half a row stays below 2.0
+  const auto word = [&](int limit) {
+    return static_cast<int16_t>(s.seed % 3 ? s.any() % (limit + 1) : s.pick({limit, -limit}));
+  };
+  for (int16_t& v : rows) v = word(most);
+  for (int16_t& v : x) v = s.seed % 2 ? word(32767) : int16_t{-32768};
+  f.rows = rows.data();
+  k.polyphase_q15(f, x.data(), out.data(), std::min(n, 300));
+  s.keep(out.data(), 12 * 300);
+};
+
 constexpr kernel_run allpass_block = [](auto& k, auto& s, int n) {
   allpass section = {s.pick({4096, 4096, -4096, INT32_MAX}), s.out.data(), 0, 0};
   section.length = s.pick({-1, 1, 7, 8, 100, 241, 300});
@@ -314,6 +346,22 @@ constexpr kernel_run fft_stage = [](auto& k, auto& s, int) {
   for (complex& w : twiddles) w = {s.any() >> 2, s.any() >> 2};
   k.fft_stage(data, s.pick({256, 128, 100, 12, 6, 4, 3, 1, 0}), 1 << s.random() % 8, twiddles);
   s.keep(&data[0].re, 2 * (256 + 128));
+};
+
+// Stages of all spans, factors of all angles, words up to the rails.
+constexpr kernel_run butterflies_q15 = [](auto& k, auto& s, int) {
+  const int points = 1 << (1 + s.random() % 8), span = 1 << s.random() % 8;
+  if (2 * span > points) return;
+  int words[512], cosines[256], sines[256];
+  for (int& word : words) word = s.seed % 3 ? int16_t(s.any()) : s.pick({-32768, 32767, 0});
+  for (int i = 0; i < 256; ++i) {
+    const double angle = s.pick({0.0, 0.25, 0.5, 1.0, 1.5}) * M_PI + (s.seed % 2) * s.any();
+    cosines[i] = static_cast<int>(std::lround(32768 * std::cos(angle)));
+    sines[i] = static_cast<int>(std::lround(32768 * std::sin(angle)));
+  }
+  k.butterflies_q15(words, words + 256,
+                    {points, span, cosines, sines, s.random() % 2 == 0, int(s.random() % 3)});
+  s.keep(words, 512);
 };
 
 }  // namespace run

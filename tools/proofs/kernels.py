@@ -216,6 +216,61 @@ def share_of_notch():
     yield True, low(LShR(total, 20)) == low(total >> 20)
 
 
+# ---- Converters.
+
+
+@proves("half the sum of two words fits, and rounds as the whole sum does", "polyphase_avx2.cpp",
+        "polyphase_neon.cpp")
+def half_of_a_sum():
+    a, b = word("a"), word("b")
+    total = extend(a) + extend(b)
+    half = (a >> 1) + (b >> 1) + (a & b & 1)
+    yield True, extend(half) == total >> 1
+    # AVX2 rounds in 32 bits: a half of a row is below 2.0, 65535 steps of Q15.
+    most = 65535 * 32768
+    within = And(a <= most, a >= -most, b <= most, b >= -most)
+    yield within, extend((half + 2**13) >> 14) == (total + 2**14) >> 15
+    # NEON's rounding shift doesn't wrap.
+    yield True, (extend(half) + 2**13) >> 14 == (total + 2**14) >> 15
+
+
+@proves("the product of a magnitude, rounded down, with the sign: rounded toward zero",
+        "half_band_neon.cpp")
+def toward_zero_by_magnitude():
+    a, x, magnitude = Int("a"), Int("x"), Int("magnitude")
+    within = And(a >= 0, a < 2**24, x > -2**30, x < 2**30, magnitude == If(x < 0, -x, x))
+    down = (2 * magnitude * (a * 2**7)) / 2**32  # the doubled product's high word
+    toward_zero = If(x < 0, -((a * magnitude) / 2**24), (a * magnitude) / 2**24)
+    yield within, If(x < 0, -down, down) == toward_zero
+
+
+@proves("a negative product rounds toward zero by adding all but one step", "half_band_avx2.cpp")
+def toward_zero_by_bias():
+    product = wide("product")
+    bits, most = 24, BitVecVal(2**53, 64)
+    within = And(product > -most, product < most)  # |a| below 2^24, |x| below 2^29
+    toward_zero = If(product < 0, -((-product) >> bits), product >> bits)
+    biased = product + If(product < 0, BitVecVal(2**bits - 1, 64), BitVecVal(0, 64))
+    yield within, low(LShR(biased, bits)) == low(toward_zero)
+
+
+# ---- The 16-bit transform.
+
+
+@proves("a butterfly's result, rounded once, from 32 bits", "butterfly.h", "butterfly_vectors.h")
+def butterfly_results():
+    a, r = word("a"), word("r")
+    # |cosine| + |sine| is 46342 steps of Q15 at most.
+    most = 46342 * 32768
+    within = And(a >= -32768, a <= 32767, r >= -most, r <= most)
+    for shift in (0, 1, 2):
+        exact = ((extend(a) << 15) + extend(r) + 2**(14 + shift)) >> (15 + shift)
+        found = (a + ((r + 2**(14 + shift)) >> 15)) >> shift
+        yield within, extend(found) == exact
+        opposite = ((extend(a) << 15) - extend(r) + 2**(14 + shift)) >> (15 + shift)
+        yield within, extend((a + ((-r + 2**(14 + shift)) >> 15)) >> shift) == opposite
+
+
 # ---- Saturations that can't happen.
 
 

@@ -76,6 +76,23 @@ struct split_channel {
   int64_t* energies;     // four
 };
 
+// A filter that makes `phases` samples of `period`, from the newest `taps` at each. rows holds a row
+// of taps words, Q15, for every phase; polyphase.h has the bounds of a row.
+struct polyphase {
+  const int16_t* rows;
+  int phases, taps, period;
+};
+
+// A stage of a 16-bit transform: butterflies of values `span` apart, in points / (2 span) groups of
+// twice as many. Factors cosine - i sine, Q15, either one for each place in a group or one a group.
+// Results are divided by 2^shift, 0..2.
+struct butterfly_stage {
+  int points, span;
+  const int *cosines, *sines;
+  bool factor_a_group;
+  int shift;
+};
+
 struct kernel_table {
   const char* name;  // portable, avx2, neon
 
@@ -153,6 +170,13 @@ struct kernel_table {
   // the same bits as notch_block and fade for each.
   void (*notch_row)(notch_share* row, int count, int* x, int n);
 
+  // n samples of two signals in place, each through its branch of a half-band filter: the same bits
+  // as half_band_step. State branch by branch; no sample or state reaches 2^30.
+  void (*half_band_branches)(int* state, int* x0, int* x1, int n);
+  // 16-bit samples, periods of them: out[p phases + m] is dot_product_q15 of the row m period mod
+  // phases with x[p period + m period / phases ...]. out doesn't overlap x.
+  void (*polyphase_q15)(const polyphase& filter, const int16_t* x, int16_t* out, int periods);
+
   // ---- Delay lines. n < 1 does nothing.
 
   // n samples in place: the same bits as n calls of allpass_process.
@@ -169,6 +193,9 @@ struct kernel_table {
   // j-th twiddle (Q28) for the j-th of each half; half is a power of 2. Touches data[0 .. n-1], and
   // up to half values more where n is not a multiple of 2 half. Wraps at 64 bits.
   void (*fft_stage)(complex* data, int n, int half, const complex* twiddles);
+  // (a, b) <- (a + b w, a - b w) for all pairs of a stage: 16-bit words in 32 bits, which
+  // butterfly_result rounds and saturates.
+  void (*butterflies_q15)(int* re, int* im, const butterfly_stage& stage);
 };
 
 // Registration, a kernel a line: what the variants' declarations and the tables are made from.
@@ -200,10 +227,13 @@ struct kernel_table {
   kernel(section_slice)              \
   kernel(split_energies)             \
   kernel(notch_row)                  \
+  kernel(half_band_branches)         \
+  kernel(polyphase_q15)              \
   kernel(allpass_block)              \
   kernel(comb_quartets_add_16)       \
   kernel(comb_quartets_add_24)       \
-  kernel(fft_stage)
+  kernel(fft_stage)                  \
+  kernel(butterflies_q15)
 // clang-format on
 
 #define SONX_DECLARE(kernel) std::remove_pointer_t<decltype(kernel_table::kernel)> kernel;
