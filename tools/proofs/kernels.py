@@ -77,7 +77,7 @@ def lifted_shift():
 
 
 @proves("a quotient's low word comes from a logical shift, in either half", "vectors_avx2.h",
-        "comb_bank_avx2.cpp", "iir_lanes_avx2.cpp")
+        "comb_bank_avx2.cpp", "iir_rows_avx2.h")
 def low_word_of_shift():
     x = wide("x")
     for bits in range(1, 32):
@@ -103,7 +103,7 @@ def saturate_by_signs():
     yield True, If(overflow < 0, limit_of(a), difference) == saturate32(extend(a) - extend(b))
 
 
-@proves("the sections' saturation, two rows at once", "iir_lanes_avx2.cpp")
+@proves("the sections' saturation, two rows at once", "iir_rows_avx2.h")
 def lanes_saturate():
     x = wide("x")
     for shifted in (low(LShR(x, 28)), high(x << 4)):
@@ -112,20 +112,21 @@ def lanes_saturate():
         yield True, mended == silence(saturate32(x >> 28))
 
 
-@proves("a sample five bits up is the clamped one, with ones where it was clamped",
-        "iir_lanes_avx2.cpp")
+@proves("a sample five bits up is the clamped one, less 1 where that wraps",
+        "iir_rows_avx2.h")
 def scaled_input():
     x = word("x")
-    largest = BitVecVal(2**26 - 1, 32)
-    clamped = If(x > largest, largest, If(x < -2**26, BitVecVal(-2**26, 32), x))
-    ones = If(x > largest, BitVecVal(31, 32), BitVecVal(0, 32))
-    yield True, (clamped << 5) | ones == saturate32(extend(x) * 32)
+    beyond = BitVecVal(2**26, 32)
+    clamped = If(x > beyond, beyond, If(x < -2**26, BitVecVal(-2**26, 32), x))
+    yield True, (clamped << 5) - If(clamped == beyond, BitVecVal(1, 32), BitVecVal(0, 32)) == \
+        saturate32(extend(x) * 32)
 
 
 # ---- Sections in lanes.
 
 
-@proves("a result five bits down and up again is itself without its low five bits", "iir_lanes.h")
+@proves("a result five bits down and up again is itself without its low five bits", "iir_lanes.h",
+        "band_tree.cpp")
 def handed_on():
     y = word("y")
     yield True, saturate32(extend(y >> 5) * 32) == y & ~31
@@ -139,7 +140,7 @@ def passing_section():
     yield True, low(product >> 28) == x
 
 
-@proves("carried sums are the direct form's products", "iir_lanes.h")
+@proves("carried sums are the direct form's products", "iir_lanes.h", "section_bank.cpp")
 def carried_sums():
     b0, b1, b2, a1, a2 = (Int(name) for name in ("b0", "b1", "b2", "a1", "a2"))
     x, x1, x2, y, y1, y2, new = (Int(name) for name in ("x", "x1", "x2", "y", "y1", "y2", "new"))

@@ -92,7 +92,8 @@ std::string explain(const CLI::App& app, const CLI::ParseError& error) {
     return commands.empty() ? "one argument too many: '" + unknown.front() + "'"
                             : "there is no command '" + unknown.front() + "'" +
                                   suggestion(unknown.front(), commands);
-  if (&command == &app && error.get_name() == "RequiredError") return "a command is missing";
+  if (error.get_name() == "RequiredError" && command.get_require_subcommand_min() > 0)
+    return "a command is missing";
   const std::string text = error.what();
   if (error.get_name() == "ArgumentMismatch")
     return text.substr(0, text.find(':')) + " needs a value";
