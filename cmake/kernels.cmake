@@ -1,6 +1,8 @@
 # Which of the block kernels are built: those of the processor's instruction set beside the portable
 # ones, or with SONX_KERNELS=portable these alone.
 include(CheckCXXSymbolExists)
+check_cxx_symbol_exists(__x86_64__ "" SONX_TARGET_X86_64)
+check_cxx_symbol_exists(__aarch64__ "" SONX_TARGET_AARCH64)
 
 # Leaves in the list `sources` what the target can run, gives the files of an instruction set that
 # not every such processor has their flags, and sets `definition` for the choice at run time.
@@ -11,8 +13,6 @@ function(sonx_select_kernels sources definition)
   list(FILTER avx2 INCLUDE REGEX "_avx2\\.cpp$")
   list(FILTER neon INCLUDE REGEX "_neon\\.cpp$")
   list(FILTER selected EXCLUDE REGEX "_(avx2|neon)\\.cpp$")
-  check_cxx_symbol_exists(__x86_64__ "" SONX_TARGET_X86_64)
-  check_cxx_symbol_exists(__aarch64__ "" SONX_TARGET_AARCH64)
 
   set(found)
   if(NOT SONX_KERNELS STREQUAL "portable")

@@ -1,10 +1,14 @@
-# Warnings, floating-point rules, and the sanitizers of SONX_SANITIZE, for every target of ours; and
+# Warnings, floating-point rules, atomic words, and the sanitizers of SONX_SANITIZE, for every target of ours; and
 # how shared libraries are linked.
 add_library(sonx_build_flags INTERFACE)
 target_compile_options(sonx_build_flags INTERFACE -Wall -Wextra -Wpedantic -Wshadow)
 # No fused multiply-add: the equalizer's level law, and the designs that tests compare coefficients
 # with, give the same bits on every platform.
 target_compile_options(sonx_build_flags INTERFACE -ffp-contract=off)
+if(SONX_TARGET_AARCH64)
+  # In line: the out-of-line ones bring a static constructor with them.
+  target_compile_options(sonx_build_flags INTERFACE -mno-outline-atomics)
+endif()
 if(SONX_WARNINGS_AS_ERRORS)
   target_compile_options(sonx_build_flags INTERFACE -Werror)
 endif()

@@ -1,9 +1,9 @@
 // The handles as a host may use them: any rate, format, record, setting, period and sample.
 #include <memory>
 
+#include "bits/karaoke_settings.h"
 #include "bits/module.h"
 #include "hp/sonx_hp_effect.h"
-#include "ktv/sonx_ktv.h"
 
 namespace {
 
@@ -77,15 +77,9 @@ void karaoke_handle(trial& t) {
   static period memory[3];
   const std::unique_ptr<void, decltype(&sonx_ktv_deinit)> karaoke(sonx_ktv_init(), sonx_ktv_deinit);
   const auto set = [&] {
-    use_some<sonx_ktv_eq_setparameter, sonx_ktv_set_voice_gain, sonx_ktv_reverb_setroomsize,
-             sonx_ktv_reverb_setdamp, sonx_ktv_reverb_setwet, sonx_ktv_reverb_setdry,
-             sonx_ktv_reverb_setwidth, sonx_ktv_reverb_setgain, sonx_ktv_iirecho_setfeedback,
-             sonx_ktv_iirecho_setwet, sonx_ktv_iirecho_setdry, sonx_ktv_iirecho_setdelay,
-             switched<sonx_ktv_reverb_enable>, switched<sonx_ktv_eq_enable>,
-             switched<sonx_ktv_noise_canceling_enable>, switched<sonx_ktv_gramophone_enable>,
-             switched<sonx_ktv_hw_howling_canceling_enable>, switched<sonx_ktv_compressor_enable>,
-             switched<sonx_ktv_iirecho_enable>, sonx_ktv_howling_canceling_set_shift,
-             sonx_ktv_howling_canceling_set_shift_mode, sonx_ktv_howling_canceling_set_last_resort>(
+    use_some_karaoke_settings<
+        switched<sonx_ktv_hw_howling_canceling_enable>, sonx_ktv_howling_canceling_set_shift,
+        sonx_ktv_howling_canceling_set_shift_mode, sonx_ktv_howling_canceling_set_last_resort>(
         t, karaoke.get());
   };
   for (int frames = 0; frames < t.frames; ++frames) {

@@ -212,26 +212,16 @@ void add_parameter(port_list& ports, const sonx_parameter& p, const std::string&
 // ---- Plugins.
 
 // What kind of plugin an effect is to a host's menus.
-std::string class_of(const std::string& effect) {
+std::string class_of(const sonx_effect& effect) {
   static const std::map<std::string, std::string> classes = {
-      {"headphones", "lv2:SpatialPlugin"},
-      {"karaoke", "lv2:ReverbPlugin"},
-      {"graphic-equalizer", "lv2:MultiEQPlugin"},
-      {"parametric-equalizer", "lv2:ParaEQPlugin"},
-      {"reverb", "lv2:ReverbPlugin"},
-      {"stereo-widening", "lv2:SpatialPlugin"},
-      {"virtual-bass", "lv2:WaveshaperPlugin"},
-      {"smart-volume", "lv2:CompressorPlugin"},
-      {"compressor", "lv2:LimiterPlugin"},
-      {"speaker-boost", "lv2:DynamicsPlugin"},
-      {"balance", "lv2:UtilityPlugin"},
-      {"volume", "lv2:AmplifierPlugin"},
-      {"gramophone", "lv2:SimulatorPlugin"},
-      {"echo", "lv2:DelayPlugin"},
-      {"howling-canceller", "lv2:FilterPlugin"},
-      {"noise-suppressor", "lv2:SpectralPlugin"}};
-  const auto found = classes.find(effect);
-  if (found == classes.end()) throw std::runtime_error("no class of plugins for " + effect);
+      {"chain", "lv2:UtilityPlugin"},       {"equalizer", "lv2:EQPlugin"},
+      {"reverb", "lv2:ReverbPlugin"},       {"delay", "lv2:DelayPlugin"},
+      {"stereo", "lv2:SpatialPlugin"},      {"bass", "lv2:WaveshaperPlugin"},
+      {"dynamics", "lv2:DynamicsPlugin"},   {"level", "lv2:AmplifierPlugin"},
+      {"character", "lv2:SimulatorPlugin"}, {"voice", "lv2:FilterPlugin"}};
+  const auto found = classes.find(effect.category);
+  if (found == classes.end())
+    throw std::runtime_error(std::string("no class of plugins for ") + effect.category);
   return found->second;
 }
 
@@ -266,7 +256,7 @@ void begin_plugin(std::ostream& out, const plugin_text& plugin, const std::strin
 
 void write_effect(std::ostream& out, const sonx_effect& effect) {
   const plugin_text plugin = {effect_uri(effect.id), std::string("Sonx ") + effect.name,
-                              effect.description,    class_of(effect.id),
+                              effect.description,    class_of(effect),
                               effect.inputs,         effect.outputs};
   const auto groups = groups_of(effect);
   for (const auto& [head, name] : groups)

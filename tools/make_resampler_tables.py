@@ -135,7 +135,7 @@ def make_files():
                      for i in range(0, len(words), 12)]
             fixed += "    {" + ",\n     ".join(lines) + "},\n"
         fixed += "};\n"
-    return {"src/spl/by_two_tables.inc": by_two, "src/spl/resample_tables.inc": fixed}
+    return {"src/dsp/kernels/half_band_tables.inc": by_two, "src/spl/resample_tables.inc": fixed}
 
 
 def decibels(value):

@@ -33,6 +33,7 @@ def make_class(entry: CEffect) -> type[Effect]:
     return type("".join(word.capitalize() for word in id.split("-")), (Effect,), {
         **members, "parameters": parameters, "groups": groups,
         "id": id, "title": title, "about": about, "rates": rates,
+        "category": entry.category.decode(),
         "__doc__": text.rstrip(), "__module__": _MODULE, "__signature__": _signature_of_effect(members),
     })
 

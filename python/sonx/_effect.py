@@ -30,6 +30,8 @@ class Effect(Settings):
     title: ClassVar[str]
     #: What it does, in a sentence.
     about: ClassVar[str]
+    #: The kind of effect, for menus: "equalizer", "reverb", "dynamics" ..
+    category: ClassVar[str]
     #: The sample rates that it has, in Hz.
     rates: ClassVar[tuple[int, ...]]
     #: Its lists of sections.

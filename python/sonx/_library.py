@@ -47,11 +47,13 @@ class CEffect(ctypes.Structure):
     outputs: int
     rate_count: int
     parameter_count: int
+    category: bytes
     _fields_ = [
         ("id", c_char_p), ("name", c_char_p), ("description", c_char_p),
         ("inputs", c_int), ("outputs", c_int),
         ("rate_count", c_int), ("rates", POINTER(c_int)),
         ("parameter_count", c_int), ("parameters", POINTER(CParameter)),
+        ("category", c_char_p),
     ]
 
 

@@ -230,11 +230,12 @@ def loads(text: str, rate: int = 48000) -> Rack:
 
 def load(preset: PathLike, rate: int = 48000) -> Rack:
     """A rack from a preset's file, or from one of `presets()` by its name."""
-    known = _shipped()
+    known = _named()
     path = Path(preset)
-    if not path.exists() and str(preset) in known:
+    there = path.exists() and not path.is_dir()
+    if not there and str(preset) in known:
         path = known[str(preset)]
-    elif not path.exists():
+    elif not there:
         raise FileNotFoundError(f"there is no preset '{preset}'{nearest(path.stem, known)}")
     try:
         return loads(path.read_text(encoding="utf-8"), rate)
@@ -243,19 +244,22 @@ def load(preset: PathLike, rate: int = 48000) -> Rack:
 
 
 def presets() -> list[str]:
-    """The names of the presets that come with the package or the library, for `load`."""
-    return sorted(_shipped())
+    """The names of your own presets and of those that come with the package or the library, for
+    `load`."""
+    return sorted(_named())
 
 
-def _shipped() -> dict[str, Path]:
-    """Beside the package, as in a wheel, or in a tree of the source; else where data is shared."""
+def _named() -> dict[str, Path]:
+    """The user's own come first, as with the command; then those beside the package, as in a
+    wheel, or in a tree of the source; then those of the system."""
+    own = os.environ.get("XDG_DATA_HOME") or os.path.expanduser("~/.local/share")
     shared = os.environ.get("XDG_DATA_DIRS") or "/usr/local/share:/usr/share"
     here = Path(__file__).resolve().parent
-    for folder in (here / "presets", here.parents[1] / "presets",
-                   *(Path(data) / "sonx/presets" for data in shared.split(":"))):
-        if found := {path.stem: path for path in folder.glob("*.toml")}:
-            return found
-    return {}
+    found: dict[str, Path] = {}
+    for folder in (Path(own, "sonx/presets"), here / "presets", here.parents[1] / "presets",
+                   *(Path(data, "sonx/presets") for data in shared.split(":"))):
+        found = {path.stem: path for path in folder.glob("*.toml")} | found
+    return found
 
 
 def parse_equalizer(text: str, auto_preamp: bool = False, rate: int = 48000) -> Rack:

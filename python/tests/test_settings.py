@@ -110,6 +110,15 @@ def test_presets_and_published_settings_come_from_files_and_go_there(tmp_path):
     assert "#include <sonx_proc_hal/hp/" in rack.export_c() and "Parametric" in rack._repr_html_()
 
 
+def test_ones_own_presets_hide_those_that_are_shipped(tool, tmp_path, monkeypatch):
+    shipped = sonx.presets()
+    monkeypatch.setenv("XDG_DATA_HOME", str(tmp_path))
+    tool("preset", "save", "speech", "--set", "reverb.room=7")
+    (tmp_path / "small-room").mkdir()  # no preset's file
+    assert (sonx.load("speech")[0].room, sonx.load("small-room").name) == (7, "Small room")
+    assert sonx.presets() == shipped
+
+
 def test_the_types_are_those_of_the_catalogue(tmp_path):
     subprocess.run([sys.executable, "-B", TOP / "python/make_stub.py", "--check"], check=True)
     (tmp_path / "right.py").write_text(

@@ -128,7 +128,7 @@ int look_ahead(int rate) { return kLookAhead * block_frames(rate); }
 extern constinit const effect_definition kSmartVolume = {
     .entry = {"smart-volume", "Smart volume", "Keeps quiet and loud music at the same loudness.", 2,
               2, std::size(kSmartVolumeRates), kSmartVolumeRates, std::size(kSmartVolumeParameters),
-              kSmartVolumeParameters},
+              kSmartVolumeParameters, "dynamics"},
     .whole_blocks = true,
     .latency = no_latency,
     .warm_up = smart_volume_warm_up,
@@ -141,7 +141,7 @@ extern constinit const effect_definition kCompressor = {
     .entry = {"compressor", "Compressor",
               "Makes everything louder and keeps its peaks below a threshold.", 2, 2,
               std::size(kCompressorRates), kCompressorRates, std::size(kCompressorParameters),
-              kCompressorParameters},
+              kCompressorParameters, "dynamics"},
     .whole_blocks = true,
     .latency = look_ahead,
     .warm_up = fixed_time<300>,

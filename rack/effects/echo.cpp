@@ -40,7 +40,7 @@ class echo_processor final : public processor {
 
 extern constinit const effect_definition kEcho = {
     .entry = {"echo", "Echo", "Repeats the sound again and again, each time softer.", 2, 2,
-              std::size(kRates), kRates, std::size(kParameters), kParameters},
+              std::size(kRates), kRates, std::size(kParameters), kParameters, "delay"},
     .whole_blocks = false,
     .latency = no_latency,
     .warm_up = echo_warm_up,

@@ -33,7 +33,7 @@ int never(const double*, int) { return -1; }
 extern constinit const effect_definition kGramophone = {
     .entry = {"gramophone", "Gramophone",
               "Makes a voice sound like an old record through a horn; it keeps a faint noise.", 1,
-              1, std::size(kRates), kRates, 0, nullptr},
+              1, std::size(kRates), kRates, 0, nullptr, "character"},
     .whole_blocks = false,
     .latency = no_latency,
     .warm_up = fixed_time<50>,

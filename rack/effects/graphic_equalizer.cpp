@@ -72,7 +72,7 @@ std::string in_c(const double* values, int, const std::string& name) {
 
 extern constinit const effect_definition kGraphicEqualizer = {
     .entry = {"graphic-equalizer", "Graphic equalizer", "Ten bands an octave apart.", 2, 2,
-              std::size(kRates), kRates, std::size(kParameters), kParameters},
+              std::size(kRates), kRates, std::size(kParameters), kParameters, "equalizer"},
     .whole_blocks = false,
     .latency = no_latency,
     .warm_up = fixed_time<kSettle>,

@@ -130,7 +130,7 @@ extern constinit const effect_definition kHeadphones = {
     .entry =
         {"headphones", "Headphone chain",
          "One effect at a time and a correction for a type of headphones, in front of a limiter.",
-         2, 2, std::size(kRates), kRates, std::size(kParameters), kParameters},
+         2, 2, std::size(kRates), kRates, std::size(kParameters), kParameters, "chain"},
     .whole_blocks = true,
     .latency = look_ahead,
     .warm_up = warm_up,

@@ -47,7 +47,7 @@ class howling_cancellers final : public processor {
 extern constinit const effect_definition kHowlingCanceller = {
     .entry = {"howling-canceller", "Howling canceller",
               "Keeps a microphone that hears its own loudspeaker from howling.", 1, 1,
-              std::size(kRates), kRates, std::size(kParameters), kParameters},
+              std::size(kRates), kRates, std::size(kParameters), kParameters, "voice"},
     .whole_blocks = false,
     .latency = no_latency,
     .warm_up = fixed_time<50>,

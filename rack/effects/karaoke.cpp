@@ -129,7 +129,7 @@ int tail(const double* values, int rate) {
 extern constinit const effect_definition kKaraoke = {
     .entry = {"karaoke", "Karaoke chain",
               "Colours a singer's voice: the mean of both channels goes in, stereo comes out.", 1,
-              2, std::size(kRates), kRates, std::size(kParameters), kParameters},
+              2, std::size(kRates), kRates, std::size(kParameters), kParameters, "chain"},
     .whole_blocks = true,
     .latency = no_latency,
     .warm_up = warm_up,

@@ -79,7 +79,8 @@ class volume final : public processor {
 
 extern constinit const effect_definition kBalance = {
     .entry = {"balance", "Balance", "Evens the ears out, or folds stereo to mono.", 2, 2,
-              std::size(kRates), kRates, std::size(kBalanceParameters), kBalanceParameters},
+              std::size(kRates), kRates, std::size(kBalanceParameters), kBalanceParameters,
+              "level"},
     .whole_blocks = false,
     .latency = no_latency,
     .warm_up = nothing,
@@ -88,7 +89,7 @@ extern constinit const effect_definition kBalance = {
 
 extern constinit const effect_definition kVolume = {
     .entry = {"volume", "Volume", "Louder or softer.", 2, 2, std::size(kRates), kRates,
-              std::size(kVolumeParameters), kVolumeParameters},
+              std::size(kVolumeParameters), kVolumeParameters, "level"},
     .whole_blocks = false,
     .latency = no_latency,
     .warm_up = nothing,

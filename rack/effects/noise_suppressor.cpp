@@ -140,7 +140,7 @@ extern constinit const effect_definition kNoiseSuppressor = {
     .entry = {"noise-suppressor", "Noise suppressor",
               "Takes steady noise, a fan or a street, away from speech; long tones of music are "
               "noise to it.",
-              1, 1, std::size(kRates), kRates, std::size(kParameters), kParameters},
+              1, 1, std::size(kRates), kRates, std::size(kParameters), kParameters, "voice"},
     .whole_blocks = true,
     .latency = latency,
     .warm_up = fixed_time<1500>,

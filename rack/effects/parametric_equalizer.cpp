@@ -296,7 +296,7 @@ std::string in_c(const double* values, int rate, const std::string& name) {
 extern constinit const effect_definition kParametricEqualizer = {
     .entry = {"parametric-equalizer", "Parametric equalizer",
               "Ten sections of any shape, for both channels or for each.", 2, 2, std::size(kRates),
-              kRates, static_cast<int>(kParameters.size()), kParameters.data()},
+              kRates, static_cast<int>(kParameters.size()), kParameters.data(), "equalizer"},
     .whole_blocks = false,
     .latency = no_latency,
     .warm_up = warm_up,

@@ -48,7 +48,7 @@ class reverb_processor final : public processor {
 
 extern constinit const effect_definition kReverb = {
     .entry = {"reverb", "Reverb", "Puts a room around the music.", 2, 2, std::size(kRates), kRates,
-              std::size(kParameters), kParameters},
+              std::size(kParameters), kParameters, "reverb"},
     .whole_blocks = false,
     .latency = no_latency,
     .warm_up = reverb_warm_up,

@@ -119,7 +119,7 @@ int look_ahead(int) { return 240; }
 extern constinit const effect_definition kSpeakerBoost = {
     .entry = {"speaker-boost", "Speaker boost",
               "Makes a small loudspeaker as loud and as full as it can safely be.", 2, 2,
-              std::size(kRates), kRates, std::size(kParameters), kParameters},
+              std::size(kRates), kRates, std::size(kParameters), kParameters, "dynamics"},
     .whole_blocks = true,
     .latency = look_ahead,
     .warm_up = fixed_time<400>,

@@ -93,7 +93,7 @@ class stereo_widening final : public processor {
 
 extern constinit const effect_definition kStereoWidening = {
     .entry = {"stereo-widening", "Stereo widening", "Takes music on headphones out of the head.", 2,
-              2, std::size(kRates), kRates, std::size(kParameters), kParameters},
+              2, std::size(kRates), kRates, std::size(kParameters), kParameters, "stereo"},
     .whole_blocks = false,
     .latency = no_latency,
     .warm_up = warm_up,

@@ -68,7 +68,7 @@ class virtual_bass final : public processor {
 extern constinit const effect_definition kVirtualBass = {
     .entry = {"virtual-bass", "Virtual bass",
               "Lets small loudspeakers and earphones sound as if they reached lower.", 2, 2,
-              std::size(kRates), kRates, std::size(kParameters), kParameters},
+              std::size(kRates), kRates, std::size(kParameters), kParameters, "bass"},
     .whole_blocks = true,
     .latency = no_latency,
     .warm_up = fixed_time<250>,

@@ -11,13 +11,3 @@ void nld_block(NLD* nld, const int* in, int* out, int n);
 // spectral_band_split_process over in[0..n); in may be high, but neither in nor high may be low.
 void spectral_band_split_block(spectral_band_split* split, const int* in, int* low, int* high,
                                int n);
-
-// A splitter and its buffers.
-struct band_splitting {
-  spectral_band_split* split;
-  const int* in;
-  int *low, *high;
-};
-
-// Two splitters side by side, each as above; neither reads what the other writes.
-void spectral_band_splits_block(const band_splitting& left, const band_splitting& right, int n);

@@ -7,6 +7,7 @@
 #include "effects/memory.h"
 #include "effects/rates.h"
 #include "effects/stereo_widening_tables.h"
+#include "effects/widening_stages.h"
 #include "fixed.h"
 
 namespace {
@@ -57,6 +58,35 @@ inline int widened(int d, int high, int low) {
   return wrap_add(high, wrap_sub(wrap_add(wrap_shl(low, 1), d >> 1), low >> 1));
 }
 
+}  // namespace
+
+difference_sections sections_of(const difference_circuit* circuit) {
+  IIR* const* section = circuit->section;
+  return {section + kAllpassLeft, section + kAllpassRight, section[kMidBand],
+          section[kMidLow],       section[kSideLow],       section[kSideHigh]};
+}
+
+void difference_sums(const int* a, const int* b, int* s, int* d, int n) {
+  for (int i = 0; i < n; ++i) {
+    s[i] = wrap_add(a[i], b[i]);
+    d[i] = wrap_sub(a[i], b[i]);
+  }
+}
+
+void difference_mix(const difference_circuit* circuit, const difference_signals& in, int* out_left,
+                    int* out_right, int n) {
+  int* const sides = out_right;
+  for (int i = 0; i < n; ++i) sides[i] = widened(in.d[i], in.side_high[i], in.side_low[i]);
+  kernels().scale_q13(sides, circuit->side_gain, sides, n);
+  for (int i = 0; i < n; ++i) {
+    const int mid = middle(in.s[i], in.mid_band[i], in.mid_low[i]), side = sides[i];
+    out_left[i] = wrap_add(wrap_add(mid, in.a[i] >> 2), side);
+    out_right[i] = wrap_sub(wrap_add(mid, in.b[i] >> 2), side);
+  }
+}
+
+namespace {
+
 // One block of at most kHalfBlockFrames frames, 24-bit samples throughout. The inputs are read before
 // the outputs are written.
 //
@@ -75,29 +105,19 @@ inline void process(difference_circuit* circuit, const int* in_left, const int* 
   int a[kHalfBlockFrames], b[kHalfBlockFrames], s[kHalfBlockFrames], d[kHalfBlockFrames];
   int mid_band[kHalfBlockFrames], mid_low[kHalfBlockFrames];
   int side_high[kHalfBlockFrames], side_low[kHalfBlockFrames];
-  IIR* const* section = circuit->section;
+  const difference_sections section = sections_of(circuit);
 
-  const iir_chain allpasses[] = {{in_left, a, section + kAllpassLeft, 3},
-                                 {in_right, b, section + kAllpassRight, 3}};
+  const iir_chain allpasses[] = {{in_left, a, section.allpass_left, 3},
+                                 {in_right, b, section.allpass_right, 3}};
   kernels().iir_chains_32(allpasses, 2, n);
-  for (int i = 0; i < n; ++i) {
-    s[i] = wrap_add(a[i], b[i]);
-    d[i] = wrap_sub(a[i], b[i]);
-  }
-  const iir_chain bands[] = {{s, mid_band, section + kMidBand, 1},
-                             {s, mid_low, section + kMidLow, 1},
-                             {d, side_low, section + kSideLow, 1},
-                             {d, side_high, section + kSideHigh, 1}};
+  difference_sums(a, b, s, d, n);
+  const iir_chain bands[] = {{s, mid_band, &section.mid_band, 1},
+                             {s, mid_low, &section.mid_low, 1},
+                             {d, side_low, &section.side_low, 1},
+                             {d, side_high, &section.side_high, 1}};
   kernels().iir_chains_32(bands, 4, n);
-
-  int side[kHalfBlockFrames];
-  for (int i = 0; i < n; ++i) side[i] = widened(d[i], side_high[i], side_low[i]);
-  kernels().scale_q13(side, circuit->side_gain, side, n);
-  for (int i = 0; i < n; ++i) {
-    const int mid = middle(s[i], mid_band[i], mid_low[i]);
-    out_left[i] = wrap_add(wrap_add(mid, a[i] >> 2), side[i]);
-    out_right[i] = wrap_sub(wrap_add(mid, b[i] >> 2), side[i]);
-  }
+  difference_mix(circuit, {a, b, s, d, mid_band, mid_low, side_low, side_high}, out_left, out_right,
+                 n);
 }
 
 }  // namespace

@@ -10,6 +10,7 @@
 #include "effects/rates.h"
 #include "effects/room.h"
 #include "effects/stereo_widening_tables.h"
+#include "effects/widening_stages.h"
 #include "fixed.h"
 
 namespace {
@@ -106,12 +107,12 @@ void early_reflector_update(early_reflector* reflector) {
   std::for_each_n(reflector->comb_right, std::size(kCombs), set);
 }
 
-namespace {
-
-// A quarter of the input, so that the sum of four combs doesn't overflow; -1 becomes 0.
-inline void quarter(const int* in, int* fed, int n) {
+// So that the sum of four combs doesn't overflow; -1 becomes 0.
+void reflector_quarter(const int* in, int* fed, int n) {
   for (int i = 0; i < n; ++i) fed[i] = silence_minus_one(in[i] >> 2);
 }
+
+namespace {
 
 // wet = wet x wet gain + in x dry gain, gains Q13; each product and the sum saturate.
 inline void mix(const early_reflector* reflector, const int* in, int* wet, int n) {
@@ -121,20 +122,21 @@ inline void mix(const early_reflector* reflector, const int* in, int* wet, int n
   kernels().add(wet, dry, wet, n);
 }
 
-// One block of at most kBlockFrames frames, 24-bit samples outside the combs' loops. The inputs are
-// read before the outputs are written.
-//
-//   in ─┬─► / 4 ─► high-pass ─► combs ─► all-passes ─► × wet ─► + ─► DC remover ─► out
-//       └────────────────────────────────────────────► × dry ───┘    gains Q13
-inline void process(early_reflector* reflector, const int* in_left, const int* in_right,
-                    int* out_left, int* out_right, int n) {
-  int fed_left[kBlockFrames], fed_right[kBlockFrames];
-  int left[kBlockFrames], right[kBlockFrames];
-  quarter(in_left, fed_left, n);
-  quarter(in_right, fed_right, n);
+}  // namespace
+
+void reflector_feed(early_reflector* reflector, const int* in_left, const int* in_right,
+                    int* fed_left, int* fed_right, int n) {
+  reflector_quarter(in_left, fed_left, n);
+  reflector_quarter(in_right, fed_right, n);
   const iir_chain highpasses[] = {{fed_left, fed_left, &reflector->highpass_left, 1},
                                   {fed_right, fed_right, &reflector->highpass_right, 1}};
   kernels().iir_chains_32(highpasses, 2, n);
+}
+
+void reflector_room(early_reflector* reflector, const int* in_left, const int* in_right,
+                    const int* fed_left, const int* fed_right, int* out_left, int* out_right,
+                    int n) {
+  int left[kBlockFrames], right[kBlockFrames];
   sum_of_combs<24>(
       {{reflector->comb_left, fed_left, left}, {reflector->comb_right, fed_right, right}}, n);
   allpass_series(reflector->allpass_left, left, n);
@@ -144,6 +146,20 @@ inline void process(early_reflector* reflector, const int* in_left, const int* i
   const dc_remove_channel channels[] = {{reflector->dc_left, left, out_left},
                                         {reflector->dc_right, right, out_right}};
   dc_remove_two_24(channels, n);
+}
+
+namespace {
+
+// One block of at most kBlockFrames frames, 24-bit samples outside the combs' loops. The inputs are
+// read before the outputs are written.
+//
+//   in ─┬─► / 4 ─► high-pass ─► combs ─► all-passes ─► × wet ─► + ─► DC remover ─► out
+//       └────────────────────────────────────────────► × dry ───┘    gains Q13
+inline void process(early_reflector* reflector, const int* in_left, const int* in_right,
+                    int* out_left, int* out_right, int n) {
+  int fed_left[kBlockFrames], fed_right[kBlockFrames];
+  reflector_feed(reflector, in_left, in_right, fed_left, fed_right, n);
+  reflector_room(reflector, in_left, in_right, fed_left, fed_right, out_left, out_right, n);
 }
 
 }  // namespace

@@ -154,24 +154,9 @@ int64_t weighted(const band_energies& sums, const int* band_shift) {
 int64_t loudest(const smart_volume_control_t* control, const int* in_left, const int* in_right,
                 int n) {
   band_energies sums[2] = {};  // left, right
-  for_each_block(n, [&](int64_t start, int count) {
-    int rest[2][kBlockFrames], band[2][kBlockFrames];
-    const int* in[2] = {in_left + start, in_right + start};
-    const auto add = [&](int c, int k, const int* x) {
-      sums[c][k] = wrap_add64(sums[c][k], kernels().energy(x, count));
-    };
-    for (int k = 0; k < kSplits; ++k) {
-      const iir_chain chains[] = {{in[0], band[0], &control->low_pass_left[k], 1},
-                                  {in[1], band[1], &control->low_pass_right[k], 1}};
-      kernels().iir_chains_32(chains, 2, count);
-      for (int c = 0; c < 2; ++c) {
-        kernels().subtract(in[c], band[c], rest[c], count);
-        in[c] = rest[c];
-        add(c, k, band[c]);
-      }
-    }
-    for (int c = 0; c < 2; ++c) add(c, kSplits, rest[c]);
-  });
+  const split_channel channels[] = {{in_left, control->low_pass_left, sums[0]},
+                                    {in_right, control->low_pass_right, sums[1]}};
+  kernels().split_energies(channels, n);
   return std::max(weighted(sums[0], control->band_shift), weighted(sums[1], control->band_shift));
 }
 
@@ -223,12 +208,11 @@ void smart_volume_control_process(smart_volume_control_t* control, int* in_left,
   const int target_q17 = saturate32(int64_t{block_gain_q13(control, loudness)} * 16);
 
   for_each_block(n, [=](int64_t start, int count) {
-    int gains_q17[kBlockFrames], left[kBlockFrames], right[kBlockFrames];
+    int gains_q17[kBlockFrames], right[kBlockFrames];
     control->gain = gain_ramp_block<5, 7>(control->gain, target_q17, gains_q17, count);
-    // Both are read before either is written.
-    kernels().scale_each_to_silence_q17(in_left + start, gains_q17, left, count);
+    // The left output may be the right input, and the other way round.
     kernels().scale_each_to_silence_q17(in_right + start, gains_q17, right, count);
-    std::copy_n(left, count, out_left + start);
+    kernels().scale_each_to_silence_q17(in_left + start, gains_q17, out_left + start, count);
     std::copy_n(right, count, out_right + start);
   });
 }

@@ -223,16 +223,15 @@ void split_block(const channel& c, const int* in, int n) {
 // The same for both channels side by side.
 void split_blocks(const channel& left, const int* in_left, const channel& right,
                   const int* in_right, int n) {
-  const iir_chain pre[] = {{in_left, left.high, &left.pre, 1},
-                           {in_right, right.high, &right.pre, 1}};
-  kernels().iir_chains_32(pre, 2, n);
-  const auto split = [&](int k, int* low_left, int* low_right) {
-    spectral_band_splits_block({left.split[k], left.high, low_left, left.high},
-                               {right.split[k], right.high, low_right, right.high}, n);
+  const auto tree_of = [](const channel& c, const int* in) -> band_tree {
+    return {in,
+            c.pre,
+            {c.split[0]->high, c.split[1]->high, c.split[2]->high},
+            {c.split[0]->low, c.split[1]->low, c.split[2]->low},
+            {c.sub, c.low, c.mid, c.high}};
   };
-  split(0, left.sub, right.sub);
-  split(1, left.low, right.low);
-  split(2, left.mid, right.mid);
+  const band_tree trees[] = {tree_of(left, in_left), tree_of(right, in_right)};
+  kernels().band_tree_32(trees, n);
 }
 
 // N of the sketch, in place.

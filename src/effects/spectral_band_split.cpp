@@ -44,11 +44,3 @@ void spectral_band_split_block(spectral_band_split* split, const int* in, int* l
   const iir_chain chains[] = {{in, low, split->low, 2}, {in, high, split->high, 2}};
   kernels().iir_chains_32(chains, 2, n);
 }
-
-void spectral_band_splits_block(const band_splitting& left, const band_splitting& right, int n) {
-  const iir_chain chains[] = {{left.in, left.low, left.split->low, 2},
-                              {left.in, left.high, left.split->high, 2},
-                              {right.in, right.low, right.split->low, 2},
-                              {right.in, right.high, right.split->high, 2}};
-  kernels().iir_chains_32(chains, 4, n);
-}

@@ -2,6 +2,8 @@
 
 #include "dsp/block.h"
 #include "effects/memory.h"
+#include "effects/widening_slices.h"
+#include "effects/widening_stages.h"
 
 void stereo_widening_system_init(stereo_widening_system* system) {
   system->status = 0;
@@ -79,17 +81,24 @@ void stereo_widening_system_er_get_damp(stereo_widening_system* system, int* dam
   on(system->reflector, early_reflector_get_damp, damp);
 }
 
-// Block by block, each stage over the whole block. Work buffers between the stages, so that no
-// stage's left output overwrites its right input when the caller's buffers coincide.
+// Block by block: the sections of all stages side by side over whole slices, each stage over the
+// rest, then the room. Work buffers in between, so that no left output overwrites a right input when
+// the caller's buffers coincide.
 void stereo_widening_system_process(stereo_widening_system* system, int* in_left, int* in_right,
                                     int* out_left, int* out_right, int n) {
   if (!has_memory(system)) return pass(in_left, in_right, out_left, out_right, n);
   for_each_block(n, [=](int64_t start, int count) {
-    int left[kBlockFrames], right[kBlockFrames];
-    difference_circuit_process_block(system->difference, in_left + start, in_right + start, left,
-                                     right, count);
-    crossfeed_network_process_block(system->crossfeed, left, right, left, right, count);
-    early_reflector_process_block(system->reflector, left, right, out_left + start,
-                                  out_right + start, count);
+    int left[kBlockFrames], right[kBlockFrames], fed_left[kBlockFrames], fed_right[kBlockFrames];
+    const int done = widen_slices(system, in_left + start, in_right + start, {left, right},
+                                  {fed_left, fed_right}, count);
+    const int rest = count - done;
+    difference_circuit_process_block(system->difference, in_left + start + done,
+                                     in_right + start + done, left + done, right + done, rest);
+    crossfeed_network_process_block(system->crossfeed, left + done, right + done, left + done,
+                                    right + done, rest);
+    reflector_feed(system->reflector, left + done, right + done, fed_left + done, fed_right + done,
+                   rest);
+    reflector_room(system->reflector, left, right, fed_left, fed_right, out_left + start,
+                   out_right + start, count);
   });
 }

@@ -1,10 +1,11 @@
 #include "spl/fft.h"
 
 #include <algorithm>
+#include <array>
 #include <cstdint>
 
+#include "dsp/kernels/kernels.h"
 #include "fixed.h"
-#include "spl/vectors.h"
 
 namespace {
 
@@ -17,63 +18,101 @@ constexpr int kSine[] = {
 };
 constexpr const int* kCosine = kSine + kMostPoints / 4;
 
-// q15 / 2^(15 + shift), rounded, saturated: a butterfly's one rounding.
-inline short rounded(int64_t q15, int shift) {
-  const int64_t value = (q15 + (int64_t{1} << (14 + shift))) >> (15 + shift);
-  return saturate16(static_cast<int>(value));
-}
-
-// One stage: butterflies of the pairs k and k + span within groups of 2 span, both results divided
-// by 2^shift.
-//
-//   a ──────┬──► + ──► a'       w = e^(-+ 2 pi i j / (2 span)), Q15; sign = +1 forward, -1 inverse
-//   b ─ ×w ─┴──► − ──► b'
-void butterfly_stage(short* data, int points, int span, int sign, int shift) {
-  const int step = kMostPoints / (2 * span);
-  for (int j = 0; j < span; ++j) {
-    const int64_t cosine = kCosine[j * step], sine = sign * kSine[j * step];
-    for (int k = j; k < points; k += 2 * span) {
-      short* a = data + 2 * k;
-      short* b = a + 2 * span;
-      const int64_t real = cosine * b[0] + sine * b[1];
-      const int64_t imaginary = cosine * b[1] - sine * b[0];
-      const int64_t a_real = int64_t{a[0]} * 32768, a_imaginary = int64_t{a[1]} * 32768;
-      a[0] = rounded(a_real + real, shift);
-      a[1] = rounded(a_imaginary + imaginary, shift);
-      b[0] = rounded(a_real - real, shift);
-      b[1] = rounded(a_imaginary - imaginary, shift);
+// Factors of the stages of each span from 1 to 512: e^(-pi i j / span) stands at span + j.
+struct factor_tables {
+  int cosines[kMostPoints], sines[kMostPoints];
+};
+constexpr factor_tables kFactors = [] {
+  factor_tables t = {};
+  for (int span = 1; span < kMostPoints; span *= 2)
+    for (int j = 0; j < span; ++j) {
+      t.cosines[span + j] = kCosine[j * (kMostPoints / 2 / span)];
+      t.sines[span + j] = kSine[j * (kMostPoints / 2 / span)];
     }
+  return t;
+}();
+
+// The same for the first stages, by groups: those of j = 0, 1/2, 1/4, 3/4 of a span.
+constexpr int kEarlyStages = 3;
+constexpr int kEarlyCosines[] = {kCosine[0], kCosine[256], kCosine[128], kCosine[384]};
+constexpr int kEarlySines[] = {kSine[0], kSine[256], kSine[128], kSine[384]};
+
+// The words of N pairs in 32 bits, real and imaginary parts apart.
+struct planes {
+  int words[2 * kMostPoints];
+  int points, stages;
+
+  explicit planes(int log2) : points(1 << log2), stages(log2) {}
+  int* re() { return words; }
+  int* im() { return words + points; }
+};
+
+// k with its ten bits in reverse order.
+constexpr auto kMirrored = [] {
+  std::array<int16_t, kMostPoints> mirrored = {};
+  for (int k = 1; k < kMostPoints; ++k)
+    mirrored[k] = static_cast<int16_t>(mirrored[k / 2] / 2 + k % 2 * (kMostPoints / 2));
+  return mirrored;
+}();
+
+// Words in groups of so many change places with those at the reversed index.
+template <int group, typename Word>
+void reverse_bits(Word* x, int stages) {
+  for (int k = 0; k < 1 << stages; ++k) {
+    const int mirrored = kMirrored[k] >> (kMostStages - stages);
+    if (k < mirrored) std::swap_ranges(x + group * k, x + group * (k + 1), x + group * mirrored);
   }
 }
 
-void bit_reverse(short* data, int stages) {
-  const int points = 1 << stages;
-  for (int k = 1, mirrored = 0; k < points; ++k) {
-    // mirrored + 1 in reversed binary: the carry goes to lower bits.
-    int bit = points >> 1;
-    for (; mirrored & bit; bit >>= 1) mirrored ^= bit;
-    mirrored ^= bit;
-    if (k < mirrored) std::swap_ranges(data + 2 * k, data + 2 * k + 2, data + 2 * mirrored);
-  }
+// All stages; shift_of() says by how much the next one scales down. An inverse transform is the
+// forward one with real and imaginary parts exchanged.
+//
+//   a ──────┬──► + ──► a'       w = e^(-2 pi i j / (2 span)), Q15
+//   b ─ ×w ─┴──► − ──► b'
+//
+// Pairs of the first stages lie close together in reversed order, and far apart in natural order. So
+// those stages come before the reversal: all run over long rows.
+template <typename Shift>
+void transform(int* re, int* im, int stages, Shift shift_of) {
+  const int points = 1 << stages, early = std::min(stages, kEarlyStages);
+  for (int stage = 0; stage < early; ++stage)
+    kernels().butterflies_q15(
+        re, im, {points, points >> (stage + 1), kEarlyCosines, kEarlySines, true, shift_of()});
+  reverse_bits<1>(re, stages);
+  reverse_bits<1>(im, stages);
+  for (int span = 1 << early; span < points; span *= 2)
+    kernels().butterflies_q15(
+        re, im, {points, span, kFactors.cosines + span, kFactors.sines + span, false, shift_of()});
 }
 
-void forward(short* data, int stages) {
-  bit_reverse(data, stages);
-  for (int span = 1; span < 1 << stages; span *= 2) butterfly_stage(data, 1 << stages, span, +1, 1);
+void forward(planes& data) {
+  transform(data.re(), data.im(), data.stages, [] { return 1; });
 }
 
 // A stage's results reach at most 1 + sqrt(2) times the largest word. Up to 13572 that
 // fits as it is, up to 27144 halved once.
-int inverse(short* data, int stages) {
+int inverse(planes& data) {
   int scale = 0;
-  bit_reverse(data, stages);
-  for (int span = 1; span < 1 << stages; span *= 2) {
-    const int peak = tekaSpl_MaxAbsValue16(data, 2 << stages);
+  transform(data.im(), data.re(), data.stages, [&] {
+    const int peak = kernels().peak(data.words, 2 * data.points);
     const int shift = peak <= 13572 ? 0 : peak <= 27144 ? 1 : 2;
-    butterfly_stage(data, 1 << stages, span, -1, shift);
     scale += shift;
-  }
+    return shift;
+  });
   return scale;
+}
+
+void load(const short* pairs, planes& data) {
+  for (int k = 0; k < data.points; ++k) {
+    data.re()[k] = pairs[2 * k];
+    data.im()[k] = pairs[2 * k + 1];
+  }
+}
+void store(planes& data, short* pairs, int n) {
+  for (int k = 0; k < n; ++k) {
+    pairs[2 * k] = static_cast<short>(data.re()[k]);
+    pairs[2 * k + 1] = static_cast<short>(data.im()[k]);
+  }
 }
 
 bool allowed(int stages) { return stages >= 1 && stages <= kMostStages; }
@@ -82,47 +121,55 @@ bool allowed(int stages) { return stages >= 1 && stages <= kMostStages; }
 
 int tekaSpl_ComplexBitReverse(short* data, int stages) {
   if (!allowed(stages)) return -1;
-  bit_reverse(data, stages);
+  reverse_bits<2>(data, stages);
   return 0;
 }
 
 int tekaSpl_ComplexFft(short* data, int stages) {
   if (!allowed(stages)) return -1;
-  forward(data, stages);
+  planes words(stages);
+  load(data, words);
+  forward(words);
+  store(words, data, words.points);
   return 0;
 }
 
 int tekaSpl_ComplexInverseFft(short* data, int stages) {
-  return allowed(stages) ? inverse(data, stages) : -1;
+  if (!allowed(stages)) return -1;
+  planes words(stages);
+  load(data, words);
+  const int scale = inverse(words);
+  store(words, data, words.points);
+  return scale;
 }
 
 // A complex transform with imaginary parts of 0: twice the work of packing even and odd samples
 // into one pair, but no intermediate word exceeds the largest sample.
 int tekaSpl_RealFft(const short* x, short* bins, int stages) {
   if (!allowed(stages)) return -1;
-  const int points = 1 << stages;
-  short data[2 * kMostPoints];
-  for (int n = 0; n < points; ++n) {
-    data[2 * n] = x[n];
-    data[2 * n + 1] = 0;
-  }
-  forward(data, stages);
-  tekaSpl_Copy16(data, bins, points + 2);
-  bins[1] = bins[points + 1] = 0;
+  planes data(stages);
+  std::copy_n(x, data.points, data.re());
+  std::fill_n(data.im(), data.points, 0);
+  forward(data);
+  store(data, bins, data.points / 2 + 1);
+  bins[1] = bins[data.points + 1] = 0;
   return 0;
 }
 
 int tekaSpl_RealInverseFft(const short* bins, short* x, int stages) {
   if (!allowed(stages)) return -1;
-  const int points = 1 << stages;
-  short data[2 * kMostPoints];
-  tekaSpl_Copy16(bins, data, points + 2);
-  data[1] = data[points + 1] = 0;
-  for (int k = 1; k < points / 2; ++k) {  // the upper half mirrors the lower
-    data[2 * (points - k)] = bins[2 * k];
-    data[2 * (points - k) + 1] = saturate16(-bins[2 * k + 1]);
+  planes data(stages);
+  int *const re = data.re(), *const im = data.im(), half = data.points / 2;
+  for (int k = 0; k <= half; ++k) {
+    re[k] = bins[2 * k];
+    im[k] = bins[2 * k + 1];
   }
-  const int scale = inverse(data, stages);
-  for (int n = 0; n < points; ++n) x[n] = data[2 * n];
+  im[0] = im[half] = 0;
+  for (int k = 1; k < half; ++k) {  // the upper half mirrors the lower
+    re[data.points - k] = re[k];
+    im[data.points - k] = saturate16(-im[k]);
+  }
+  const int scale = inverse(data);
+  for (int n = 0; n < data.points; ++n) x[n] = static_cast<short>(re[n]);
   return scale;
 }

@@ -90,7 +90,4 @@ int tekaSpl_Norm32(int value) {
 
 int tekaSpl_NormU32(unsigned int value) { return value == 0 ? 0 : std::countl_zero(value); }
 
-int tekaSpl_SqrtFloor(unsigned int value) {
-  const uint64_t root = rounded_sqrt<1u << 30>(value);
-  return static_cast<int>(root * root > value ? root - 1 : root);
-}
+int tekaSpl_SqrtFloor(unsigned int value) { return static_cast<int>(floor_sqrt(value)); }

@@ -1,3 +1,4 @@
+#include "bits/karaoke_settings.h"
 #include "bits/module.h"
 #include "hp/sonx_hp_effect.h"
 #include "hp/teka_hp_effect.h"
@@ -240,14 +241,7 @@ void karaoke_handles(trial& t) {
   for (int start = 0, n = 0; start + n <= t.frames; start += n) {
     for (void* handle : handles) {
       if (t.once_in(4)) {
-        use_some<sonx_ktv_eq_setparameter, sonx_ktv_set_voice_gain, sonx_ktv_reverb_setroomsize,
-                 sonx_ktv_reverb_setdamp, sonx_ktv_reverb_setwet, sonx_ktv_reverb_setdry,
-                 sonx_ktv_reverb_setwidth, sonx_ktv_reverb_setgain, sonx_ktv_iirecho_setfeedback,
-                 sonx_ktv_iirecho_setwet, sonx_ktv_iirecho_setdry, sonx_ktv_iirecho_setdelay,
-                 switched<sonx_ktv_reverb_enable>, switched<sonx_ktv_eq_enable>,
-                 switched<sonx_ktv_noise_canceling_enable>, switched<sonx_ktv_gramophone_enable>,
-                 switched<sonx_ktv_compressor_enable>, switched<sonx_ktv_iirecho_enable>>(t,
-                                                                                          handle);
+        use_some_karaoke_settings(t, handle);
         // Only one canceller may be at work in a process.
         sonx_ktv_hw_howling_canceling_enable(handle, handle == handles[0] && t.once_in(2));
       } else if (start == 0) {

@@ -63,7 +63,7 @@ void suppressor(trial& t) {
     use<tekaNs_get_prior_source>(t, &ns);
   }
   // The stages one by one.
-  unsigned short magnitudes[kNsxMaxBins], probability[kNsxMaxBins];
+  unsigned short magnitudes[kNsxMaxBins] = {}, probability[kNsxMaxBins];  // zeros give none
   unsigned prior[kNsxMaxBins], post[kNsxMaxBins];
   for (int start = 0; start < 20 * block && start + block <= t.frames; start += block) {
     tekaNsx_DataAnalysis(&ns, &x[size_t(start)], magnitudes);

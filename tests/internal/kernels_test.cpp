@@ -2,8 +2,11 @@
 // around the buffers. Each name in SONX_KERNELS has a run below.
 #include <gtest/gtest.h>
 
+#include <cmath>
+
 #include "dsp/kernels/kernels.h"
 #include "dsp/kernels/nonlinear.h"
+#include "dsp/kernels/section_bank.h"
 #include "fixed.h"
 #include "support/signals.h"
 
@@ -179,6 +182,87 @@ void chains(const kernel_table& k, scene& s, int n) {
 constexpr kernel_run iir_chains_32 = chains<&kernel_table::iir_chains_32>;
 constexpr kernel_run iir_chains_wrapping = chains<&kernel_table::iir_chains_wrapping>;
 
+// Sections that ring and sections without meaning.
+constexpr kernel_run band_tree_32 = [](auto& k, auto& s, int n) {
+  std::vector<samples> words;
+  std::vector<IIR> sections;
+  std::vector<IIR*> pointers;
+  for (int i = 0; i < 26; ++i) {
+    words.push_back(
+        s.template pick<samples>({{1015678, 2031357, 1015678, 470823151, -206450411},
+                                  {279000000, -500000000, 230000000, 520000000, -258000000},
+                                  wild(5, s.seed)}));
+    words.push_back(wild(5, unsigned(s.random())));
+  }
+  for (size_t i = 0; i < 26; ++i)
+    sections.push_back({words[2 * i].data(), words[2 * i + 1].data()});
+  for (IIR& section : sections) pointers.push_back(&section);
+  std::vector<samples> bands(8, samples(256, 7));
+  const auto tree = [&](int* in, IIR** first, samples* band) -> band_tree {
+    return {in,
+            first[0],
+            {first + 1, first + 5, first + 9},
+            {first + 3, first + 7, first + 11},
+            {band[0].data(), band[1].data(), band[2].data(), band[3].data()}};
+  };
+  const band_tree two[] = {tree(s.x, &pointers[0], &bands[0]),
+                           tree(s.pick({s.x, s.y}), &pointers[13], &bands[4])};
+  for (int length : {n, 16, n}) k.band_tree_32(two, std::min(length, 256));
+  for (const samples& word : words) s.keep(word.data(), 5);
+  for (const samples& band : bands) s.keep(band.data(), 256);
+};
+
+// Sections of both kinds in any rows, some of them one behind the other, some lanes empty.
+constexpr kernel_run section_slice = [](auto& k, auto& s, int) {
+  section_bank bank;
+  section_bank_init(&bank);
+  std::vector<samples> words, slices(21, samples(kSliceFrames));
+  std::vector<IIR> sections;
+  for (int i = 0; i < 20; ++i) {
+    words.push_back(
+        s.template pick<samples>({{1015678, 2031357, 1015678, 470823151, -206450411},
+                                  {279000000, -500000000, 230000000, 520000000, -258000000},
+                                  samples(5, INT32_MIN),
+                                  wild(5, s.seed)}));
+    words.push_back(wild(5, unsigned(s.random())));
+  }
+  for (int i = 0; i < 20; ++i) sections.push_back({words[2 * i].data(), words[2 * i + 1].data()});
+  for (int i = 0; i < 20; i += 2)
+    for (int j : {i, i + 1}) {
+      if (s.seed % 7 == 0 && i == 4) continue;
+      bank.in[j / 4][j % 4] = s.seed % 3 == 0 && j > 1 ? slices[j - 2].data() : s.x + 3 * j;
+      bank.out[j / 4][j % 4] = slices[j].data();
+      section_bank_enter(&bank, j / 4, j % 4, &sections[j]);
+    }
+  const int first = static_cast<int>(s.random() % 5),
+            rows = 1 + static_cast<int>(s.random() % (5 - first));
+  for (int call = 0; call < 3; ++call) k.section_slice(&bank, first, rows);
+  for (int j = 4 * first; j < 4 * (first + rows); ++j)
+    section_bank_leave(&bank, j / 4, j % 4, &sections[j]);
+  for (const samples& word : words) s.keep(word.data(), 5);
+  for (const samples& slice : slices) s.keep(slice.data(), kSliceFrames);
+};
+
+// Low-passes and sections without meaning; both channels may share their input.
+constexpr kernel_run split_energies = [](auto& k, auto& s, int n) {
+  std::vector<samples> words;
+  for (int i = 0; i < 6; ++i) {
+    words.push_back(s.template pick<samples>({{1015678, 2031357, 1015678, 470823151, -206450411},
+                                              {26099321, 52198643, 26099321, 202063902, -38025733},
+                                              samples(5, INT32_MIN),
+                                              wild(5, s.seed)}));
+    words.push_back(wild(5, unsigned(s.random())));
+  }
+  std::vector<IIR> sections;
+  for (int i = 0; i < 6; ++i) sections.push_back({words[2 * i].data(), words[2 * i + 1].data()});
+  IIR* const pointers[] = {&sections[0], &sections[1], &sections[2],
+                           &sections[3], &sections[4], &sections[5]};
+  const split_channel two[] = {{s.x, pointers, s.wide.data()},
+                               {s.pick({s.x, s.y}), pointers + 3, s.wide.data() + 4}};
+  for (int length : {n, 9, n}) k.split_energies(two, length);
+  for (const samples& word : words) s.keep(word.data(), 5);
+};
+
 // Notches as the canceller sets them, and with factors, outputs and states of more than 32 bits.
 constexpr kernel_run notch_row = [](auto& k, auto& s, int n) {
   notch filters[6];
@@ -193,6 +277,36 @@ constexpr kernel_run notch_row = [](auto& k, auto& s, int n) {
   }
   k.notch_row(row, count, s.x, n);
   for (int i = 0; i < count; ++i) s.keep({row[i].share.depth_q20});
+};
+
+// Full scale and near silence, in pieces, from the states that earlier ones left.
+constexpr kernel_run half_band_branches = [](auto& k, auto& s, int n) {
+  int state[8] = {};
+  for (int length : {n, 1, 2, 5, n}) {
+    for (int* x : {s.x, s.y})
+      for (int i = 0; i < kSize - kHistory; ++i) x[i] = s.any() % (s.seed % 3 ? 1 << 25 : 40);
+    k.half_band_branches(state, s.x, s.y, length);
+    s.keep(state, 8);
+    s.keep(s.x, kSize - kHistory);
+  }
+};
+
+// The converters' shapes, rows up to the bounds of their halves, samples up to the rails.
+constexpr kernel_run polyphase_q15 = [](auto& k, auto& s, int n) {
+  constexpr polyphase kShapes[] = {{nullptr, 3, 48, 1},  {nullptr, 1, 144, 3},
+                                   {nullptr, 11, 48, 8}, {nullptr, 8, 64, 11},
+                                   {nullptr, 3, 24, 2},  {nullptr, 4, 128, 11}};
+  polyphase f = kShapes[s.random() % std::size(kShapes)];
+  std::vector<int16_t> rows(11 * 144), x(4000), out(12 * 300, 7);
+  const int most = 4 * 32767 / f.taps;  // of a word, so that half a row stays below 2.0
+  const auto word = [&](int limit) {
+    return static_cast<int16_t>(s.seed % 3 ? s.any() % (limit + 1) : s.pick({limit, -limit}));
+  };
+  for (int16_t& v : rows) v = word(most);
+  for (int16_t& v : x) v = s.seed % 2 ? word(32767) : int16_t{-32768};
+  f.rows = rows.data();
+  k.polyphase_q15(f, x.data(), out.data(), std::min(n, 300));
+  s.keep(out.data(), 12 * 300);
 };
 
 constexpr kernel_run allpass_block = [](auto& k, auto& s, int n) {
@@ -232,6 +346,22 @@ constexpr kernel_run fft_stage = [](auto& k, auto& s, int) {
   for (complex& w : twiddles) w = {s.any() >> 2, s.any() >> 2};
   k.fft_stage(data, s.pick({256, 128, 100, 12, 6, 4, 3, 1, 0}), 1 << s.random() % 8, twiddles);
   s.keep(&data[0].re, 2 * (256 + 128));
+};
+
+// Stages of all spans, factors of all angles, words up to the rails.
+constexpr kernel_run butterflies_q15 = [](auto& k, auto& s, int) {
+  const int points = 1 << (1 + s.random() % 8), span = 1 << s.random() % 8;
+  if (2 * span > points) return;
+  int words[512], cosines[256], sines[256];
+  for (int& word : words) word = s.seed % 3 ? int16_t(s.any()) : s.pick({-32768, 32767, 0});
+  for (int i = 0; i < 256; ++i) {
+    const double angle = s.pick({0.0, 0.25, 0.5, 1.0, 1.5}) * M_PI + (s.seed % 2) * s.any();
+    cosines[i] = static_cast<int>(std::lround(32768 * std::cos(angle)));
+    sines[i] = static_cast<int>(std::lround(32768 * std::sin(angle)));
+  }
+  k.butterflies_q15(words, words + 256,
+                    {points, span, cosines, sines, s.random() % 2 == 0, int(s.random() % 3)});
+  s.keep(words, 512);
 };
 
 }  // namespace run

@@ -178,7 +178,7 @@ TEST_F(Bench, WhatCannotBeComparedOrReportedIsSaidInOneLine) {
   write("in.wav", noise(48000, 2, 0.5));
   ASSERT_EQ(run("preset save room.toml --set reverb.room=2"), 0) << output_;
   expect_refused(
-      {{"compare room.toml missing.toml in.wav out", "cannot read 'missing.toml'"},
+      {{"compare room.toml missing.toml in.wav out", "there is no preset 'missing.toml'"},
        {"compare room.toml bypass missing.wav out", "there is no file 'missing.wav'"},
        {"report --in in.wav -o r.html", "a --preset or a --set is missing"},
        {"report --preset room.toml --in in.wav -o r.pdf", "must end in .html"},

@@ -74,6 +74,7 @@ TEST_F(Tool, WhatIsWrongWithARackIsSaidInOneLine) {
        {"play in.wav o.wav --preset two.toml --set reverb.room=1", "write reverb#1 to reverb#2"},
        {"play in.wav o.wav --preset two.toml --set reverb#3.room=1", "stands there 2 times"},
        {"play in.wav o.wav --preset two.toml --set 3.room=1", "slots 1 to 2"},
+       {"play in.wav o.wav --preset nothing", "there is no preset 'nothing'"},
        {"play in.wav o.wav --preset bad.toml", "'bad.toml': line 4: unknown key \"romo\""},
        {"play slow.wav o.wav --preset two.toml --no-convert", "works at 44100, 48000, 96000 and"},
        {"play in.wav in.wav o --preset two.toml", "two files would become 'o/in.wav'"},

@@ -76,6 +76,7 @@ TEST_F(Tool, AWrongCommandLineSaysInOneLineWhatIsWrongAndLeavesTheOldOutputAlone
   expect_refused(
       {// and a part of what is said
        {"", "a command is missing"},
+       {"preset", "a command is missing"},
        {"respnse", "there is no command 'respnse'; did you mean 'response'?"},
        {"hpp in.wav out.wav", "there is no command 'hpp'; did you mean 'hp'?"},
        {"hp in.wav out.wav --romo 3", "no option '--romo'; did you mean '--room'?"},

@@ -48,15 +48,27 @@ std::string names_of_commands(const CLI::App& command) {
   return joined(names);
 }
 
-enum value_kind { kNoValue, kAnything, kWords, kFiles, kFolders, kEffects, kAssignments };
+enum value_kind {
+  kNoValue,
+  kAnything,
+  kWords,
+  kFiles,
+  kFolders,
+  kPresets,
+  kEffects,
+  kAssignments,
+  kTimed
+};
 
 value_kind kind_of(const option_words& option) {
   if (option.type.empty()) return kNoValue;
   if (!option.choices.empty()) return kWords;
   if (option.type == "FILE") return kFiles;
   if (option.type == "FOLDER") return kFolders;
+  if (option.type == "PRESET") return kPresets;
   if (option.type == "EFFECT") return kEffects;
   if (option.type == "EFFECT.PARAMETER=VALUE") return kAssignments;
+  if (option.type == "SECONDS:EFFECT.PARAMETER=VALUE,..") return kTimed;
   return kAnything;
 }
 
@@ -132,10 +144,14 @@ std::string offer_in_bash(const option_words& option) {
       return "_filedir";
     case kFolders:
       return "_filedir -d";
+    case kPresets:
+      return "_sonx_presets";
     case kEffects:
       return "_sonx_words '" + ids_of_effects() + "'";
     case kAssignments:
-      return "_sonx_assignments";
+      return "_sonx_assignments ''";
+    case kTimed:
+      return "_sonx_timed";
     default:
       return ":";
   }
@@ -164,8 +180,14 @@ std::string arguments_in_bash(const CLI::App& command) {
   const std::string before = "    " + path_of(command) + ") ", after = " ;;\n";
   if (const std::string names = names_of_commands(command); !names.empty())
     return before + "_sonx_words '" + names + "'" + after;
-  const auto positionals = words_of_all(command, true);
-  return positionals.empty() ? "" : before + offer_in_bash(positionals.back()) + after;
+  // At any place what any place takes; with files come folders.
+  std::vector<std::string> offers;
+  for (const option_words& option : words_of_all(command, true))
+    if (const std::string offer = offer_in_bash(option);
+        std::find(offers.begin(), offers.end(), offer) == offers.end())
+      offers.push_back(offer);
+  if (offers.size() > 1) std::erase(offers, "_filedir -d");
+  return offers.empty() ? "" : before + joined(offers, "; ") + after;
 }
 
 // ---- zsh.
@@ -180,7 +202,6 @@ std::string in_brackets(const std::string& explanation) {
 }
 
 std::string offer_in_zsh(const option_words& option) {
-  const std::string name = option.type == "EFFECT.PARAMETER=VALUE" ? "assignment" : "value";
   switch (kind_of(option)) {
     case kWords:
       return option.list ? ":value:_values -s , value " + joined(option.choices)
@@ -191,8 +212,12 @@ std::string offer_in_zsh(const option_words& option) {
       return ":folder:_files -/";
     case kEffects:
       return ":effect:(" + ids_of_effects() + ")";
+    case kPresets:
+      return ":preset:_sonx_presets";
     case kAssignments:
       return ":assignment:_sonx_assignments";
+    case kTimed:
+      return ":change:_sonx_timed";
     case kAnything:
       return ":" + in_brackets(option.type).substr(1, in_brackets(option.type).size() - 2) + ":";
     default:
@@ -246,8 +271,12 @@ std::string offer_in_fish(const option_words& option) {
              (option.list ? ")'" : "'");
     case kEffects:
       return " -xa '" + ids_of_effects() + "'";
+    case kPresets:
+      return " -xa '(__sonx_presets)'";
     case kAssignments:
-      return " -xa '(__sonx_assignments)'";
+      return " -xa '(__sonx_assignments \"\")'";
+    case kTimed:
+      return " -xa '(__sonx_timed)'";
     default:
       return " -x";
   }
@@ -265,7 +294,8 @@ std::string lines_in_fish(const CLI::App& command) {
     text += start + " -a " + inner->get_name() + " -d " + quoted(inner->get_description(), "\\'") +
             "\n";
   for (const option_words& option : positionals)
-    if (kind_of(option) == kEffects) text += start + offer_in_fish(option) + "\n";
+    if (kind_of(option) == kEffects || kind_of(option) == kPresets)
+      text += start + offer_in_fish(option) + "\n";
   for (const option_words& option : words_of_all(command, false)) {
     text += start;
     for (const std::string& name : option.names)
@@ -296,22 +326,37 @@ _sonx_list() { # WORDS, parted by commas
   compopt -o nospace
 }
 
-_sonx_assignments() {
-  if [[ $cur != *.* ]]; then
-    mapfile -t COMPREPLY < <(compgen -S . -W ')" +
-         ids_of_effects() + R"(' -- "$cur")
-    compopt -o nospace
-    return
-  fi
-  local word all=()" +
-         assignment_words() + R"(  )
-  for word in "${all[@]}"; do
-    [[ $word == "$cur"* ]] && printf -v word %q "$word" && COMPREPLY+=("$word")
-  done
-  [[ ${COMPREPLY-} == *= ]] && compopt -o nospace
-  # Readline has cut the word behind its = already.
-  [[ $cur == *=* ]] && COMPREPLY=("${COMPREPLY[@]#*=}")
+_sonx_presets() { # files and names
+  local name
+  _filedir toml
+  while IFS= read -r name; do
+    [[ $name == "$cur"* ]] && printf -v name %q "$name" && COMPREPLY+=("$name")
+  done < <(sonx preset list 2>/dev/null | sed '1d; s/  .*//')
   return 0
+}
+
+_sonx_assignments() { # HEAD, which stands before it in the word
+  local word=${cur#"$1"} one cut
+  local slot=${word%%.*} all=()" +
+         assignment_words() + R"(  )
+  if [[ $word != *.* ]]; then
+    mapfile -t COMPREPLY < <(compgen -P "$1" -S . -W ')" +
+         ids_of_effects() + R"(' -- "$word")
+  else
+    for one in "${all[@]}"; do
+      [[ $one == "${slot%%#*}."* ]] || continue
+      one=$slot.${one#*.}
+      [[ $one == "$word"* ]] && printf -v one %q "$one" && COMPREPLY+=("$1$one")
+    done
+  fi
+  [[ ${COMPREPLY-} == *[.=] ]] && compopt -o nospace
+  # Readline has cut the word behind its last = or : already.
+  cut=${cur%"${cur##*[=:]}"}
+  COMPREPLY=("${COMPREPLY[@]#"$cut"}")
+}
+
+_sonx_timed() { # the last of SECONDS:ASSIGNMENT,ASSIGNMENT
+  [[ $cur != *:* ]] || _sonx_assignments "${cur%"${cur##*[:,]}"}"
 }
 
 _sonx() {
@@ -326,6 +371,7 @@ _sonx() {
         command+=-${words[i]} ;;
     esac
   done
+  [[ $cur == --*=* ]] && prev=${cur%%=*} cur=${cur#*=}
   case "$command $prev" in
 )" + values +
          R"(  esac
@@ -348,16 +394,33 @@ std::string zsh_completion(const CLI::App& tool) {
   std::string functions;
   for_each(tool, [&](const CLI::App& command) { functions += "\n" + function_in_zsh(command); });
   return std::string("#compdef sonx\n") + kHead + R"(
+_sonx_presets() {
+  local lines=$(_call_program presets sonx preset list 2>/dev/null | sed '1d; s/   */:/')
+  local -a named=(${(f)lines})
+  _alternative 'presets:preset:{ _describe -t presets preset named }' 'files:file:_files -g "*.toml"'
+}
+
 _sonx_assignments() {
   if [[ $PREFIX != *.* ]]; then
     compadd -S . -- )" +
          ids_of_effects() + R"(
     return
   fi
+  local slot=${PREFIX%%.*}
   local -a all=()" +
          assignment_words() + R"(  )
+  all=(${${(M)all:#${slot%%\#*}.*}#*.})
+  compset -P 1 '*.'
   compadd -S '' -- ${(M)all:#*=}
   compadd -- ${all:#*=}
+}
+
+_sonx_timed() { # the last of SECONDS:ASSIGNMENT,ASSIGNMENT
+  if compset -P '*[:,]'; then
+    _sonx_assignments
+  else
+    _message SECONDS:
+  fi
 }
 )" + functions +
          "\n_sonx \"$@\"\n";
@@ -376,11 +439,26 @@ std::string fish_completion(const CLI::App& tool) {
     test $command = $argv[1]
 end
 
-function __sonx_assignments
+function __sonx_presets
+    sonx preset list 2>/dev/null | tail -n +2 | string replace -r '  +' \t
+    __fish_complete_suffix .toml
+end
+
+function __sonx_value # the word, or what stands behind --option=
+    commandline -ct | string replace -r '^--[a-z-]*=' ''
+end
+
+function __sonx_timed # the last of SECONDS:ASSIGNMENT,ASSIGNMENT
+    set -l head (__sonx_value | string match -r '^.*[:,]')
+    and __sonx_assignments $head
+end
+
+function __sonx_assignments # HEAD, which stands before it in the word
+    set -l number (string replace -- $argv[1] '' (__sonx_value) | string match -r '^[^#.]*(#\d+)\.')
     printf '%s\t%s\n')";
   for (const assignment_word& one : all_assignments())
     text += " \\\n        " + quoted(one.word, "\\'") + " " + quoted(one.explanation, "\\'");
-  text += "\nend\n\n";
+  text += " |\n        string replace -r '^[a-z-]+' \"$argv[1]\\$0$number[2]\"\nend\n\n";
   for_each(tool, [&](const CLI::App& command) { text += lines_in_fish(command); });
   return text;
 }

@@ -2,6 +2,7 @@
 
 #include <CLI/CLI.hpp>
 
+#include <algorithm>
 #include <cctype>
 #include <sstream>
 
@@ -54,19 +55,26 @@ std::string synopsis(const CLI::App& command) {
   return text + "\n";
 }
 
-// Prose flows; what is indented stays as it is, and so do the lines that follow it at once.
+// Prose flows. Of what is indented, `  TERM  what it is` is an item of a list, which goes on where
+// a line is indented further; everything else stays as it is.
 std::string paragraphs(const std::string& prose) {
+  enum { kProse, kItem, kAsItIs } last = kProse;
   std::istringstream lines(prose);
   std::string text;
-  bool as_it_is = false;
   for (std::string line; std::getline(lines, line);) {
-    const bool indented = line.starts_with(' ');
-    if (indented && !as_it_is) text += ".PP\n.nf\n";
-    if (!indented && as_it_is) text += ".fi\n.PP\n";
-    as_it_is = indented;
+    const size_t start = std::min(line.find_first_not_of(' '), line.size());
+    const size_t gap = line.find("  ", start);
+    const bool term = start == 2 && gap != std::string::npos;
+    const auto kind = start == 0 ? kProse : term || last == kItem ? kItem : kAsItIs;
+    if (last == kAsItIs && kind != kAsItIs) text += ".fi\n";
+    if (last != kProse && kind == kProse) text += ".PP\n";
+    if (last != kAsItIs && kind == kAsItIs) text += ".PP\n.nf\n";
+    if (term) text += ".TP\n" + bold(line.substr(start, gap - start)) + "\n";
+    if (kind == kItem) line.erase(0, line.find_first_not_of(' ', term ? gap : start));
     text += line.empty() ? ".PP\n" : escaped(line) + "\n";
+    last = kind;
   }
-  return text + (as_it_is ? ".fi\n" : "");
+  return text + (last == kAsItIs ? ".fi\n" : "");
 }
 
 std::string options_of(const CLI::App& command, bool positional) {

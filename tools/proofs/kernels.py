@@ -77,7 +77,7 @@ def lifted_shift():
 
 
 @proves("a quotient's low word comes from a logical shift, in either half", "vectors_avx2.h",
-        "comb_bank_avx2.cpp", "iir_lanes_avx2.cpp")
+        "comb_bank_avx2.cpp", "iir_rows_avx2.h")
 def low_word_of_shift():
     x = wide("x")
     for bits in range(1, 32):
@@ -103,7 +103,7 @@ def saturate_by_signs():
     yield True, If(overflow < 0, limit_of(a), difference) == saturate32(extend(a) - extend(b))
 
 
-@proves("the sections' saturation, two rows at once", "iir_lanes_avx2.cpp")
+@proves("the sections' saturation, two rows at once", "iir_rows_avx2.h")
 def lanes_saturate():
     x = wide("x")
     for shifted in (low(LShR(x, 28)), high(x << 4)):
@@ -112,20 +112,21 @@ def lanes_saturate():
         yield True, mended == silence(saturate32(x >> 28))
 
 
-@proves("a sample five bits up is the clamped one, with ones where it was clamped",
-        "iir_lanes_avx2.cpp")
+@proves("a sample five bits up is the clamped one, less 1 where that wraps",
+        "iir_rows_avx2.h")
 def scaled_input():
     x = word("x")
-    largest = BitVecVal(2**26 - 1, 32)
-    clamped = If(x > largest, largest, If(x < -2**26, BitVecVal(-2**26, 32), x))
-    ones = If(x > largest, BitVecVal(31, 32), BitVecVal(0, 32))
-    yield True, (clamped << 5) | ones == saturate32(extend(x) * 32)
+    beyond = BitVecVal(2**26, 32)
+    clamped = If(x > beyond, beyond, If(x < -2**26, BitVecVal(-2**26, 32), x))
+    yield True, (clamped << 5) - If(clamped == beyond, BitVecVal(1, 32), BitVecVal(0, 32)) == \
+        saturate32(extend(x) * 32)
 
 
 # ---- Sections in lanes.
 
 
-@proves("a result five bits down and up again is itself without its low five bits", "iir_lanes.h")
+@proves("a result five bits down and up again is itself without its low five bits", "iir_lanes.h",
+        "band_tree.cpp")
 def handed_on():
     y = word("y")
     yield True, saturate32(extend(y >> 5) * 32) == y & ~31
@@ -139,7 +140,7 @@ def passing_section():
     yield True, low(product >> 28) == x
 
 
-@proves("carried sums are the direct form's products", "iir_lanes.h")
+@proves("carried sums are the direct form's products", "iir_lanes.h", "section_bank.cpp")
 def carried_sums():
     b0, b1, b2, a1, a2 = (Int(name) for name in ("b0", "b1", "b2", "a1", "a2"))
     x, x1, x2, y, y1, y2, new = (Int(name) for name in ("x", "x1", "x2", "y", "y1", "y2", "new"))
@@ -213,6 +214,61 @@ def notch_sum():
 def share_of_notch():
     total = wide("total")
     yield True, low(LShR(total, 20)) == low(total >> 20)
+
+
+# ---- Converters.
+
+
+@proves("half the sum of two words fits, and rounds as the whole sum does", "polyphase_avx2.cpp",
+        "polyphase_neon.cpp")
+def half_of_a_sum():
+    a, b = word("a"), word("b")
+    total = extend(a) + extend(b)
+    half = (a >> 1) + (b >> 1) + (a & b & 1)
+    yield True, extend(half) == total >> 1
+    # AVX2 rounds in 32 bits: a half of a row is below 2.0, 65535 steps of Q15.
+    most = 65535 * 32768
+    within = And(a <= most, a >= -most, b <= most, b >= -most)
+    yield within, extend((half + 2**13) >> 14) == (total + 2**14) >> 15
+    # NEON's rounding shift doesn't wrap.
+    yield True, (extend(half) + 2**13) >> 14 == (total + 2**14) >> 15
+
+
+@proves("the product of a magnitude, rounded down, with the sign: rounded toward zero",
+        "half_band_neon.cpp")
+def toward_zero_by_magnitude():
+    a, x, magnitude = Int("a"), Int("x"), Int("magnitude")
+    within = And(a >= 0, a < 2**24, x > -2**30, x < 2**30, magnitude == If(x < 0, -x, x))
+    down = (2 * magnitude * (a * 2**7)) / 2**32  # the doubled product's high word
+    toward_zero = If(x < 0, -((a * magnitude) / 2**24), (a * magnitude) / 2**24)
+    yield within, If(x < 0, -down, down) == toward_zero
+
+
+@proves("a negative product rounds toward zero by adding all but one step", "half_band_avx2.cpp")
+def toward_zero_by_bias():
+    product = wide("product")
+    bits, most = 24, BitVecVal(2**53, 64)
+    within = And(product > -most, product < most)  # |a| below 2^24, |x| below 2^29
+    toward_zero = If(product < 0, -((-product) >> bits), product >> bits)
+    biased = product + If(product < 0, BitVecVal(2**bits - 1, 64), BitVecVal(0, 64))
+    yield within, low(LShR(biased, bits)) == low(toward_zero)
+
+
+# ---- The 16-bit transform.
+
+
+@proves("a butterfly's result, rounded once, from 32 bits", "butterfly.h", "butterfly_vectors.h")
+def butterfly_results():
+    a, r = word("a"), word("r")
+    # |cosine| + |sine| is 46342 steps of Q15 at most.
+    most = 46342 * 32768
+    within = And(a >= -32768, a <= 32767, r >= -most, r <= most)
+    for shift in (0, 1, 2):
+        exact = ((extend(a) << 15) + extend(r) + 2**(14 + shift)) >> (15 + shift)
+        found = (a + ((r + 2**(14 + shift)) >> 15)) >> shift
+        yield within, extend(found) == exact
+        opposite = ((extend(a) << 15) - extend(r) + 2**(14 + shift)) >> (15 + shift)
+        yield within, extend((a + ((-r + 2**(14 + shift)) >> 15)) >> shift) == opposite
 
 
 # ---- Saturations that can't happen.

@@ -37,18 +37,19 @@ where standard error has a line that says why.
 
 Examples:
   sonx effects reverb
-  sonx play in.flac out.flac --preset late-evening.toml
-  sonx play in.wav out.wav --set reverb.room=60 --at 5:reverb.room=20 --tail 3
-  sonx preset save mine.toml --preset late-evening.toml --set compressor.makeup=2
+  sonx play in.flac out.flac --preset late-evening
+  sonx play in.wav out.wav --set reverb.room=60 --at 5:reverb.room=20
+  sonx preset list
+  sonx preset save mine --preset late-evening --set compressor.makeup=2
   sonx hp in.flac out.flac --effect widening
   sonx hp in.wav out.wav --effect eq --eq 6,4,2,0,0,0,0,1,2,3
   sonx hp in.wav out.wav --at 5:effect=bass --at 10:effect=reverb,room=90%
   sonx hp in.wav - --effect bass | aplay
   sonx import headphones.txt -o headphones.toml
-  sonx response --preset headphones.toml --show level,phase --svg picture.svg
+  sonx response --preset headphones.toml --show level,phase --svg level.svg
   sonx compare headphones.toml bypass music.flac folder
   sonx report --preset headphones.toml --in music.flac -o report.html
-  sonx ktv voice.wav out.wav --reverb room=70% --echo delay=250 --voice-gain 6 --tail 2
+  sonx ktv voice.wav out.wav --reverb room=70% --echo delay=250 --tail 2
   sonx denoise noisy.wav out.wav --policy 2
   sonx resample in.wav out.wav --rate 16000)";
 
@@ -56,15 +57,14 @@ Examples:
 
 void set_up(CLI::App& app) {
   app.name("sonx");
-  app.description(
-      "Runs audio files through the effects library, measures it, and shows what it does.");
+  app.description("Runs audio files through the effects library, measures and shows what it does.");
   app.formatter(make_help_formatter());
   app.set_help_flag("-h,--help", "show this help");
   app.require_subcommand(1);
   app.footer(kFooter);
   app.set_version_flag("--version", "sonx " SONX_VERSION, "show the version");
   app.add_flag_callback(
-      "--log", [] { show_debug_log(); }, "show the library's debug log lines on standard error");
+      "--log", [] { show_debug_log(); }, "show the library's log lines on standard error");
   add_play_command(app);
   add_effects_command(app);
   add_preset_command(app);
@@ -92,7 +92,8 @@ std::string explain(const CLI::App& app, const CLI::ParseError& error) {
     return commands.empty() ? "one argument too many: '" + unknown.front() + "'"
                             : "there is no command '" + unknown.front() + "'" +
                                   suggestion(unknown.front(), commands);
-  if (&command == &app && error.get_name() == "RequiredError") return "a command is missing";
+  if (error.get_name() == "RequiredError" && command.get_require_subcommand_min() > 0)
+    return "a command is missing";
   const std::string text = error.what();
   if (error.get_name() == "ArgumentMismatch")
     return text.substr(0, text.find(':')) + " needs a value";

@@ -32,8 +32,8 @@ const char* const kBypass = "bypass";
 const char* const kFooter =
     R"(A and B are presets; the word bypass stands for the recording as it is. Writes
 into the folder:
-  a-NAME.wav, b-NAME.wav  what each makes of IN, the louder one turned down until
-                          both are equally loud (EBU R 128)
+  a-NAME.wav, b-NAME.wav  what each makes of IN, the louder one turned down
+                          until both are equally loud (EBU R 128)
   difference.wav          the first of these less the second
   response.svg            the responses of both, measured as by 'sonx response'
 Latencies are taken out, so that all lies on IN.
@@ -169,8 +169,12 @@ void add_compare_command(CLI::App& app) {
       app.add_subcommand("compare", "hear and see what two presets do to a recording");
   auto options = std::make_shared<compare_options>();
   command->footer(kFooter);
-  command->add_option("A", options->presets[0], "preset, or bypass")->type_name("FILE")->required();
-  command->add_option("B", options->presets[1], "preset, or bypass")->type_name("FILE")->required();
+  command->add_option("A", options->presets[0], "preset, or bypass")
+      ->type_name("PRESET")
+      ->required();
+  command->add_option("B", options->presets[1], "preset, or bypass")
+      ->type_name("PRESET")
+      ->required();
   command->add_option("IN", options->in, "audio file that libsndfile reads")
       ->type_name("FILE")
       ->required();

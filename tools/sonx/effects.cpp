@@ -60,6 +60,7 @@ nlohmann::ordered_json to_json(const sonx_parameter& parameter) {
 nlohmann::ordered_json to_json(const sonx_effect& effect) {
   nlohmann::ordered_json json = {{"id", effect.id},
                                  {"name", effect.name},
+                                 {"category", effect.category},
                                  {"description", effect.description},
                                  {"inputs", effect.inputs},
                                  {"outputs", effect.outputs},
@@ -139,7 +140,7 @@ void print_effect(const sonx_effect& effect) {
 }
 
 void print_all() {
-  text_table table({"effect", "parameters", "rates, kHz", ""});
+  text_table table({"effect", "category", "parameters", "rates, kHz", ""});
   for (int i = 0; i < sonx_effect_count(); ++i) {
     const sonx_effect& effect = *sonx_effect_at(i);
     std::string rates;
@@ -148,7 +149,8 @@ void print_all() {
       std::snprintf(text, sizeof text, "%s%g", rates.empty() ? "" : " ", rate / 1000.0);
       rates += text;
     }
-    table.add({effect.id, std::to_string(effect.parameter_count), rates, effect.description});
+    table.add({effect.id, effect.category, std::to_string(effect.parameter_count), rates,
+               effect.description});
   }
   table.print();
 }

@@ -104,7 +104,7 @@ void add_export_command(CLI::App& app) {
   CLI::App* command = app.add_subcommand("export", "write a preset in another form");
   auto options = std::make_shared<export_options>();
   command->footer(kExportFooter);
-  command->add_option("FILE", options->preset, "preset")->type_name("FILE")->required();
+  command->add_option("FILE", options->preset, "preset")->type_name("PRESET")->required();
   command
       ->add_option("--as", options->form,
                    "c: initialisers for the effects' library; pipewire: the effects as LV2 plugins "

@@ -29,6 +29,19 @@ bool is_of_the_language(const std::string& type) {  // as CLI11 calls it
   return type == "TEXT" || type == "INT" || type == "FLOAT";
 }
 
+// What may be written for "both|left|right|0..2": the words, or without any all of a few numbers.
+std::vector<std::string> words_in(const std::string& argument) {
+  static const std::regex word("[a-z0-9-]*[a-z0-9]"), span(R"((\d+)\.\.(\d+))");
+  std::vector<std::string> words;
+  for (const std::string& part : split_at(argument, '|'))
+    if (std::regex_match(part, word)) words.push_back(part);
+  std::smatch ends;
+  if (!words.empty() || !std::regex_match(argument, ends, span)) return words;
+  const long first = std::stol(ends[1]), last = std::stol(ends[2]);
+  for (long n = first; n <= last && last - first < 10; ++n) words.push_back(std::to_string(n));
+  return words;
+}
+
 // A note comes in front of a default, "how loud [50]".
 std::string with_note(const std::string& text, const std::string& note) {
   const size_t end = text.ends_with(']') ? text.rfind(" [") : text.size();
@@ -95,6 +108,7 @@ option_words words_of(const CLI::Option& option) {
     else
       words.explanation = with_note(words.explanation, limits);
   }
+  words.choices = words_in(words.choices.empty() ? words.argument : limits);
   if (!option.get_default_str().empty()) words.explanation += " [" + option.get_default_str() + "]";
   if (option.get_positional()) {
     words.names = {option.get_name(true)};

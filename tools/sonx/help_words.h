@@ -17,7 +17,7 @@ namespace sonx {
 struct option_words {
   std::vector<std::string> names;    // "-o", "--out"; of a positional, "FILE" alone
   std::string type;                  // "FILE"; empty for a flag
-  std::vector<std::string> choices;  // all that it takes, where that's a list of words
+  std::vector<std::string> choices;  // what it takes, where that's some words or a few numbers
   bool list = false;                 // takes several, parted by commas
   bool repeats = false;
   std::string argument;     // as it's written behind the name: "FILE", "both|left|right", "1..4"

@@ -33,9 +33,11 @@ that effect's defaults.
 
 Examples:
   sonx hp in.wav out.wav --effect reverb --room 80% --damp 30% --tail 3
-  sonx hp in.wav out.wav --effect eq --eq 3,2,0,0,0,-2 --adapter 0 --format 4
-  sonx hp in.wav out.wav --effect 4 --words 2=4096,3=4096,4=5461,5=4096,6=8192,7=127
-  sonx hp in.wav out.wav --at 5:effect=bass --at 10:effect=eq,eq=6,3,0 --at 15:effect=none)";
+  sonx hp in.wav out.wav --effect eq --eq 3,2,0,0,0,-2 --format 4
+  sonx hp in.wav out.wav --effect 4 \
+    --words 2=4096,3=4096,4=5461,5=4096,6=8192,7=127
+  sonx hp in.wav out.wav --at 5:effect=bass --at 10:effect=eq,eq=6,3,0 \
+    --at 15:effect=none)";
 
 struct hp_options {
   file_options files;
@@ -147,7 +149,7 @@ void run(const hp_options& options) {
 
 void add_hp_command(CLI::App& app) {
   CLI::App* command =
-      app.add_subcommand("hp", "run a file through the headphone effect, as an audio HAL does");
+      app.add_subcommand("hp", "play a file by the headphone effect, as a HAL does");
   auto options = std::make_shared<hp_options>();
   command->footer(kFooter);
   options->files.add_to(*command);

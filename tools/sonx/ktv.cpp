@@ -32,7 +32,8 @@ is as long as the input: an echo's or a reverb's tail comes
 with --tail.
 
 Examples:
-  sonx ktv voice.wav out.wav --reverb room=70%,damp=40%,wet=60%,dry=50% --tail 2
+  sonx ktv voice.wav out.wav --reverb room=70%,damp=40%,wet=60%,dry=50% \
+    --tail 2
   sonx ktv voice.wav out.wav --echo delay=250,feedback=60% --tail 2
   sonx ktv voice.wav out.wav --eq 0,0,-3,0,0,2,3,2,0,0 --voice-gain 6
   sonx ktv voice.wav out.wav --gramophone)";

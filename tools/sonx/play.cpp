@@ -39,12 +39,15 @@ keeps both.
 A timed change comes in as the rack brings it in, without a click.
 Several files go into a folder, each under its name. --jobs of them are worked
 on at a time, each on its own, so that no result depends on the others.
+'sonx preset list' has the presets that go by a name.
 
 Examples:
-  sonx play in.wav out.wav --preset late-evening.toml
-  sonx play in.wav out.wav --set reverb.room=60 --at 5:reverb.room=20 --tail 3
-  sonx play in.wav out.wav --preset my.toml --at 2:2.enabled=off --at 4:2.enabled=on
-  sonx play *.flac folder --preset late-evening.toml --jobs 4)";
+  sonx play in.wav out.wav --preset late-evening
+  sonx play in.wav out.wav --set reverb.room=60 --at 5:reverb.room=20 \
+    --tail 3
+  sonx play in.wav out.wav --preset my.toml \
+    --at 2:2.enabled=off --at 4:2.enabled=on
+  sonx play *.flac folder --preset late-evening --jobs 4)";
 
 struct play_options {
   std::vector<std::string> files;  // the last one is OUT

@@ -10,6 +10,7 @@
 #include "commands.h"
 #include "messages.h"
 #include "pending_file.h"
+#include "preset_files.h"
 #include "rack_host.h"
 #include "text_table.h"
 
@@ -17,11 +18,17 @@ namespace sonx {
 
 namespace {
 
-const char* const kFooter = R"(Examples:
-  sonx preset check presets/*.toml
-  sonx preset show late-evening.toml --set compressor.makeup=2
-  sonx preset save mine.toml --preset late-evening.toml --set compressor.makeup=2
-  sonx preset save room.toml --set reverb.room=60 --set reverb.dry=100)";
+const char* const kFooter =
+    R"(A preset is a file, or has a name: late-evening is late-evening.toml among your
+own, in ~/.local/share/sonx/presets, or among those that are installed. A file
+that is there comes first.
+
+Examples:
+  sonx preset list
+  sonx preset show late-evening --set compressor.makeup=2
+  sonx preset save mine --preset late-evening --set compressor.makeup=2
+  sonx preset save room.toml --set reverb.room=60 --set reverb.dry=100
+  sonx preset check presets/*.toml)";
 
 struct preset_options {
   std::vector<std::string> files;
@@ -93,25 +100,43 @@ void show(const preset_options& options) {
 void save(const preset_options& options) {
   const rack_recipe recipe = options.rack.recipe();
   const std::string text = rack(recipe, recipe.rates().back()).save();
-  write_result(options.out, text);
+  write_result(preset_target(options.out), text);
+}
+
+// What each calls itself; of one that can't be loaded, what is wrong.
+std::string title_of(const std::string& preset) {
+  try {
+    const rack_recipe recipe = read_recipe(preset);
+    return rack(recipe, recipe.rate_for(48000)).notes().name;
+  } catch (const std::runtime_error& error) {
+    return error.what();
+  }
+}
+
+void list() {
+  text_table table({"preset", "title"});
+  for (const auto& [name, file] : named_presets()) table.add({name, title_of(file)});
+  table.print();
 }
 
 }  // namespace
 
 void add_preset_command(CLI::App& app) {
-  CLI::App* command = app.add_subcommand("preset", "check, show and write presets");
+  CLI::App* command = app.add_subcommand("preset", "list, check, show and write presets");
   command->require_subcommand(1);
   command->footer(kFooter);
 
+  command->add_subcommand("list", "those that have a name")->callback(list);
+
   auto checked = std::make_shared<preset_options>();
   CLI::App* checks = command->add_subcommand("check", "say what is wrong with presets, by line");
-  checks->add_option("FILE", checked->files, "presets")->type_name("FILE")->required();
+  checks->add_option("FILE", checked->files, "presets")->type_name("PRESET")->required();
   checks->callback([checked] { check(*checked); });
 
   auto shown = std::make_shared<preset_options>();
   CLI::App* shows = command->add_subcommand("show", "what would be in force");
   shows->add_option("FILE", shown->files, "a preset, as with --preset")
-      ->type_name("FILE")
+      ->type_name("PRESET")
       ->expected(0, 1);
   shown->rack.add_to(*shows);
   shows->add_flag("--all", shown->all, "parameters at their defaults too");
@@ -121,7 +146,11 @@ void add_preset_command(CLI::App& app) {
 
   auto saved = std::make_shared<preset_options>();
   CLI::App* saves = command->add_subcommand("save", "write a preset");
-  saves->add_option("OUT", saved->out, "file to write, or to replace; - is standard output")
+  saves
+      ->add_option(
+          "OUT", saved->out,
+          "file to write, or to replace; a name without an ending, like evening, is one of "
+          "your own presets from then on; - is standard output")
       ->type_name("FILE")
       ->required();
   saved->rack.add_to(*saves);

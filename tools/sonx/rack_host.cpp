@@ -15,6 +15,7 @@
 #include <stdexcept>
 
 #include "messages.h"
+#include "preset_files.h"
 
 namespace sonx {
 
@@ -253,7 +254,8 @@ void rack::apply(const rack_change& change) {
 }
 
 void rack_options::add_to(CLI::App& command) {
-  command.add_option("--preset", preset, "the rack: a preset's file")->type_name("FILE");
+  command.add_option("--preset", preset, "the rack: a preset's file, or its name")
+      ->type_name("PRESET");
   command
       .add_option("--set", sets,
                   "sets a parameter in its unit, reverb.room=60, or switches a slot, "
@@ -272,14 +274,16 @@ rack_recipe rack_options::recipe() const {
   if (preset.empty()) {
     recipe.preset = preset_of(recipe.sets);
   } else {
-    recipe.label = preset;
-    recipe.preset = read_text(preset);
+    recipe.label = preset_file(preset);
+    if (!std::filesystem::exists(recipe.label))
+      fail("there is no preset '" + preset + "'" + preset_suggestion(preset));
+    recipe.preset = read_text(recipe.label);
   }
   return recipe;
 }
 
-rack_recipe read_recipe(const std::string& file) {
-  return rack_options{.preset = file, .sets = {}}.recipe();
+rack_recipe read_recipe(const std::string& preset) {
+  return rack_options{.preset = preset, .sets = {}}.recipe();
 }
 
 device make_device(const rack_recipe& recipe, int rate) {

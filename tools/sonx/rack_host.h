@@ -92,7 +92,7 @@ class rack {
   std::unique_ptr<sonx_rack, destroyer> state_;
 };
 
-// The options that name a rack: --preset FILE, --set EFFECT.PARAMETER=VALUE.
+// The options that name a rack: --preset PRESET, --set EFFECT.PARAMETER=VALUE.
 struct rack_options {
   std::string preset;
   std::vector<std::string> sets;
@@ -110,8 +110,8 @@ const sonx_effect& require_effect(const std::string& id);
 // A text file's content; throws.
 std::string read_text(const std::string& file);
 
-// A preset's file and nothing else.
-rack_recipe read_recipe(const std::string& file);
+// A preset, by its file or name, and nothing else.
+rack_recipe read_recipe(const std::string& preset);
 
 // The shortest digits.
 std::string number_text(double value);

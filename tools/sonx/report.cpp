@@ -32,8 +32,10 @@ the loudest --seconds of the recording, without loss: some 300 KB for each.
 
 Examples:
   sonx report --preset headphones.toml --in music.flac -o report.html
-  sonx report --set reverb.room=60 --set reverb.dry=100 --in voice.wav --tail 3 -o report.html
-  sonx report --preset headphones.toml --in music.flac --from 62 --seconds 10 -o report.html)";
+  sonx report --set reverb.room=60 --set reverb.dry=100 \
+    --in voice.wav --tail 3 -o report.html
+  sonx report --preset headphones.toml --in music.flac \
+    --from 62 --seconds 10 -o report.html)";
 
 constexpr double kSoftSweepLevel = -40;  // dBFS
 

@@ -34,8 +34,8 @@ of the headphone effect or of the karaoke chain. What is shown:
                        start-up is over before the measurement begins. Its
                        level matters where an effect follows it, and very low
                        filters want a loud one. What distorts is shown without
-                       its harmonics. Phase and group delay are what is left when
-                       the latency is taken out.
+                       its harmonics. Phase and group delay are what is left
+                       when the latency is taken out.
   curve, distortion    the level of a steady tone and its harmonics, against the
                        level that goes in; 4 s of the tone come before
   step                 the output's level around a step of the tone's
@@ -43,11 +43,15 @@ of the headphone effect or of the karaoke chain. What is shown:
 
 Examples:
   sonx response --preset headphones.toml --svg headphones.svg
-  sonx response --preset a.toml --also "--preset b.toml" --show level,delay --svg two.svg
+  sonx response --preset a.toml --also "--preset b.toml" \
+    --show level,delay --svg two.svg
   sonx response --set reverb.room=60 --set reverb.dry=100 --show decay
-  sonx response --preset late-evening.toml --show curve,distortion,step --svg dynamics.svg
-  sonx response hp --effect bass --also "--effect preset" --also "--adapter 1" --svg three.svg
-  sonx response ktv --gramophone --also "--eq -6,-4,-2,0,0,1,3,3,2" --svg voice.svg)";
+  sonx response --preset late-evening --show curve,distortion,step \
+    --svg dynamics.svg
+  sonx response hp --effect bass --also "--effect preset" \
+    --also "--adapter 1" --svg three.svg
+  sonx response ktv --gramophone --also "--eq -6,-4,-2,0,0,1,3,3,2" \
+    --svg voice.svg)";
 
 struct response_options {
   bench_settings how{.rate = 0};  // 0: the chain's own
@@ -356,8 +360,7 @@ void add_chain(CLI::App& command) {
 }  // namespace
 
 void add_response_command(CLI::App& app) {
-  CLI::App* command = app.add_subcommand(
-      "response", "measure what settings do to frequencies and levels, and plot it");
+  CLI::App* command = app.add_subcommand("response", "measure and plot what settings do to sound");
   command->footer(kFooter);
   add_chain<rack_chain>(*command);
   add_chain<hp_chain>(*command->add_subcommand("hp", "of the headphone effect"));

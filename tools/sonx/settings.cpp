@@ -243,14 +243,16 @@ int parse_level(const std::string& text, const std::string& what, int unity, int
 }
 
 void effect_options::add_to(CLI::App& app) {
+  std::string effects;
+  for (const char* const name : kEffectNames) effects += std::string(name) + "|";
   app.add_option("--effect", effect_,
-                 "none, widening, bass, preset, reverb or eq, or their numbers 0..5; without it "
-                 "the one that the other options belong to, or none")
-      ->type_name("NAME|NUMBER");
+                 "by its name or number; without it the one that the other options belong to, or "
+                 "none")
+      ->type_name(effects + "0.." + std::to_string(kEffects - 1));
   app.add_option("--adapter", adapter_,
-                 "correction for a headphone type, 1..7; 0 is none (with effects preset and eq "
-                 "it is not applied)")
-      ->type_name("NUMBER");
+                 "correction for a headphone type; 0 is none (with effects preset and eq it is not "
+                 "applied)")
+      ->type_name("0.." + std::to_string(kAdapters));
   app.add_option("--words", words_, "data words of the record by number: 2=4915,3=1000")
       ->type_name("N=VALUE,..");
   app.add_option("--eq", equalizer_,

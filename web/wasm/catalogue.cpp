@@ -41,8 +41,8 @@ std::string json(const sonx_parameter& p) {
 
 std::string json(const sonx_effect& e) {
   return "{\"id\":" + text(e.id) + ",\"name\":" + text(e.name) +
-         ",\"description\":" + text(e.description) + ",\"inputs\":" + text(e.inputs) +
-         ",\"outputs\":" + text(e.outputs) +
+         ",\"category\":" + text(e.category) + ",\"description\":" + text(e.description) +
+         ",\"inputs\":" + text(e.inputs) + ",\"outputs\":" + text(e.outputs) +
          ",\"rates\":" + list(e.rate_count, [&](int k) { return text(e.rates[k]); }) +
          ",\"parameters\":" +
          list(e.parameter_count, [&](int k) { return json(e.parameters[k]); }) + '}';

@@ -103,6 +103,8 @@ typedef struct {
   const int* rates;  // Hz, ascending
   int parameter_count;
   const sonx_parameter* parameters;
+  const char* category;  // for menus: "chain", "equalizer", "reverb", "delay", "stereo", "bass",
+                         // "dynamics", "level", "character", "voice"; more may come
 } sonx_effect;
 
 // How many effects there are.

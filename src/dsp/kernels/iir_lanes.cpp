@@ -61,27 +61,17 @@ void for_each_place(const iir_chain* chains, int chain_count, lane_shape shape, 
   }
 }
 
-void load_section(iir_lanes* lanes, int row, int column, const IIR& section) {
-  const int* coef = section.coef;
-  const int x1 = section.state[1], x2 = section.state[2];
-  const int y1 = section.state[3], y2 = section.state[4];
-  for (int i = 0; i < 5; ++i) lanes->coef[row][i][column] = coef[i];
-  lanes->first[row][column] =
-      mac(mac(mac(mac(0, coef[1], x1), coef[2], x2), coef[3], y1), coef[4], y2);
-  lanes->second[row][column] = mac(mac(0, coef[2], x1), coef[4], y1);
-}
-
 // Below a chain's sections, down to the last row, their results pass through.
 void load_chain(iir_lanes* lanes, const iir_chain& chain, int rows, place p) {
   lanes->head[p.column] = -1;
   for (int k = 0; k < p.columns * rows; ++k) {
     const section_place here(p, rows, k);
-    lanes->lag[here.row][here.column] = here.lag;
+    lanes->sections.lag[here.row][here.column] = here.lag;
     lanes->longest_lag = std::max(lanes->longest_lag, here.lag);
     if (k < chain.count)
-      load_section(lanes, here.row, here.column, *chain.sections[k]);
+      lanes->sections.load(here.row, here.column, *chain.sections[k]);
     else
-      lanes->coef[here.row][0][here.column] = kOneQ28;
+      lanes->sections.coef[here.row][0][here.column] = kOneQ28;
   }
 }
 

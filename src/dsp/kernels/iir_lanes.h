@@ -32,6 +32,7 @@
 
 #include "dsp/block.h"
 #include "dsp/kernels/kernels.h"
+#include "fixed.h"
 
 constexpr int kColumns = 4;
 constexpr int kMostRows = 5;  // of all groups together
@@ -42,11 +43,25 @@ static_assert(kFewestBlockFrames >= 8);  // what interleave loads at once
 using int_row = int[kColumns];
 using int64_row = int64_t[kColumns];
 
+// Sections before their first sample.
+template <int rows>
+struct alignas(32) section_rows {
+  int64_row first[rows], second[rows];  // the carried sums
+  int_row coef[rows][5];                // b0, b1, b2, -a1, -a2
+  int_row lag[rows];                    // the step of the first sample
+
+  void load(int row, int column, const IIR& section) {
+    const int *const c = section.coef, *const state = section.state;
+    const int x1 = state[1], x2 = state[2], y1 = state[3], y2 = state[4];
+    for (int i = 0; i < 5; ++i) coef[row][i][column] = c[i];
+    first[row][column] = mac(mac(mac(mac(0, c[1], x1), c[2], x2), c[3], y1), c[4], y2);
+    second[row][column] = mac(mac(0, c[2], x1), c[4], y1);
+  }
+};
+
 struct alignas(32) iir_lanes {
-  int64_row first[kMostRows], second[kMostRows];  // the carried sums before the first sample
-  int_row coef[kMostRows][5];                     // b0, b1, b2, -a1, -a2
-  int_row lag[kMostRows];                         // the step of a section's first sample
-  int_row head;                                   // -1 where a chain starts in a group of rows
+  section_rows<kMostRows> sections;
+  int_row head;  // -1 where a chain starts in a group of rows
   int longest_lag;
   // Results of step n - 2 and of those after it.
   alignas(16) int_row last[kMostLaneLag + 2][kMostRows];

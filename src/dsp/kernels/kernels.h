@@ -29,6 +29,8 @@ struct mix_input {
   int gain_q13;
 };
 
+struct section_bank;  // section_bank.h
+
 constexpr int kFadeFull = 1 << 20;  // Q20
 
 // The share of another signal: moves by step_q20 ahead of every sample and stays within 0..2^20.
@@ -56,6 +58,39 @@ struct iir_chain {
   int* out;
   IIR* const* sections;
   int count;
+};
+
+// A channel that goes through a first section and then through three splits: a split's low sections
+// make a band, its high sections what the next split takes. The last band is what the last one leaves.
+struct band_tree {
+  const int* in;
+  IIR* first;
+  IIR *const *high[3], *const *low[3];  // two sections each
+  int* bands[4];
+};
+
+// A channel that three sections split in series: each takes what the one before it has left.
+struct split_channel {
+  const int* in;
+  IIR* const* sections;  // three
+  int64_t* energies;     // four
+};
+
+// A filter that makes `phases` samples of `period`, from the newest `taps` at each. rows holds a row
+// of taps words, Q15, for every phase; polyphase.h has the bounds of a row.
+struct polyphase {
+  const int16_t* rows;
+  int phases, taps, period;
+};
+
+// A stage of a 16-bit transform: butterflies of values `span` apart, in points / (2 span) groups of
+// twice as many. Factors cosine - i sine, Q15, either one for each place in a group or one a group.
+// Results are divided by 2^shift, 0..2.
+struct butterfly_stage {
+  int points, span;
+  const int *cosines, *sines;
+  bool factor_a_group;
+  int shift;
 };
 
 struct kernel_table {
@@ -120,9 +155,27 @@ struct kernel_table {
   void (*iir_chains_32)(const iir_chain* chains, int chain_count, int n);
   // The same with sections of iir_step_wrapping.
   void (*iir_chains_wrapping)(const iir_chain* chains, int chain_count, int n);
+  // Up to kBlockFrames samples of both channels through their trees, by iir_step_32. The 26 sections are
+  // 26; the bands overlap neither the inputs nor each other.
+  void (*band_tree_32)(const band_tree* two, int n);
+  // A slice of kSliceFrames samples through the sections in a bank's rows first_row .. first_row + rows
+  // - 1 by iir_step_32, 1 <= rows <= kBankRows. An output may be the same section's input, or that
+  // of one in a later row or in the next half of its row.
+  void (*section_slice)(section_bank* bank, int first_row, int rows);
+  // Both channels through their sections by iir_step_32: rest = x - y, saturated, is the next one's
+  // x. Adds the sums of squares of the three results and of the last rest to energies[0..3]; wraps.
+  // The six sections are six.
+  void (*split_energies)(const split_channel* two, int n);
   // x in place through count notches one after the other, each of which fades into its own share:
   // the same bits as notch_block and fade for each.
   void (*notch_row)(notch_share* row, int count, int* x, int n);
+
+  // n samples of two signals in place, each through its branch of a half-band filter: the same bits
+  // as half_band_step. State branch by branch; no sample or state reaches 2^30.
+  void (*half_band_branches)(int* state, int* x0, int* x1, int n);
+  // 16-bit samples, periods of them: out[p phases + m] is dot_product_q15 of the row m period mod
+  // phases with x[p period + m period / phases ...]. out doesn't overlap x.
+  void (*polyphase_q15)(const polyphase& filter, const int16_t* x, int16_t* out, int periods);
 
   // ---- Delay lines. n < 1 does nothing.
 
@@ -140,6 +193,9 @@ struct kernel_table {
   // j-th twiddle (Q28) for the j-th of each half; half is a power of 2. Touches data[0 .. n-1], and
   // up to half values more where n is not a multiple of 2 half. Wraps at 64 bits.
   void (*fft_stage)(complex* data, int n, int half, const complex* twiddles);
+  // (a, b) <- (a + b w, a - b w) for all pairs of a stage: 16-bit words in 32 bits, which
+  // butterfly_result rounds and saturates.
+  void (*butterflies_q15)(int* re, int* im, const butterfly_stage& stage);
 };
 
 // Registration, a kernel a line: what the variants' declarations and the tables are made from.
@@ -167,11 +223,17 @@ struct kernel_table {
   kernel(fir_sums)                   \
   kernel(iir_chains_32)              \
   kernel(iir_chains_wrapping)        \
+  kernel(band_tree_32)               \
+  kernel(section_slice)              \
+  kernel(split_energies)             \
   kernel(notch_row)                  \
+  kernel(half_band_branches)         \
+  kernel(polyphase_q15)              \
   kernel(allpass_block)              \
   kernel(comb_quartets_add_16)       \
   kernel(comb_quartets_add_24)       \
-  kernel(fft_stage)
+  kernel(fft_stage)                  \
+  kernel(butterflies_q15)
 // clang-format on
 
 #define SONX_DECLARE(kernel) std::remove_pointer_t<decltype(kernel_table::kernel)> kernel;

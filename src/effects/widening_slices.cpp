@@ -1,0 +1,147 @@
+#include "effects/widening_slices.h"
+
+#include <algorithm>
+
+#include "dsp/kernels/audio_delay.h"
+#include "dsp/kernels/section_bank.h"
+#include "effects/widening_stages.h"
+
+namespace {
+
+// The signal's way through the sections, and their rows in the bank. What has work at the same tick
+// stands in neighbouring rows.
+enum stage { kAllpass1, kAllpass2, kAllpass3, kBands, kCrossfeed, kHighpass, kStages };
+constexpr int kFirstRow[kStages] = {0, 0, 1, 2, 3, 4};
+constexpr int kLastRow[kStages] = {0, 0, 1, 2, 4, 4};
+
+constexpr int kSections = 18;
+
+struct placed_section {
+  stage at;
+  int row, column;
+  IIR* section;
+};
+
+// A slice of both channels, the right one behind the left one: what takes sample by sample takes them
+// at once.
+using two_slices = int[2 * kSliceFrames];
+
+struct slices {
+  two_slices once, twice, allpassed;  // behind one, two and three all-passes
+  two_slices previous;                // allpassed, a slice later
+  int sum[kSliceFrames], difference[kSliceFrames];
+  int mid_band[kSliceFrames], mid_low[kSliceFrames];
+  int side_low[kSliceFrames], side_high[kSliceFrames];
+  two_slices widened, delayed;     // the difference circuit's result
+  two_slices direct, other, high;  // in the crossfeed network
+  two_slices mixed, quarter;       // its result
+};
+
+struct pipeline {
+  stereo_widening_system* system;
+  section_bank bank;
+  slices wire;
+  placed_section sections[kSections];
+  int placed;
+
+  void place(stage at, int row, int column, IIR* section, const int* in, int* out) {
+    sections[placed++] = {at, row, column, section};
+    bank.in[row][column] = in;
+    bank.out[row][column] = out;
+  }
+
+  // All of one channel but the ends, which move: the first section's input, the last one's output.
+  void place_side(int side, IIR* const* allpass, IIR* direct, IIR* high, IIR* low, IIR* room) {
+    const int here = side * kSliceFrames, there = (1 - side) * kSliceFrames;
+    place(kAllpass1, 0, side, allpass[0], bank.silence, wire.once + here);
+    place(kAllpass2, 0, 2 + side, allpass[1], wire.once + here, wire.twice + here);
+    place(kAllpass3, 1, side, allpass[2], wire.twice + here, wire.allpassed + here);
+    place(kCrossfeed, 3, side, direct, wire.widened + here, wire.direct + here);
+    place(kCrossfeed, 3, 2 + side, high, wire.widened + here, wire.high + here);
+    place(kCrossfeed, 4, side, low, wire.delayed + here, wire.other + there);
+    place(kHighpass, 4, 2 + side, room, wire.quarter + here, bank.nowhere);
+  }
+
+  void init(stereo_widening_system* of) {
+    system = of;
+    section_bank_init(&bank);
+    wire = {};
+    placed = 0;
+    const difference_sections d = sections_of(system->difference);
+    const crossfeed_network& c = *system->crossfeed;
+    const early_reflector& r = *system->reflector;
+    place_side(0, d.allpass_left, c.allpass_left, c.highpass_left, c.lowpass_left, r.highpass_left);
+    place_side(1, d.allpass_right, c.allpass_right, c.highpass_right, c.lowpass_right,
+               r.highpass_right);
+    place(kBands, 2, 0, d.mid_band, wire.sum, wire.mid_band);
+    place(kBands, 2, 1, d.mid_low, wire.sum, wire.mid_low);
+    place(kBands, 2, 2, d.side_low, wire.difference, wire.side_low);
+    place(kBands, 2, 3, d.side_high, wire.difference, wire.side_high);
+  }
+
+  void enter(int at) {
+    for (const placed_section& p : sections)
+      if (p.at == at) section_bank_enter(&bank, p.row, p.column, p.section);
+  }
+  void leave(int at) const {
+    for (const placed_section& p : sections)
+      if (p.at == at) section_bank_leave(&bank, p.row, p.column, p.section);
+  }
+
+  // The inputs of a stage's next slice, of what the sections before it made at the last tick.
+  void make_bands_input() {
+    std::copy_n(wire.allpassed, 2 * kSliceFrames, wire.previous);
+    difference_sums(wire.previous, wire.previous + kSliceFrames, wire.sum, wire.difference,
+                    kSliceFrames);
+  }
+  void make_crossfeed_input() {
+    const difference_signals signals = {wire.previous, wire.previous + kSliceFrames,
+                                        wire.sum,      wire.difference,
+                                        wire.mid_band, wire.mid_low,
+                                        wire.side_low, wire.side_high};
+    int *const left = wire.widened, *const right = wire.widened + kSliceFrames;
+    difference_mix(system->difference, signals, left, right, kSliceFrames);
+    audio_delay_block(system->crossfeed->delay_left, left, wire.delayed, kSliceFrames);
+    audio_delay_block(system->crossfeed->delay_right, right, wire.delayed + kSliceFrames,
+                      kSliceFrames);
+  }
+  void make_highpass_input() {
+    crossfeed_mix(system->crossfeed, wire.direct, wire.other, wire.high, wire.mixed,
+                  2 * kSliceFrames);
+    reflector_quarter(wire.mixed, wire.quarter, 2 * kSliceFrames);
+  }
+};
+
+}  // namespace
+
+// Stage by stage the last one first: its input goes before the stage before it makes the next.
+int widen_slices(stereo_widening_system* system, const int* in_left, const int* in_right,
+                 stereo_buffers wide, stereo_buffers fed, int n) {
+  const int count = n / kSliceFrames;
+  if (count == 0) return 0;
+  pipeline p;
+  p.init(system);
+  for (int tick = 0; tick < count + kStages - 1; ++tick) {
+    // The stages that have a slice.
+    const int first = std::max(tick - (count - 1), 0), last = std::min(tick, kStages - 1);
+    const auto works = [=](stage at) { return first <= at && at <= last; };
+    if (works(kHighpass)) {
+      const int start = (tick - kHighpass) * kSliceFrames;
+      p.make_highpass_input();
+      std::copy_n(p.wire.mixed, kSliceFrames, wide.left + start);
+      std::copy_n(p.wire.mixed + kSliceFrames, kSliceFrames, wide.right + start);
+      p.bank.out[4][2] = fed.left + start;
+      p.bank.out[4][3] = fed.right + start;
+    }
+    if (works(kCrossfeed)) p.make_crossfeed_input();
+    if (works(kBands)) p.make_bands_input();
+    if (works(kAllpass1)) {
+      p.bank.in[0][0] = in_left + tick * kSliceFrames;
+      p.bank.in[0][1] = in_right + tick * kSliceFrames;
+    }
+    if (last == tick) p.enter(last);
+    kernels().section_slice(&p.bank, kFirstRow[first], kLastRow[last] + 1 - kFirstRow[first]);
+    if (tick >= count - 1) p.leave(first);
+  }
+  return count * kSliceFrames;
+}
