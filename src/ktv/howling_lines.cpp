@@ -5,7 +5,6 @@
 #include <cstdint>
 #include <cstdlib>
 
-#include "dsp/kernels/kernels.h"
 #include "dsp/log2.h"
 #include "fixed.h"
 #include "ktv/howling_internal.h"
@@ -35,25 +34,24 @@ constexpr auto kCosines = [] {
 int cosine(int k) { return kCosines[static_cast<size_t>(k & (kLineFrame - 1))]; }
 int sine(int k) { return cosine(k - kHalf / 2); }
 
+struct point {
+  int re, im;
+};
+
 int scaled(int64_t product) { return static_cast<int>(product >> 30); }
 
-// exp(-i pi j / half), Q28, of the stage that combines halves: the half - 1 + j-th.
-constexpr auto kTwiddles = [] {
-  std::array<complex, kHalf - 1> twiddles{};
+// In place, input in reversed order; each stage halves.
+void transform(point* z) {
   for (int half = 1; half < kHalf; half *= 2)
     for (int j = 0; j < half; ++j) {
-      const int k = j * (kHalf / half);
-      const int c = kCosines[static_cast<size_t>(k)],
-                s = kCosines[static_cast<size_t>((k + kLineFrame - kHalf / 2) % kLineFrame)];
-      twiddles[static_cast<size_t>(half - 1 + j)] = {(c + 2) >> 2, -((s + 2) >> 2)};
+      const int64_t c = cosine(j * (kHalf / half)), s = sine(j * (kHalf / half));
+      for (int i = j; i < kHalf; i += 2 * half) {
+        const point a = z[i], b = z[i + half];
+        const int re = scaled(c * b.re + s * b.im), im = scaled(c * b.im - s * b.re);
+        z[i] = {(a.re + re) / 2, (a.im + im) / 2};
+        z[i + half] = {(a.re - re) / 2, (a.im - im) / 2};
+      }
     }
-  return twiddles;
-}();
-
-// In place, input in reversed order. Of 24 bits and ten doublings, so nothing wraps.
-void transform(complex* z) {
-  for (int half = 1; half < kHalf; half *= 2)
-    kernels().fft_stage(z, kHalf, half, &kTwiddles[static_cast<size_t>(half - 1)]);
 }
 
 // The bits of 0..1023 the other way round.
@@ -71,19 +69,19 @@ int window_q30(int n) { return (1 << 29) - cosine(n) / 2; }
 // transform of half the length, whose two halves are then told apart.
 constexpr int kLevels = kLastLine + 16;
 void levels_of(const howling_lines* lines, int* level) {
-  complex z[kHalf];
+  point z[kHalf];
   for (int i = 0; i < kHalf; ++i) {
     const auto windowed = [&](int n) {
       const int64_t x = lines->past[(lines->newest + n) & (kLineFrame - 1)];
-      return x * window_q30(n) >> 32;  // a quarter, 24 bits
+      return static_cast<int>(x * window_q30(n) >> 27);  // eight times, 29 bits
     };
     z[kReversed[static_cast<size_t>(i)]] = {windowed(2 * i), windowed(2 * i + 1)};
   }
   transform(z);
   for (int k = 0; k < kLevels; ++k) {
-    const complex a = z[k], b = z[(kHalf - k) % kHalf];
-    const int64_t even_re = (a.re + b.re) >> 5, even_im = (a.im - b.im) >> 5;
-    const int64_t odd_re = (a.im + b.im) >> 5, odd_im = (b.re - a.re) >> 5;
+    const point a = z[k], b = z[(kHalf - k) % kHalf];
+    const int64_t even_re = a.re + b.re, even_im = a.im - b.im;
+    const int64_t odd_re = a.im + b.im, odd_im = b.re - a.re;
     const int64_t c = cosine(k), s = sine(k);
     const int64_t re = even_re + scaled(c * odd_re + s * odd_im);
     const int64_t im = even_im + scaled(c * odd_im - s * odd_re);
