@@ -106,8 +106,8 @@ struct pipeline {
                       kSliceFrames);
   }
   void make_highpass_input() {
-    crossfeed_mix(system->crossfeed, wire.direct, wire.other, wire.high, wire.mixed,
-                  2 * kSliceFrames);
+    kernels().mix_crossfeed_q13(wire.direct, wire.other, wire.high, system->crossfeed->gain,
+                                wire.mixed, 2 * kSliceFrames);
     reflector_quarter(wire.mixed, wire.quarter, 2 * kSliceFrames);
   }
 };
