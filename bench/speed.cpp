@@ -23,9 +23,10 @@
 
 namespace {
 
-constexpr int kInput = 4800;       // frames; whole periods of 240 and of 160
-constexpr int kTurns = 400;        // stretches of each form
-constexpr double kStretch = 2e-4;  // seconds, about
+constexpr int kInput = 4800;                   // frames; whole periods of 240 and of 160
+constexpr int kTurns = 400;                    // stretches of each form
+constexpr double kStretch = 2e-4;              // seconds, about
+constexpr int kCallFrames[] = {48, 240, 480};  // whose longest calls are looked for
 
 using samples = std::vector<int>;
 
@@ -61,6 +62,14 @@ samples tiny_decays(unsigned seed) {
   return x;
 }
 
+// Full scale and -48 dBFS by turns, 25 ms each: what follows the level keeps moving.
+samples bursts(unsigned seed) {
+  samples x = noise(8388607, seed);
+  for (size_t i = 0; i < x.size(); ++i)
+    if (i / 1200 % 2) x[i] >>= 8;
+  return x;
+}
+
 struct signal {
   const char* name;
   samples (*make)(unsigned seed);
@@ -72,14 +81,17 @@ constexpr signal kSignals[] = {
     {"tiny decays", tiny_decays},
 };
 
+constexpr signal kBursts = {"bursts", bursts};
+
 // ---- Stretches.
 
 // A module that walks through its input, which repeats.
 class runner {
  public:
-  runner(const module& m, const signal& s) : runner(m, s.make(1), s.make(2)) {}
-  runner(const module& m, const samples& left, const samples& right)
-      : frames_(m.frames), length_(static_cast<int>(left.size())), subject_(m.make()) {
+  runner(const module& m, const signal& s, int frames) : runner(m, s.make(1), s.make(2), frames) {}
+  runner(const module& m, const signal& s) : runner(m, s, m.frames) {}
+  runner(const module& m, const samples& left, const samples& right, int frames)
+      : frames_(frames), length_(static_cast<int>(left.size())), subject_(m.make()) {
     subject_->load(left, right);
   }
 
@@ -163,29 +175,100 @@ void print_heading(const std::string& columns) {
   std::printf("\n");
 }
 
+// ---- The longest call. A run of calls is the same work every time it's repeated, so that the least
+// of a call's times, over the repeats, is its own cost: an interruption would have to hit the same call
+// in all of them.
+
+constexpr int kRepeats = 5;
+constexpr int kWarmCalls =
+    20;  // before the clock: caches, pages, the fade that a stream starts with
+
+double seconds() {
+  timespec t;
+  clock_gettime(CLOCK_MONOTONIC, &t);
+  return static_cast<double>(t.tv_sec) + 1e-9 * static_cast<double>(t.tv_nsec);
+}
+
+// Calls the run that start() makes anew for every repeat; prints the median and the longest, us.
+template <typename Start>
+void print_longest(int calls, Start start) {
+  std::vector<double> least(static_cast<size_t>(calls), std::numeric_limits<double>::infinity());
+  for (int repeat = 0; repeat < kRepeats; ++repeat) {
+    auto call = start();
+    for (int i = 0; i < kWarmCalls; ++i) call();
+    for (double& time : least) {
+      const double begin = seconds();
+      call();
+      time = std::min(time, seconds() - begin);
+    }
+  }
+  const auto middle = least.begin() + calls / 2;
+  std::nth_element(least.begin(), middle, least.end());
+  std::printf(" %.2f | %.2f |", 1e6 * *middle, 1e6 * *std::max_element(least.begin(), least.end()));
+}
+
+void print_longest(const module& m, int calls) {
+  std::printf("| %s |", m.name);
+  for (const int frames : kCallFrames) {
+    if (m.whole && frames % m.frames != 0) {
+      std::printf(" | |");
+      continue;
+    }
+    print_longest(calls, [&] {
+      return [r = std::make_unique<runner>(m, kBursts, frames)] { r->run(form::block, 1); };
+    });
+  }
+  std::printf("\n");
+  std::fflush(stdout);
+}
+
 // ---- The noise suppressor: frames, without another form to compare with.
 
+constexpr const char* kPriors[] = {"presence", "own", "tracked"};
+
+class suppressor {
+ public:
+  suppressor(unsigned rate, int source) {
+    tekaNs_InitCore(&ns_, rate);
+    tekaNs_set_policy_core(&ns_, 2);
+    tekaNs_set_prior_source(&ns_, source);
+    // -65 dBFS: far from where the presence ends the process.
+    for (const int v : noise(0x200000, 1)) in_.push_back(static_cast<short>(v >> 16));
+  }
+  ~suppressor() { tekaNs_FreeCore(&ns_); }
+  suppressor(const suppressor&) = delete;
+
+  int frame() const { return ns_.block_length; }
+  void run() {
+    tekaNs_ProcessCore(&ns_, &in_[place_], out_);
+    place_ = (place_ + static_cast<size_t>(frame())) % kInput;
+  }
+
+ private:
+  NsxInst_t_ ns_;
+  std::vector<short> in_;
+  short out_[kNsxMaxFrame];
+  size_t place_ = 0;
+};
+
 void print_suppressor(unsigned rate, int source) {
-  NsxInst_t_ ns;
-  tekaNs_InitCore(&ns, rate);
-  tekaNs_set_policy_core(&ns, 2);
-  tekaNs_set_prior_source(&ns, source);
-  std::vector<short> in, out(static_cast<size_t>(ns.block_length));
-  // -65 dBFS: far from where the presence ends the process.
-  for (const int v : noise(0x200000, 1)) in.push_back(static_cast<short>(v >> 16));
+  suppressor s(rate, source);
   double best = std::numeric_limits<double>::infinity();
   for (int turn = 0; turn < kTurns; ++turn) {
     const double start = processor_seconds();
-    for (int at = 0; at < kInput; at += ns.block_length)
-      tekaNs_ProcessCore(&ns, &in[static_cast<size_t>(at)], out.data());
-    best = std::min(best, (processor_seconds() - start) / kInput * ns.block_length);
+    for (int at = 0; at < kInput; at += s.frame()) s.run();
+    best = std::min(best, (processor_seconds() - start) / kInput * s.frame());
   }
-  std::printf("| %u | %s | %.1f | %.0f |\n", rate,
-              source == 0   ? "presence"
-              : source == 1 ? "own"
-                            : "tracked",
-              1e6 * best, ns.block_length / best / rate);
-  tekaNs_FreeCore(&ns);
+  std::printf("| %u | %s | %.1f | %.0f |\n", rate, kPriors[source], 1e6 * best,
+              s.frame() / best / rate);
+}
+
+void print_longest_of_suppressor(unsigned rate, int source, int calls) {
+  std::printf("| %u | %s |", rate, kPriors[source]);
+  print_longest(calls,
+                [&] { return [s = std::make_unique<suppressor>(rate, source)] { s->run(); }; });
+  std::printf("\n");
+  std::fflush(stdout);
 }
 
 // ---- The recording that peers get too: raw 16-bit stereo in the machine's byte order.
@@ -201,7 +284,7 @@ void read_recording(const char* file, samples& left, samples& right) {
 
 // Nanoseconds of a frame, from the fastest of five passes over the whole recording.
 void print_recording(const module& m, const samples& left, const samples& right) {
-  runner r(m, left, right);
+  runner r(m, left, right, m.frames);
   const int runs = static_cast<int>(left.size()) / m.frames;
   double best = std::numeric_limits<double>::infinity();
   for (int pass = 0; pass < 5; ++pass) best = std::min(best, r.seconds(form::block, runs));
@@ -213,6 +296,8 @@ void print_recording(const module& m, const samples& left, const samples& right)
       "sonx_speed                        ns per frame, plain and block, times real time, ratio\n"
       "sonx_speed --signals              ns per frame by signal\n"
       "sonx_speed --suppressor           us per frame of the noise suppressor, times real time\n"
+      "sonx_speed --worst N              us of the median and the longest of N calls, by their "
+      "frames\n"
       "sonx_speed --recording FILE       ns per frame on raw 16-bit stereo, tab-separated\n"
       "sonx_speed --run plain|block N    runs the module's form on N periods and prints nothing,\n"
       "                                  for a program that counts instructions\n"
@@ -237,6 +322,7 @@ int main(int argc, char** argv) {
     }
     table = option;
     if (option == "--recording") argument = next();
+    if (option == "--worst") runs = std::atoi(next());
     if (option == "--run") {
       argument = next();
       runs = std::atoi(next());
@@ -267,6 +353,18 @@ int main(int argc, char** argv) {
     std::printf("| rate | prior | a frame, us | times real time |\n|---|---|---:|---:|\n");
     for (const unsigned rate : {8000u, 16000u, 32000u})
       for (const int source : {0, 1, 2}) print_suppressor(rate, source);
+  } else if (table == "--worst" && runs > 0) {
+    std::printf("Calls: %d. ", runs);
+    print_heading(
+        "| module | 48: median, us | longest | 240: median, us | longest | 480: median, us "
+        "| longest |");
+    for (const module& m : chosen) print_longest(m, runs);
+    if (!module_name.empty()) return 0;
+    std::printf(
+        "\n| noise suppressor, rate | prior | a frame: median, us | longest |\n"
+        "|---|---|---:|---:|\n");
+    for (const unsigned rate : {8000u, 16000u, 32000u})
+      for (const int source : {0, 1, 2}) print_longest_of_suppressor(rate, source, runs);
   } else if (table == "--recording") {
     samples left, right;
     read_recording(argument.c_str(), left, right);

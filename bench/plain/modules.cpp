@@ -35,7 +35,7 @@ class stereo final : public subject {
  private:
   Record record_;
   std::vector<int> left_, right_;
-  int out_left_[kPeriod], out_right_[kPeriod];
+  int out_left_[kLongestRun], out_right_[kLongestRun];
 };
 
 // 24-bit mono.
@@ -54,7 +54,7 @@ class mono final : public subject {
  private:
   Record record_;
   std::vector<int> in_;
-  int out_[kPeriod];
+  int out_[kLongestRun];
 };
 
 std::vector<short> to_pcm(const std::vector<int>& x) {
@@ -81,7 +81,7 @@ class pcm final : public subject {
  private:
   Record record_;
   std::vector<short> in_;
-  short out_[2 * kPeriod];
+  short out_[2 * kLongestRun];
 };
 
 template <typename Subject>
@@ -169,7 +169,7 @@ void band_post_plain(band_post* b, short* in, short* out, int n) {
 
 void convert(Resampler_t* r, short* in, short* out, int n) {
   int made = 0;
-  Resampler_proc(r, in, n, out, 2 * kPeriod, &made);
+  Resampler_proc(r, in, n, out, 2 * kLongestRun, &made);
 }
 template <int from, int to>
 void converter(Resampler_t* r) {
@@ -226,7 +226,7 @@ class headphones final : public subject {
  private:
   sonx_hp_handle_t* handle_;
   std::vector<short> in_;
-  short buffer_[2 * kPeriod];
+  short buffer_[2 * kLongestRun];
 };
 
 class karaoke final : public subject {
@@ -249,7 +249,7 @@ class karaoke final : public subject {
  private:
   teka_audio_tx_ktv_t chain_;
   std::vector<short> in_;
-  short out_left_[kPeriod], out_right_[kPeriod];
+  short out_left_[kLongestRun], out_right_[kLongestRun];
 };
 
 template <typename Subject>

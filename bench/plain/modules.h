@@ -6,7 +6,8 @@
 #include <memory>
 #include <vector>
 
-constexpr int kPeriod = 240;  // frames: 5 ms at 48 kHz
+constexpr int kPeriod = 240;          // frames: 5 ms at 48 kHz
+constexpr int kLongestRun = 2 * 240;  // frames
 
 enum class form { plain, block };
 
@@ -17,7 +18,7 @@ class subject {
 
   // The whole input, 24-bit samples for each channel; mono takes the left one.
   virtual void load(const std::vector<int>& left, const std::vector<int>& right) = 0;
-  // Runs n frames of the input.
+  // Runs n frames of the input, up to kLongestRun in the block form, kPeriod in the plain one.
   virtual void run(form which, int start, int n) = 0;
   // Appends the output of a run of n frames, the last one.
   virtual void hear(std::vector<int>& out, int n) const = 0;
@@ -26,8 +27,8 @@ class subject {
 struct module {
   const char* name;
   double rate;  // Hz
-  int frames;   // most frames of a run; kPeriod or fewer
-  bool whole;   // only runs of exactly that many
+  int frames;   // of a run, as a rule; kPeriod or fewer
+  bool whole;   // only runs of exactly that many or, in the block form, multiples of them
   std::unique_ptr<subject> (*make)();
 };
 

@@ -2,9 +2,10 @@
 
 #include <algorithm>
 #include <bit>
-#include <cmath>
 #include <cstdint>
 #include <cstring>
+
+#include "square_root.h"
 
 namespace {
 
@@ -89,8 +90,4 @@ int tekaSpl_Norm32(int value) {
 
 int tekaSpl_NormU32(unsigned int value) { return value == 0 ? 0 : std::countl_zero(value); }
 
-// A double holds every value, and its root, correctly rounded, stays on its side of the integers: the
-// root of a value that isn't a square is 2^-17 away from them or more.
-int tekaSpl_SqrtFloor(unsigned int value) {
-  return static_cast<int>(std::sqrt(static_cast<double>(value)));
-}
+int tekaSpl_SqrtFloor(unsigned int value) { return static_cast<int>(floor_sqrt(value)); }
