@@ -22,8 +22,8 @@ struct placed_section {
   IIR* section;
 };
 
-// A slice of both channels, the right one behind the left one: what takes sample by sample takes them
-// at once.
+// A slice of both channels, the right one behind the left one, so that what goes sample by sample does
+// both in one call.
 using two_slices = int[2 * kSliceFrames];
 
 struct slices {
@@ -114,7 +114,8 @@ struct pipeline {
 
 }  // namespace
 
-// Stage by stage the last one first: its input goes before the stage before it makes the next.
+// At a tick the last stage's input is made first: each takes what the stage before it left at the tick
+// before, which that one is about to replace.
 int widen_slices(stereo_widening_system* system, const int* in_left, const int* in_right,
                  stereo_buffers wide, stereo_buffers fed, int n) {
   const int count = n / kSliceFrames;
