@@ -8,7 +8,6 @@
 #include "effects/memory.h"
 #include "effects/rates.h"
 #include "effects/stereo_widening_tables.h"
-#include "effects/widening_stages.h"
 
 namespace {
 
@@ -69,16 +68,6 @@ void crossfeed_network_set_sample_rate(crossfeed_network* network, SampleRateTyp
 void crossfeed_network_set_gain(crossfeed_network* network, int gain) { network->gain = gain; }
 void crossfeed_network_get_gain(crossfeed_network* network, int* gain) { *gain = network->gain; }
 
-// Products saturate, and so does each sum, from left to right. A gain in Q13 is a quarter of itself in
-// Q15.
-void crossfeed_mix(const crossfeed_network* network, const int* direct, int* other, int* high,
-                   int* out, int n) {
-  kernels().scale_q13(other, network->gain, other, n);
-  kernels().scale_q15(high, network->gain, high, n);
-  kernels().add(direct, other, out, n);
-  kernels().add(out, high, out, n);
-}
-
 namespace {
 
 // One block of at most kHalfBlockFrames frames, 24-bit samples throughout. The inputs are read before
@@ -103,8 +92,8 @@ inline void process(crossfeed_network* network, const int* in_left, const int* i
                               {from_right, from_right, &network->lowpass_right, 1}};
   kernels().iir_chains_32(chains, 6, n);
 
-  crossfeed_mix(network, direct_left, from_right, high_left, out_left, n);
-  crossfeed_mix(network, direct_right, from_left, high_right, out_right, n);
+  kernels().mix_crossfeed_q13(direct_left, from_right, high_left, network->gain, out_left, n);
+  kernels().mix_crossfeed_q13(direct_right, from_left, high_right, network->gain, out_right, n);
 }
 
 }  // namespace

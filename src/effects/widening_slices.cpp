@@ -22,8 +22,8 @@ struct placed_section {
   IIR* section;
 };
 
-// A slice of both channels, the right one behind the left one: what takes sample by sample takes them
-// at once.
+// A slice of both channels, the right one behind the left one, so that what goes sample by sample does
+// both in one call.
 using two_slices = int[2 * kSliceFrames];
 
 struct slices {
@@ -106,15 +106,16 @@ struct pipeline {
                       kSliceFrames);
   }
   void make_highpass_input() {
-    crossfeed_mix(system->crossfeed, wire.direct, wire.other, wire.high, wire.mixed,
-                  2 * kSliceFrames);
+    kernels().mix_crossfeed_q13(wire.direct, wire.other, wire.high, system->crossfeed->gain,
+                                wire.mixed, 2 * kSliceFrames);
     reflector_quarter(wire.mixed, wire.quarter, 2 * kSliceFrames);
   }
 };
 
 }  // namespace
 
-// Stage by stage the last one first: its input goes before the stage before it makes the next.
+// At a tick the last stage's input is made first: each takes what the stage before it left at the tick
+// before, which that one is about to replace.
 int widen_slices(stereo_widening_system* system, const int* in_left, const int* in_right,
                  stereo_buffers wide, stereo_buffers fed, int n) {
   const int count = n / kSliceFrames;

@@ -2,7 +2,6 @@
 // and for the system, which runs the sections of all three side by side.
 #pragma once
 
-#include "effects/crossfeed_network.h"
 #include "effects/difference_circuit.h"
 #include "effects/early_reflector.h"
 
@@ -23,10 +22,6 @@ difference_sections sections_of(const difference_circuit* circuit);
 void difference_sums(const int* a, const int* b, int* s, int* d, int n);
 void difference_mix(const difference_circuit* circuit, const difference_signals& in, int* out_left,
                     int* out_right, int n);
-
-// out = direct + other x gain + high x gain / 4; other and high are used up.
-void crossfeed_mix(const crossfeed_network* network, const int* direct, int* other, int* high,
-                   int* out, int n);
 
 // What the room's high-pass takes; fed may be in.
 void reflector_quarter(const int* in, int* fed, int n);

@@ -33,12 +33,16 @@
 // away as soon as the notch cuts it; a note from outside goes on in front of the notch. If the
 // level has not fallen by 1.2 dB within 43 ms, or by 7 dB (11 dB where the evidence was weak) within
 // 107 ms, the notch is taken back, the frequency left alone for 3 s, and more evidence asked for the
-// next ones. A notch that was there before goes back to where it stood.
+// next ones. What falls faster than a loop can, or together with all else that is heard, has ended by
+// itself and proves nothing, unless it was 12 dB above the usual level. A notch that was there before
+// goes back to where it stood.
 //
 // How it is cut. A notch of 5/16 of its frequency between the -3 dB points takes its centre out
-// entirely. Howls beside it widen it, to 12/16 at most; when all five are in use the two that
-// lie closest become one. It stays for 2 s, and for 60 s when the howl returns (0.4 s where the
-// evidence was weak, four times as long each time it returns), then gives up its depth over 4.4 s
+// entirely. Howls on its slopes or beside it widen it and draw its centre, to 12/16 at most; when all
+// five are in use the two that lie closest become one. What stands in its very middle comes from
+// outside, and quarters its time. It stays for 0.4 s the first time (0.8 s where the ring was slow, 2 s
+// where it was far louder than a voice or others had just been proved), four times as long each time
+// the howl returns, or for 60 s at once where it returns loudly. Then it gives up its depth over 4.4 s
 // (0.7 s where it stayed for less than 6.4 s) and is put back at the first sign of the howl. Depth
 // fades, in 2.7 ms going in; to be moved, a notch fades out and in.
 //
@@ -53,8 +57,8 @@
 //
 // What it doesn't do: howls below some 150 Hz and above 8.2 kHz (at 48 kHz) are not heard, above
 // 5.8 kHz only slowly, and more than five narrow ones at once are cut only by wide notches. A solo note
-// without harmonics that grows slowly may lose a twentieth of a second to a trial; chords and held
-// notes, whose lines stand like a slow ring's, may be cut for seconds.
+// without harmonics may lose a twentieth of a second to a trial, and half a second, seldom seconds,
+// where it ends by itself just while it is on trial.
 //
 // The analysis works on half of whatever rate it gets. All frequencies and times above hold at
 // 48 kHz (within a tenth at 44.1 kHz); at 96 kHz bins are twice as wide and howls are found from
@@ -88,6 +92,10 @@ struct howling_place {
   int attempts;    // trials that did not settle the matter
   int slope;       // fall of its level in eight frames, ahead of the trial, log2 Q10
   int slow;        // non-zero = a slow ring: its trial listens to a narrow band
+  int strong;      // non-zero = the evidence was good
+  int loud;        // non-zero = it was far louder than a voice, or a howl had just been proved
+  int heard;       // frequency that the trial listens to
+  int rest;        // level of all that lies beside it when its trial began, log2 Q10
   // Where it stood when it went on trial once more; position 0 = nowhere.
   int proven_position, proven_width, proven_hold, proven_timer;
 };

@@ -25,14 +25,15 @@ constexpr int kStandingFrames = 12;  // of steadiness, for what the notches shou
 constexpr int kQuiet = level_of_dbfs(-60.0);
 constexpr int kFirstUsual = level_of_dbfs(-28.0);
 constexpr int kHighestUsual = level_of_dbfs(-18.0);
-constexpr int kUsualRise = 7;     // 4 dB in a second
-constexpr int kUsualFall = 2;     // 1 dB in a second
-constexpr int kFirstVoice = 190;  // frames of voice, 1 s, in which it hurries
+constexpr int kLoudestOutsider = level_of_dbfs(-6.0);  // more is a howl that fills the microphone
+constexpr int kUsualRise = 7;                          // 4 dB in a second
+constexpr int kUsualFall = 2;                          // 1 dB in a second
+constexpr int kFirstVoice = 190;                       // frames of voice, 1 s, in which it hurries
 constexpr int kHaste = 6;
 
 constexpr int kOutsiderFrames = 560;  // 3 s
 constexpr int kOutsiderWidth = 96;    // 35 Hz
-constexpr int kDoubtStep = 256, kMostDoubt = 1024;
+constexpr int kDoubtStep = 256, kMostDoubt = 2048;
 
 // What a peak must show to count as a howl, by its level above the usual one: to have been steady
 // for some frames and to have grown, or to have been loud for some frames.
@@ -226,6 +227,14 @@ int newest_level(const howlingCancel* canceller, int position) {
   return log2_q10(three_bins(*canceller->powers, nearest_bin(position), 0) + kLeast);
 }
 
+int rest_level(const howlingCancel* canceller, int position) {
+  const int bin = nearest_bin(position);
+  uint64_t rest = kLeast;
+  for (int b = kFirstBin; b <= kLastBin; ++b)
+    if (std::abs(b - bin) > 2) rest += power_at(*canceller->powers, b);
+  return log2_q10(rest);
+}
+
 void gather_evidence(howlingCancel* canceller, const int* found) {
   canceller->doubt -= canceller->doubt > 0 && canceller->analyser->frames_heard % 8 == 0;
   canceller->alert -= canceller->alert > 0;
@@ -322,7 +331,7 @@ void learn_outsider(howlingCancel* canceller, int position, int level) {
   for (howling_outsider& o : canceller->outsiders)
     if (o.timer < shortest->timer) shortest = &o;
   *shortest = {position, kOutsiderFrames};
-  canceller->usual_level = std::max(canceller->usual_level, level);
+  canceller->usual_level = std::max(canceller->usual_level, std::min(level, kLoudestOutsider));
   canceller->doubt = std::min(canceller->doubt + kDoubtStep, kMostDoubt);
   canceller->lines->doubt = std::min(canceller->lines->doubt + kDoubtStep, kMostDoubt);
 }

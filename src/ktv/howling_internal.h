@@ -27,6 +27,9 @@ enum howling_phase { kFree, kTrial, kHolding, kReleasing };
 // Level of the newest frame around a frequency, three bins, log2 Q10.
 int newest_level(const howlingCancel* canceller, int position);
 
+// Level of the newest frame but for that, log2 Q10.
+int rest_level(const howlingCancel* canceller, int position);
+
 // Follows the usual level, matches the frame's marked peaks with the suspects and adds to what
 // speaks against them.
 void gather_evidence(howlingCancel* canceller, const int* found);

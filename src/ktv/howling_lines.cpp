@@ -12,7 +12,6 @@
 namespace {
 
 constexpr int kHalf = kLineFrame / 2;  // points of the complex transform
-constexpr int kHalfBits = 10;
 constexpr int kHop = 128;
 constexpr int kBin = 32;                         // positions
 constexpr int kFirstLine = 13, kLastLine = 700;  // 152 Hz and 8.2 kHz
@@ -55,15 +54,16 @@ void transform(point* z) {
     }
 }
 
-int reversed(int i) {
-  int r = 0;
-  for (int b = 0; b < kHalfBits; ++b) r |= (i >> b & 1) << (kHalfBits - 1 - b);
-  return r;
-}
+// The bits of 0..1023 the other way round.
+constexpr auto kReversed = [] {
+  std::array<uint16_t, kHalf> reversed{};
+  for (size_t i = 1; i < kHalf; ++i)
+    reversed[i] = static_cast<uint16_t>(reversed[i / 2] / 2 + i % 2 * (kHalf / 2));
+  return reversed;
+}();
 
-// 1 - cosine over a frame, Q30. Wraps at its very middle: that one sample gets the other sign, and all
-// thresholds were measured so.
-int window_q30(int n) { return wrap_sub(1 << 30, cosine(n)); }
+// Half of 1 - cosine over a frame, Q30.
+int window_q30(int n) { return (1 << 29) - cosine(n) / 2; }
 
 // Levels of the newest frame's bins, on the scale of a suspect's. Real samples go through a complex
 // transform of half the length, whose two halves are then told apart.
@@ -72,10 +72,10 @@ void levels_of(const howling_lines* lines, int* level) {
   point z[kHalf];
   for (int i = 0; i < kHalf; ++i) {
     const auto windowed = [&](int n) {
-      const int64_t x = lines->past[(lines->newest + n) % kLineFrame];
-      return static_cast<int>(x * window_q30(n) >> 28);  // twice the window, 27 bits
+      const int64_t x = lines->past[(lines->newest + n) & (kLineFrame - 1)];
+      return static_cast<int>(x * window_q30(n) >> 27);  // eight times, 29 bits
     };
-    z[reversed(i)] = {windowed(2 * i), windowed(2 * i + 1)};
+    z[kReversed[static_cast<size_t>(i)]] = {windowed(2 * i), windowed(2 * i + 1)};
   }
   transform(z);
   for (int k = 0; k < kLevels; ++k) {
@@ -220,9 +220,9 @@ int narrow_level(const howling_lines* lines, int position, int ago) {
   uint32_t phase = 0;
   int64_t re = 0, im = 0;
   for (int n = 0; n < kHalf; ++n) {
-    const int64_t x =
-        int64_t{lines->past[(lines->newest + kHalf - ago + n) % kLineFrame]} * window_q30(2 * n) >>
-        30;
+    const int64_t x = int64_t{lines->past[(lines->newest + kHalf - ago + n) & (kLineFrame - 1)]} *
+                          window_q30(2 * n) >>
+                      29;
     const int k = static_cast<int>(phase >> 21);
     re += x * cosine(k) >> 24;
     im += x * sine(k) >> 24;

@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <cstdlib>
+#include <iterator>
 #include <utility>
 
 #include "fixed.h"
@@ -25,9 +26,16 @@ constexpr int kEarlyDrop = level_of_db(1.2);
 constexpr int kTrials = 2;
 constexpr int kTrialDrop = level_of_db(7.0);
 constexpr int kWeakTrialDrop = level_of_db(11.0);
-// What falls before the notch can show has ended by itself.
-constexpr int kTooSoon = 1, kSlowTooSoon = 2;
-constexpr int kEndedDrop = level_of_db(2.5), kSlowEndedDrop = level_of_db(1.2);
+// A loop that is cut dies away one delay later, and frames overlap. What has fallen by more than this
+// so many frames into its trial has ended by itself.
+constexpr int kFastestFall[] = {level_of_db(1.2), level_of_db(2.5), level_of_db(4.0)};
+constexpr int kFastestSlowFall[] = {level_of_db(1.2), level_of_db(1.2), level_of_db(1.2),
+                                    level_of_db(2.0), level_of_db(4.0), level_of_db(7.5),
+                                    level_of_db(13.0)};
+// So has what falls together with all the rest, where there is a rest.
+constexpr int kRestFall = level_of_db(5.0), kLeastRest = level_of_db(20.0);
+constexpr int kOverwhelming = level_of_db(12.0);  // above the usual level: hardly a voice
+constexpr int kMiddle = 20;  // a notch takes 20 dB and more from a 20th of its width to either side
 // A slow ring's trial is heard in a narrow band, over 43 ms.
 constexpr int kSlowEarlyFrames = 9;
 constexpr int kSlowDrop = level_of_db(5.0);
@@ -61,8 +69,8 @@ void retune(howlingCancel* canceller, int i) {
 
 // The level in front of the notch.
 int trial_level(const howlingCancel* canceller, const howling_place& place) {
-  return place.slow ? narrow_level(canceller->lines, place.position)
-                    : newest_level(canceller, place.position);
+  return place.slow ? narrow_level(canceller->lines, place.heard)
+                    : newest_level(canceller, place.heard);
 }
 
 void begin_trial(howlingCancel* canceller, int i) {
@@ -70,6 +78,7 @@ void begin_trial(howlingCancel* canceller, int i) {
   place.phase = kTrial;
   place.timer = 0;
   place.level = trial_level(canceller, place);
+  place.rest = rest_level(canceller, place.heard);
   retune(canceller, i);
 }
 
@@ -92,7 +101,7 @@ int margin_of(int position) { return position * kFirstWidth / 48; }
 
 // Over a howl beside it; where that is too wide, the far edge gives way.
 void widen_to(howling_place& place, int position) {
-  const int margin = place.width / 3, widest = place.position * kWidest / 16;
+  const int margin = place.width / 2, widest = place.position * kWidest / 16;
   int low = std::min(low_edge(place), position - margin);
   int high = std::max(high_edge(place), position + margin);
   if (high - low > widest && position < place.position)
@@ -202,21 +211,35 @@ int moved_peak(const howling_place& place, const int* found) {
   return moved;
 }
 
+// Whether it fell before the notch can show.
+bool has_ended(const howling_place& place, int level) {
+  const auto faster = [&](const auto& falls) {
+    return place.timer < static_cast<int>(std::size(falls)) &&
+           place.level - level > falls[place.timer];
+  };
+  return place.slow ? faster(kFastestSlowFall) : faster(kFastestFall);
+}
+
+// Whether a fall proves nothing, as all else has fallen too.
+bool falls_with_the_rest(const howlingCancel* canceller, const howling_place& place) {
+  return !place.loud && place.rest > place.level - kLeastRest &&
+         place.rest - rest_level(canceller, place.heard) > kRestFall;
+}
+
 void advance_trial(howlingCancel* canceller, int i, const int* found) {
   howling_place& place = canceller->places[i];
   const int level = trial_level(canceller, place);
-  const int too_soon = place.slow ? kSlowTooSoon : kTooSoon;
-  const int ended_drop = place.slow ? kSlowEndedDrop : kEndedDrop;
-  if (place.timer <= too_soon && place.level - level > ended_drop) return take_back(canceller, i);
+  if (has_ended(place, level)) return take_back(canceller, i);
   place.level = std::max(place.level, level);
-  const int drop = place.slow ? kSlowDrop + place.slope * place.timer / kFramesPerLook
-                   : place.hold >= kStrongHold ? kTrialDrop
-                                               : kWeakTrialDrop;
-  if (place.level - level >= drop && place.timer >= kLeastTrial) {
+  const int drop = place.slow     ? kSlowDrop + place.slope * place.timer / kFramesPerLook
+                   : place.strong ? kTrialDrop
+                                  : kWeakTrialDrop;
+  const bool fallen = place.level - level >= drop;
+  if (fallen && place.timer >= kLeastTrial && !falls_with_the_rest(canceller, place)) {
     place.phase = kHolding;
     place.proven_position = 0;
     if (place.slow) canceller->lines->doubt /= 2;
-    if (place.hold >= kStrongHold) canceller->alert = kAlertFrames;
+    if (place.strong) canceller->alert = kAlertFrames;
     canceller->pressure = std::min(canceller->pressure + kProvedHowl, kMostPressure);
     place.timer = 0;
     return;
@@ -224,14 +247,30 @@ void advance_trial(howlingCancel* canceller, int i, const int* found) {
   const int early = place.slow ? kSlowEarlyFrames : kEarlyFrames;
   const bool unimpressed = place.timer >= early && place.level - level < kEarlyDrop;
   if (place.timer < kTrialFrames && !unimpressed) return;
+  if (fallen) return take_back(canceller, i);
   const int moved = moved_peak(place, found);
   if (++place.attempts < kTrials && moved) {
     widen_to(place, moved);
+    place.heard = moved;
     begin_trial(canceller, i);
     return;
   }
   if (place.proven_position == 0) learn_outsider(canceller, place.position, level);
   take_back(canceller, i);
+}
+
+// No loop goes through the middle of a notch: what stands there comes from outside, and may be what
+// the notch was put on.
+bool stands_in_the_middle(const howling_place& place, int position) {
+  return place.phase == kHolding && place.depth == kFullDepth &&
+         std::abs(position - place.position) <= place.width / kMiddle;
+}
+
+void doubt_place(howling_place& place) {
+  place.hold /= 4;
+  if (place.timer < place.hold) return;
+  let_go(place, kQuickReleaseStep);
+  place.position = 0;
 }
 
 void advance_place(howlingCancel* canceller, int i, const int* found) {
@@ -289,28 +328,29 @@ void answer_howl(howlingCancel* canceller, int position, bool strong, bool slow,
   if (i >= 0 && canceller->places[i].phase == kHolding &&
       !reaches(canceller->places[i], position) && !all_in_use(canceller))
     i = -1;
-  if (i >= 0) {
-    howling_place& place = canceller->places[i];
-    if (place.phase == kTrial) return;
+  const bool near = i >= 0, returns = former_place(canceller, position) != nullptr;
+  if (!near) i = vacant_place(canceller);
+  howling_place& place = canceller->places[i];
+  if (place.phase == kTrial) return;
+  if (near && stands_in_the_middle(place, position)) return doubt_place(place);
+  const bool alert = canceller->alert > 0;
+  place.slow = slow;
+  place.strong = strong || (alert && !slow);
+  place.loud = alert || newest_level(canceller, position) - canceller->usual_level > kOverwhelming;
+  if (near && (returns || place.phase == kHolding)) {
     remember_stand(place);
-    if (place.phase == kHolding)
-      widen_to(place, position);
-    else if (!former_place(canceller, position))
-      place.position = position;
+    if (place.phase == kHolding) widen_to(place, position);
     place.hold = strong ? kLongHold : std::min(place.hold * 4, kLongHold);
   } else {
-    i = vacant_place(canceller);
-    howling_place& place = canceller->places[i];
+    const int first_hold = slow ? kSlowHold : place.loud ? kStrongHold : kShortHold;
+    place.hold = near ? std::max(place.hold, first_hold) : first_hold;
     place.position = position;
     place.proven_position = 0;
     place.width = position * kFirstWidth / 16;
-    place.hold = strong || (canceller->alert > 0 && !slow) ? kStrongHold
-                 : slow                                    ? kSlowHold
-                                                           : kShortHold;
   }
-  canceller->places[i].attempts = 0;
-  canceller->places[i].slow = slow;
-  canceller->places[i].slope = std::max(-slope, 0);
+  place.heard = position;
+  place.attempts = 0;
+  place.slope = std::max(-slope, 0);
   begin_trial(canceller, i);
 }
 
@@ -327,6 +367,9 @@ void answer_sweep(howlingCancel* canceller, int low, int high) {
   if (place.phase == kTrial) return;
   remember_stand(place);
   place.slow = 0;
+  place.strong = 1;
+  place.loud = 1;
+  place.heard = (low + high) / 2;
   const int margin = low * kFirstWidth / 32;
   span(place, std::min(low_edge(place), low - margin), std::max(high_edge(place), high + margin));
   place.hold = kLongHold;

@@ -83,9 +83,8 @@ void iirecho_processStereo(iirecho* echo, int* in_left, int* in_right, int* out_
     iircomber_two_block(loops, count);
     const mix_input mix_left[] = {{in_left + start, dry}, {left, wet}};
     const mix_input mix_right[] = {{in_right + start, dry}, {right, wet}};
-    kernels().mix_wrapping_q13(mix_left, 2, left, count);
     kernels().mix_wrapping_q13(mix_right, 2, right, count);
-    std::copy_n(left, count, out_left + start);
+    kernels().mix_wrapping_q13(mix_left, 2, out_left + start, count);
     std::copy_n(right, count, out_right + start);
   });
 }

@@ -71,7 +71,6 @@ using kernel_run = void (*)(const kernel_table& k, scene& s, int n);
 namespace run {
 
 constexpr kernel_run scale_q13 = [](auto& k, auto& s, int n) { k.scale_q13(s.x, s.gain, s.to, n); };
-constexpr kernel_run scale_q15 = [](auto& k, auto& s, int n) { k.scale_q15(s.x, s.gain, s.to, n); };
 constexpr kernel_run scale_to_silence_q13 = [](auto& k, auto& s, int n) {
   k.scale_to_silence_q13(s.x, s.gain, s.to, n);
 };
@@ -87,6 +86,9 @@ constexpr kernel_run mix_two_q13 = [](auto& k, auto& s, int n) {
 constexpr kernel_run mix_three_q13 = [](auto& k, auto& s, int n) {
   const mix_input three[] = {{s.x, s.gain}, {s.y, s.pick({4095, s.any()})}, {s.z, 8192}};
   k.mix_three_q13(three, s.to, n);
+};
+constexpr kernel_run mix_crossfeed_q13 = [](auto& k, auto& s, int n) {
+  k.mix_crossfeed_q13(s.x, s.y, s.z, s.gain, s.to, n);
 };
 constexpr kernel_run mix_wrapping_q13 = [](auto& k, auto& s, int n) {
   const mix_input two[] = {{s.x, s.gain}, {s.y, s.any()}};

@@ -170,6 +170,12 @@ def elliptic_partials():
         yield True, partial(j + 1, 1) + a[j] * y[0] == partial(j, 0)
 
 
+@proves("the DC blocker's difference first", "dc_remove.h")
+def dc_sum():
+    x, x1, y1 = Int("x"), Int("x1"), Int("y1")
+    yield True, (x - x1) + y1 == (x + y1) - x1
+
+
 @proves("the loop filter's sums in passes", "iircomber.cpp")
 def comber_sums():
     b0, b1, a1, x, x1, y1 = (Int(name) for name in ("b0", "b1", "a1", "x", "x1", "y1"))

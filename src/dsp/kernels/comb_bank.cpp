@@ -40,6 +40,48 @@ comb_lanes lanes_of(const comb_quartet* two) {
   return lanes;
 }
 
+bool none_shorter(const comb_quartet* two, int length) {
+  for (int k = 0; k < kCombLanes; ++k)
+    if (comb_of(two, k).length < length) return false;
+  return true;
+}
+
+// A multiple of eight samples, which reach no loop's end.
+void run_in_place(const comb_quartet* two, int count, void (*kernel)(comb_lanes*, int)) {
+  comb_lanes lanes = lanes_of(two);
+  kernel(&lanes, count);
+  for (int k = 0; k < kCombLanes; ++k) {
+    comber& comb = comb_of(two, k);
+    comb.index = advance(comb.index + count - 1, comb.length);
+    comb.filter_store = lanes.store[k];
+  }
+}
+
+// Eight samples among which loops end: through a copy of their cells.
+void run_across_ends(const comb_quartet* two, void (*kernel)(comb_lanes*, int)) {
+  int cells[kCombLanes][kCombLanes];
+  comb_lanes lanes = lanes_of(two);
+  const auto for_each_cell = [=](int k, auto use) {
+    const comber& comb = comb_of(two, k);
+    int at = comb.index;
+    for (int i = 0; i < kCombLanes; ++i) {
+      use(comb.buffer[at], i);
+      at = advance(at, comb.length);
+    }
+    return at;
+  };
+  for (int k = 0; k < kCombLanes; ++k) {
+    for_each_cell(k, [&](int cell, int i) { cells[k][i] = cell; });
+    lanes.cells[k] = cells[k];
+  }
+  kernel(&lanes, kCombLanes);
+  for (int k = 0; k < kCombLanes; ++k) {
+    comber& comb = comb_of(two, k);
+    comb.index = for_each_cell(k, [&](int& cell, int i) { cell = cells[k][i]; });
+    comb.filter_store = lanes.store[k];
+  }
+}
+
 }  // namespace
 
 void portable::comb_quartets_add_16(const comb_quartet* two, int n) {
@@ -58,29 +100,22 @@ void walk_comb_lanes(const comb_quartet* two, int n, void (*kernel)(comb_lanes*,
   for (int k = 0; k < kCombLanes; ++k)
     if (!never_saturates(comb_of(two, k))) return portable_form(two, n);
   comb_quartet next[2] = {two[0], two[1]};
-  const auto advance_by = [&](int count) {
+  while (n > 0) {
+    const int run = common_run(next, n);
+    int count = run - run % kCombLanes;
+    if (count > 0) {
+      run_in_place(next, count, kernel);
+    } else if (run > 0 && n >= kCombLanes && none_shorter(next, kCombLanes)) {
+      count = kCombLanes;
+      run_across_ends(next, kernel);
+    } else {  // the last few, a loop that is very short, or a position out of range
+      count = std::clamp(run, 1, n);
+      portable_form(next, count);
+    }
     for (comb_quartet& quartet : next) {
       quartet.in += count;
       quartet.sum += count;
     }
     n -= count;
-  };
-  while (n > 0) {
-    const int run = common_run(next, n);
-    const int whole = run - run % kCombLanes;
-    if (whole > 0) {
-      comb_lanes lanes = lanes_of(next);
-      kernel(&lanes, whole);
-      for (int k = 0; k < kCombLanes; ++k) {
-        comber& comb = comb_of(next, k);
-        comb.index = advance(comb.index + whole - 1, comb.length);
-        comb.filter_store = lanes.store[k];
-      }
-      advance_by(whole);
-    }
-    // Up to the end of the loop; one sample if a position is out of range.
-    const int rest = whole > 0 ? run - whole : std::clamp(run, 1, n);
-    portable_form(next, rest);
-    advance_by(rest);
   }
 }

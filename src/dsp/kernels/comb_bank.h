@@ -18,7 +18,7 @@ struct comb_lanes {
 };
 
 // Runs eight combs over n samples: the kernel takes runs of a multiple of eight samples that reach
-// no loop's end, the portable form takes the rest.
+// no loop's end, and the eight in which one does in a copy; the portable form takes the last few.
 //
 // The kernel gets gains with which no product can saturate: damp1 and damp2 are not negative and at
 // most 8192 together, feedback is 0..8192. (A weighted mean of 32-bit words, or a part of one, fits

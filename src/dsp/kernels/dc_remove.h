@@ -10,7 +10,7 @@ constexpr int64_t kDcRemovePole = 66840428;  // 0.996 in Q26
 template <int input_bits>
 inline int64_t dc_remove_step(int64_t& x_prev, int64_t& y_prev, int in) {
   const int64_t x = int64_t{in} * (int64_t{1} << input_bits);
-  const int64_t y = wrap_mul64(wrap_sub64(wrap_add64(x, y_prev), x_prev), kDcRemovePole);
+  const int64_t y = wrap_mul64(wrap_add64(wrap_sub64(x, x_prev), y_prev), kDcRemovePole);
   y_prev = y >> 26;
   x_prev = x;
   return y;

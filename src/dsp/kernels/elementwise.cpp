@@ -10,10 +10,6 @@ void portable::scale_q13(const int* in, int gain_q13, int* out, int n) {
   for (int i = 0; i < n; ++i) out[i] = saturate32(int64_t{in[i]} * gain_q13 >> 13);
 }
 
-void portable::scale_q15(const int* in, int gain_q15, int* out, int n) {
-  for (int i = 0; i < n; ++i) out[i] = saturate32(int64_t{in[i]} * gain_q15 >> 15);
-}
-
 void portable::scale_to_silence_q13(const int* in, int gain_q13, int* out, int n) {
   for (int i = 0; i < n; ++i) out[i] = scale_down<13>(int64_t{in[i]} * gain_q13);
 }
@@ -35,6 +31,16 @@ void portable::mix_two_q13(const int* a, int gain_a_q13, const int* b, int gain_
   for (int i = 0; i < n; ++i)
     out[i] = silence_minus_one(saturate_add(saturate32(int64_t{gain_a_q13} * a[i] >> 13),
                                             saturate32(int64_t{gain_b_q13} * b[i] >> 13)));
+}
+
+// A gain in Q13 is a quarter of itself in Q15.
+void portable::mix_crossfeed_q13(const int* direct, const int* other, const int* high, int gain_q13,
+                                 int* out, int n) {
+  for (int i = 0; i < n; ++i) {
+    const int lows = saturate32(int64_t{other[i]} * gain_q13 >> 13);
+    const int highs = saturate32(int64_t{high[i]} * gain_q13 >> 15);
+    out[i] = saturate_add(saturate_add(direct[i], lows), highs);
+  }
 }
 
 void portable::mix_three_q13(const mix_input* three, int* out, int n) {

@@ -14,13 +14,6 @@ void variant::scale_q13(const int* in, int gain_q13, int* out, int n) {
   });
 }
 
-void variant::scale_q15(const int* in, int gain_q15, int* out, int n) {
-  const vector gains = splat(gain_q15);
-  for_each_vector(n, [=](int i, auto lanes) {
-    store(out + i, saturated_product<15>(load(in + i, lanes), gains), lanes);
-  });
-}
-
 void variant::scale_to_silence_q13(const int* in, int gain_q13, int* out, int n) {
   const vector gains = splat(gain_q13);
   for_each_vector(n, [=](int i, auto lanes) {
@@ -53,6 +46,16 @@ void variant::mix_two_q13(const int* a, int gain_a_q13, const int* b, int gain_b
     const vector y = saturate_add(saturated_product<13>(load(a + i, lanes), gains_a),
                                   saturated_product<13>(load(b + i, lanes), gains_b));
     store(out + i, silence_minus_one(y), lanes);
+  });
+}
+
+void variant::mix_crossfeed_q13(const int* direct, const int* other, const int* high, int gain_q13,
+                                int* out, int n) {
+  const vector gains = splat(gain_q13);
+  for_each_vector(n, [=](int i, auto lanes) {
+    const vector lows = saturated_product<13>(load(other + i, lanes), gains);
+    const vector highs = saturated_product<15>(load(high + i, lanes), gains);
+    store(out + i, saturate_add(saturate_add(load(direct + i, lanes), lows), highs), lanes);
   });
 }
 

@@ -14,6 +14,7 @@
 namespace {
 
 constexpr int kDelay = kHalfBandSections - 1;
+constexpr int kFewestSamples = 8;  // below, the ends are most of the work
 
 // Two sections of each branch.
 struct sections {
@@ -41,7 +42,7 @@ inline __m256i late(__m256i x) { return _mm256_shuffle_epi32(x, 0x23); }
 }  // namespace
 
 void avx2::half_band_branches(int* state, int* x0, int* x1, int n) {
-  if (n < 1) return;
+  if (n < kFewestSamples) return portable::half_band_branches(state, x0, x1, n);
   const __m256i coefficients = load(kHalfBand[0]), words = load(state);
   sections first(early(coefficients), early(words)), second(late(coefficients), late(words));
   const auto step = [&](int a, int b) {

@@ -11,6 +11,7 @@
 namespace {
 
 constexpr int kDelay = kHalfBandSections - 1;
+constexpr int kFewestSamples = 8;  // below, the ends are most of the work
 
 inline vector reverse(vector x) {
   return vcombine_s32(vrev64_s32(vget_high_s32(x)), vrev64_s32(vget_low_s32(x)));
@@ -39,7 +40,7 @@ struct branch {
 }  // namespace
 
 void neon::half_band_branches(int* state, int* x0, int* x1, int n) {
-  if (n < 1) return;
+  if (n < kFewestSamples) return portable::half_band_branches(state, x0, x1, n);
   branch first(kHalfBand[0], state), second(kHalfBand[1], state + kHalfBandSections);
   const auto edge_step = [&](int t) {
     first.step(t < n ? x0[t] : 0);

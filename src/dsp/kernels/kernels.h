@@ -103,7 +103,6 @@ struct kernel_table {
 
   // in x gain.
   void (*scale_q13)(const int* in, int gain_q13, int* out, int n);
-  void (*scale_q15)(const int* in, int gain_q15, int* out, int n);
   // in x gain, to silence.
   void (*scale_to_silence_q13)(const int* in, int gain_q13, int* out, int n);
   // in x gain, a gain for every sample, to silence.
@@ -113,6 +112,9 @@ struct kernel_table {
                                      int* out, int n);
   // a x gain_a and b x gain_b, each saturated; their sum, to silence.
   void (*mix_two_q13)(const int* a, int gain_a_q13, const int* b, int gain_b_q13, int* out, int n);
+  // direct + other x gain + high x gain / 4; each product saturates, and each sum, from left to right.
+  void (*mix_crossfeed_q13)(const int* direct, const int* other, const int* high, int gain_q13,
+                            int* out, int n);
   // The sum of three inputs x gain; on wild gains the 64-bit sum wraps.
   void (*mix_three_q13)(const mix_input* three, int* out, int n);
   // The sum of count inputs x gain, wrapping: its low 32 bits, to silence.
@@ -202,11 +204,11 @@ struct kernel_table {
 // clang-format off
 #define SONX_KERNELS(kernel)         \
   kernel(scale_q13)                  \
-  kernel(scale_q15)                  \
   kernel(scale_to_silence_q13)       \
   kernel(scale_each_to_silence_q17)  \
   kernel(scale_twice_to_silence_q17) \
   kernel(mix_two_q13)                \
+  kernel(mix_crossfeed_q13)          \
   kernel(mix_three_q13)              \
   kernel(mix_wrapping_q13)           \
   kernel(add)                        \

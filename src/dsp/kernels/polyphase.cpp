@@ -4,11 +4,17 @@
 
 namespace {
 
+// An output's place in the input is whole + phase / phases samples.
 inline void all_phases(const polyphase& f, int taps, const int16_t* x, int16_t* out, int periods) {
+  const int step = f.period / f.phases, part = f.period % f.phases;
   for (; periods > 0; --periods, x += f.period)
-    for (int m = 0; m < f.phases; ++m)
-      *out++ = dot_product_q15(f.rows + m * f.period % f.phases * taps, x + m * f.period / f.phases,
-                               taps);
+    for (int m = 0, whole = 0, phase = 0; m < f.phases; ++m) {
+      *out++ = dot_product_q15(f.rows + phase * taps, x + whole, taps);
+      phase += part;
+      const bool next = phase >= f.phases;
+      whole += step + next;
+      phase -= next ? f.phases : 0;
+    }
 }
 
 }  // namespace
