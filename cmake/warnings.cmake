@@ -1,5 +1,5 @@
-# Warnings, floating-point rules, atomic words, and the sanitizers of SONX_SANITIZE, for every target of ours; and
-# how shared libraries are linked.
+# Warnings, floating-point rules, atomic words, and the sanitizers of SONX_SANITIZE, for every target
+# of ours; and how shared libraries are linked.
 add_library(sonx_build_flags INTERFACE)
 target_compile_options(sonx_build_flags INTERFACE -Wall -Wextra -Wpedantic -Wshadow)
 # No fused multiply-add: the equalizer's level law, and the designs that tests compare coefficients
