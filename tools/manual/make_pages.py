@@ -76,19 +76,28 @@ def comments(file):
     return [[without_slashes(line) for line in block.splitlines()] for block in blocks]
 
 
+def paragraphs(block):
+    return [text.splitlines() for text in re.split(r"\n(?:[ ]*\n)+", "\n".join(block))]
+
+
 def sketch(file):
-    """The comments with a sketch: of a source file as a whole, of a header the sketch alone."""
-    found = [block for block in comments(file) if SKETCH.search("".join(block))]
-    if not found:
+    """The drawings in a file's comments; of a header the first one."""
+    drawings = [text for block in comments(file) for text in paragraphs(block)
+                if SKETCH.search("".join(text))]
+    if not drawings:
         sys.exit(f"make_pages: no sketch in {file}")
-    texts = []
-    for block in found:
-        if file.endswith(".h"):
-            block = next(its for indented, its in runs(block) if indented and SKETCH.search("".join(its)))
-        if not block[0].startswith("  ") and SKETCH.search(block[0]):
-            block = ["  " + line if SKETCH.search(line) else line for line in block]
-        texts.append(documentation(block))
-    return "\n\n".join(texts)
+    if file.endswith(".h"):
+        drawings = drawings[:1]
+    return "\n\n".join(documentation(["  " + line for line in text]) for text in drawings)
+
+
+def whole_sentences(lines):
+    """Without what a list or a sketch would go on with."""
+    text = "\n".join(lines)
+    ends = [stop.end() for stop in re.finditer(r"\.(?=\s|$)", text)]
+    if not ends:
+        sys.exit(f"make_pages: no sentence in: {text}")
+    return text[:ends[-1]].splitlines()
 
 
 def number(value):
@@ -163,7 +172,7 @@ def page(sonx, folder, effect):
     parts = [
         f"# {escaped(effect['name'])} {{#effect_{effect['id'].replace('-', '_')}}}",
         f"**{escaped(effect['description'])}**",
-        documentation(opening),
+        documentation(whole_sentences(opening)),
         f"`{effect['id']}` in presets, {sides[effect['inputs']]} to {sides[effect['outputs']]}, "
         f"at {rates} Hz. In C: @ref {pathlib.Path(header).name}, with latency, memory and limits.",
         "## Parameters",
