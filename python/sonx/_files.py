@@ -23,6 +23,8 @@ def read(path: str | os.PathLike[str], dtype: str = "float32") -> tuple[Samples,
 
     WAV, FLAC, OGG and whatever else soundfile reads; dtype is float32, int16 or int32.
     """
+    if not os.path.exists(path):
+        raise FileNotFoundError(f"there is no file '{os.fspath(path)}'")
     samples, rate = _soundfile().read(os.fspath(path), dtype=dtype)
     return np.ascontiguousarray(samples.T), int(rate)
 
@@ -46,4 +48,7 @@ def write(path: str | os.PathLike[str], samples: Samples, rate: int, bits: int =
         raise ValueError(f"bits is 16 or 24, not {bits!r}")
     if bits == 16:  # to the nearest, halves upward
         words = np.minimum((words + 0x8000) & ~0xFFFF, 0x7FFF0000)
-    _soundfile().write(os.fspath(path), words.astype(np.int32).T, rate, subtype=f"PCM_{bits}")
+    soundfile, kind = _soundfile(), os.path.splitext(path)[1][1:].upper()
+    if kind not in ("WAV", "FLAC", "CAF", "W64"):
+        raise ValueError(f"'{os.fspath(path)}' isn't called .wav, .flac, .caf or .w64")
+    soundfile.write(os.fspath(path), words.astype(np.int32).T, rate, subtype=f"PCM_{bits}")

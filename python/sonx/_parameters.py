@@ -132,6 +132,8 @@ class Number(Parameter[float]):
 
     def number(self, value: Any) -> float:
         try:
+            if isinstance(value, (str, bytes, bool)):
+                raise TypeError
             number = float(value)
         except (TypeError, ValueError):
             raise TypeError(f"{self.id} is a number, not {value!r}") from None

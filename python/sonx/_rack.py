@@ -236,7 +236,8 @@ def load(preset: PathLike, rate: int = 48000) -> Rack:
     if not there and str(preset) in known:
         path = known[str(preset)]
     elif not there:
-        raise FileNotFoundError(f"there is no preset '{preset}'{nearest(path.stem, known)}")
+        hint = nearest(path.stem, known) or "; sonx.presets() has those with a name"
+        raise FileNotFoundError(f"there is no preset '{preset}'{hint}")
     try:
         return loads(path.read_text(encoding="utf-8"), rate)
     except ValueError as error:

@@ -54,6 +54,11 @@ def test_every_effect_takes_the_ends_of_every_range_and_nothing_beyond():
     (lambda: sonx.response(sonx.Reverb(), level=10), ValueError, "outside -90 .. 0 dBFS"),
     (lambda: sonx.write("x.wav", [0.0, float("nan")], 48000), ValueError, "NaN"),
     (lambda: sonx.load("late-evenin"), FileNotFoundError, "did you mean 'late-evening'"),
+    (lambda: sonx.load("nothing"), FileNotFoundError, r"sonx\.presets\(\)"),
+    (lambda: sonx.read("nothing.wav"), FileNotFoundError, "no file 'nothing.wav'"),
+    (lambda: sonx.write("x.mp3", [0.0], 48000), ValueError, "isn't called .wav"),
+    (lambda: sonx.Reverb(room="20"), TypeError, "room is a number, not '20'"),
+    (lambda: sonx.Reverb(room=True), TypeError, "room is a number, not True"),
     (lambda: sonx.loads("sonx = 1\n[[effect]]\nid = 'reverb'\nrom = 1"), ValueError, "^line 4: .*room"),
     (lambda: sonx.parse_equalizer("Filter 1: ON XX Fc 10 Hz"), ValueError, "^line 1: "),
 ])
