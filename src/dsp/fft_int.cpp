@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 
+#include "bit_reversal.h"
 #include "dsp/fft_frame.h"
 #include "dsp/fft_peaks.h"
 #include "dsp/kernels/fft_stage.h"
@@ -46,13 +47,7 @@ constexpr auto kTwiddles = [] {
   return twiddles;
 }();
 
-constexpr auto kBitReversal = [] {
-  std::array<uint8_t, kSize> reversed{};
-  for (unsigned i = 0; i < kSize; ++i)
-    for (unsigned bit = 0; bit < kStages; ++bit)
-      reversed[i] = static_cast<uint8_t>(reversed[i] | ((i >> bit & 1) << (kStages - 1 - bit)));
-  return reversed;
-}();
+constexpr auto kBitReversal = bit_reversal<kStages>();
 
 void run_stages(fft_int* fft) {
   for (int half = 1; half < std::min(fft->n, kSize); half *= 2)

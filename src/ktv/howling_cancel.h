@@ -51,9 +51,10 @@
 // That lets the loop stand some 3 dB louder, and doesn't suit a voice that is heard together with an
 // accompaniment it has to be in tune with. It may come in by itself: when three howls have been
 // proved within seconds, three notches stand, or a loud tone without harmonics just goes on. The
-// second, the last resort, takes gain away, 26 dB in a second, while a howl goes on though all notches
-// are in use, or nothing ends it, and gives it back by 1 dB in 5 s. A tone that neither glides with the shift nor falls with the
-// gain comes from outside: it is left alone for the next 10 s.
+// second, the last resort, takes gain away, 26 dB in a second, while a howl goes on though all
+// notches are in use, or nothing ends it, and gives it back by 1 dB in 5 s. A tone that neither
+// glides with the shift nor falls with the gain comes from outside: it is left alone for the next 10
+// s.
 //
 // What it doesn't do: howls below some 150 Hz and above 8.2 kHz (at 48 kHz) are not heard, above
 // 5.8 kHz only slowly, and more than five narrow ones at once are cut only by wide notches. A solo note

@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <cstdlib>
 
+#include "bit_reversal.h"
 #include "dsp/log2.h"
 #include "fixed.h"
 #include "ktv/howling_internal.h"
@@ -54,13 +55,8 @@ void transform(point* z) {
     }
 }
 
-// The bits of 0..1023 the other way round.
-constexpr auto kReversed = [] {
-  std::array<uint16_t, kHalf> reversed{};
-  for (size_t i = 1; i < kHalf; ++i)
-    reversed[i] = static_cast<uint16_t>(reversed[i / 2] / 2 + i % 2 * (kHalf / 2));
-  return reversed;
-}();
+constexpr auto kReversed = bit_reversal<10>();
+static_assert(kReversed.size() == kHalf);
 
 // Half of 1 - cosine over a frame, Q30.
 int window_q30(int n) { return (1 << 29) - cosine(n) / 2; }

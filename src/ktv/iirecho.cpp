@@ -70,7 +70,8 @@ void iirecho_getdry(iirecho* echo, int* gain) { *gain = echo->dry; }
 //        └──► comb (the loop) ──► × wet ──┘       wraps
 //             24 bit              Q13
 //
-// Both channels are read before either is written, so that any of the buffers may coincide.
+// The right channel is read before the left one is written, and written last: any of the buffers may
+// coincide.
 void iirecho_processStereo(iirecho* echo, int* in_left, int* in_right, int* out_left,
                            int* out_right, int n) {
   if (!has_memory(echo)) return pass(in_left, in_right, out_left, out_right, n);

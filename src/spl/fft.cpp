@@ -1,9 +1,9 @@
 #include "spl/fft.h"
 
 #include <algorithm>
-#include <array>
 #include <cstdint>
 
+#include "bit_reversal.h"
 #include "dsp/kernels/kernels.h"
 #include "fixed.h"
 
@@ -47,13 +47,7 @@ struct planes {
   int* im() { return words + points; }
 };
 
-// k with its ten bits in reverse order.
-constexpr auto kMirrored = [] {
-  std::array<int16_t, kMostPoints> mirrored = {};
-  for (int k = 1; k < kMostPoints; ++k)
-    mirrored[k] = static_cast<int16_t>(mirrored[k / 2] / 2 + k % 2 * (kMostPoints / 2));
-  return mirrored;
-}();
+constexpr auto kMirrored = bit_reversal<kMostStages>();
 
 // Words in groups of so many change places with those at the reversed index.
 template <int group, typename Word>

@@ -95,7 +95,6 @@ constexpr kernel_run mix_wrapping_q13 = [](auto& k, auto& s, int n) {
   k.mix_wrapping_q13(two, s.pick({0, 1, 2}), s.to, n);
 };
 constexpr kernel_run add = [](auto& k, auto& s, int n) { k.add(s.x, s.y, s.to, n); };
-constexpr kernel_run subtract = [](auto& k, auto& s, int n) { k.subtract(s.x, s.y, s.to, n); };
 constexpr kernel_run scale_down_5 = [](auto& k, auto& s, int n) {
   k.scale_down_5(s.wide.data(), s.to, n);
 };
@@ -129,7 +128,6 @@ constexpr kernel_run level = [](auto& k, auto& s, int n) {
   s.keep({found.largest, found.sum});
 };
 constexpr kernel_run peak = [](auto& k, auto& s, int n) { s.keep({k.peak(s.x, n)}); };
-constexpr kernel_run energy = [](auto& k, auto& s, int n) { s.keep({k.energy(s.x, n)}); };
 constexpr kernel_run fir_sums = [](auto& k, auto& s, int n) {
   k.fir_sums(s.x, s.b.data(), s.pick({1, 2, 7}), s.wide.data(), n);
 };

@@ -228,7 +228,7 @@ std::string offer_in_zsh(const option_words& option) {
 std::string function_in_zsh(const CLI::App& command) {
   std::string name = path_of(command);
   std::replace(name.begin(), name.end(), '-', '_');
-  const auto spec = [](const std::string& text) { return " \\\n    " + quoted(text, "'\\''"); };
+  const auto argument = [](const std::string& text) { return " \\\n    " + quoted(text, "'\\''"); };
   const bool has_commands = !command.get_subcommands({}).empty();
   std::string text = "_" + name + "() {\n" +
                      (has_commands ? "  local curcontext=$curcontext state line\n" : "") +
@@ -240,11 +240,12 @@ std::string function_in_zsh(const CLI::App& command) {
                                  : option.names.size() > 1 ? "(" + joined(option.names) + ")"
                                                            : "";
       const char* const joint = !takes ? "" : one.starts_with("--") ? "=" : "+";
-      text += spec(others + one + joint + in_brackets(option.explanation) + offer_in_zsh(option));
+      text +=
+          argument(others + one + joint + in_brackets(option.explanation) + offer_in_zsh(option));
     }
   }
   for (const option_words& option : words_of_all(command, true))
-    text += spec((option.repeats ? "*" : "") + offer_in_zsh(option));
+    text += argument((option.repeats ? "*" : "") + offer_in_zsh(option));
   if (!has_commands) return text + "\n}\n";
 
   text +=

@@ -63,10 +63,6 @@ void portable::add(const int* a, const int* b, int* out, int n) {
   for (int i = 0; i < n; ++i) out[i] = saturate_add(a[i], b[i]);
 }
 
-void portable::subtract(const int* a, const int* b, int* out, int n) {
-  for (int i = 0; i < n; ++i) out[i] = saturate_sub(a[i], b[i]);
-}
-
 void portable::scale_down_5(const int64_t* x, int* out, int n) {
   for (int i = 0; i < n; ++i) out[i] = scale_down<5>(x[i]);
 }
@@ -120,12 +116,6 @@ int portable::peak(const int* in, int n) {
   int largest = 0;
   for (int i = 0; i < n; ++i) largest = std::max(largest, in[i] < 0 ? wrap_neg(in[i]) : in[i]);
   return largest;
-}
-
-int64_t portable::energy(const int* in, int n) {
-  int64_t sum = 0;
-  for (int i = 0; i < n; ++i) sum = mac(sum, in[i], in[i]);
-  return sum;
 }
 
 void portable::fir_sums(const int* x, const int* coefficients, int taps, int64_t* sums, int n) {

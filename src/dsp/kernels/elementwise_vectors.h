@@ -87,12 +87,6 @@ void variant::add(const int* a, const int* b, int* out, int n) {
   });
 }
 
-void variant::subtract(const int* a, const int* b, int* out, int n) {
-  for_each_vector(n, [=](int i, auto lanes) {
-    store(out + i, saturate_sub(load(a + i, lanes), load(b + i, lanes)), lanes);
-  });
-}
-
 void variant::scale_down_5(const int64_t* x, int* out, int n) {
   int i = 0;
   for (; i + kLanes <= n; i += kLanes) store(out + i, silence_minus_one(narrow<5>(x + i)));
@@ -209,12 +203,6 @@ int variant::peak(const int* in, int n) {
   for_each_vector(
       n, [&](int i, auto lanes) { largest = max(largest, magnitude(load(in + i, lanes))); });
   return static_cast<int>(largest_lane_unsigned(largest));
-}
-
-int64_t variant::energy(const int* in, int n) {
-  wide_sum sum;
-  for_each_vector(n, [&](int i, auto lanes) { sum.add_squares(load(in + i, lanes)); });
-  return sum.total();
 }
 
 void variant::fir_sums(const int* x, const int* coefficients, int taps, int64_t* sums, int n) {

@@ -6,6 +6,7 @@
 #include <immintrin.h>
 
 #include "dsp/kernels/iir_lanes.h"
+#include "dsp/kernels/vectors_avx2.h"
 
 namespace {
 
@@ -33,8 +34,6 @@ inline __m256i mac(__m256i sum, __m256i a, __m256i b) {
 
 // The high halves into the low ones.
 inline __m256i high_halves(__m256i a) { return _mm256_shuffle_epi32(a, 0xF5); }
-// The low halves of one, the high halves of the other.
-inline __m256i halves(__m256i low, __m256i high) { return _mm256_blend_epi32(low, high, 0xAA); }
 
 // Saturates eight results, and -1 becomes 0. high has bits 32 up of a sum, shifted its bits 28 up:
 // the result, if the four bits that it lacks are copies of its sign, which is to say that shifting
@@ -108,8 +107,8 @@ inline void find_results(row_registers (&row)[rows]) {
 #pragma GCC unroll 8
   for (int k = 0; k + 1 < rows; k += 2) {
     const __m256i even = row[k].sum(), odd = row[k + 1].sum();
-    row[k].y = saturate(halves(high_halves(even), odd),
-                        halves(_mm256_srli_epi64(even, 28), _mm256_slli_epi64(odd, 4)));
+    row[k].y = saturate(even_odd(high_halves(even), odd),
+                        even_odd(_mm256_srli_epi64(even, 28), _mm256_slli_epi64(odd, 4)));
     row[k + 1].y = high_halves(row[k].y);
   }
   if (rows % 2 == 1) {

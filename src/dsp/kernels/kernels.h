@@ -121,8 +121,6 @@ struct kernel_table {
   void (*mix_wrapping_q13)(const mix_input* inputs, int count, int* out, int n);
   // a + b.
   void (*add)(const int* a, const int* b, int* out, int n);
-  // a - b.
-  void (*subtract)(const int* a, const int* b, int* out, int n);
   // x / 2^5 of 64-bit words, to silence.
   void (*scale_down_5)(const int64_t* x, int* out, int n);
   // x + depth (other - x) / 2^20, in place of x.
@@ -142,8 +140,6 @@ struct kernel_table {
   block_level (*level)(const int* in, int n);
   // The largest magnitude, -2147483648 left out.
   int (*peak)(const int* in, int n);
-  // The sum of squares; wraps.
-  int64_t (*energy)(const int* in, int n);
 
   // ---- Filters. n < 1 does nothing.
 
@@ -157,8 +153,8 @@ struct kernel_table {
   void (*iir_chains_32)(const iir_chain* chains, int chain_count, int n);
   // The same with sections of iir_step_wrapping.
   void (*iir_chains_wrapping)(const iir_chain* chains, int chain_count, int n);
-  // Up to kBlockFrames samples of both channels through their trees, by iir_step_32. The 26 sections are
-  // 26; the bands overlap neither the inputs nor each other.
+  // Up to kBlockFrames samples of both channels through their trees, by iir_step_32. No section stands
+  // in two places; the bands overlap neither the inputs nor each other.
   void (*band_tree_32)(const band_tree* two, int n);
   // A slice of kSliceFrames samples through the sections in a bank's rows first_row .. first_row + rows
   // - 1 by iir_step_32, 1 <= rows <= kBankRows. An output may be the same section's input, or that
@@ -166,7 +162,7 @@ struct kernel_table {
   void (*section_slice)(section_bank* bank, int first_row, int rows);
   // Both channels through their sections by iir_step_32: rest = x - y, saturated, is the next one's
   // x. Adds the sums of squares of the three results and of the last rest to energies[0..3]; wraps.
-  // The six sections are six.
+  // No section stands in two places.
   void (*split_energies)(const split_channel* two, int n);
   // x in place through count notches one after the other, each of which fades into its own share:
   // the same bits as notch_block and fade for each.
@@ -212,7 +208,6 @@ struct kernel_table {
   kernel(mix_three_q13)              \
   kernel(mix_wrapping_q13)           \
   kernel(add)                        \
-  kernel(subtract)                   \
   kernel(scale_down_5)               \
   kernel(fade)                       \
   kernel(clip)                       \
@@ -221,7 +216,6 @@ struct kernel_table {
   kernel(overdrive_bit_shift)        \
   kernel(level)                      \
   kernel(peak)                       \
-  kernel(energy)                     \
   kernel(fir_sums)                   \
   kernel(iir_chains_32)              \
   kernel(iir_chains_wrapping)        \

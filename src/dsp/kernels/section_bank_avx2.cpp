@@ -1,7 +1,6 @@
 // A slice through rows of sections with AVX2.
 #include "dsp/kernels/iir_rows_avx2.h"
 #include "dsp/kernels/section_bank.h"
-#include "dsp/kernels/vectors_avx2.h"
 
 namespace {
 

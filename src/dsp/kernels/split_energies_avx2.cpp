@@ -3,7 +3,6 @@
 #include "dsp/kernels/split_energies.h"
 
 #include "dsp/kernels/iir_rows_avx2.h"
-#include "dsp/kernels/vectors_avx2.h"
 
 namespace {
 

@@ -177,11 +177,6 @@ struct wide_sum {
     const __m256i evens = _mm256_blend_epi32(x, _mm256_setzero_si256(), 0xAA);
     lanes = _mm256_add_epi64(lanes, _mm256_add_epi64(evens, odd(x)));
   }
-  void add_squares(vector x) {
-    const __m256i odds = odd(x);
-    lanes = _mm256_add_epi64(
-        lanes, _mm256_add_epi64(_mm256_mul_epi32(x, x), _mm256_mul_epi32(odds, odds)));
-  }
   int64_t total() const {
     const __m128i pair =
         _mm_add_epi64(_mm256_castsi256_si128(lanes), _mm256_extracti128_si256(lanes, 1));

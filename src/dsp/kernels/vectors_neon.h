@@ -126,9 +126,6 @@ struct wide_sum {
     lanes =
         vreinterpretq_s64_u64(vpadalq_u32(vreinterpretq_u64_s64(lanes), vreinterpretq_u32_s32(x)));
   }
-  void add_squares(vector x) {
-    lanes = vmlal_high_s32(vmlal_s32(lanes, vget_low_s32(x), vget_low_s32(x)), x, x);
-  }
   int64_t total() const { return vaddvq_s64(lanes); }
 };
 
