@@ -182,11 +182,80 @@ void follow(howling_lines* lines, const peak* peaks, int count) {
   }
 }
 
+constexpr int kSoftestGlide = level_of_db(-12.0), kLoudGlide = level_of_db(3.0);  // above usual
+constexpr int kLeastGlide = 3;                                                    // looks
+constexpr int kNearSweep = 160, kWidestSweep = 1024;                              // 59 and 375 Hz
+
+// To the sweep it meets, else to a new one in place of the weakest.
+void add_glide(howling_lines* lines, int low, int high, int evidence) {
+  const auto meets = [=](const howling_sweep& s) {
+    return s.low && low < s.high + kNearSweep && high > s.low - kNearSweep &&
+           std::max(high, s.high) - std::min(low, s.low) <= kWidestSweep;
+  };
+  howling_sweep* end = lines->sweeps + kSweeps;
+  howling_sweep* sweep = std::find_if(lines->sweeps, end, meets);
+  if (sweep == end) {
+    const auto weaker = [](const howling_sweep& a, const howling_sweep& b) {
+      return a.evidence < b.evidence;
+    };
+    sweep = std::min_element(lines->sweeps, end, weaker);
+    *sweep = {low, high, 0};
+  }
+  sweep->low = std::min(sweep->low, low);
+  sweep->high = std::max(sweep->high, high);
+  sweep->evidence += evidence;
+}
+
+// A tone in a loop rises by the shift with each turn, and a turn takes 6 ms at least. At the edge of
+// what the loop carries it slows down; on average it takes 40 ms a turn at most.
+bool goes_on(const howling_glide& glide, const peak& p, int shift) {
+  const int step = p.position - glide.position;
+  return step >= 0 && step <= shift * 13 / 2 &&
+         (glide.looks == 1 || std::abs(step - glide.step) <= 2 * shift);
+}
+bool rises(const howling_glide& glide, int shift) {
+  return glide.looks >= kLeastGlide && glide.position - glide.first >= shift * (glide.looks - 1);
+}
+
+// Under the shift no line stands still. What glides like a loop's tone, alone, again and again in
+// the same region, is none of a voice's: its glides have harmonics, and each a speed of its own.
+void follow_glides(howling_lines* lines, const peak* peaks, int count, int shift, int usual) {
+  for (howling_sweep& sweep : lines->sweeps)
+    if (--sweep.evidence <= 0) sweep = {};
+  if (shift == 0) return;
+  bool used[kLinePeaks];
+  for (int k = 0; k < count; ++k)
+    used[k] = peaks[k].harmonic || peaks[k].level <= usual + kSoftestGlide;
+  for (howling_glide& glide : lines->glides) {
+    if (glide.position == 0) continue;
+    int k = 0;
+    while (k < count && (used[k] || !goes_on(glide, peaks[k], shift))) ++k;
+    if (k == count) {
+      glide = {};
+      continue;
+    }
+    used[k] = true;
+    glide = {glide.first, peaks[k].position, peaks[k].position - glide.position, glide.looks + 1};
+    if (!rises(glide, shift)) continue;
+    const int looks = glide.looks == kLeastGlide ? kLeastGlide : 1;
+    const int weight = peaks[k].level > usual + kLoudGlide ? 2 : 1;
+    add_glide(lines, glide.first, glide.position, looks * weight * kGlideLook);
+  }
+  for (int k = 0; k < count; ++k) {
+    if (used[k]) continue;
+    const auto unused = [](const howling_glide& g) { return g.position == 0; };
+    howling_glide* end = lines->glides + kGlides;
+    howling_glide* glide = std::find_if(lines->glides, end, unused);
+    if (glide == end) break;
+    *glide = {peaks[k].position, peaks[k].position, 0, 1};
+  }
+}
+
 }  // namespace
 
 void reset(howling_lines* lines) { *lines = {}; }
 
-bool hear_hop(howling_lines* lines, const int* hop) {
+bool hear_hop(howling_lines* lines, const int* hop, int shift, int usual) {
   std::copy_n(hop, kHop, lines->past + lines->newest);
   lines->newest = (lines->newest + kHop) % kLineFrame;
   if (++lines->hops < kFramesPerLook) return false;
@@ -201,6 +270,7 @@ bool hear_hop(howling_lines* lines, const int* hop) {
   for (int k = 0; k < kLinePeaks; ++k)
     harmonics[k] = k < count && peaks[k].harmonic ? peaks[k].position : 0;
   follow(lines, peaks, count);
+  follow_glides(lines, peaks, count, shift, usual);
   return true;
 }
 
