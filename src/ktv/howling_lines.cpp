@@ -6,6 +6,7 @@
 #include <cstdlib>
 
 #include "bit_reversal.h"
+#include "dsp/kernels/kernels.h"
 #include "dsp/log2.h"
 #include "fixed.h"
 #include "ktv/howling_internal.h"
@@ -35,28 +36,52 @@ constexpr auto kCosines = [] {
 int cosine(int k) { return kCosines[static_cast<size_t>(k & (kLineFrame - 1))]; }
 int sine(int k) { return cosine(k - kHalf / 2); }
 
-struct point {
-  int re, im;
-};
-
 int scaled(int64_t product) { return static_cast<int>(product >> 30); }
-
-// In place, input in reversed order; each stage halves.
-void transform(point* z) {
-  for (int half = 1; half < kHalf; half *= 2)
-    for (int j = 0; j < half; ++j) {
-      const int64_t c = cosine(j * (kHalf / half)), s = sine(j * (kHalf / half));
-      for (int i = j; i < kHalf; i += 2 * half) {
-        const point a = z[i], b = z[i + half];
-        const int re = scaled(c * b.re + s * b.im), im = scaled(c * b.im - s * b.re);
-        z[i] = {(a.re + re) / 2, (a.im + im) / 2};
-        z[i + half] = {(a.re - re) / 2, (a.im - im) / 2};
-      }
-    }
-}
 
 constexpr auto kReversed = bit_reversal<10>();
 static_assert(kReversed.size() == kHalf);
+
+// Cosines and sines of the transform's stages, Q30. The first stages work in the input's order and
+// take a factor a group; the later ones in the output's, and take a factor for each place of a group
+// of 2 half: the half - kMiddle + j-th.
+constexpr int kMiddle = 32;
+struct stage_factors {
+  int groups[2][kMiddle], places[2][kHalf - kMiddle];
+};
+constexpr auto kFactors = [] {
+  stage_factors f = {};
+  const auto turn = [](int k) { return kCosines[static_cast<size_t>(k & (kLineFrame - 1))]; };
+  for (int quarter = 0; quarter < 2; ++quarter) {
+    const int behind = quarter * (kHalf / 2);
+    for (int g = 0; g < kMiddle; ++g)
+      f.groups[quarter][g] = turn(kReversed[static_cast<size_t>(g)] - behind);
+    for (int half = kMiddle; half < kHalf; half *= 2)
+      for (int j = 0; j < half; ++j)
+        f.places[quarter][half - kMiddle + j] = turn(j * (kHalf / half) - behind);
+  }
+  return f;
+}();
+
+struct points {
+  int re[kHalf], im[kHalf];
+};
+
+// Each stage halves. The order is reversed in the middle, where groups are as long either way: so a
+// vector's lanes are neighbours in all stages.
+void transform(points& z) {
+  points first = z;
+  for (int span = kHalf / 2; span >= kHalf / kMiddle; span /= 2)
+    kernels().halving_butterflies_q30(
+        first.re, first.im, {kHalf, span, kFactors.groups[0], kFactors.groups[1], true, 0});
+  for (size_t i = 0; i < kHalf; ++i) {
+    z.re[kReversed[i]] = first.re[i];
+    z.im[kReversed[i]] = first.im[i];
+  }
+  for (int half = kMiddle; half < kHalf; half *= 2)
+    kernels().halving_butterflies_q30(z.re, z.im,
+                                      {kHalf, half, kFactors.places[0] + (half - kMiddle),
+                                       kFactors.places[1] + (half - kMiddle), false, 0});
+}
 
 // Half of 1 - cosine over a frame, Q30.
 int window_q30(int n) { return (1 << 29) - cosine(n) / 2; }
@@ -65,19 +90,20 @@ int window_q30(int n) { return (1 << 29) - cosine(n) / 2; }
 // transform of half the length, whose two halves are then told apart.
 constexpr int kLevels = kLastLine + 16;
 void levels_of(const howling_lines* lines, int* level) {
-  point z[kHalf];
+  points z;
   for (int i = 0; i < kHalf; ++i) {
     const auto windowed = [&](int n) {
       const int64_t x = lines->past[(lines->newest + n) & (kLineFrame - 1)];
       return static_cast<int>(x * window_q30(n) >> 27);  // eight times, 29 bits
     };
-    z[kReversed[static_cast<size_t>(i)]] = {windowed(2 * i), windowed(2 * i + 1)};
+    z.re[i] = windowed(2 * i);
+    z.im[i] = windowed(2 * i + 1);
   }
   transform(z);
   for (int k = 0; k < kLevels; ++k) {
-    const point a = z[k], b = z[(kHalf - k) % kHalf];
-    const int64_t even_re = a.re + b.re, even_im = a.im - b.im;
-    const int64_t odd_re = a.im + b.im, odd_im = b.re - a.re;
+    const int opposite = (kHalf - k) % kHalf;
+    const int64_t even_re = z.re[k] + z.re[opposite], even_im = z.im[k] - z.im[opposite];
+    const int64_t odd_re = z.im[k] + z.im[opposite], odd_im = z.re[opposite] - z.re[k];
     const int64_t c = cosine(k), s = sine(k);
     const int64_t re = even_re + scaled(c * odd_re + s * odd_im);
     const int64_t im = even_im + scaled(c * odd_im - s * odd_re);
