@@ -4,6 +4,7 @@
 #include <array>
 #include <cstdint>
 #include <cstdlib>
+#include <utility>
 
 #include "bit_reversal.h"
 #include "dsp/kernels/kernels.h"
@@ -69,14 +70,14 @@ struct points {
 // Each stage halves. The order is reversed in the middle, where groups are as long either way: so a
 // vector's lanes are neighbours in all stages.
 void transform(points& z) {
-  points first = z;
   for (int span = kHalf / 2; span >= kHalf / kMiddle; span /= 2)
     kernels().halving_butterflies_q30(
-        first.re, first.im, {kHalf, span, kFactors.groups[0], kFactors.groups[1], true, 0});
-  for (size_t i = 0; i < kHalf; ++i) {
-    z.re[kReversed[i]] = first.re[i];
-    z.im[kReversed[i]] = first.im[i];
-  }
+        z.re, z.im, {kHalf, span, kFactors.groups[0], kFactors.groups[1], true, 0});
+  for (size_t i = 0; i < kHalf; ++i)
+    if (const size_t r = kReversed[i]; i < r) {
+      std::swap(z.re[i], z.re[r]);
+      std::swap(z.im[i], z.im[r]);
+    }
   for (int half = kMiddle; half < kHalf; half *= 2)
     kernels().halving_butterflies_q30(z.re, z.im,
                                       {kHalf, half, kFactors.places[0] + (half - kMiddle),
