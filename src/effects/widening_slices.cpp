@@ -100,7 +100,7 @@ struct pipeline {
                                         wire.mid_band, wire.mid_low,
                                         wire.side_low, wire.side_high};
     int *const left = wire.widened, *const right = wire.widened + kSliceFrames;
-    difference_mix(system->difference, signals, left, right, kSliceFrames);
+    kernels().mix_difference_q13(signals, system->difference->side_gain, left, right, kSliceFrames);
     audio_delay_block(system->crossfeed->delay_left, left, wire.delayed, kSliceFrames);
     audio_delay_block(system->crossfeed->delay_right, right, wire.delayed + kSliceFrames,
                       kSliceFrames);

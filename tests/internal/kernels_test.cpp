@@ -83,6 +83,15 @@ constexpr kernel_run scale_twice_to_silence_q17 = [](auto& k, auto& s, int n) {
 constexpr kernel_run mix_two_q13 = [](auto& k, auto& s, int n) {
   k.mix_two_q13(s.x, s.gain, s.y, s.pick({5000, s.any()}), s.to, n);
 };
+constexpr kernel_run mix_two_to_silence_q13 = [](auto& k, auto& s, int n) {
+  k.mix_two_to_silence_q13(s.x, s.gain, s.y, s.pick({-8191, s.any()}), s.to, n);
+};
+constexpr kernel_run mix_difference_q13 = [](auto& k, auto& s, int n) {
+  const samples band = s.signal(kSize), low = s.signal(kSize);
+  const int *const c = band.data(), *const d = low.data();
+  k.mix_difference_q13({s.x, s.y, s.z, c, d, s.x, s.y, d}, s.gain, s.x, s.to == s.x ? s.y : s.to,
+                       n);
+};
 constexpr kernel_run mix_three_q13 = [](auto& k, auto& s, int n) {
   const mix_input three[] = {{s.x, s.gain}, {s.y, s.pick({4095, s.any()})}, {s.z, 8192}};
   k.mix_three_q13(three, s.to, n);

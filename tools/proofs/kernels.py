@@ -93,14 +93,23 @@ def saturated_shift():
         yield True, If(fits, quotient, limit_of(high(x))) == saturate32(x >> bits)
 
 
-@proves("sums and differences saturate by their signs", "vectors_avx2.h")
-def saturate_by_signs():
+@proves("sums and differences saturate where one term keeps within limits of the other",
+        "vectors_avx2.h")
+def saturate_by_limits():
+    def clamp(x, lowest, highest):
+        x = If(x > lowest, x, lowest)
+        return If(x < highest, x, highest)
+
+    def least(x, y):
+        return If(x < y, x, y)
+
+    def most(x, y):
+        return If(x > y, x, y)
     a, b = word("a"), word("b")
-    total, difference = a + b, a - b
-    overflow = ~(a ^ b) & (a ^ total)
-    yield True, If(overflow < 0, limit_of(a), total) == saturate32(extend(a) + extend(b))
-    overflow = (a ^ b) & (a ^ difference)
-    yield True, If(overflow < 0, limit_of(a), difference) == saturate32(extend(a) - extend(b))
+    total = a + clamp(b, INT32_MIN - least(a, 0), INT32_MAX - most(a, 0))
+    yield True, total == saturate32(extend(a) + extend(b))
+    difference = a - clamp(b, most(a, -1) - INT32_MAX, least(a, -1) - INT32_MIN)
+    yield True, difference == saturate32(extend(a) - extend(b))
 
 
 @proves("the sections' saturation, two rows at once", "iir_rows_avx2.h")
@@ -286,7 +295,8 @@ def products_within(factor, value, product, most):
                product >= factor * INT32_MIN, product <= factor * INT32_MAX)
 
 
-@proves("a factor that isn't negative keeps a product between those of the limits", "comb_bank.h")
+@proves("a factor that isn't negative keeps a product between those of the limits", "comb_bank.h",
+        "elementwise_vectors.h")
 def product_bounds():
     d, a = Int("d"), Int("a")
     yield And(d >= 0, a >= INT32_MIN, a <= INT32_MAX), And(d * a >= d * INT32_MIN, d * a <= d * INT32_MAX)
@@ -298,6 +308,17 @@ def weighted_mean():
     both = And(products_within(d1, a, p1, 8192), products_within(d2, b, p2, 8192), d1 + d2 <= 8192)
     mean = (p1 + p2) / 8192  # rounded down
     yield both, And(mean >= INT32_MIN, mean <= INT32_MAX)
+
+
+@proves("a product with a gain of 1.0 at most fits in 32 bits", "elementwise_vectors.h")
+def gain_of_one():
+    size, product = Int("size"), Int("product")
+    # Between the products of the limits; a negative gain's are those of its size the other way round.
+    for most, lowest, highest in ((8192, INT32_MIN, INT32_MAX), (8191, -INT32_MAX, -INT32_MIN)):
+        within = And(size >= 0, size <= most, product >= size * lowest, product <= size * highest)
+        for bits in (13, 15):
+            quotient = product / 2**bits  # rounded down
+            yield within, And(quotient >= INT32_MIN, quotient <= INT32_MAX)
 
 
 @proves("a product with one half is a shift and fits", "allpass_vectors.h")

@@ -66,8 +66,13 @@ inline vector saturated_product(vector a, vector b) {
                            vmull_high_s32(a, b), bits);
 }
 
-// A vector as 32-bit factors and products that fit: as it is, a narrowing that saturates costs no
-// more than one that doesn't.
+// The same where that fits: a narrowing that saturates costs no more than one that doesn't.
+template <int bits>
+inline vector fitting_product(vector a, vector b) {
+  return saturated_product<bits>(a, b);
+}
+
+// A vector as 32-bit factors and products that fit.
 using factors = vector;
 inline factors widen(vector x) { return x; }
 inline vector narrow(factors x) { return x; }
