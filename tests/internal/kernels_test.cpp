@@ -74,6 +74,9 @@ constexpr kernel_run scale_q13 = [](auto& k, auto& s, int n) { k.scale_q13(s.x, 
 constexpr kernel_run scale_to_silence_q13 = [](auto& k, auto& s, int n) {
   k.scale_to_silence_q13(s.x, s.gain, s.to, n);
 };
+constexpr kernel_run scale_to_silence_q17 = [](auto& k, auto& s, int n) {
+  k.scale_to_silence_q17(s.x, s.gain, s.to, n);
+};
 constexpr kernel_run scale_each_to_silence_q17 = [](auto& k, auto& s, int n) {
   k.scale_each_to_silence_q17(s.x, s.y, s.to, n);
 };

@@ -314,9 +314,9 @@ def weighted_mean():
 def gain_of_one():
     size, product = Int("size"), Int("product")
     # Between the products of the limits; a negative gain's are those of its size the other way round.
-    for most, lowest, highest in ((8192, INT32_MIN, INT32_MAX), (8191, -INT32_MAX, -INT32_MIN)):
-        within = And(size >= 0, size <= most, product >= size * lowest, product <= size * highest)
-        for bits in (13, 15):
+    for one, bits in ((2**13, 13), (2**13, 15), (2**17, 17)):
+        for most, lowest, highest in ((one, INT32_MIN, INT32_MAX), (one - 1, -INT32_MAX, -INT32_MIN)):
+            within = And(size >= 0, size <= most, product >= size * lowest, product <= size * highest)
             quotient = product / 2**bits  # rounded down
             yield within, And(quotient >= INT32_MIN, quotient <= INT32_MAX)
 

@@ -14,6 +14,10 @@ void portable::scale_to_silence_q13(const int* in, int gain_q13, int* out, int n
   for (int i = 0; i < n; ++i) out[i] = scale_down<13>(int64_t{in[i]} * gain_q13);
 }
 
+void portable::scale_to_silence_q17(const int* in, int gain_q17, int* out, int n) {
+  for (int i = 0; i < n; ++i) out[i] = scale_down<17>(int64_t{in[i]} * gain_q17);
+}
+
 void portable::scale_each_to_silence_q17(const int* in, const int* gains_q17, int* out, int n) {
   for (int i = 0; i < n; ++i) out[i] = scale_down<17>(int64_t{in[i]} * gains_q17[i]);
 }

@@ -25,12 +25,21 @@ struct fitting {
 };
 
 // Whether no product saturates with a gain: up to 1.0.
-inline bool fits(int gain_q13) { return -kOneQ13 < gain_q13 && gain_q13 <= kOneQ13; }
+inline bool fits(int gain, int one = kOneQ13) { return -one < gain && gain <= one; }
 
 // Calls loop with the products for a gain that fits or doesn't.
 template <typename Loop>
 inline void with_products(bool fit, Loop loop) {
   fit ? loop(fitting()) : loop(saturating());
+}
+
+template <int bits, typename Products>
+inline void scale_to_silence(Products with, const int* in, int gain, int* out, int n) {
+  const vector gains = splat(gain);
+  for_each_vector(n, [=](int i, auto lanes) {
+    const vector y = with.template product<bits>(load(in + i, lanes), gains);
+    store(out + i, silence_minus_one(y), lanes);
+  });
 }
 
 // a x gain_a + b x gain_b and what finish makes of it.
@@ -59,13 +68,13 @@ void variant::scale_q13(const int* in, int gain_q13, int* out, int n) {
 }
 
 void variant::scale_to_silence_q13(const int* in, int gain_q13, int* out, int n) {
-  const vector gains = splat(gain_q13);
-  with_products(fits(gain_q13), [=](auto with) {
-    for_each_vector(n, [=](int i, auto lanes) {
-      const vector y = with.template product<13>(load(in + i, lanes), gains);
-      store(out + i, silence_minus_one(y), lanes);
-    });
-  });
+  with_products(fits(gain_q13),
+                [=](auto with) { scale_to_silence<13>(with, in, gain_q13, out, n); });
+}
+
+void variant::scale_to_silence_q17(const int* in, int gain_q17, int* out, int n) {
+  with_products(fits(gain_q17, kOneQ17),
+                [=](auto with) { scale_to_silence<17>(with, in, gain_q17, out, n); });
 }
 
 void variant::scale_each_to_silence_q17(const int* in, const int* gains_q17, int* out, int n) {

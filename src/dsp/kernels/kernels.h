@@ -111,6 +111,7 @@ struct kernel_table {
   void (*scale_q13)(const int* in, int gain_q13, int* out, int n);
   // in x gain, to silence.
   void (*scale_to_silence_q13)(const int* in, int gain_q13, int* out, int n);
+  void (*scale_to_silence_q17)(const int* in, int gain_q17, int* out, int n);
   // in x gain, a gain for every sample, to silence.
   void (*scale_each_to_silence_q17)(const int* in, const int* gains_q17, int* out, int n);
   // in x (gain x gate), gain x gate in Q17 saturated too, to silence.
@@ -214,6 +215,7 @@ struct kernel_table {
 #define SONX_KERNELS(kernel)         \
   kernel(scale_q13)                  \
   kernel(scale_to_silence_q13)       \
+  kernel(scale_to_silence_q17)       \
   kernel(scale_each_to_silence_q17)  \
   kernel(scale_twice_to_silence_q17) \
   kernel(mix_two_q13)                \
