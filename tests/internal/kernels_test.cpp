@@ -107,9 +107,6 @@ constexpr kernel_run mix_wrapping_q13 = [](auto& k, auto& s, int n) {
   k.mix_wrapping_q13(two, s.pick({0, 1, 2}), s.to, n);
 };
 constexpr kernel_run add = [](auto& k, auto& s, int n) { k.add(s.x, s.y, s.to, n); };
-constexpr kernel_run scale_down_5 = [](auto& k, auto& s, int n) {
-  k.scale_down_5(s.wide.data(), s.to, n);
-};
 constexpr kernel_run fade = [](auto& k, auto& s, int n) {
   fade_share share = {s.pick({0, 524288, kFadeFull, kFadeFull + 100, -5, INT32_MAX}),
                       s.pick({0, 2048, -2048, kFadeFull, -4321, s.any()})};

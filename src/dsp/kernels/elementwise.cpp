@@ -93,10 +93,6 @@ void portable::add(const int* a, const int* b, int* out, int n) {
   for (int i = 0; i < n; ++i) out[i] = saturate_add(a[i], b[i]);
 }
 
-void portable::scale_down_5(const int64_t* x, int* out, int n) {
-  for (int i = 0; i < n; ++i) out[i] = scale_down<5>(x[i]);
-}
-
 // A weighted mean of 32-bit words: it fits.
 void portable::fade(fade_share* share, const int* other, int* x, int n) {
   int depth = share->depth_q20;

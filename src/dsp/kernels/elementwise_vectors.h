@@ -166,12 +166,6 @@ void variant::add(const int* a, const int* b, int* out, int n) {
   });
 }
 
-void variant::scale_down_5(const int64_t* x, int* out, int n) {
-  int i = 0;
-  for (; i + kLanes <= n; i += kLanes) store(out + i, silence_minus_one(narrow<5>(x + i)));
-  portable::scale_down_5(x + i, out + i, n - i);
-}
-
 // The depth runs straight to its limit and stays there, so that a vector of depths moves by as many
 // steps as it has lanes.
 void variant::fade(fade_share* share, const int* other, int* x, int n) {

@@ -135,8 +135,6 @@ struct kernel_table {
   void (*mix_wrapping_q13)(const mix_input* inputs, int count, int* out, int n);
   // a + b.
   void (*add)(const int* a, const int* b, int* out, int n);
-  // x / 2^5 of 64-bit words, to silence.
-  void (*scale_down_5)(const int64_t* x, int* out, int n);
   // x + depth (other - x) / 2^20, in place of x.
   void (*fade)(fade_share* share, const int* other, int* x, int n);
   // clip_step with a limit for every sample.
@@ -225,7 +223,6 @@ struct kernel_table {
   kernel(mix_three_q13)              \
   kernel(mix_wrapping_q13)           \
   kernel(add)                        \
-  kernel(scale_down_5)               \
   kernel(fade)                       \
   kernel(clip)                       \
   kernel(polynomial)                 \

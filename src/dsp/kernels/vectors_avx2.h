@@ -188,16 +188,6 @@ struct wide_sum {
   }
 };
 
-// kLanes 64-bit words / 2^bits, rounded down and saturated. The second four take the odd lanes until
-// all are put in order.
-template <int bits>
-inline vector narrow(const int64_t* p) {
-  const auto* four = reinterpret_cast<const __m256i*>(p);
-  const __m256i in_order = _mm256_setr_epi32(0, 2, 4, 6, 1, 3, 5, 7);
-  return _mm256_permutevar8x32_epi32(
-      saturated_shift<bits>(_mm256_loadu_si256(four), _mm256_loadu_si256(four + 1)), in_order);
-}
-
 // Four 64-bit sums, which wrap, of products with one factor.
 struct four_sums {
   __m256i lanes = _mm256_setzero_si256();

@@ -134,12 +134,6 @@ struct wide_sum {
   int64_t total() const { return vaddvq_s64(lanes); }
 };
 
-// kLanes 64-bit words / 2^bits, rounded down and saturated.
-template <int bits>
-inline vector narrow(const int64_t* p) {
-  return vqshrn_high_n_s64(vqshrn_n_s64(vld1q_s64(p), bits), vld1q_s64(p + 2), bits);
-}
-
 // Four 64-bit sums, which wrap, of products with one factor.
 struct four_sums {
   int64x2_t low = vdupq_n_s64(0), high = low;
