@@ -5,6 +5,8 @@
 #include "effects/difference_circuit.h"
 #include "effects/early_reflector.h"
 
+constexpr int kLongestCrossfeedDelay = 95;  // samples
+
 // The sections of left, right and the bands as difference_signals has them.
 struct difference_sections {
   IIR *const *allpass_left, *const *allpass_right;  // three each
