@@ -58,7 +58,8 @@ struct pipeline {
     bank.out[row][column] = out;
   }
 
-  // All of one channel but the ends, which move: the first section's input, the last one's output.
+  // All of one channel but what moves from slice to slice: the inputs of the first section and of the
+  // crossfeed's, and the last one's output.
   void place_side(int side, IIR* const* allpass, IIR* direct, IIR* high, IIR* low, IIR* room) {
     const int here = side * kSliceFrames, there = (1 - side) * kSliceFrames;
     place(kAllpass1, 0, side, allpass[0], bank.silence, wire.once + here);
