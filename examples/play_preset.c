@@ -4,11 +4,11 @@
 enum { RATE = 48000, FRAMES = 480 };
 
 int main(int count, char** words) {  // a preset's file; raw 16-bit stereo in and out
-  char preset[65536] = "", error[200] = "no such file, or no memory";
+  char preset[65536] = "", error[200] = "nothing to read, or no memory";
   FILE* file = count > 1 ? fopen(words[1], "r") : NULL;
   sonx_rack* rack = file ? sonx_rack_create(RATE, FRAMES) : NULL;
-  if (file) fread(preset, 1, sizeof preset - 1, file);
-  if (!rack || sonx_rack_load(rack, preset, error, sizeof error) != 0) {
+  const size_t length = file ? fread(preset, 1, sizeof preset - 1, file) : 0;
+  if (!rack || length == 0 || sonx_rack_load(rack, preset, error, sizeof error) != 0) {
     fprintf(stderr, "%s\n", error);
     return 1;
   }

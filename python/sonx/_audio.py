@@ -3,7 +3,6 @@
 from __future__ import annotations
 
 import ctypes
-import math
 import threading
 from typing import Any, cast
 
@@ -11,10 +10,12 @@ import numpy as np
 import numpy.typing as npt
 
 from ._library import Handle, lib
+from ._parameters import number_within
 
 #: Arrays as the rack takes and gives them: (frames,) or (channels, frames).
 Samples = npt.NDArray[Any]
 _AT_ONCE = 1 << 20  # frames in one call, so that an interrupt gets its turn
+_LONGEST_TAIL = 1e6  # seconds, as with `sonx play`
 
 
 def checked(samples: Any) -> Samples:
@@ -73,8 +74,7 @@ class Stream:
 
     def render(self, samples: Any, tail: float) -> Samples:
         """A whole recording, its latency taken out, and what sounds on for `tail` seconds."""
-        if not 0 <= tail < math.inf:
-            raise ValueError(f"tail = {tail} isn't a time in seconds")
+        tail = number_within("tail", tail, 0, _LONGEST_TAIL, "s")
         planes = checked(samples)
         latency = lib.sonx_rack_latency(self.handle)
         silence = latency + round(tail * self.handle.rate)

@@ -8,6 +8,8 @@ from typing import Any
 import numpy as np
 
 from ._audio import Samples, checked
+from ._library import whole
+from ._parameters import number_within
 
 
 def _soundfile() -> Any:
@@ -35,7 +37,8 @@ def write(path: str | os.PathLike[str], samples: Samples, rate: int, bits: int =
 
     What a rack gave becomes the file that `sonx play` writes.
     """
-    planes = checked(samples)
+    planes, rate = checked(samples), whole(rate)
+    number_within("rate", rate, 1, 2**31 - 1, "Hz")
     if planes.dtype.kind == "f":
         exact = np.atleast_2d(np.asarray(samples, np.float64))
         if np.isnan(exact).any():

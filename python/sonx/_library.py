@@ -7,6 +7,7 @@ say); beside this package, where a wheel carries it; where the system's loader l
 from __future__ import annotations
 
 import ctypes
+import functools
 import os
 import weakref
 from ctypes import POINTER, c_char_p, c_double, c_float, c_int, c_size_t, c_void_p
@@ -113,7 +114,7 @@ lib = _load()
 version: str = lib.sonx_rack_version().decode()
 
 
-def _whole(rate: Any) -> int:
+def whole(rate: Any) -> int:
     try:
         if int(rate) == rate:
             return int(rate)
@@ -122,14 +123,23 @@ def _whole(rate: Any) -> int:
     raise TypeError(f"rate is a whole number of Hz, not {rate!r}")
 
 
+@functools.cache
+def _rates() -> list[int]:
+    """Those that some effect has, in Hz."""
+    effects = (lib.sonx_effect_at(k).contents for k in range(lib.sonx_effect_count()))
+    return sorted({its.rates[k] for its in effects for k in range(its.rate_count)})
+
+
 class Handle:
     """A rack of the library: the settings and the state of one stream."""
 
     def __init__(self, rate: int, preset: str = EMPTY) -> None:
-        rate = _whole(rate)
+        rate = whole(rate)
+        if rate not in _rates():
+            raise ValueError(f"rate: no effect has {rate} Hz, only {', '.join(map(str, _rates()))}")
         pointer = lib.sonx_rack_create(rate, 4096)
         if not pointer:
-            raise ValueError(f"rate: no effect has {rate} Hz")
+            raise MemoryError
         self._as_parameter_ = c_void_p(pointer)
         self.rate = rate
         weakref.finalize(self, lib.sonx_rack_destroy, self._as_parameter_)

@@ -24,6 +24,24 @@ def exact_text(value: float) -> str:
     return repr(float(value)).removesuffix(".0")
 
 
+def range_text(minimum: float, maximum: float, unit: str) -> str:
+    return f"{number_text(minimum)} .. {number_text(maximum)} {unit}".rstrip()
+
+
+def number_within(id: str, value: Any, minimum: float, maximum: float, unit: str = "") -> float:
+    try:
+        if isinstance(value, (str, bytes, bool)):
+            raise TypeError
+        number = float(value)
+    except OverflowError:  # of a whole number that no float can hold
+        number = math.inf if value > 0 else -math.inf
+    except (TypeError, ValueError):
+        raise TypeError(f"{id} is a number, not {value!r}") from None
+    if not minimum <= number <= maximum:
+        raise ValueError(f"{id} = {exact_text(number)} is outside {range_text(minimum, maximum, unit)}")
+    return number
+
+
 def switch_number(id: str, value: Any) -> float:
     if value not in (True, False):
         raise TypeError(f"{id} is True or False, not {value!r}")
@@ -121,7 +139,7 @@ class Number(Parameter[float]):
 
     @property
     def range(self) -> str:
-        return f"{number_text(self.minimum)} .. {number_text(self.maximum)} {self.unit}".rstrip()
+        return range_text(self.minimum, self.maximum, self.unit)
 
     @property
     def annotation(self) -> str:
@@ -131,15 +149,7 @@ class Number(Parameter[float]):
         return number
 
     def number(self, value: Any) -> float:
-        try:
-            if isinstance(value, (str, bytes, bool)):
-                raise TypeError
-            number = float(value)
-        except (TypeError, ValueError):
-            raise TypeError(f"{self.id} is a number, not {value!r}") from None
-        if math.isnan(number) or not self.minimum <= number <= self.maximum:
-            raise ValueError(f"{self.id} = {exact_text(number)} is outside {self.range}")
-        return number
+        return number_within(self.id, value, self.minimum, self.maximum, self.unit)
 
     def text(self, number: float) -> str:
         return exact_text(number)

@@ -2,7 +2,7 @@
 
 from __future__ import annotations
 
-from typing import Any, Literal, SupportsFloat
+from typing import Any, Literal
 
 import numpy as np
 import numpy.typing as npt
@@ -10,6 +10,7 @@ import numpy.typing as npt
 from ._audio import Stream
 from ._effect import Effect
 from ._library import Handle
+from ._parameters import number_within
 from ._rack import Rack
 
 _LENGTH = 1 << 19  # of the sweep, in frames
@@ -45,6 +46,8 @@ class Response:
         a twelfth where the response is combed, as by echoes, else none (0)."""
         places = self._places(hertz)
         smoothing = self.smoothing if smoothing is None else smoothing
+        if smoothing:
+            number_within("smoothing", smoothing, 1, 48)
         power = np.abs(self.transfer) ** 2
         width = np.exp2(0.5 / smoothing) if smoothing else 1.0
         sums = np.concatenate([np.zeros((2, 1)), np.cumsum(power, axis=1)], axis=1)
@@ -76,7 +79,7 @@ class Response:
     def _places(self, hertz: Any) -> Floats:
         """Frequencies as bins."""
         hertz = np.atleast_1d(self.frequencies if hertz is None else np.asarray(hertz, float))
-        if hertz.min() <= 0 or hertz.max() >= self.rate / 2:
+        if not (hertz.size and np.all((hertz > 0) & (hertz < self.rate / 2))):
             raise ValueError(f"frequencies lie between 0 and {self.rate / 2:g} Hz")
         return np.asarray(hertz * _LENGTH / self.rate)
 
@@ -113,10 +116,7 @@ def response(rack: Rack | Effect, level: float = -9.0,
         raise TypeError(f"what is measured is a rack or an effect, not {rack!r}")
     if input not in ("both", "left", "right"):
         raise ValueError(f"input is 'both', 'left' or 'right', not {input!r}")
-    if not isinstance(level, SupportsFloat):
-        raise TypeError(f"level is a number, not {level!r}")
-    if not -90 <= level <= 0:
-        raise ValueError(f"level = {level} is outside -90 .. 0 dBFS")
+    level = number_within("level", level, -90, 0, "dBFS")
     sweep = _sweep(level, rack.rate)
     sides = np.array([[input != "right"], [input != "left"]])
     stream = Stream(Handle(rack.rate, rack.preset))

@@ -51,8 +51,8 @@ class Headphones(Effect):
         ear-shallow', 'ear-bud' or 'bone-conduction', initially 'none'. Which type of headphones is
         corrected, unless the effect is an equalizer; at 96 kHz, for which there are no corrections,
         none.
-    reverb_room: Reverb: Room size: 0 .. 100 %, initially 50. How long the room sounds: at 48 kHz
-        from one second at 0 to over half a minute at 100.
+    reverb_room: Reverb: Room size: 0 .. 100 %, initially 50. How long the room's lows sound: at 48
+        kHz from one second at 0 to over half a minute at 100.
     reverb_damp: Reverb: Damping: 0 .. 100 %, initially 50. How much sooner the highs of the room
         die away than its lows.
     reverb_wet: Reverb: Room level: 0 .. 300 %, initially 100. How loud the room is.
@@ -80,7 +80,7 @@ class Headphones(Effect):
     Which type of headphones is corrected, unless the effect is an equalizer; at 96 kHz, for which there are no corrections, none."""
     reverb_room: Number
     """Reverb: Room size: 0 .. 100 %, initially 50.
-    How long the room sounds: at 48 kHz from one second at 0 to over half a minute at 100."""
+    How long the room's lows sound: at 48 kHz from one second at 0 to over half a minute at 100."""
     reverb_damp: Number
     """Reverb: Damping: 0 .. 100 %, initially 50.
     How much sooner the highs of the room die away than its lows."""
@@ -175,8 +175,8 @@ class Karaoke(Effect):
     band4k: 4 kHz: -15 .. 15 dB, initially 0. Gain of the band around 4 kHz.
     band8k: 8 kHz: -15 .. 15 dB, initially 0. Gain of the band around 8 kHz.
     band16k: 16 kHz: -15 .. 15 dB, initially 0. Gain of everything above some 12 kHz.
-    reverb_room: Reverb: Room size: 0 .. 100 %, initially 50. How long the room sounds: at 48 kHz
-        from one second at 0 to over half a minute at 100.
+    reverb_room: Reverb: Room size: 0 .. 100 %, initially 50. How long the room's lows sound: at 48
+        kHz from one second at 0 to over half a minute at 100.
     reverb_damp: Reverb: Damping: 0 .. 100 %, initially 50. How much sooner the highs of the room
         die away than its lows.
     reverb_wet: Reverb: Room level: 0 .. 300 %, initially 100. How loud the room is.
@@ -253,7 +253,7 @@ class Karaoke(Effect):
     Gain of everything above some 12 kHz."""
     reverb_room: Number
     """Reverb: Room size: 0 .. 100 %, initially 50.
-    How long the room sounds: at 48 kHz from one second at 0 to over half a minute at 100."""
+    How long the room's lows sound: at 48 kHz from one second at 0 to over half a minute at 100."""
     reverb_damp: Number
     """Reverb: Damping: 0 .. 100 %, initially 50.
     How much sooner the highs of the room die away than its lows."""
@@ -432,8 +432,8 @@ class Reverb(Effect):
 
     Stereo to stereo, at 44100, 48000, 96000, 192000 Hz.
 
-    room: Room size: 0 .. 100 %, initially 50. How long the room sounds: at 48 kHz from one second
-        at 0 to over half a minute at 100.
+    room: Room size: 0 .. 100 %, initially 50. How long the room's lows sound: at 48 kHz from one
+        second at 0 to over half a minute at 100.
     damp: Damping: 0 .. 100 %, initially 50. How much sooner the highs of the room die away than its
         lows.
     wet: Room level: 0 .. 300 %, initially 100. How loud the room is.
@@ -443,7 +443,7 @@ class Reverb(Effect):
     gain: Input gain: -20 .. 12 dB, initially 0. How strongly the sound goes into the room."""
     room: Number
     """Room size: 0 .. 100 %, initially 50.
-    How long the room sounds: at 48 kHz from one second at 0 to over half a minute at 100."""
+    How long the room's lows sound: at 48 kHz from one second at 0 to over half a minute at 100."""
     damp: Number
     """Damping: 0 .. 100 %, initially 50.
     How much sooner the highs of the room die away than its lows."""
@@ -558,12 +558,13 @@ class SmartVolume(Effect):
 
     Stereo to stereo, at 44100, 48000, 96000 Hz.
 
-    level: Level: -24 .. 12 dB, initially 0. The loudness aimed at; 0 dB is the module's own.
+    level: Level: -24 .. 12 dB, initially 0. The loudness aimed at; at 0 dB a tone of 1 kHz comes
+        out at some -10 dBFS.
     attack: Attack: 5 .. 1280 ms, initially 40. How fast the loudness follows louder material.
     release: Release: 5 .. 10240 ms, initially 640. How fast the loudness follows quieter material."""
     level: Number
     """Level: -24 .. 12 dB, initially 0.
-    The loudness aimed at; 0 dB is the module's own."""
+    The loudness aimed at; at 0 dB a tone of 1 kHz comes out at some -10 dBFS."""
     attack: Number
     """Attack: 5 .. 1280 ms, initially 40.
     How fast the loudness follows louder material."""
@@ -584,8 +585,8 @@ class Compressor(Effect):
 
     Stereo to stereo, at 44100, 48000, 96000, 192000 Hz.
 
-    threshold: Threshold: -40 .. 0 dBFS, initially -0.5606. The level above which nothing shall come
-        out.
+    threshold: Threshold: -40 .. 0 dBFS, initially -0.5606. The level that peaks are held below; a
+        loud beginning may exceed it until the gain has fallen, by 3 dB in 10 ms.
     makeup: Make-up: -24 .. 18 dB, initially 0. How much louder everything gets first.
     attack: Attack: 5 .. 160 ms, initially 5. How fast the level follower rises; 5 ms is at once.
     release: Release: 5 .. 10240 ms, initially 640. How fast the level follower falls.
@@ -593,7 +594,7 @@ class Compressor(Effect):
         turned down, by up to 14.5 dB."""
     threshold: Number
     """Threshold: -40 .. 0 dBFS, initially -0.5606.
-    The level above which nothing shall come out."""
+    The level that peaks are held below; a loud beginning may exceed it until the gain has fallen, by 3 dB in 10 ms."""
     makeup: Number
     """Make-up: -24 .. 18 dB, initially 0.
     How much louder everything gets first."""

@@ -15,7 +15,7 @@ namespace {
 
 constexpr sonx_parameter kSmartVolumeParameters[] = {
     number("level", "Level", "dB", {-24, 12, 0},
-           "The loudness aimed at; 0 dB is the module's own."),
+           "The loudness aimed at; at 0 dB a tone of 1 kHz comes out at some -10 dBFS."),
     ratio("attack", "Attack", "ms", {5, 1280, 40},
           "How fast the loudness follows louder material."),
     ratio("release", "Release", "ms", {5, 10240, 640},
@@ -69,7 +69,8 @@ int smart_volume_warm_up(const double* values, int rate) {
 
 constexpr sonx_parameter kCompressorParameters[] = {
     number("threshold", "Threshold", "dBFS", {-40, 0, -0.5606},
-           "The level above which nothing shall come out."),
+           "The level that peaks are held below; a loud beginning may exceed it until the gain has "
+           "fallen, by 3 dB in 10 ms."),
     number("makeup", "Make-up", "dB", {-24, 18, 0}, "How much louder everything gets first."),
     ratio("attack", "Attack", "ms", {5, 160, 5},
           "How fast the level follower rises; 5 ms is at once."),

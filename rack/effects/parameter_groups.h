@@ -18,9 +18,9 @@
 
 // The reverb's six settings.
 #define SONX_REVERB_SETTINGS(id, name)                                                           \
-  number(                                                                                        \
-      id "room", name "Room size", "%", {0, 100, 50},                                            \
-      "How long the room sounds: at 48 kHz from one second at 0 to over half a minute at 100."), \
+  number(id "room", name "Room size", "%", {0, 100, 50},                                         \
+         "How long the room's lows sound: at 48 kHz from one second at 0 to over half a minute " \
+         "at 100."),                                                                             \
       number(id "damp", name "Damping", "%", {0, 100, 50},                                       \
              "How much sooner the highs of the room die away than its lows."),                   \
       number(id "wet", name "Room level", "%", {0, 300, 100}, "How loud the room is."),          \

@@ -26,9 +26,10 @@
 
 #include "../export.h"
 
+// A complex number of the transform.
 struct complex {
-  int64_t re;
-  int64_t im;
+  int64_t re;  // real part
+  int64_t im;  // imaginary part
 };
 
 struct fft_int {

@@ -25,15 +25,11 @@
 #include "../export.h"
 
 struct crossfeed_network {
-  IIR* allpass_left;  // direct sound
-  IIR* allpass_right;
-  IIR* lowpass_left;  // crossfed sound, of the delayed left channel
-  IIR* lowpass_right;
-  IIR* highpass_left;  // direct high band
-  IIR* highpass_right;
-  audio_delay* delay_left;  // capacity 95 samples
-  audio_delay* delay_right;
-  int gain;  // Q13
+  IIR *allpass_left, *allpass_right;      // direct sound
+  IIR *lowpass_left, *lowpass_right;      // crossfed sound, of the delayed channels
+  IIR *highpass_left, *highpass_right;    // direct high band
+  audio_delay *delay_left, *delay_right;  // capacity 95 samples
+  int gain;                               // Q13 gain of the crossfed sound
 };
 
 // Takes the memory; filters for 48000 Hz, gain 4096, history clear. Both delays are 95 samples

@@ -28,18 +28,14 @@
 #include "../export.h"
 
 struct early_reflector {
-  comber* comb_left[4];
-  comber* comb_right[4];
-  allpass* allpass_left[2];
-  allpass* allpass_right[2];
-  dc_remove* dc_left;
-  dc_remove* dc_right;
-  IIR* highpass_left;
-  IIR* highpass_right;
-  int wet_gain;  // Q13
-  int dry_gain;  // Q13
-  int roomsize;  // Q13, as last set
-  int damp;      // Q13, as last set
+  comber *comb_left[4], *comb_right[4];         // side by side; owned, as all that follow
+  allpass *allpass_left[2], *allpass_right[2];  // in series behind the combs
+  dc_remove *dc_left, *dc_right;                // last
+  IIR *highpass_left, *highpass_right;          // 300 Hz, first
+  int wet_gain;                                 // Q13
+  int dry_gain;                                 // Q13
+  int roomsize;                                 // Q13, as last set
+  int damp;                                     // Q13, as last set
 };
 
 // Takes the memory; settings as above, high-pass for 48000 Hz, history clear.

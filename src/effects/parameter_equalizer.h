@@ -1,9 +1,8 @@
-// Parametric equalizer: up to ten second-order sections in series per channel, whose coefficients
-// the caller supplies, and an input gain per channel. For the correction of a headphone or a fixed
-// tuning.
+// Parametric equalizer: up to ten second-order sections in series per channel, and an input gain per
+// channel. For the correction of a headphone or a fixed tuning.
 //
-// The module takes coefficients as they are: b0, b1, b2, -a1, -a2 in Q28 (268435456 = 1.0), the
-// feedback terms negated, so that all five products are added. Gains are Q13 (8192 = 1.0). Samples
+// The caller supplies the coefficients, which are taken as they are: b0, b1, b2, -a1, -a2 in Q28
+// (268435456 = 1.0), the feedback terms negated, so that all five products are added. Gains are Q13 (8192 = 1.0). Samples
 // are 24-bit in 32-bit words, planar; a section has 48 dB of headroom above 24-bit full scale and
 // wraps beyond.
 //
@@ -22,15 +21,15 @@
 #include "../export.h"
 
 struct parameter_equalizer_t {
-  int status;             // non-zero: the owner runs this stage; processing doesn't look at it
-  int gain_left;          // Q13, left and mono
-  int gain_right;         // Q13
-  int band_count_left;    // bands run on the left channel, 0..10
-  int band_count_right;   // bands run on the right channel, 0..10
-  int coef_left[10][5];   // b0, b1, b2, -a1, -a2; run on both channels
-  int coef_right[10][5];  // kept, not used
-  int state_left[10][5];  // x[n], x[n-1], x[n-2], y[n-1], y[n-2]
-  int state_right[10][5];
+  int status;              // non-zero: the owner runs this stage; processing doesn't look at it
+  int gain_left;           // Q13, left and mono
+  int gain_right;          // Q13
+  int band_count_left;     // bands run on the left channel, 0..10
+  int band_count_right;    // bands run on the right channel, 0..10
+  int coef_left[10][5];    // b0, b1, b2, -a1, -a2; run on both channels
+  int coef_right[10][5];   // kept, not used
+  int state_left[10][5];   // x[n], x[n-1], x[n-2], y[n-1], y[n-2]
+  int state_right[10][5];  // the same of the right channel
 };
 
 // Status 0, both gains 8192, no bands, all coefficients and history zero: a pass-through.

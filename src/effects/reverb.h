@@ -56,16 +56,13 @@ struct reverb_t {
   int width;        // Q13
   int gain;         // Q13 gain into the combs
   int status;       // not 0 = the owner runs this stage; processing itself does not look at it
-  comber* comb_left[8];
-  comber* comb_right[8];
-  allpass* allpass_left[4];
-  allpass* allpass_right[4];
-  dc_remove* dc_left;
-  dc_remove* dc_right;
-  int wet;       // Q13, as last set
-  int dry;       // Q13, as last set
-  int roomsize;  // Q13, as last set
-  int damp;      // Q13, as last set
+  comber *comb_left[8], *comb_right[8];         // side by side; owned, as the next four
+  allpass *allpass_left[4], *allpass_right[4];  // in series behind the combs
+  dc_remove *dc_left, *dc_right;                // of the output
+  int wet;                                      // Q13, as last set
+  int dry;                                      // Q13, as last set
+  int roomsize;                                 // Q13, as last set
+  int damp;                                     // Q13, as last set
 };
 
 // Takes the memory; wet 2730, dry 0, room size 4096, damp 4096, width 8192, gain 127, status 0;

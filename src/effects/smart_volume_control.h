@@ -33,21 +33,21 @@
 #include "../export.h"
 
 struct smart_volume_control_t {
-  int status;             // the owner's enable word; processing doesn't look at it
-  int gain;               // ramped gain, Q17: 131072 = 1.0
-  int gain_init;          // 131072; not read
-  int level;              // target level, Q13: 8192 = 1.0
-  int attack_order;       // shift of the estimate's step towards louder material
-  int release_order;      // shift of its step towards quieter material
-  int peak_env;           // followed peak as |sample| >> 8: 32768 is full scale of 24 bits
-  int band_shift[4];      // right shift of each band's energy, lowest band first; the low 16 bits
-                          // count, signed: negative shifts left (modulo 64)
-  int hold_count;         // 0; not read
-  int64_t energy_floor;   // measurements at or below it hold the gain
-  int64_t energy_target;  // what the estimate is brought to
-  int64_t energy_est;     // followed measurement; energies are in sample units squared >> 24
-  IIR* low_pass_left[3];  // 160 Hz, about 600 Hz, about 4.4 kHz; owned
-  IIR* low_pass_right[3];
+  int status;              // the owner's enable word; processing doesn't look at it
+  int gain;                // ramped gain, Q17: 131072 = 1.0
+  int gain_init;           // 131072; not read
+  int level;               // target level, Q13: 8192 = 1.0
+  int attack_order;        // shift of the estimate's step towards louder material
+  int release_order;       // shift of its step towards quieter material
+  int peak_env;            // followed peak as |sample| >> 8: 32768 is full scale of 24 bits
+  int band_shift[4];       // right shift of each band's energy, lowest band first; the low 16 bits
+                           // count, signed: negative shifts left (modulo 64)
+  int hold_count;          // 0; not read
+  int64_t energy_floor;    // measurements at or below it hold the gain
+  int64_t energy_target;   // what the estimate is brought to
+  int64_t energy_est;      // followed measurement; energies are in sample units squared >> 24
+  IIR* low_pass_left[3];   // 160 Hz, about 600 Hz, about 4.4 kHz; owned
+  IIR* low_pass_right[3];  // the same
 };
 
 // Level 8192 with its energies, attack order 3, release order 7, band shifts 3, 1, 0, 2, gain 0,

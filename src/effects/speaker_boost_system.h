@@ -53,38 +53,27 @@
 #include "spectral_band_split.h"
 
 struct speaker_boost_system_t {
-  int status;         // the owner's enable word; processing doesn't look at it
-  int nld_gain_left;  // Q13 gain of the harmonics
-  int nld_gain_right;
-  int channel_num;                     // for the owner; processing doesn't look at it
-  spectral_band_split* split_left[3];  // 250 Hz, 950 Hz, 2.8 kHz; owned, as all that follow
-  spectral_band_split* split_right[3];
-  NLD* nld;
-  IIR* nld_band;  // band-pass of the harmonics
-  IIR* pre_left;  // treble roll-off of the input
-  IIR* pre_right;
-  int history_len;          // past blocks that the controllers' look-ahead covers
-  int frame_len;            // samples per block assumed for it
-  audio_delay* delay_left;  // keeps the harmonics aligned with the bands
-  audio_delay* delay_right;
-  dynamic_range_control_t* drc_low_left;
-  dynamic_range_control_t* drc_mid_left;
-  dynamic_range_control_t* drc_high_left;
-  dynamic_range_control_t* drc_low_right;
-  dynamic_range_control_t* drc_mid_right;
-  dynamic_range_control_t* drc_high_right;
-  dynamic_range_control_t* drc_full_left;
-  dynamic_range_control_t* drc_full_right;
-  int* sub_left;  // ten buffers of 256 words: the bands of the last block after their
-  int* low_left;  // controllers, and their sum before the full band's controller
-  int* mid_left;
-  int* high_left;
-  int* sum_left;
-  int* sub_right;
-  int* low_right;
-  int* mid_right;
-  int* high_right;
-  int* sum_right;
+  int status;                             // the owner's enable word; processing doesn't look at it
+  int nld_gain_left, nld_gain_right;      // Q13 gain of the harmonics
+  int channel_num;                        // for the owner; processing doesn't look at it
+  spectral_band_split* split_left[3];     // 250 Hz, 950 Hz, 2.8 kHz; owned, as all that follow
+  spectral_band_split* split_right[3];    // the same
+  NLD* nld;                               // makes the harmonics, of both channels' bass
+  IIR* nld_band;                          // band-pass of the harmonics
+  IIR *pre_left, *pre_right;              // treble roll-off of the input
+  int history_len;                        // past blocks that the controllers' look-ahead covers
+  int frame_len;                          // samples per block assumed for it
+  audio_delay *delay_left, *delay_right;  // keep the harmonics aligned with the bands
+
+  // The controllers of the bands, and of their sum.
+  dynamic_range_control_t *drc_low_left, *drc_mid_left, *drc_high_left;
+  dynamic_range_control_t *drc_low_right, *drc_mid_right, *drc_high_right;
+  dynamic_range_control_t *drc_full_left, *drc_full_right;
+
+  // Ten buffers of 256 words: the bands of the last block after their controllers, and their sum
+  // before the full band's controller.
+  int *sub_left, *low_left, *mid_left, *high_left, *sum_left;
+  int *sub_right, *low_right, *mid_right, *high_right, *sum_right;
 };
 
 // Takes all parts. Status 0, harmonics at 8192, 2 channels, filters for 48000 Hz, look-ahead 2 x 60

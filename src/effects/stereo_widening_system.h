@@ -26,9 +26,9 @@
 
 struct stereo_widening_system {
   int status;  // not 0 = the owner runs this effect; processing itself does not look at it
-  difference_circuit* difference;
-  crossfeed_network* crossfeed;
-  early_reflector* reflector;
+  difference_circuit* difference;  // the three stages in their order, owned
+  crossfeed_network* crossfeed;    // second
+  early_reflector* reflector;      // third
 };
 
 // Takes the memory; status 0, the stages as their own init leaves them: filters for 48000 Hz, the

@@ -43,19 +43,16 @@
 #include "spectral_band_split.h"
 
 struct virtual_bass_system {
-  int status;                       // the owner's enable word; processing doesn't look at it
-  int origin_gain;                  // Q13 gain of the plain bass
-  int nld_gain;                     // Q13 gain of the harmonics
-  int high_band_gain;               // Q13 gain of the high bands
-  int* bass_buffer;                 // 256 words: the mixed bass of the last block; owned
-  NLD* nld;                         // owned, as all that follow
-  spectral_band_split* split_left;  // 250 Hz
-  spectral_band_split* split_right;
-  IIR* nld_band;    // low-pass of the harmonics
-  IIR* align_left;  // three identical all-passes
-  IIR* align_right;
-  IIR* align_bass;
-  compressor_bass* bass_compressor;
+  int status;          // the owner's enable word; processing doesn't look at it
+  int origin_gain;     // Q13 gain of the plain bass
+  int nld_gain;        // Q13 gain of the harmonics
+  int high_band_gain;  // Q13 gain of the high bands
+  int* bass_buffer;    // 256 words: the mixed bass of the last block; owned
+  NLD* nld;            // makes the harmonics; owned, as all that follow
+  spectral_band_split *split_left, *split_right;  // 250 Hz
+  IIR* nld_band;                                  // low-pass of the harmonics
+  IIR *align_left, *align_right, *align_bass;     // three identical all-passes
+  compressor_bass* bass_compressor;               // levels bass and harmonics together
 };
 
 // Takes all parts. Status 0, gains 4096, 4096 and 8192, filters for 48000 Hz.

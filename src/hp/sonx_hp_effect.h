@@ -1,5 +1,7 @@
 // The headphone effect as an audio HAL uses it: a handle, a parameter record, and a buffer of
-// interleaved stereo that is processed in place, one period at a time. Compiles as C11 and as C++.
+// interleaved stereo that is processed in place, one period at a time.
+//
+// Compiles as C11 and as C++:
 //
 //   void* effect = sonx_hp_effect_init(48000, 1);
 //   struct audio_effect_control_acdb_t record = {SONX_EFFECT_GRAPHIC_EQUALIZER, 0, {6, 3, 0, -3}};

@@ -45,6 +45,8 @@ struct teka_hp_effect_t {
   int switch_counter;    // the sequence above; -1 = idle
   int volume;            // gain that a fade-in returns to, Q13
   int sample_rate_type;  // a SampleRateType
+
+  // A module of the chain, owned.
   equalizer_t* eq;
   parameter_equalizer_t* p_eq;
   reverb_t* reverb;
@@ -54,9 +56,9 @@ struct teka_hp_effect_t {
   channel_balance_t* cb;
   compressor_t* comp;
   smooth_volume_t* sv;
+
   audio_effect_control_acdb_t* params;  // the chain's copy of the record
-  int* work_left;                       // 256 samples each, for the planar entry points
-  int* work_right;
+  int *work_left, *work_right;          // 256 samples each, for the planar entry points
 };
 
 // Everything off at 48000 Hz, gain of the smooth volume 0. Takes all memory.

@@ -1,6 +1,8 @@
 // Howling canceller: keeps a microphone that hears its own loudspeaker from howling, with five
 // notches that it places where the loop starts to ring. A singer can stand some 5 dB louder than
-// without it (docs/howling.md has the figures and how they were measured).
+// without it.
+//
+// docs/howling.md has the figures and how they were measured.
 //
 // How a howl is found. Every 256 samples a frame of 256 samples at half the rate (DC blocker and
 // sixth-order low-pass in front) goes through the integer spectrum analysis, 93.75 Hz to a bin at
@@ -130,14 +132,14 @@ struct howling_outsider {
 struct howlingCancel {
   int status;      // non-zero = the owner runs this stage; processing itself does not look at it
   notch* notches;  // five, owned
-  elliptic* low_pass;       // ahead of halving the rate, owned
-  dc_remove* dc;            // ahead of the low-pass, owned
-  fft_int* analyser;        // owned
-  int* frame;               // the 256 latest samples at half the rate, oldest first; owned
-  howling_place places[5];  // of the five notches
-  howling_suspect suspects[8];
-  howling_outsider outsiders[8];
-  int usual_level;     // of the loud parts of what is heard, slowly followed, log2 Q10
+  elliptic* low_pass;             // ahead of halving the rate, owned
+  dc_remove* dc;                  // ahead of the low-pass, owned
+  fft_int* analyser;              // owned
+  int* frame;                     // the 256 latest samples at half the rate, oldest first; owned
+  howling_place places[5];        // of the five notches
+  howling_suspect suspects[8];    // peaks that are being watched
+  howling_outsider outsiders[8];  // tones that were tried and came from outside
+  int usual_level;                // of the loud parts of what is heard, slowly followed, log2 Q10
   int alert;           // frames to go in which more howls are likely: one has just been proved
   int doubt;           // grows with every trial that a tone from outside has caused, Q8
   bin_powers* powers;  // of the analysed frames, owned
@@ -156,9 +158,9 @@ struct howlingCancel {
   int sweep_frames;            // for which tones have ruled, wherever
   int sweep_low, sweep_high;   // between which they have moved
   int voice_frames;            // that the usual level has followed
-  howling_memory memories[8];
-  int trust;             // frames for which a ruling tone counts as one from outside
-  howling_lines* lines;  // slow rings, owned
+  howling_memory memories[8];  // of tones that are no suspects any more
+  int trust;                   // frames for which a ruling tone counts as one from outside
+  howling_lines* lines;        // slow rings, owned
 };
 
 // Takes all memory; no notch placed; status 1 (on). Where memory is short, all pointers are null and

@@ -35,14 +35,11 @@
 #include "../export.h"
 
 struct Resampler_t {
-  void* state1;  // kernel states in stage order, owned
-  void* state2;
-  void* state3;
-  void* reserved1;  // freed if set; nothing here sets them
-  void* reserved2;
-  int in_khz;   // input rate / 1000, truncated
-  int out_khz;  // output rate / 1000, truncated
-  int mode;     // 0..20, the table above
+  void *state1, *state2, *state3;  // kernel states in stage order, owned
+  void *reserved1, *reserved2;     // freed if set; nothing here sets them
+  int in_khz;                      // input rate / 1000, truncated
+  int out_khz;                     // output rate / 1000, truncated
+  int mode;                        // 0..20, the table above
 };
 
 // Clears every field: mode 0, a copy.

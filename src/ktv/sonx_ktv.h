@@ -1,5 +1,7 @@
 // The karaoke microphone chain as an audio HAL uses it: a handle, mono 16-bit voice in, stereo out,
-// one period at a time at 48000 Hz. Compiles as C11 and as C++.
+// one period at a time at 48000 Hz.
+//
+// Compiles as C11 and as C++:
 //
 //   void* karaoke = sonx_ktv_init();
 //   sonx_ktv_compressor_enable(karaoke, 1);

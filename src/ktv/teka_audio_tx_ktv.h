@@ -30,14 +30,17 @@ struct teka_audio_tx_ktv_t {
   int reserved;                // neither read nor written
   int volume;                  // voice gain, Q13
   SampleRateType sample_rate;  // index of the rate
+
+  // A stage of the chain, owned.
   reverb_t* reverb;
   equalizer_t* eq;
   compressor_t* compressor;
   struct iirecho* iirecho;
   howlingCancel* howling;
   struct gramophone* gramophone;
-  IIR* hpf;  // high-pass ahead of the noise suppressor
-  NsxInst_t_* ns;
+
+  IIR* hpf;                     // high-pass ahead of the noise suppressor
+  NsxInst_t_* ns;               // the noise suppressor
   Resampler_t* resampler_down;  // 48000 to 32000 Hz
   Resampler_t* resampler_up;    // 32000 to 48000 Hz
   int* buf_left;                // 256 samples: the mono voice, then the left channel

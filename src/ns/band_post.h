@@ -48,15 +48,15 @@ struct BPInfo_tag {
   int frame_count;         // frames that BP_ns_app has seen; wraps
   int tracker_count[3];    // frames since each floor tracker started, 1..601
   int spread_smooth;       // smoothed spread, Q15
-  int spread_min[3];       // each tracker's smallest and largest spread, Q15
-  int spread_max[3];
-  int spread_floor;  // floor of the spread, Q15
-  int peak_mean;     // mean of peak_history
-  int dev_smooth;    // smoothed deviation, Q15
-  int dev_min[3];    // each tracker's smallest and largest deviation, Q15
-  int dev_max[3];
-  int dev_floor;   // floor of the deviation, Q15
-  short presence;  // Q15
+  int spread_min[3];       // each tracker's smallest spread, Q15
+  int spread_max[3];       // each tracker's largest spread, Q15
+  int spread_floor;        // floor of the spread, Q15
+  int peak_mean;           // mean of peak_history
+  int dev_smooth;          // smoothed deviation, Q15
+  int dev_min[3];          // each tracker's smallest deviation, Q15
+  int dev_max[3];          // each tracker's largest deviation, Q15
+  int dev_floor;           // floor of the deviation, Q15
+  short presence;          // Q15
 };
 
 // A new instance, all zero but for bins and the trackers' ages (600, 300, 200 frames). The first

@@ -39,24 +39,34 @@
 
 #include "../export.h"
 
-// State records: the newest samples of the input so far, oldest first.
+// What 16 kHz to 48 kHz keeps of its input.
 struct tekaSpl_State16khzTo48khz {
-  short history[47];
+  short history[47];  // the newest samples so far, oldest first
 };
+
+// What 48 kHz to 16 kHz keeps of its input.
 struct tekaSpl_State48khzTo16khz {
-  short history[143];
+  short history[143];  // the newest samples so far, oldest first
 };
+
+// What 8 kHz to 22 kHz keeps of its input.
 struct tekaSpl_State8khzTo22khz {
-  short history[47];
+  short history[47];  // the newest samples so far, oldest first
 };
+
+// What 16 kHz to 22 kHz keeps of its input.
 struct tekaSpl_State16khzTo22khz {
-  short history[47];
+  short history[47];  // the newest samples so far, oldest first
 };
+
+// What 22 kHz to 16 kHz keeps of its input.
 struct tekaSpl_State22khzTo16khz {
-  short history[63];
+  short history[63];  // the newest samples so far, oldest first
 };
+
+// What 22 kHz to 8 kHz keeps of its input.
 struct tekaSpl_State22khzTo8khz {
-  short history[127];
+  short history[127];  // the newest samples so far, oldest first
 };
 
 // Scratch sizes in 32-bit words.

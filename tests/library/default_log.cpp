@@ -3,7 +3,7 @@
 #include <unistd.h>
 
 #include <cstdio>
-#include <cstring>
+#include <string_view>
 
 #include "hp/sonx_hp_effect.h"
 
@@ -19,13 +19,13 @@ int main() {
   dup2(terminal, STDERR_FILENO);
   char text[1024] = {};
   std::rewind(caught);
-  std::fread(text, 1, sizeof text - 1, caught);
+  const size_t length = std::fread(text, 1, sizeof text - 1, caught);
 
   constexpr char kExpected[] =
       "D/_T_sonx_hp_wrapper: sonx_hp_effect_init: sample_rate 48000, format_type 1\n"
       "D/_T_sonx_hp_wrapper: sonx_hp_effect_init: sample_rate 32000, format_type 3\n"
       "W/_T_sonx_hp_wrapper: sonx_hp_effect_init: sample_rate 32000 unmatch, need bypass\n";
-  if (std::strcmp(text, kExpected) == 0) return 0;
+  if (std::string_view(text, length) == kExpected) return 0;
   std::fprintf(stderr, "expected:\n%sgot:\n%s", kExpected, text);
   return 1;
 }

@@ -79,6 +79,7 @@ TEST_F(Tool, WhatIsWrongWithARackIsSaidInOneLine) {
        {"play slow.wav o.wav --preset two.toml --no-convert", "works at 44100, 48000, 96000 and"},
        {"play in.wav in.wav o --preset two.toml", "two files would become 'o/in.wav'"},
        {"preset check bad.toml", "line 4"},
+       {"preset show", "PRESET, or a --set, is required ('sonx preset show --help' tells more)"},
        {"import eq.txt -o o.wav", "'eq.txt': line 1: filter type 'NO' isn't supported"},
        {"import eq.txt -o eq.txt", "'eq.txt' is the file that is read"},
        {"import .", "'.' is a folder"},

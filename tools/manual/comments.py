@@ -2,6 +2,7 @@
 as it is; the rest is prose."""
 
 import re
+import sys
 
 
 def escaped(text):
@@ -55,6 +56,15 @@ def documentation(lines):
         else:
             out += ["", escaped(" ".join(line.strip() for line in its)), ""]
     return "\n".join(out).strip()
+
+
+def whole_sentences(lines):
+    """Without what a list or a sketch would go on with."""
+    text = "\n".join(lines)
+    ends = [stop.end() for stop in re.finditer(r"\.(?=\s|$)", text)]
+    if not ends:
+        sys.exit(f"no sentence in: {text}")
+    return text[:ends[-1]].splitlines()
 
 
 def without_slashes(line):

@@ -1,18 +1,18 @@
 #!/usr/bin/env python3
 """Doxygen's input filter: a header whose plain comments have become documentation. The comment at the
 top is the file's; one above a declaration belongs to all declarations up to the next blank line; one
-behind a field is that field's; "// ---- Title." begins a section."""
+behind a field is that field's; "// ---- Title." begins a section. One record of a header may do without:
+it's what the header is about."""
 
 import re
 import sys
 
-from comments import documentation, without_slashes
+from comments import documentation, runs, whole_sentences, without_slashes
 
 TRAILING = re.compile(r"^(?P<code>[^/\"]*(?:\"[^\"]*\"[^/\"]*)*?(?:/(?!/)[^/\"]*)*)(?P<mark>//)\s?(?P<text>.*)$")
 
 
 SEVERAL = re.compile(r"^(\s*)((?:const |unsigned )?\w+) (\*?\w[\w\[\]]*(?:, \*?\w[\w\[\]]*)+);\s*$")
-NOTHING = "\u200b"  # for fields whose name says it: Doxygen asks for words
 
 
 class Filter:
@@ -20,6 +20,7 @@ class Filter:
         self.lines = lines
         self.at = 0
         self.out = []
+        self.opening = None  # what the header is about, and the one record without words of its own
         self.shared = None  # the comment of this paragraph's declarations
         self.in_section = False
         self.depth = 0
@@ -36,7 +37,9 @@ class Filter:
         self.out.append(f"/** {command}\n{text}\n*/")
 
     def run(self):
-        self.put(documentation(self.comment()), "@file")
+        head = self.comment()
+        self.opening = documentation(whole_sentences(next(its for indented, its in runs(head) if not indented)))
+        self.put(documentation(head), "@file")
         while self.at < len(self.lines):
             line = self.lines[self.at]
             if line.startswith("#"):
@@ -113,8 +116,9 @@ class Filter:
                 self.shared = None  # it's the record's, not its fields'
             return text
         if record:
-            return "Described at the head of this file."
-        return NOTHING if self.depth > 0 else None
+            text, self.opening = self.opening, None
+            return text
+        return None
 
     def starts_declaration(self, code):
         """Not a line that goes on with the one before, a closing brace or a directive."""

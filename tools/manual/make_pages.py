@@ -10,7 +10,7 @@ import shutil
 import subprocess
 import sys
 
-from comments import documentation, escaped, runs, without_slashes
+from comments import documentation, escaped, runs, whole_sentences, without_slashes
 
 TOP = pathlib.Path(__file__).resolve().parent.parent.parent
 SKETCH = re.compile("[─│►◄▲▼┌└]")
@@ -91,15 +91,6 @@ def sketch(file):
     return "\n\n".join(documentation(["  " + line for line in text]) for text in drawings)
 
 
-def whole_sentences(lines):
-    """Without what a list or a sketch would go on with."""
-    text = "\n".join(lines)
-    ends = [stop.end() for stop in re.finditer(r"\.(?=\s|$)", text)]
-    if not ends:
-        sys.exit(f"make_pages: no sentence in: {text}")
-    return text[:ends[-1]].splitlines()
-
-
 def number(value):
     return f"{value:.4f}".rstrip("0").rstrip(".").replace("-", "−")
 
@@ -163,6 +154,12 @@ def picture(sonx, folder, name, caption, options):
             f"<figcaption>{caption}</figcaption></figure>\n@endhtmlonly{command}")
 
 
+def delay(sonx, effect):
+    """Latency and tail, as the tool says them of a rack with this effect alone."""
+    shown = subprocess.check_output([sonx, "preset", "show", "--set", effect["id"] + ".enabled=on"], text=True)
+    return f"In a rack, {escaped(shown.splitlines()[0])}."
+
+
 def page(sonx, folder, effect):
     module, sketches, pictures = EFFECTS[effect["id"]]
     header = module + ".h"
@@ -174,7 +171,8 @@ def page(sonx, folder, effect):
         f"**{escaped(effect['description'])}**",
         documentation(whole_sentences(opening)),
         f"`{effect['id']}` in presets, {sides[effect['inputs']]} to {sides[effect['outputs']]}, "
-        f"at {rates} Hz. In C: @ref {pathlib.Path(header).name}, with latency, memory and limits.",
+        f"at {rates} Hz. {delay(sonx, effect)}",
+        f"In C: @ref {pathlib.Path(header).name}, with latency, memory and limits.",
         "## Parameters",
         parameter_table(effect["parameters"]),
         "## Signal path",

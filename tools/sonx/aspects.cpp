@@ -187,10 +187,17 @@ int usual_smoothing(const std::vector<bench>& benches) {
   return combed ? kEarSmoothing : 0;
 }
 
-bool sides_differ(const bench::values& values) {
-  for (size_t i = 0; i < values.left.size(); ++i)
-    if (std::abs(values.left[i] - values.right[i]) > 0.05) return true;
-  return false;
+bool sides_differ(const bench::values& values, double deepest) {
+  const auto [low, high] = std::minmax_element(values.left.begin(), values.left.end());
+  const double bottom = std::max(*low, *high - deepest);
+  double most = 0.0, power = 0.0;
+  for (size_t i = 0; i < values.left.size(); ++i) {
+    const double apart = std::max(values.left[i], bottom) - std::max(values.right[i], bottom);
+    most = std::max(std::abs(apart), most);
+    power += apart * apart;
+  }
+  const double mean = std::sqrt(power / static_cast<double>(values.left.size()));
+  return most > 0.05 && mean > 0.015 * (*high - bottom);
 }
 
 plot_panel make_panel(const aspect& of, const std::vector<bench>& benches, int smoothing) {
@@ -205,7 +212,7 @@ plot_panel make_panel(const aspect& of, const std::vector<bench>& benches, int s
     const std::vector<double> places = benches[i].places(of);
     const bench::values values = benches[i].curve(of, smoothing);
     panel.lines.push_back({places, values.left, i, false});
-    if (sides_differ(values)) panel.lines.push_back({places, values.right, i, true});
+    if (sides_differ(values, panel.deepest)) panel.lines.push_back({places, values.right, i, true});
   }
   return panel;
 }

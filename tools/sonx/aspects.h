@@ -90,8 +90,8 @@ int usual_smoothing(const std::vector<bench>& benches);
 // differ.
 plot_panel make_panel(const aspect& of, const std::vector<bench>& benches, int smoothing);
 
-// Whether left and right differ enough to be seen.
-bool sides_differ(const bench::values& values);
+// Whether left and right differ enough to be seen where so much of the left side is drawn.
+bool sides_differ(const bench::values& values, double deepest);
 
 // Frequencies with 1 kHz among them, from 20 Hz to 20 kHz or what the rate allows.
 std::vector<double> frequencies_around_1_khz(int per_octave, int rate);

@@ -79,6 +79,8 @@ void show_slot(const rack& its, int slot, bool enabled, bool all) {
 }
 
 void show(const preset_options& options) {
+  if (options.files.empty() && options.rack.preset.empty() && options.rack.sets.empty())
+    throw CLI::RequiredError("PRESET, or a --set,");
   rack_options named = options.rack;
   if (!options.files.empty()) named.preset = options.files.front();
   const rack_recipe recipe = named.recipe();

@@ -208,6 +208,14 @@ rack_notes rack::notes() const {
   return notes;
 }
 
+std::string rack::title() const {
+  if (const std::string name = notes().name; !name.empty()) return name;
+  if (slots() > 4) return "Rack of " + std::to_string(slots()) + " effects";
+  std::string names;
+  for (int i = 0; i < slots(); ++i) names += std::string(i ? ", " : "") + effect(i).name;
+  return names.empty() ? "Empty rack" : names;
+}
+
 std::string rack::export_c() const { return written(sonx_rack_export_c, state_.get()); }
 
 int rack::find_slot(const assignment& wanted) const {

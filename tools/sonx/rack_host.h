@@ -71,6 +71,9 @@ class rack {
   std::string save() const;
   rack_notes notes() const;
 
+  // The preset's name, else the effects' names.
+  std::string title() const;
+
   std::string export_c() const;
 
   rack_change find(const assignment& wanted) const;

@@ -79,7 +79,6 @@ block_process in_24_bits(Process process) {
 // Each chain with its options: what the command line needs of it.
 
 struct rack_chain {
-  static constexpr const char* kTitle = "Rack";
   static constexpr double kLevel = kRackSweepLevel;
   static constexpr bool kStereoIn = true;
   inline static const std::vector<int> kRates = {8000, 16000, 32000, 44100, 48000, 96000, 192000};
@@ -87,6 +86,7 @@ struct rack_chain {
 
   void add_to(CLI::App& app) { options.add_to(app); }
   int usual_rate() const { return options.recipe().rate_for(48000); }
+  std::string title(int rate) const { return rack(options.recipe(), rate).title(); }
   device make(int rate) const {
     if (options.preset.empty() && options.sets.empty())
       throw std::runtime_error("a --preset or a --set is missing");
@@ -95,7 +95,6 @@ struct rack_chain {
 };
 
 struct hp_chain {
-  static constexpr const char* kTitle = "Headphone effect";
   static constexpr double kLevel = -30;
   static constexpr bool kStereoIn = true;
   inline static const std::vector<int> kRates = {44100, 48000};
@@ -103,6 +102,7 @@ struct hp_chain {
 
   void add_to(CLI::App& app) { options.add_to(app); }
   int usual_rate() const { return 48000; }
+  static std::string title(int) { return "Headphone effect"; }
   device make(int rate) const {
     const effect_settings settings = options.settings();
     const audio_effect_control_acdb_t record = settings.record();
@@ -118,7 +118,6 @@ struct hp_chain {
 };
 
 struct ktv_chain {
-  static constexpr const char* kTitle = "Karaoke chain";
   static constexpr double kLevel = -30;
   static constexpr bool kStereoIn = false;
   inline static const std::vector<int> kRates = {kKaraokeRate};
@@ -126,6 +125,7 @@ struct ktv_chain {
 
   void add_to(CLI::App& app) { options.add_to(app); }
   int usual_rate() const { return kKaraokeRate; }
+  static std::string title(int) { return "Karaoke chain"; }
   device make(int) const {
     const karaoke_stages stages = options.stages();
     if (stages.howling)
@@ -286,8 +286,10 @@ void run(response_options options, const Chain& chain) {
     benches.emplace_back(make_also<Chain>(text, options.how.rate), options.how);
   const int smoothing = smoothing_of(options, benches, shown);
 
-  picture picture{
-      Chain::kTitle, describe_measurement(options, shown, Chain::kStereoIn, smoothing), {}, {}};
+  picture picture{chain.title(options.how.rate),
+                  describe_measurement(options, shown, Chain::kStereoIn, smoothing),
+                  {},
+                  {}};
   for (const aspect* of : shown) picture.panels.push_back(make_panel(*of, benches, smoothing));
   for (size_t i = 0; i < benches.size(); ++i) {
     bool two = false;

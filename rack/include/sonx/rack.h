@@ -87,22 +87,24 @@ SONX_RACK_EXPORT const char* sonx_rack_version(void);
 // A number in a unit, on or off, or one of some names.
 typedef enum { SONX_NUMBER, SONX_SWITCH, SONX_CHOICE } sonx_parameter_kind;
 
+// A parameter of an effect.
 typedef struct {
   const char *id, *name, *unit, *description;  // "room", "Room size", "%", one sentence
-  sonx_parameter_kind kind;
-  double minimum, maximum, initial, step;  // in the unit; step 0 = continuous
-  int logarithmic;                         // how a slider should move
-  int choice_count;
-  const char* const* choices;  // SONX_CHOICE: values 0, 1, ..
+  sonx_parameter_kind kind;                    // number, switch or choice
+  double minimum, maximum, initial, step;      // in the unit; step 0 = continuous
+  int logarithmic;                             // how a slider should move
+  int choice_count;                            // SONX_CHOICE: how many names, else 0
+  const char* const* choices;                  // their names, of the values 0, 1, ..
 } sonx_parameter;
 
+// An effect of the catalogue.
 typedef struct {
-  const char *id, *name, *description;
-  int inputs, outputs;  // 1 or 2 each; 1 and 1: each channel is processed on its own
-  int rate_count;
-  const int* rates;  // Hz, ascending
-  int parameter_count;
-  const sonx_parameter* parameters;
+  const char *id, *name, *description;  // "reverb", "Reverb", one sentence
+  int inputs, outputs;               // 1 or 2 each; 1 and 1: each channel is processed on its own
+  int rate_count;                    // how many rates it runs at
+  const int* rates;                  // Hz, ascending
+  int parameter_count;               // how many parameters it has
+  const sonx_parameter* parameters;  // in the order of a front end
   const char* category;  // for menus: "chain", "equalizer", "reverb", "delay", "stereo", "bass",
                          // "dynamics", "level", "character", "voice"; more may come
 } sonx_effect;
