@@ -280,10 +280,14 @@ int variant::peak(const int* in, int n) {
 
 void variant::fir_sums(const int* x, const int* coefficients, int taps, int64_t* sums, int n) {
   int i = 0;
-  for (; i + 4 <= n; i += 4) {
-    four_sums sum;
-    for (int k = 0; k < taps; ++k) sum.add(x + i - k, coefficients[k]);
-    sum.store_to(sums + i);
+  for (; i + 8 <= n; i += 8) {
+    four_sums older, newer;
+    for (int k = 0; k < taps; ++k) {
+      older.add(x + i - k, coefficients[k]);
+      newer.add(x + i + 4 - k, coefficients[k]);
+    }
+    older.store_to(sums + i);
+    newer.store_to(sums + i + 4);
   }
   portable::fir_sums(x + i, coefficients, taps, sums + i, n - i);
 }
