@@ -89,28 +89,6 @@ colouring colouring_of(const canceller& stage) {
   });
 }
 
-// Five such notches that know the room, each on what is the loudest frequency then: by how much
-// the largest loop gain falls.
-double ideal_static_db(const signal& room, double sixteenths) {
-  constexpr size_t kPoints = 65536;
-  auto h = spectrum_of(room, kPoints);
-  double first = 0.0;
-  for (int placed = 0;; ++placed) {
-    size_t at = 0;
-    for (size_t k = 0; k < h.size(); ++k)
-      if (std::abs(h[k]) > std::abs(h[at])) at = k;
-    const double largest = 20.0 * std::log10(std::abs(h[at]));
-    if (placed == 0) first = largest;
-    if (placed == 5) return first - largest;
-    const double w = 2.0 * std::numbers::pi * static_cast<double>(at) / kPoints;
-    const double r = 1.0 - w * sixteenths / 32.0, f = -2.0 * std::cos(w);
-    for (size_t k = 0; k < h.size(); ++k) {
-      const auto z1 = std::polar(1.0, -2.0 * std::numbers::pi * static_cast<double>(k) / kPoints);
-      h[k] *= std::complex<float>((1.0 + f * z1 + z1 * z1) / (1.0 + r * f * z1 + r * r * z1 * z1));
-    }
-  }
-}
-
 struct room_gain {
   double without, with;
   colouring at_3_db, at_limit;

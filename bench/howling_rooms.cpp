@@ -1,16 +1,19 @@
 // The howling canceller in many loops that differ widely. Rooms come from seeds: those below 5000
-// are for tuning, the report is on 5000 and up.
+// are for tuning, the report is on 5000 and up; 100000 and up are a narrower family.
 //
 //   howling_rooms gain|howl|ring MODE [first] [count] [horizon]
 //   howling_rooms alone MODE [first] [count]
+//   howling_rooms static [first] [count]
 //   howling_rooms beats
 //
 // MODE is none, notches, or a shift: 3, 5 (always), a3, a5 (automatic); r at its end adds the last
-// resort, as in notchesr, 5r, a5r.
+// resort, as in notchesr, 5r, a5r. s3 and s5 are a shift without notches. HOWLING_EACH in the
+// environment prints each room.
 //   gain   greatest stable gain above where the loop's theory has the limit; horizon 24 s or 8 s
 //   howl   time until a howl that fills the loudspeaker is 20 dB down for good, +3 and +6 dB
 //   ring   share of the voice's frames that ring at +3 dB
 //   alone  without feedback: share of time with a cut by more than 1 dB
+//   static what five ideal notches add that know the room
 //   beats  what the shift does to a note that an accompaniment plays too
 #include <cstdio>
 #include <cstdlib>
@@ -32,10 +35,9 @@ mode mode_of(std::string text) {
     m.wanted.last_resort = true;
     text.pop_back();
   }
-  if (text[0] == 'a') {
-    m.wanted.automatic = true;
-    text.erase(0, 1);
-  }
+  m.wanted.automatic = text[0] == 'a';
+  m.wanted.notches = text[0] != 's';
+  if (m.wanted.automatic || !m.wanted.notches) text.erase(0, 1);
   if (text[0] >= '1' && text[0] <= '9') m.wanted.shift_hz = std::atoi(text.c_str());
   return m;
 }
@@ -45,14 +47,15 @@ struct outcome {
   double ringing = 0.0;  // share of the voice's frames
 };
 
-// Voice for all but the last 1.5 s, judged after the first 2 s of 8 or 10 s of 24.
+// Voice for all but the last 1.5 s, judged after the first 2 s of 8, or over its last 12.5 s.
 outcome run(const world& w, double gain_db, const mode& m, int horizon_s, bool whole) {
   canceller stage(m.wanted);
   const bool hand = !w.covered.empty();
   closed_loop loop = hand ? closed_loop(w.response, w.covered, true) : closed_loop(w.response);
   judge listener(gain_db, w.level_db);
-  const int periods = horizon_s * kPeriodsPerSecond, voice_end = periods - 300,
-            judged_from = (horizon_s > 8 ? 10 : 2) * kPeriodsPerSecond;
+  const int voice_end =
+      std::min(horizon_s * kPeriodsPerSecond - 300, static_cast<int>(w.voice.size()) / kPeriod);
+  const int periods = voice_end + 300, judged_from = horizon_s > 8 ? voice_end - 2500 : 400;
   const float silence[kPeriod] = {};
   outcome result;
   int frames = 0, ringing = 0, clipped_before = 0;
@@ -125,6 +128,16 @@ void report_gain(const mode& m, unsigned first, unsigned count, int horizon_s) {
   print("added stable gain", summary_of(added, true), "dB");
 }
 
+void report_static(unsigned first, unsigned count) {
+  for (const double sixteenths : {1.0, 4.0, 10.0}) {
+    std::vector<double> added;
+    for (unsigned seed = first; seed < first + count; ++seed)
+      added.push_back(ideal_static_db(world_of(seed).response, sixteenths));
+    std::printf("%2.0f/16 wide: ", sixteenths);
+    print("ideal static notches add", summary_of(added, true), "dB");
+  }
+}
+
 double seconds_to_end(const world& w, double above_db, const mode& m) {
   const double gain_db = w.open_limit_db + above_db;
   closed_loop loop(w.response);
@@ -154,6 +167,7 @@ void report_howl(const mode& m, unsigned first, unsigned count) {
     for (unsigned seed = first; seed < first + count; ++seed) {
       const double s = seconds_to_end(world_of(seed), gain, m);
       seconds.push_back(s);
+      if (std::getenv("HOWLING_EACH")) std::printf("%u %+.0f dB: %.2f s\n", seed, gain, s);
       half += s <= 0.5;
       one += s <= 1.0;
       never += s > 3.9;
@@ -171,6 +185,7 @@ void report_ring(const mode& m, unsigned first, unsigned count, int horizon_s) {
     const outcome o = run(world_of(seed), 3.0, m, horizon_s, true);
     shares.push_back(100.0 * o.ringing);
     unstable += !o.stable;
+    if (std::getenv("HOWLING_EACH")) std::printf("%u rings %.1f\n", seed, shares.back());
   }
   std::printf("at +3 dB not stable in %d of %u rooms; ", unstable, count);
   print("frames that ring", summary_of(shares, false), "%");
@@ -256,15 +271,20 @@ int main(int argc, char** argv) {
   const auto number = [&](int k, int otherwise) {
     return argc > k ? std::atoi(argv[k]) : otherwise;
   };
-  const auto first = static_cast<unsigned>(number(3, 5000)),
-             count = static_cast<unsigned>(number(4, 100));
+  const int at = what == "static" ? 2 : 3;  // of the first seed
+  const auto first = static_cast<unsigned>(number(at, 5000)),
+             count = static_cast<unsigned>(number(at + 1, 100));
   const int horizon_s = number(5, 24) > 8 ? 24 : 8;
   const mode m = mode_of(argc > 2 ? argv[2] : "notches");
   if (what == "gain") return report_gain(m, first, count, horizon_s), 0;
   if (what == "howl") return report_howl(m, first, count), 0;
   if (what == "ring") return report_ring(m, first, count, horizon_s), 0;
+  if (what == "static") return report_static(first, count), 0;
   if (what == "beats") return report_beats(), 0;
   if (what == "alone") return report_alone(m, first, count), 0;
-  std::fprintf(stderr, "howling_rooms gain|howl|ring|alone|beats MODE [first] [count] [8|24]\n");
+  std::fprintf(stderr,
+               "howling_rooms gain|howl|ring|alone MODE [first] [count] [8|24]\n"
+               "howling_rooms static [first] [count]\n"
+               "howling_rooms beats\n");
   return 1;
 }

@@ -241,6 +241,30 @@ TEST_F(Howling, ShiftsAllFrequenciesAlike) {
     }
 }
 
+// Glides from 2300 to 2390 Hz in 0.4 s, with pauses, as a howl's under the shift; or a voice's, whose
+// third harmonic they are.
+TEST_F(Howling, NotchesWhatGlidesAloneUnderTheShift) {
+  const auto glides = [](int first, int last) {
+    samples x(5 * 48000);
+    for (size_t i = 0; i < x.size(); ++i) {
+      const double t = static_cast<double>(i % 24000) / kRate;
+      if (t > 0.4) continue;
+      const double turns = 2300.0 * t + 112.5 * t * t;
+      for (int k = first; k <= last; ++k)
+        x[i] += static_cast<int>(2e5 * std::sin(2.0 * std::numbers::pi * turns * k / 3.0));
+    }
+    return x;
+  };
+  const samples howl = glides(3, 3), sung = glides(1, 6);
+  EXPECT_TRUE(played(howl) == howl) << "without shift";
+  howling_canceling_set_shift(&canceller, 5);
+  played(sung);
+  EXPECT_EQ(placed(), 0);
+  played(howl);
+  EXPECT_EQ(placed(), 1);
+  EXPECT_NEAR(canceller.places[0].position * 0.366, 2345.0, 50.0);
+}
+
 // A loop that notches alone don't hold.
 double hall_level(const samples& sung, howlingCancel* canceller) {
   return loop_level(sung, 1250.0, 1.6, canceller, true);

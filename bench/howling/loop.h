@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <memory>
 
+#include "ktv/frequency_shifter.h"
 #include "ktv/howling_cancel.h"
 #include "room.h"
 
@@ -32,15 +33,38 @@ inline double unprotected_limit_db(const signal& response) {
   return -20.0 * std::log10(largest);
 }
 
+// Five notches that know the room, each so many sixteenths of its frequency wide and on what is the
+// loudest frequency then: by how much the largest loop gain falls.
+inline double ideal_static_db(const signal& room, double sixteenths) {
+  constexpr size_t kPoints = 65536;
+  auto h = spectrum_of(room, kPoints);
+  double first = 0.0;
+  for (int placed = 0;; ++placed) {
+    size_t at = 0;
+    for (size_t k = 0; k < h.size(); ++k)
+      if (std::abs(h[k]) > std::abs(h[at])) at = k;
+    const double largest = 20.0 * std::log10(std::abs(h[at]));
+    if (placed == 0) first = largest;
+    if (placed == 5) return first - largest;
+    const double w = 2.0 * std::numbers::pi * static_cast<double>(at) / kPoints;
+    const double r = 1.0 - w * sixteenths / 32.0, f = -2.0 * std::cos(w);
+    for (size_t k = 0; k < h.size(); ++k) {
+      const auto z1 = std::polar(1.0, -2.0 * std::numbers::pi * static_cast<double>(k) / kPoints);
+      h[k] *= std::complex<float>((1.0 + f * z1 + z1 * z1) / (1.0 + r * f * z1 + r * r * z1 * z1));
+    }
+  }
+}
+
 struct protection {
   int shift_hz = 0;
   bool automatic = false, last_resort = false;
+  bool notches = true;
 };
 
 // A canceller with its lifetime.
 class canceller {
  public:
-  explicit canceller(const protection& wanted = {}) {
+  explicit canceller(const protection& wanted = {}) : wanted_(wanted) {
     howling_canceling_init(&record_);
     howling_canceling_set_shift(&record_, wanted.shift_hz);
     howling_canceling_set_shift_mode(&record_, wanted.automatic);
@@ -50,7 +74,13 @@ class canceller {
   canceller(const canceller&) = delete;
   canceller& operator=(const canceller&) = delete;
 
-  void run(int* x, int n) { howling_canceling_process(&record_, x, x, n); }
+  void run(int* x, int n) {
+    if (wanted_.notches)
+      howling_canceling_process(&record_, x, x, n);
+    else
+      shift_block(record_.shifter, wanted_.shift_hz * kStepsPerHertz[SAMPLE_RATE_48000], true, x,
+                  n);
+  }
 
   int active() const {
     int count = 0;
@@ -74,6 +104,7 @@ class canceller {
   const howlingCancel& record() const { return record_; }
 
  private:
+  protection wanted_;
   howlingCancel record_;
 };
 

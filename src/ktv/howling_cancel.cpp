@@ -23,6 +23,8 @@ constexpr int kLowPass[13] = {
 constexpr int kFrame = 256;  // samples at half the rate
 constexpr int kHop = 256;    // samples at the full rate from frame to frame
 constexpr int kDeaf = 4;     // frames without a decision, until the history holds enough
+constexpr int kSweepEvidence = 6 * kGlideLook;  // 0.26 s
+constexpr int kStepToPosition = 15;             // of the shifter's steps, 2^32 a turn
 // The input is limited to this, so that the low-pass can't wrap: DC blocker and low-pass together
 // raise a peak up to 3.07 times, and 32 bits hold 2^26 at the section's inner scale.
 constexpr int kLoudest = (1 << 24) - 1;
@@ -115,7 +117,9 @@ void howling_canceling_getstatus(howlingCancel* canceller, int* status) {
 
 void follow_howls(howlingCancel* canceller) {
   int found[kPeaks];
-  const bool looked = hear_hop(canceller->lines, canceller->frame + kFrame / 2);
+  const int shift = is_heard(canceller->shifter) ? canceller->shifter->step >> kStepToPosition : 0;
+  const bool looked =
+      hear_hop(canceller->lines, canceller->frame + kFrame / 2, shift, canceller->usual_level);
   fft_analyse(canceller->analyser, canceller->powers, canceller->frame, found, kFrame);
   if (++canceller->analyser->frames_heard < kDeaf) return;
   advance_places(canceller, found);
@@ -130,6 +134,11 @@ void follow_howls(howlingCancel* canceller) {
     if (!looked || !is_slow_ring(canceller, line, former_place(canceller, line.position))) continue;
     answer_howl(canceller, line.position, false, true, line.slope);
     line.evidence /= 2;
+  }
+  for (howling_sweep& sweep : canceller->lines->sweeps) {
+    if (!looked || sweep.evidence < kSweepEvidence) continue;
+    answer_sweep(canceller, sweep.low, sweep.high);
+    sweep.evidence /= 2;
   }
   advance_reserves(canceller);
 }

@@ -49,8 +49,11 @@
 // fades, in 2.7 ms going in; to be moved, a notch fades out and in.
 //
 // Two more lines of defence, both off until they are asked for. The first shifts all frequencies by a
-// few hertz (frequency_shifter.h): what rings glides and leaves the frequency at which it grew.
-// That lets the loop stand some 3 dB louder, and doesn't suit a voice that is heard together with an
+// few hertz (frequency_shifter.h): what rings glides and leaves the frequency at which it grew. Where
+// a loudspeaker's resonance carries a whole region, it grows on its way through it, again and again.
+// So lines that glide as a loop lets them, alone, get a notch over their whole way when they have done
+// so for a quarter of a second in all (howling_lines.h).
+// That lets the loop stand some 4 dB louder, and doesn't suit a voice that is heard together with an
 // accompaniment it has to be in tune with. It may come in by itself: when three howls have been
 // proved within seconds, three notches stand, or a loud tone without harmonics just goes on. The
 // second, the last resort, takes gain away, 26 dB in a second, while a howl goes on though all
@@ -96,7 +99,7 @@ struct howling_place {
   int slope;       // fall of its level in eight frames, ahead of the trial, log2 Q10
   int slow;        // non-zero = a slow ring: its trial listens to a narrow band
   int strong;      // non-zero = the evidence was good
-  int loud;        // non-zero = it was far louder than a voice, or a howl had just been proved
+  int loud;        // 1 = far louder than a voice, or a howl had just been proved; 2 = it glided
   int heard;       // frequency that the trial listens to
   int rest;        // level of all that lies beside it when its trial began, log2 Q10
   // Where it stood when it went on trial once more; position 0 = nowhere.

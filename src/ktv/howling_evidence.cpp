@@ -300,8 +300,9 @@ bool howl_stands(const howlingCancel* canceller) {
 }
 
 int ruling_tone(const howlingCancel* canceller, bool gliding) {
-  const int over = level_of_db(gliding ? 8.0 : 10.0), share = level_of_db(gliding ? 3.0 : 2.0);
-  const int least = std::min(canceller->usual_level + over, kHighestUsual);
+  const int share = level_of_db(gliding ? 3.0 : 2.0);
+  const int least = gliding ? std::min(canceller->usual_level + kNoVoice, kLoudestOutsider)
+                            : std::min(canceller->usual_level + kOver, kHighestUsual);
   for (const howling_suspect& s : canceller->suspects)
     if (s.position && s.missed == 0 && s.level > least &&
         (gliding || !is_harmonic(canceller->lines, s.position)) &&

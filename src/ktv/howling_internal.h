@@ -20,6 +20,8 @@ constexpr int kWholeGain = 1 << 28;                                // Q28
 // Level of a power of full scale - db, log2 Q10.
 constexpr int level_of_dbfs(double db) { return level_of_db(93.3 + db); }
 
+constexpr int kGlided = 2;  // howling_place::loud of what has glided
+
 enum howling_phase { kFree, kTrial, kHolding, kReleasing };
 
 // --- evidence

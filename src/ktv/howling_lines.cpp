@@ -4,8 +4,10 @@
 #include <array>
 #include <cstdint>
 #include <cstdlib>
+#include <utility>
 
 #include "bit_reversal.h"
+#include "dsp/kernels/kernels.h"
 #include "dsp/log2.h"
 #include "fixed.h"
 #include "ktv/howling_internal.h"
@@ -35,28 +37,52 @@ constexpr auto kCosines = [] {
 int cosine(int k) { return kCosines[static_cast<size_t>(k & (kLineFrame - 1))]; }
 int sine(int k) { return cosine(k - kHalf / 2); }
 
-struct point {
-  int re, im;
-};
-
 int scaled(int64_t product) { return static_cast<int>(product >> 30); }
-
-// In place, input in reversed order; each stage halves.
-void transform(point* z) {
-  for (int half = 1; half < kHalf; half *= 2)
-    for (int j = 0; j < half; ++j) {
-      const int64_t c = cosine(j * (kHalf / half)), s = sine(j * (kHalf / half));
-      for (int i = j; i < kHalf; i += 2 * half) {
-        const point a = z[i], b = z[i + half];
-        const int re = scaled(c * b.re + s * b.im), im = scaled(c * b.im - s * b.re);
-        z[i] = {(a.re + re) / 2, (a.im + im) / 2};
-        z[i + half] = {(a.re - re) / 2, (a.im - im) / 2};
-      }
-    }
-}
 
 constexpr auto kReversed = bit_reversal<10>();
 static_assert(kReversed.size() == kHalf);
+
+// Cosines and sines of the transform's stages, Q30. The first stages work in the input's order and
+// take a factor a group; the later ones in the output's, and take a factor for each place of a group
+// of 2 half: the half - kMiddle + j-th.
+constexpr int kMiddle = 32;
+struct stage_factors {
+  int groups[2][kMiddle], places[2][kHalf - kMiddle];
+};
+constexpr auto kFactors = [] {
+  stage_factors f = {};
+  const auto turn = [](int k) { return kCosines[static_cast<size_t>(k & (kLineFrame - 1))]; };
+  for (int quarter = 0; quarter < 2; ++quarter) {
+    const int behind = quarter * (kHalf / 2);
+    for (int g = 0; g < kMiddle; ++g)
+      f.groups[quarter][g] = turn(kReversed[static_cast<size_t>(g)] - behind);
+    for (int half = kMiddle; half < kHalf; half *= 2)
+      for (int j = 0; j < half; ++j)
+        f.places[quarter][half - kMiddle + j] = turn(j * (kHalf / half) - behind);
+  }
+  return f;
+}();
+
+struct points {
+  int re[kHalf], im[kHalf];
+};
+
+// Each stage halves. The order is reversed in the middle, where groups are as long either way: so a
+// vector's lanes are neighbours in all stages.
+void transform(points& z) {
+  for (int span = kHalf / 2; span >= kHalf / kMiddle; span /= 2)
+    kernels().halving_butterflies_q30(
+        z.re, z.im, {kHalf, span, kFactors.groups[0], kFactors.groups[1], true, 0});
+  for (size_t i = 0; i < kHalf; ++i)
+    if (const size_t r = kReversed[i]; i < r) {
+      std::swap(z.re[i], z.re[r]);
+      std::swap(z.im[i], z.im[r]);
+    }
+  for (int half = kMiddle; half < kHalf; half *= 2)
+    kernels().halving_butterflies_q30(z.re, z.im,
+                                      {kHalf, half, kFactors.places[0] + (half - kMiddle),
+                                       kFactors.places[1] + (half - kMiddle), false, 0});
+}
 
 // Half of 1 - cosine over a frame, Q30.
 int window_q30(int n) { return (1 << 29) - cosine(n) / 2; }
@@ -65,19 +91,20 @@ int window_q30(int n) { return (1 << 29) - cosine(n) / 2; }
 // transform of half the length, whose two halves are then told apart.
 constexpr int kLevels = kLastLine + 16;
 void levels_of(const howling_lines* lines, int* level) {
-  point z[kHalf];
+  points z;
   for (int i = 0; i < kHalf; ++i) {
     const auto windowed = [&](int n) {
       const int64_t x = lines->past[(lines->newest + n) & (kLineFrame - 1)];
       return static_cast<int>(x * window_q30(n) >> 27);  // eight times, 29 bits
     };
-    z[kReversed[static_cast<size_t>(i)]] = {windowed(2 * i), windowed(2 * i + 1)};
+    z.re[i] = windowed(2 * i);
+    z.im[i] = windowed(2 * i + 1);
   }
   transform(z);
   for (int k = 0; k < kLevels; ++k) {
-    const point a = z[k], b = z[(kHalf - k) % kHalf];
-    const int64_t even_re = a.re + b.re, even_im = a.im - b.im;
-    const int64_t odd_re = a.im + b.im, odd_im = b.re - a.re;
+    const int opposite = (kHalf - k) % kHalf;
+    const int64_t even_re = z.re[k] + z.re[opposite], even_im = z.im[k] - z.im[opposite];
+    const int64_t odd_re = z.im[k] + z.im[opposite], odd_im = z.re[opposite] - z.re[k];
     const int64_t c = cosine(k), s = sine(k);
     const int64_t re = even_re + scaled(c * odd_re + s * odd_im);
     const int64_t im = even_im + scaled(c * odd_im - s * odd_re);
@@ -182,11 +209,80 @@ void follow(howling_lines* lines, const peak* peaks, int count) {
   }
 }
 
+constexpr int kSoftestGlide = level_of_db(-12.0), kLoudGlide = level_of_db(3.0);  // above usual
+constexpr int kLeastGlide = 3;                                                    // looks
+constexpr int kNearSweep = 160, kWidestSweep = 1024;                              // 59 and 375 Hz
+
+// To the sweep it meets, else to a new one in place of the weakest.
+void add_glide(howling_lines* lines, int low, int high, int evidence) {
+  const auto meets = [=](const howling_sweep& s) {
+    return s.low && low < s.high + kNearSweep && high > s.low - kNearSweep &&
+           std::max(high, s.high) - std::min(low, s.low) <= kWidestSweep;
+  };
+  howling_sweep* end = lines->sweeps + kSweeps;
+  howling_sweep* sweep = std::find_if(lines->sweeps, end, meets);
+  if (sweep == end) {
+    const auto weaker = [](const howling_sweep& a, const howling_sweep& b) {
+      return a.evidence < b.evidence;
+    };
+    sweep = std::min_element(lines->sweeps, end, weaker);
+    *sweep = {low, high, 0};
+  }
+  sweep->low = std::min(sweep->low, low);
+  sweep->high = std::max(sweep->high, high);
+  sweep->evidence += evidence;
+}
+
+// A tone in a loop rises by the shift with each turn, and a turn takes 6 ms at least. At the edge of
+// what the loop carries it slows down; on average it takes 40 ms a turn at most.
+bool goes_on(const howling_glide& glide, const peak& p, int shift) {
+  const int step = p.position - glide.position;
+  return step >= 0 && step <= shift * 13 / 2 &&
+         (glide.looks == 1 || std::abs(step - glide.step) <= 2 * shift);
+}
+bool rises(const howling_glide& glide, int shift) {
+  return glide.looks >= kLeastGlide && glide.position - glide.first >= shift * (glide.looks - 1);
+}
+
+// Under the shift no line stands still. What glides like a loop's tone, alone, again and again in
+// the same region, is none of a voice's: its glides have harmonics, and each a speed of its own.
+void follow_glides(howling_lines* lines, const peak* peaks, int count, int shift, int usual) {
+  for (howling_sweep& sweep : lines->sweeps)
+    if (--sweep.evidence <= 0) sweep = {};
+  if (shift == 0) return;
+  bool used[kLinePeaks];
+  for (int k = 0; k < count; ++k)
+    used[k] = peaks[k].harmonic || peaks[k].level <= usual + kSoftestGlide;
+  for (howling_glide& glide : lines->glides) {
+    if (glide.position == 0) continue;
+    int k = 0;
+    while (k < count && (used[k] || !goes_on(glide, peaks[k], shift))) ++k;
+    if (k == count) {
+      glide = {};
+      continue;
+    }
+    used[k] = true;
+    glide = {glide.first, peaks[k].position, peaks[k].position - glide.position, glide.looks + 1};
+    if (!rises(glide, shift)) continue;
+    const int looks = glide.looks == kLeastGlide ? kLeastGlide : 1;
+    const int weight = peaks[k].level > usual + kLoudGlide ? 2 : 1;
+    add_glide(lines, glide.first, glide.position, looks * weight * kGlideLook);
+  }
+  for (int k = 0; k < count; ++k) {
+    if (used[k]) continue;
+    const auto unused = [](const howling_glide& g) { return g.position == 0; };
+    howling_glide* end = lines->glides + kGlides;
+    howling_glide* glide = std::find_if(lines->glides, end, unused);
+    if (glide == end) break;
+    *glide = {peaks[k].position, peaks[k].position, 0, 1};
+  }
+}
+
 }  // namespace
 
 void reset(howling_lines* lines) { *lines = {}; }
 
-bool hear_hop(howling_lines* lines, const int* hop) {
+bool hear_hop(howling_lines* lines, const int* hop, int shift, int usual) {
   std::copy_n(hop, kHop, lines->past + lines->newest);
   lines->newest = (lines->newest + kHop) % kLineFrame;
   if (++lines->hops < kFramesPerLook) return false;
@@ -201,6 +297,7 @@ bool hear_hop(howling_lines* lines, const int* hop) {
   for (int k = 0; k < kLinePeaks; ++k)
     harmonics[k] = k < count && peaks[k].harmonic ? peaks[k].position : 0;
   follow(lines, peaks, count);
+  follow_glides(lines, peaks, count, shift, usual);
   return true;
 }
 

@@ -229,7 +229,7 @@ bool falls_with_the_rest(const howlingCancel* canceller, const howling_place& pl
 void advance_trial(howlingCancel* canceller, int i, const int* found) {
   howling_place& place = canceller->places[i];
   const int level = trial_level(canceller, place);
-  if (has_ended(place, level)) return take_back(canceller, i);
+  if (place.loud != kGlided && has_ended(place, level)) return take_back(canceller, i);
   place.level = std::max(place.level, level);
   const int drop = place.slow     ? kSlowDrop + place.slope * place.timer / kFramesPerLook
                    : place.strong ? kTrialDrop
@@ -368,7 +368,7 @@ void answer_sweep(howlingCancel* canceller, int low, int high) {
   remember_stand(place);
   place.slow = 0;
   place.strong = 1;
-  place.loud = 1;
+  place.loud = kGlided;
   place.heard = (low + high) / 2;
   const int margin = low * kFirstWidth / 32;
   span(place, std::min(low_edge(place), low - margin), std::max(high_edge(place), high + margin));

@@ -372,6 +372,21 @@ constexpr kernel_run butterflies_q15 = [](auto& k, auto& s, int) {
                     {points, span, cosines, sines, s.random() % 2 == 0, int(s.random() % 3)});
   s.keep(words, 512);
 };
+constexpr kernel_run halving_butterflies_q30 = [](auto& k, auto& s, int) {
+  const int points = 1 << (1 + s.random() % 8), span = 1 << s.random() % 8;
+  if (2 * span > points) return;
+  constexpr int kMost = (1 << 29) - 1;
+  int words[512], cosines[256], sines[256];
+  for (int& word : words) word = s.seed % 3 ? s.any() % kMost : s.pick({-kMost, kMost, -1, 0, 1});
+  for (int i = 0; i < 256; ++i) {
+    const double angle = s.pick({0.0, 0.25, 0.5, 1.0, 1.5}) * M_PI + (s.seed % 2) * s.any();
+    cosines[i] = static_cast<int>(std::lround(std::ldexp(std::cos(angle), 30)));
+    sines[i] = static_cast<int>(std::lround(std::ldexp(std::sin(angle), 30)));
+  }
+  k.halving_butterflies_q30(words, words + 256,
+                            {points, span, cosines, sines, s.random() % 2 == 0, 0});
+  s.keep(words, 512);
+};
 
 }  // namespace run
 

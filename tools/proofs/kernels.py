@@ -276,6 +276,12 @@ def butterfly_results():
         yield within, extend((a + ((-r + 2**(14 + shift)) >> 15)) >> shift) == opposite
 
 
+@proves("half of a word, towards zero, by taking its sign from it", "butterfly_vectors.h")
+def half_towards_zero():
+    x = word("x")
+    yield True, (x - (x >> 31)) >> 1 == x / 2  # of signed words z3 rounds towards zero
+
+
 # ---- Saturations that can't happen.
 
 

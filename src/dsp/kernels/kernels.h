@@ -89,9 +89,9 @@ struct polyphase {
   int phases, taps, period;
 };
 
-// A stage of a 16-bit transform: butterflies of values `span` apart, in points / (2 span) groups of
-// twice as many. Factors cosine - i sine, Q15, either one for each place in a group or one a group.
-// Results are divided by 2^shift, 0..2.
+// A stage of a transform: butterflies of values `span` apart, in points / (2 span) groups of twice as
+// many. Factors cosine - i sine, either one for each place in a group or one a group. Results of
+// butterflies_q15 are divided by 2^shift, 0..2.
 struct butterfly_stage {
   int points, span;
   const int *cosines, *sines;
@@ -206,6 +206,9 @@ struct kernel_table {
   // (a, b) <- (a + b w, a - b w) for all pairs of a stage: 16-bit words in 32 bits, which
   // butterfly_result rounds and saturates.
   void (*butterflies_q15)(int* re, int* im, const butterfly_stage& stage);
+  // (a, b) <- ((a + b w) / 2, (a - b w) / 2) for all pairs of a stage: b w rounds down, halves towards
+  // zero. Factors are Q30, values below 2^29.
+  void (*halving_butterflies_q30)(int* re, int* im, const butterfly_stage& stage);
 };
 
 // Registration, a kernel a line: what the variants' declarations and the tables are made from.
@@ -243,7 +246,8 @@ struct kernel_table {
   kernel(comb_quartets_add_16)       \
   kernel(comb_quartets_add_24)       \
   kernel(fft_stage)                  \
-  kernel(butterflies_q15)
+  kernel(butterflies_q15)            \
+  kernel(halving_butterflies_q30)
 // clang-format on
 
 #define SONX_DECLARE(kernel) std::remove_pointer_t<decltype(kernel_table::kernel)> kernel;

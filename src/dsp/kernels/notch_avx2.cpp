@@ -5,12 +5,15 @@
 //   step t:  lane 0: sample t,  lane 1: sample t - 2,  lane 2: t - 4,  lane 3: t - 6
 //
 // The portable form runs over the few samples by which the lanes stand apart, before the first step
-// and after the last.
+// and after the last. A fifth notch steps beside them on what they give: each step waits for its own
+// latest result, so the two chains share the processor's time.
 //
 // Exact because the sums are those of notch_step in another order, and 64-bit addition wraps.
 // Factors are 32 bits wide, outputs y up to 64: with y = h 2^32 + l, l its low word read as a signed
 // one, the low 64 bits of a product with a factor f are l f + (h f << 32).
 #include <immintrin.h>
+
+#include <algorithm>
 
 #include "dsp/kernels/kernels.h"
 #include "dsp/kernels/notch.h"
@@ -47,8 +50,28 @@ struct wide {
   }
 };
 
-// Steps kAhead to n - 1. What depends on the latest results comes last in a sum.
-void run_staggered(notch_lanes* f, int* x, int n) {
+// A notch with its share, sample by sample.
+struct single_notch {
+  notch_registers registers;
+  fade_share share;
+
+  explicit single_notch(const notch_share& of) : registers(of.filter), share(of.share) {}
+  int operator()(int x) {
+    const int y = silence_minus_one(wrap32(notch_step(registers, x)));
+    share.depth_q20 = std::clamp(saturate_add(share.depth_q20, share.step_q20), 0, kFadeFull);
+    const int64_t mix = int64_t{kFadeFull - share.depth_q20} * x + int64_t{share.depth_q20} * y;
+    return wrap32(mix >> 20);
+  }
+  void store(notch_share* of) const {
+    registers.store(of->filter);
+    of->share = share;
+  }
+};
+
+// Steps kAhead to n - 1. What depends on the latest results comes last in a sum. What the last lane
+// gives goes through after, a copy that stays in registers; returns it.
+template <typename After>
+After run_staggered(notch_lanes* f, int* x, int n, After after) {
   const __m256i freq = lanes_of(f->freq), pole = lanes_of(f->pole);
   const __m256i radius_squared = lanes_of(f->radius_squared), one = _mm256_set1_epi64x(kOneQ13);
   const __m256i full = _mm256_set1_epi64x(kFadeFull), step = lanes_of(f->step);
@@ -82,7 +105,7 @@ void run_staggered(notch_lanes* f, int* x, int n) {
                           20);  // in the low words
 
     const __m256i moved = _mm256_permute4x64_epi64(out, 0x93);  // lanes 3, 0, 1, 2
-    x[t - kAhead] = _mm256_extract_epi32(moved, 0);
+    x[t - kAhead] = after(_mm256_extract_epi32(moved, 0));
     if (t == n - 1) {
       alignas(32) int64_t before[kLanes], last[kLanes];
       store(before, waiting);
@@ -102,6 +125,7 @@ void run_staggered(notch_lanes* f, int* x, int n) {
   store(f->y2, y2.value);
   store(f->residue, residue);
   store(f->depth, depth);
+  return after;
 }
 
 }  // namespace
@@ -112,8 +136,14 @@ void avx2::notch_row(notch_share* row, int count, int* x, int n) {
     return portable::notch_row(row, count, x, n);
   for (int k = 0; k < kLanes - 1; ++k) portable::notch_row(row + k, 1, x, kAhead - kLag * k);
   load_lanes(&lanes, row);
-  run_staggered(&lanes, x, n);
+  if (count == kLanes) {
+    run_staggered(&lanes, x, n, [](int y) { return y; });
+  } else {
+    run_staggered(&lanes, x, n, single_notch(row[kLanes])).store(&row[kLanes]);
+  }
   store_lanes(lanes, row);
   for (int k = 1; k < kLanes; ++k) portable::notch_row(row + k, 1, x + n - kLag * k, kLag * k);
-  portable::notch_row(row + kLanes, count - kLanes, x, n);
+  if (count == kLanes) return;
+  portable::notch_row(row + kLanes, 1, x + n - kAhead, kAhead);
+  portable::notch_row(row + kLanes + 1, count - kLanes - 1, x, n);
 }
