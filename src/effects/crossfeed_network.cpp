@@ -8,11 +8,11 @@
 #include "effects/memory.h"
 #include "effects/rates.h"
 #include "effects/stereo_widening_tables.h"
+#include "effects/widening_stages.h"
 
 namespace {
 
 constexpr int kDelay[] = {23, 23, 47, 95};  // samples, by rate
-constexpr int kCapacity = 95;
 
 }  // namespace
 
@@ -25,8 +25,8 @@ void crossfeed_network_init(crossfeed_network* network) {
   whole &= make(network->lowpass_right, IIR_init, kCrossfeedLowpass[SAMPLE_RATE_48000]);
   whole &= make(network->highpass_left, IIR_init, kCrossfeedHighpass[SAMPLE_RATE_48000]);
   whole &= make(network->highpass_right, IIR_init, kCrossfeedHighpass[SAMPLE_RATE_48000]);
-  whole &= make(network->delay_left, audio_delay_init, kCapacity);
-  whole &= make(network->delay_right, audio_delay_init, kCapacity);
+  whole &= make(network->delay_left, audio_delay_init, kLongestCrossfeedDelay);
+  whole &= make(network->delay_right, audio_delay_init, kLongestCrossfeedDelay);
   if (!whole) crossfeed_network_end(network);
 }
 

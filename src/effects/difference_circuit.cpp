@@ -48,18 +48,6 @@ void difference_circuit_get_side_gain(difference_circuit* circuit, int* gain) {
   *gain = circuit->side_gain;
 }
 
-namespace {
-
-// (s + band / 4 + low) / 2; every sum wraps.
-inline int middle(int s, int band, int low) { return wrap_add(wrap_add(s, band >> 2), low) >> 1; }
-
-// high + 2 low + d / 2 - low / 2; every sum wraps.
-inline int widened(int d, int high, int low) {
-  return wrap_add(high, wrap_sub(wrap_add(wrap_shl(low, 1), d >> 1), low >> 1));
-}
-
-}  // namespace
-
 difference_sections sections_of(const difference_circuit* circuit) {
   IIR* const* section = circuit->section;
   return {section + kAllpassLeft, section + kAllpassRight, section[kMidBand],
@@ -70,18 +58,6 @@ void difference_sums(const int* a, const int* b, int* s, int* d, int n) {
   for (int i = 0; i < n; ++i) {
     s[i] = wrap_add(a[i], b[i]);
     d[i] = wrap_sub(a[i], b[i]);
-  }
-}
-
-void difference_mix(const difference_circuit* circuit, const difference_signals& in, int* out_left,
-                    int* out_right, int n) {
-  int* const sides = out_right;
-  for (int i = 0; i < n; ++i) sides[i] = widened(in.d[i], in.side_high[i], in.side_low[i]);
-  kernels().scale_q13(sides, circuit->side_gain, sides, n);
-  for (int i = 0; i < n; ++i) {
-    const int mid = middle(in.s[i], in.mid_band[i], in.mid_low[i]), side = sides[i];
-    out_left[i] = wrap_add(wrap_add(mid, in.a[i] >> 2), side);
-    out_right[i] = wrap_sub(wrap_add(mid, in.b[i] >> 2), side);
   }
 }
 
@@ -116,8 +92,8 @@ inline void process(difference_circuit* circuit, const int* in_left, const int* 
                              {d, side_low, &section.side_low, 1},
                              {d, side_high, &section.side_high, 1}};
   kernels().iir_chains_32(bands, 4, n);
-  difference_mix(circuit, {a, b, s, d, mid_band, mid_low, side_low, side_high}, out_left, out_right,
-                 n);
+  kernels().mix_difference_q13({a, b, s, d, mid_band, mid_low, side_low, side_high},
+                               circuit->side_gain, out_left, out_right, n);
 }
 
 }  // namespace

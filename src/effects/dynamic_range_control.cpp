@@ -173,10 +173,15 @@ void dynamic_range_control_process(dynamic_range_control_t* drc, int* in, int* o
 
   int gain_q17 = drc->gain, gate_q17 = drc->denoise_gain;
   for_each_block(n, [&](int start, int count) {
+    int* const x = out + start;
+    audio_delay_block(drc->delay, in + start, x, count);
+    if (slews_rest(gain_q17, target_q17, gate_q17, gate_target_q17)) {
+      const int both_q17 = saturate32(int64_t{gate_q17} * gain_q17 >> 17);
+      return kernels().scale_to_silence_q17(x, both_q17, x, count);
+    }
     int gains_q17[kBlockFrames], gates_q17[kBlockFrames];
     slew_block(gain_q17, target_q17, gate_q17, gate_target_q17, gains_q17, gates_q17, count);
-    audio_delay_block(drc->delay, in + start, out + start, count);
-    kernels().scale_twice_to_silence_q17(out + start, gains_q17, gates_q17, out + start, count);
+    kernels().scale_twice_to_silence_q17(x, gains_q17, gates_q17, x, count);
   });
   drc->gain = gain_q17;
   drc->denoise_gain = gate_q17;

@@ -112,18 +112,6 @@ void reflector_quarter(const int* in, int* fed, int n) {
   for (int i = 0; i < n; ++i) fed[i] = silence_minus_one(in[i] >> 2);
 }
 
-namespace {
-
-// wet = wet x wet gain + in x dry gain, gains Q13; each product and the sum saturate.
-inline void mix(const early_reflector* reflector, const int* in, int* wet, int n) {
-  int dry[kBlockFrames];
-  kernels().scale_q13(in, reflector->dry_gain, dry, n);
-  kernels().scale_q13(wet, reflector->wet_gain, wet, n);
-  kernels().add(wet, dry, wet, n);
-}
-
-}  // namespace
-
 void reflector_feed(early_reflector* reflector, const int* in_left, const int* in_right,
                     int* fed_left, int* fed_right, int n) {
   reflector_quarter(in_left, fed_left, n);
@@ -141,8 +129,9 @@ void reflector_room(early_reflector* reflector, const int* in_left, const int* i
       {{reflector->comb_left, fed_left, left}, {reflector->comb_right, fed_right, right}}, n);
   allpass_series(reflector->allpass_left, left, n);
   allpass_series(reflector->allpass_right, right, n);
-  mix(reflector, in_left, left, n);
-  mix(reflector, in_right, right, n);
+  const int dry_q13 = reflector->dry_gain, wet_q13 = reflector->wet_gain;
+  kernels().mix_two_q13(in_left, dry_q13, left, wet_q13, left, n);
+  kernels().mix_two_q13(in_right, dry_q13, right, wet_q13, right, n);
   const dc_remove_channel channels[] = {{reflector->dc_left, left, out_left},
                                         {reflector->dc_right, right, out_right}};
   dc_remove_two_24(channels, n);

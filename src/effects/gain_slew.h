@@ -4,8 +4,7 @@
 // The block form gives the same bits as the steps: within a block a target is constant and a gain
 // never crosses it, so that the distance to it carries all the state. The distance only shrinks, so
 // the ranges that determine the size of a step follow each other, and each is a loop of its own.
-// The cost of a sample is about the same in all of them. Where both rest at their targets, as they do
-// most of the time, a block is filled.
+// The cost of a sample is about the same in all of them.
 #pragma once
 
 #include <algorithm>
@@ -96,6 +95,11 @@ inline void slew_in_ranges(int gain, int target, gate_walk gate, int* gains, int
   walk(-1, [&] { return distance < 8 ? distance : distance >> 3; });
 }
 
+// Whether gain and gate stay where they are, as they do most of the time.
+inline bool slews_rest(int gain, int target, int gate, int gate_target) {
+  return gain == target && gate == gate_target;
+}
+
 // Steps gain and gate through n samples: gains[0..n) and gates[0..n) are their values after each.
 // Beyond the ranges of the fast form one sample's step at a time.
 inline void slew_block(int& gain, int target, int& gate, int gate_target, int* gains, int* gates,
@@ -111,11 +115,6 @@ inline void slew_block(int& gain, int target, int& gate, int gate_target, int* g
     return;
   }
   if (n < 1) return;
-  if (gain == target && gate == gate_target) {
-    std::fill_n(gains, n, gain);
-    std::fill_n(gates, n, gate);
-    return;
-  }
   const auto slew = target >= gain ? slew_in_ranges<1> : slew_in_ranges<-1>;
   slew(gain, target, gate_walk(gate, gate_target), gains, gates, n);
   gain = gains[n - 1];

@@ -150,7 +150,8 @@ void process_block(virtual_bass_system* bass, const int* in_left, const int* in_
   const iir_chain mid[] = {{harmonics, harmonics, &bass->nld_band, 1},
                            {plain, plain, &bass->align_bass, 1}};
   kernels().iir_chains_32(mid, 2, n);
-  kernels().mix_two_q13(plain, bass->origin_gain, harmonics, bass->nld_gain, bass->bass_buffer, n);
+  kernels().mix_two_to_silence_q13(plain, bass->origin_gain, harmonics, bass->nld_gain,
+                                   bass->bass_buffer, n);
   kernels().scale_to_silence_q13(high_left, bass->high_band_gain, out_left, n);
   kernels().scale_to_silence_q13(high_right, bass->high_band_gain, out_right, n);
   compressor_bass_process(bass->bass_compressor, bass->bass_buffer, bass->bass_buffer, n);

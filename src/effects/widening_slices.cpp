@@ -32,15 +32,23 @@ struct slices {
   int sum[kSliceFrames], difference[kSliceFrames];
   int mid_band[kSliceFrames], mid_low[kSliceFrames];
   int side_low[kSliceFrames], side_high[kSliceFrames];
-  two_slices widened, delayed;     // the difference circuit's result
   two_slices direct, other, high;  // in the crossfeed network
-  two_slices mixed, quarter;       // its result
+  two_slices quarter;              // of its result
 };
+
+// The difference circuit's results, and before them what the crossfeed network's delay has still to
+// give: its lines lie straight here, and delayed samples are `delay` words back.
+using widened_samples = int[kLongestCrossfeedDelay + kBlockFrames];
+
+bool fits(const audio_delay* line) {
+  return line->delay <= kLongestCrossfeedDelay && line->index >= 0 && line->index < line->delay;
+}
 
 struct pipeline {
   stereo_widening_system* system;
   section_bank bank;
   slices wire;
+  widened_samples widened[2];
   placed_section sections[kSections];
   int placed;
 
@@ -50,15 +58,16 @@ struct pipeline {
     bank.out[row][column] = out;
   }
 
-  // All of one channel but the ends, which move: the first section's input, the last one's output.
+  // All of one channel but what moves from slice to slice: the inputs of the first section and of the
+  // crossfeed's, and the last one's output.
   void place_side(int side, IIR* const* allpass, IIR* direct, IIR* high, IIR* low, IIR* room) {
     const int here = side * kSliceFrames, there = (1 - side) * kSliceFrames;
     place(kAllpass1, 0, side, allpass[0], bank.silence, wire.once + here);
     place(kAllpass2, 0, 2 + side, allpass[1], wire.once + here, wire.twice + here);
     place(kAllpass3, 1, side, allpass[2], wire.twice + here, wire.allpassed + here);
-    place(kCrossfeed, 3, side, direct, wire.widened + here, wire.direct + here);
-    place(kCrossfeed, 3, 2 + side, high, wire.widened + here, wire.high + here);
-    place(kCrossfeed, 4, side, low, wire.delayed + here, wire.other + there);
+    place(kCrossfeed, 3, side, direct, bank.silence, wire.direct + here);
+    place(kCrossfeed, 3, 2 + side, high, bank.silence, wire.high + here);
+    place(kCrossfeed, 4, side, low, bank.silence, wire.other + there);
     place(kHighpass, 4, 2 + side, room, wire.quarter + here, bank.nowhere);
   }
 
@@ -94,21 +103,40 @@ struct pipeline {
     difference_sums(wire.previous, wire.previous + kSliceFrames, wire.sum, wire.difference,
                     kSliceFrames);
   }
-  void make_crossfeed_input() {
+  void make_crossfeed_input(int start) {
     const difference_signals signals = {wire.previous, wire.previous + kSliceFrames,
                                         wire.sum,      wire.difference,
                                         wire.mid_band, wire.mid_low,
                                         wire.side_low, wire.side_high};
-    int *const left = wire.widened, *const right = wire.widened + kSliceFrames;
-    difference_mix(system->difference, signals, left, right, kSliceFrames);
-    audio_delay_block(system->crossfeed->delay_left, left, wire.delayed, kSliceFrames);
-    audio_delay_block(system->crossfeed->delay_right, right, wire.delayed + kSliceFrames,
-                      kSliceFrames);
+    int* const out[] = {widened[0] + kLongestCrossfeedDelay + start,
+                        widened[1] + kLongestCrossfeedDelay + start};
+    kernels().mix_difference_q13(signals, system->difference->side_gain, out[0], out[1],
+                                 kSliceFrames);
+    for (int side : {0, 1}) {
+      bank.in[3][side] = bank.in[3][2 + side] = out[side];
+      bank.in[4][side] = out[side] - delay(side)->delay;
+    }
   }
-  void make_highpass_input() {
-    kernels().mix_crossfeed_q13(wire.direct, wire.other, wire.high, system->crossfeed->gain,
-                                wire.mixed, 2 * kSliceFrames);
-    reflector_quarter(wire.mixed, wire.quarter, 2 * kSliceFrames);
+  void make_highpass_input(int* const (&mixed)[2]) {
+    for (int side : {0, 1}) {
+      const int here = side * kSliceFrames;
+      kernels().mix_crossfeed_q13(wire.direct + here, wire.other + here, wire.high + here,
+                                  system->crossfeed->gain, mixed[side], kSliceFrames);
+      reflector_quarter(mixed[side], wire.quarter + here, kSliceFrames);
+    }
+  }
+
+  audio_delay* delay(int side) const {
+    return side == 0 ? system->crossfeed->delay_left : system->crossfeed->delay_right;
+  }
+  void unroll_delays() {
+    for (int side : {0, 1})
+      audio_delay_unroll(delay(side), widened[side] + kLongestCrossfeedDelay - delay(side)->delay);
+  }
+  void roll_delays(int n) const {
+    for (int side : {0, 1})
+      audio_delay_roll(delay(side), widened[side] + kLongestCrossfeedDelay + n - delay(side)->delay,
+                       n);
   }
 };
 
@@ -119,22 +147,22 @@ struct pipeline {
 int widen_slices(stereo_widening_system* system, const int* in_left, const int* in_right,
                  stereo_buffers wide, stereo_buffers fed, int n) {
   const int count = n / kSliceFrames;
-  if (count == 0) return 0;
+  const crossfeed_network& c = *system->crossfeed;
+  if (count == 0 || !fits(c.delay_left) || !fits(c.delay_right)) return 0;
   pipeline p;
   p.init(system);
+  p.unroll_delays();
   for (int tick = 0; tick < count + kStages - 1; ++tick) {
     // The stages that have a slice.
     const int first = std::max(tick - (count - 1), 0), last = std::min(tick, kStages - 1);
     const auto works = [=](stage at) { return first <= at && at <= last; };
     if (works(kHighpass)) {
       const int start = (tick - kHighpass) * kSliceFrames;
-      p.make_highpass_input();
-      std::copy_n(p.wire.mixed, kSliceFrames, wide.left + start);
-      std::copy_n(p.wire.mixed + kSliceFrames, kSliceFrames, wide.right + start);
+      p.make_highpass_input({wide.left + start, wide.right + start});
       p.bank.out[4][2] = fed.left + start;
       p.bank.out[4][3] = fed.right + start;
     }
-    if (works(kCrossfeed)) p.make_crossfeed_input();
+    if (works(kCrossfeed)) p.make_crossfeed_input((tick - kCrossfeed) * kSliceFrames);
     if (works(kBands)) p.make_bands_input();
     if (works(kAllpass1)) {
       p.bank.in[0][0] = in_left + tick * kSliceFrames;
@@ -144,5 +172,6 @@ int widen_slices(stereo_widening_system* system, const int* in_left, const int* 
     kernels().section_slice(&p.bank, kFirstRow[first], kLastRow[last] + 1 - kFirstRow[first]);
     if (tick >= count - 1) p.leave(first);
   }
+  p.roll_delays(count * kSliceFrames);
   return count * kSliceFrames;
 }

@@ -5,12 +5,7 @@
 #include "effects/difference_circuit.h"
 #include "effects/early_reflector.h"
 
-// The difference circuit's signals in the order of the flow.
-struct difference_signals {
-  const int *a, *b;                                      // behind the all-passes
-  const int *s, *d;                                      // their sum and difference
-  const int *mid_band, *mid_low, *side_low, *side_high;  // s and d behind the bands' sections
-};
+constexpr int kLongestCrossfeedDelay = 95;  // samples
 
 // The sections of left, right and the bands as difference_signals has them.
 struct difference_sections {
@@ -20,8 +15,6 @@ struct difference_sections {
 difference_sections sections_of(const difference_circuit* circuit);
 
 void difference_sums(const int* a, const int* b, int* s, int* d, int n);
-void difference_mix(const difference_circuit* circuit, const difference_signals& in, int* out_left,
-                    int* out_right, int n);
 
 // What the room's high-pass takes; fed may be in.
 void reflector_quarter(const int* in, int* fed, int n);

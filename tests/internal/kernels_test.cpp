@@ -74,6 +74,9 @@ constexpr kernel_run scale_q13 = [](auto& k, auto& s, int n) { k.scale_q13(s.x, 
 constexpr kernel_run scale_to_silence_q13 = [](auto& k, auto& s, int n) {
   k.scale_to_silence_q13(s.x, s.gain, s.to, n);
 };
+constexpr kernel_run scale_to_silence_q17 = [](auto& k, auto& s, int n) {
+  k.scale_to_silence_q17(s.x, s.gain, s.to, n);
+};
 constexpr kernel_run scale_each_to_silence_q17 = [](auto& k, auto& s, int n) {
   k.scale_each_to_silence_q17(s.x, s.y, s.to, n);
 };
@@ -82,6 +85,15 @@ constexpr kernel_run scale_twice_to_silence_q17 = [](auto& k, auto& s, int n) {
 };
 constexpr kernel_run mix_two_q13 = [](auto& k, auto& s, int n) {
   k.mix_two_q13(s.x, s.gain, s.y, s.pick({5000, s.any()}), s.to, n);
+};
+constexpr kernel_run mix_two_to_silence_q13 = [](auto& k, auto& s, int n) {
+  k.mix_two_to_silence_q13(s.x, s.gain, s.y, s.pick({-8191, s.any()}), s.to, n);
+};
+constexpr kernel_run mix_difference_q13 = [](auto& k, auto& s, int n) {
+  const samples band = s.signal(kSize), low = s.signal(kSize);
+  const int *const c = band.data(), *const d = low.data();
+  k.mix_difference_q13({s.x, s.y, s.z, c, d, s.x, s.y, d}, s.gain, s.x, s.to == s.x ? s.y : s.to,
+                       n);
 };
 constexpr kernel_run mix_three_q13 = [](auto& k, auto& s, int n) {
   const mix_input three[] = {{s.x, s.gain}, {s.y, s.pick({4095, s.any()})}, {s.z, 8192}};
@@ -95,9 +107,6 @@ constexpr kernel_run mix_wrapping_q13 = [](auto& k, auto& s, int n) {
   k.mix_wrapping_q13(two, s.pick({0, 1, 2}), s.to, n);
 };
 constexpr kernel_run add = [](auto& k, auto& s, int n) { k.add(s.x, s.y, s.to, n); };
-constexpr kernel_run scale_down_5 = [](auto& k, auto& s, int n) {
-  k.scale_down_5(s.wide.data(), s.to, n);
-};
 constexpr kernel_run fade = [](auto& k, auto& s, int n) {
   fade_share share = {s.pick({0, 524288, kFadeFull, kFadeFull + 100, -5, INT32_MAX}),
                       s.pick({0, 2048, -2048, kFadeFull, -4321, s.any()})};

@@ -93,14 +93,23 @@ def saturated_shift():
         yield True, If(fits, quotient, limit_of(high(x))) == saturate32(x >> bits)
 
 
-@proves("sums and differences saturate by their signs", "vectors_avx2.h")
-def saturate_by_signs():
+@proves("sums and differences saturate where one term keeps within limits of the other",
+        "vectors_avx2.h")
+def saturate_by_limits():
+    def clamp(x, lowest, highest):
+        x = If(x > lowest, x, lowest)
+        return If(x < highest, x, highest)
+
+    def least(x, y):
+        return If(x < y, x, y)
+
+    def most(x, y):
+        return If(x > y, x, y)
     a, b = word("a"), word("b")
-    total, difference = a + b, a - b
-    overflow = ~(a ^ b) & (a ^ total)
-    yield True, If(overflow < 0, limit_of(a), total) == saturate32(extend(a) + extend(b))
-    overflow = (a ^ b) & (a ^ difference)
-    yield True, If(overflow < 0, limit_of(a), difference) == saturate32(extend(a) - extend(b))
+    total = a + clamp(b, INT32_MIN - least(a, 0), INT32_MAX - most(a, 0))
+    yield True, total == saturate32(extend(a) + extend(b))
+    difference = a - clamp(b, most(a, -1) - INT32_MAX, least(a, -1) - INT32_MIN)
+    yield True, difference == saturate32(extend(a) - extend(b))
 
 
 @proves("the sections' saturation, two rows at once", "iir_rows_avx2.h")
@@ -241,23 +250,13 @@ def half_of_a_sum():
 
 
 @proves("the product of a magnitude, rounded down, with the sign: rounded toward zero",
-        "half_band_neon.cpp")
+        "half_band_avx2.cpp", "half_band_neon.cpp")
 def toward_zero_by_magnitude():
     a, x, magnitude = Int("a"), Int("x"), Int("magnitude")
     within = And(a >= 0, a < 2**24, x > -2**30, x < 2**30, magnitude == If(x < 0, -x, x))
-    down = (2 * magnitude * (a * 2**7)) / 2**32  # the doubled product's high word
+    down = (magnitude * (a * 2**8)) / 2**32  # the high word, of NEON's doubled product too
     toward_zero = If(x < 0, -((a * magnitude) / 2**24), (a * magnitude) / 2**24)
     yield within, If(x < 0, -down, down) == toward_zero
-
-
-@proves("a negative product rounds toward zero by adding all but one step", "half_band_avx2.cpp")
-def toward_zero_by_bias():
-    product = wide("product")
-    bits, most = 24, BitVecVal(2**53, 64)
-    within = And(product > -most, product < most)  # |a| below 2^24, |x| below 2^29
-    toward_zero = If(product < 0, -((-product) >> bits), product >> bits)
-    biased = product + If(product < 0, BitVecVal(2**bits - 1, 64), BitVecVal(0, 64))
-    yield within, low(LShR(biased, bits)) == low(toward_zero)
 
 
 # ---- The 16-bit transform.
@@ -292,7 +291,8 @@ def products_within(factor, value, product, most):
                product >= factor * INT32_MIN, product <= factor * INT32_MAX)
 
 
-@proves("a factor that isn't negative keeps a product between those of the limits", "comb_bank.h")
+@proves("a factor that isn't negative keeps a product between those of the limits", "comb_bank.h",
+        "elementwise_vectors.h")
 def product_bounds():
     d, a = Int("d"), Int("a")
     yield And(d >= 0, a >= INT32_MIN, a <= INT32_MAX), And(d * a >= d * INT32_MIN, d * a <= d * INT32_MAX)
@@ -304,6 +304,17 @@ def weighted_mean():
     both = And(products_within(d1, a, p1, 8192), products_within(d2, b, p2, 8192), d1 + d2 <= 8192)
     mean = (p1 + p2) / 8192  # rounded down
     yield both, And(mean >= INT32_MIN, mean <= INT32_MAX)
+
+
+@proves("a product with a gain of 1.0 at most fits in 32 bits", "elementwise_vectors.h")
+def gain_of_one():
+    size, product = Int("size"), Int("product")
+    # Between the products of the limits; a negative gain's are those of its size the other way round.
+    for one, bits in ((2**13, 13), (2**13, 15), (2**17, 17)):
+        for most, lowest, highest in ((one, INT32_MIN, INT32_MAX), (one - 1, -INT32_MAX, -INT32_MIN)):
+            within = And(size >= 0, size <= most, product >= size * lowest, product <= size * highest)
+            quotient = product / 2**bits  # rounded down
+            yield within, And(quotient >= INT32_MIN, quotient <= INT32_MAX)
 
 
 @proves("a product with one half is a shift and fits", "allpass_vectors.h")

@@ -57,12 +57,12 @@ void run_in_place(const comb_quartet* two, int count, void (*kernel)(comb_lanes*
   }
 }
 
-// Eight samples among which loops end: through a copy of their cells.
+// Eight samples among which loops end: those loops' cells go through a copy.
 void run_across_ends(const comb_quartet* two, void (*kernel)(comb_lanes*, int)) {
   int cells[kCombLanes][kCombLanes];
   comb_lanes lanes = lanes_of(two);
-  const auto for_each_cell = [=](int k, auto use) {
-    const comber& comb = comb_of(two, k);
+  // Calls use(cell, i) for the eight cells and returns the position behind them.
+  const auto for_each_cell = [](const comber& comb, auto use) {
     int at = comb.index;
     for (int i = 0; i < kCombLanes; ++i) {
       use(comb.buffer[at], i);
@@ -70,14 +70,18 @@ void run_across_ends(const comb_quartet* two, void (*kernel)(comb_lanes*, int)) 
     }
     return at;
   };
+  const auto ends = [](const comber& comb) { return comb.length - comb.index < kCombLanes; };
   for (int k = 0; k < kCombLanes; ++k) {
-    for_each_cell(k, [&](int cell, int i) { cells[k][i] = cell; });
+    const comber& comb = comb_of(two, k);
+    if (!ends(comb)) continue;
+    for_each_cell(comb, [&](int cell, int i) { cells[k][i] = cell; });
     lanes.cells[k] = cells[k];
   }
   kernel(&lanes, kCombLanes);
   for (int k = 0; k < kCombLanes; ++k) {
     comber& comb = comb_of(two, k);
-    comb.index = for_each_cell(k, [&](int& cell, int i) { cell = cells[k][i]; });
+    comb.index = ends(comb) ? for_each_cell(comb, [&](int& cell, int i) { cell = cells[k][i]; })
+                            : advance(comb.index + kCombLanes - 1, comb.length);
     comb.filter_store = lanes.store[k];
   }
 }

@@ -14,6 +14,10 @@ void portable::scale_to_silence_q13(const int* in, int gain_q13, int* out, int n
   for (int i = 0; i < n; ++i) out[i] = scale_down<13>(int64_t{in[i]} * gain_q13);
 }
 
+void portable::scale_to_silence_q17(const int* in, int gain_q17, int* out, int n) {
+  for (int i = 0; i < n; ++i) out[i] = scale_down<17>(int64_t{in[i]} * gain_q17);
+}
+
 void portable::scale_each_to_silence_q17(const int* in, const int* gains_q17, int* out, int n) {
   for (int i = 0; i < n; ++i) out[i] = scale_down<17>(int64_t{in[i]} * gains_q17[i]);
 }
@@ -26,11 +30,37 @@ void portable::scale_twice_to_silence_q17(const int* in, const int* gains_q17, c
   }
 }
 
+namespace {
+
+int sum_of_two_q13(int a, int gain_a_q13, int b, int gain_b_q13) {
+  return saturate_add(saturate32(int64_t{gain_a_q13} * a >> 13),
+                      saturate32(int64_t{gain_b_q13} * b >> 13));
+}
+
+}  // namespace
+
 void portable::mix_two_q13(const int* a, int gain_a_q13, const int* b, int gain_b_q13, int* out,
                            int n) {
+  for (int i = 0; i < n; ++i) out[i] = sum_of_two_q13(a[i], gain_a_q13, b[i], gain_b_q13);
+}
+
+void portable::mix_two_to_silence_q13(const int* a, int gain_a_q13, const int* b, int gain_b_q13,
+                                      int* out, int n) {
   for (int i = 0; i < n; ++i)
-    out[i] = silence_minus_one(saturate_add(saturate32(int64_t{gain_a_q13} * a[i] >> 13),
-                                            saturate32(int64_t{gain_b_q13} * b[i] >> 13)));
+    out[i] = silence_minus_one(sum_of_two_q13(a[i], gain_a_q13, b[i], gain_b_q13));
+}
+
+void portable::mix_difference_q13(const difference_signals& in, int gain_q13, int* left, int* right,
+                                  int n) {
+  for (int i = 0; i < n; ++i) {
+    const int low = in.side_low[i];
+    const int lows = wrap_sub(wrap_add(wrap_shl(low, 1), in.d[i] >> 1), low >> 1);
+    const int side = saturate32(int64_t{wrap_add(in.side_high[i], lows)} * gain_q13 >> 13);
+    const int sum = wrap_add(wrap_add(in.s[i], in.mid_band[i] >> 2), in.mid_low[i]);
+    const int mid = sum >> 1, a = in.a[i] >> 2, b = in.b[i] >> 2;
+    left[i] = wrap_add(wrap_add(mid, a), side);
+    right[i] = wrap_sub(wrap_add(mid, b), side);
+  }
 }
 
 // A gain in Q13 is a quarter of itself in Q15.
@@ -61,10 +91,6 @@ void portable::mix_wrapping_q13(const mix_input* inputs, int count, int* out, in
 
 void portable::add(const int* a, const int* b, int* out, int n) {
   for (int i = 0; i < n; ++i) out[i] = saturate_add(a[i], b[i]);
-}
-
-void portable::scale_down_5(const int64_t* x, int* out, int n) {
-  for (int i = 0; i < n; ++i) out[i] = scale_down<5>(x[i]);
 }
 
 // A weighted mean of 32-bit words: it fits.

@@ -6,20 +6,75 @@
 #include "dsp/kernels/kernels.h"
 #include "dsp/kernels/nonlinear.h"
 #include "dsp/kernels/overdrive.h"
+#include "fixed.h"
+
+namespace {
+
+// Products of samples and gains, which saturate; or where none can.
+struct saturating {
+  template <int bits>
+  static vector product(vector a, vector b) {
+    return saturated_product<bits>(a, b);
+  }
+};
+struct fitting {
+  template <int bits>
+  static vector product(vector a, vector b) {
+    return fitting_product<bits>(a, b);
+  }
+};
+
+// Whether no product saturates with a gain: up to 1.0.
+inline bool fits(int gain, int one = kOneQ13) { return -one < gain && gain <= one; }
+
+// Calls loop with the products for a gain that fits or doesn't.
+template <typename Loop>
+inline void with_products(bool fit, Loop loop) {
+  fit ? loop(fitting()) : loop(saturating());
+}
+
+template <int bits, typename Products>
+inline void scale_to_silence(Products with, const int* in, int gain, int* out, int n) {
+  const vector gains = splat(gain);
+  for_each_vector(n, [=](int i, auto lanes) {
+    const vector y = with.template product<bits>(load(in + i, lanes), gains);
+    store(out + i, silence_minus_one(y), lanes);
+  });
+}
+
+// a x gain_a + b x gain_b and what finish makes of it.
+template <typename Finish>
+inline void mix_two(const int* a, int gain_a_q13, const int* b, int gain_b_q13, int* out, int n,
+                    Finish finish) {
+  const vector gains_a = splat(gain_a_q13), gains_b = splat(gain_b_q13);
+  with_products(fits(gain_a_q13) && fits(gain_b_q13), [=](auto with) {
+    for_each_vector(n, [=](int i, auto lanes) {
+      const vector y = saturate_add(with.template product<13>(load(a + i, lanes), gains_a),
+                                    with.template product<13>(load(b + i, lanes), gains_b));
+      store(out + i, finish(y), lanes);
+    });
+  });
+}
+
+}  // namespace
 
 void variant::scale_q13(const int* in, int gain_q13, int* out, int n) {
   const vector gains = splat(gain_q13);
-  for_each_vector(n, [=](int i, auto lanes) {
-    store(out + i, saturated_product<13>(load(in + i, lanes), gains), lanes);
+  with_products(fits(gain_q13), [=](auto with) {
+    for_each_vector(n, [=](int i, auto lanes) {
+      store(out + i, with.template product<13>(load(in + i, lanes), gains), lanes);
+    });
   });
 }
 
 void variant::scale_to_silence_q13(const int* in, int gain_q13, int* out, int n) {
-  const vector gains = splat(gain_q13);
-  for_each_vector(n, [=](int i, auto lanes) {
-    const vector y = saturated_product<13>(load(in + i, lanes), gains);
-    store(out + i, silence_minus_one(y), lanes);
-  });
+  with_products(fits(gain_q13),
+                [=](auto with) { scale_to_silence<13>(with, in, gain_q13, out, n); });
+}
+
+void variant::scale_to_silence_q17(const int* in, int gain_q17, int* out, int n) {
+  with_products(fits(gain_q17, kOneQ17),
+                [=](auto with) { scale_to_silence<17>(with, in, gain_q17, out, n); });
 }
 
 void variant::scale_each_to_silence_q17(const int* in, const int* gains_q17, int* out, int n) {
@@ -41,21 +96,45 @@ void variant::scale_twice_to_silence_q17(const int* in, const int* gains_q17, co
 
 void variant::mix_two_q13(const int* a, int gain_a_q13, const int* b, int gain_b_q13, int* out,
                           int n) {
-  const vector gains_a = splat(gain_a_q13), gains_b = splat(gain_b_q13);
-  for_each_vector(n, [=](int i, auto lanes) {
-    const vector y = saturate_add(saturated_product<13>(load(a + i, lanes), gains_a),
-                                  saturated_product<13>(load(b + i, lanes), gains_b));
-    store(out + i, silence_minus_one(y), lanes);
+  mix_two(a, gain_a_q13, b, gain_b_q13, out, n, [](vector y) { return y; });
+}
+
+void variant::mix_two_to_silence_q13(const int* a, int gain_a_q13, const int* b, int gain_b_q13,
+                                     int* out, int n) {
+  mix_two(a, gain_a_q13, b, gain_b_q13, out, n, [](vector y) { return silence_minus_one(y); });
+}
+
+void variant::mix_difference_q13(const difference_signals& in, int gain_q13, int* left, int* right,
+                                 int n) {
+  const vector gains = splat(gain_q13);
+  with_products(fits(gain_q13), [&, in](auto with) {
+    for_each_vector(n, [&, in](int i, auto lanes) {
+      const vector low = load(in.side_low + i, lanes), d = load(in.d + i, lanes);
+      const vector lows =
+          wrap_sub(wrap_add(wrap_add(low, low), shift_right<1>(d)), shift_right<1>(low));
+      const vector side =
+          with.template product<13>(wrap_add(load(in.side_high + i, lanes), lows), gains);
+      const vector band = shift_right<2>(load(in.mid_band + i, lanes));
+      const vector sum =
+          wrap_add(wrap_add(load(in.s + i, lanes), band), load(in.mid_low + i, lanes));
+      const vector mid = shift_right<1>(sum);
+      const vector a = shift_right<2>(load(in.a + i, lanes));
+      const vector b = shift_right<2>(load(in.b + i, lanes));
+      store(left + i, wrap_add(wrap_add(mid, a), side), lanes);
+      store(right + i, wrap_sub(wrap_add(mid, b), side), lanes);
+    });
   });
 }
 
 void variant::mix_crossfeed_q13(const int* direct, const int* other, const int* high, int gain_q13,
                                 int* out, int n) {
   const vector gains = splat(gain_q13);
-  for_each_vector(n, [=](int i, auto lanes) {
-    const vector lows = saturated_product<13>(load(other + i, lanes), gains);
-    const vector highs = saturated_product<15>(load(high + i, lanes), gains);
-    store(out + i, saturate_add(saturate_add(load(direct + i, lanes), lows), highs), lanes);
+  with_products(fits(gain_q13), [=](auto with) {
+    for_each_vector(n, [=](int i, auto lanes) {
+      const vector lows = with.template product<13>(load(other + i, lanes), gains);
+      const vector highs = with.template product<15>(load(high + i, lanes), gains);
+      store(out + i, saturate_add(saturate_add(load(direct + i, lanes), lows), highs), lanes);
+    });
   });
 }
 
@@ -85,12 +164,6 @@ void variant::add(const int* a, const int* b, int* out, int n) {
   for_each_vector(n, [=](int i, auto lanes) {
     store(out + i, saturate_add(load(a + i, lanes), load(b + i, lanes)), lanes);
   });
-}
-
-void variant::scale_down_5(const int64_t* x, int* out, int n) {
-  int i = 0;
-  for (; i + kLanes <= n; i += kLanes) store(out + i, silence_minus_one(narrow<5>(x + i)));
-  portable::scale_down_5(x + i, out + i, n - i);
 }
 
 // The depth runs straight to its limit and stays there, so that a vector of depths moves by as many
@@ -207,10 +280,14 @@ int variant::peak(const int* in, int n) {
 
 void variant::fir_sums(const int* x, const int* coefficients, int taps, int64_t* sums, int n) {
   int i = 0;
-  for (; i + 4 <= n; i += 4) {
-    four_sums sum;
-    for (int k = 0; k < taps; ++k) sum.add(x + i - k, coefficients[k]);
-    sum.store_to(sums + i);
+  for (; i + 8 <= n; i += 8) {
+    four_sums older, newer;
+    for (int k = 0; k < taps; ++k) {
+      older.add(x + i - k, coefficients[k]);
+      newer.add(x + i + 4 - k, coefficients[k]);
+    }
+    older.store_to(sums + i);
+    newer.store_to(sums + i + 4);
   }
   portable::fir_sums(x + i, coefficients, taps, sums + i, n - i);
 }

@@ -20,14 +20,13 @@ constexpr int kFewestSamples = 8;  // below, the ends are most of the work
 struct sections {
   __m256i coefficients, words, y = _mm256_setzero_si256(), next = y;
 
-  sections(__m256i q24, __m256i state) : coefficients(q24), words(state) {}
+  sections(__m256i q24, __m256i state)
+      : coefficients(_mm256_slli_epi32(q24, 32 - kHalfBandBits)), words(state) {}
 
-  // scale_toward_zero: with 2^24 - 1 more, the product of a negative x is rounded up.
+  // scale_toward_zero: a magnitude's product is rounded down, and takes the sign.
   __m256i scaled(__m256i x) const {
-    const __m256i more =
-        _mm256_and_si256(_mm256_srai_epi32(x, 31), _mm256_set1_epi64x((1 << kHalfBandBits) - 1));
-    return _mm256_srli_epi64(_mm256_add_epi64(_mm256_mul_epi32(coefficients, x), more),
-                             kHalfBandBits);
+    const __m256i product = _mm256_mul_epu32(coefficients, _mm256_abs_epi32(x));
+    return _mm256_sign_epi32(odd(product), x);
   }
   void step(__m256i x) {
     y = _mm256_add_epi32(words, scaled(x));

@@ -20,35 +20,36 @@ void step_by_step(iircomber* comb, int* samples, int n) {
   registers.store(comb);
 }
 
-// A contiguous run of each channel's loop, n <= kBlockFrames, in passes. Exact because within it no
-// cell depends on another: of iircomber_step only the loop filter's recursion goes from sample to
-// sample, and its sums are the same products in another order, with 64-bit addition that wraps.
+// A contiguous run of each channel's loop, n <= kBlockFrames: the inputs' sums in a pass of their own,
+// the rest beside the recursions, which wait for their own last results. Exact because no cell of a
+// run depends on another: of iircomber_step only the loop filter's recursion goes from sample to sample,
+// and its sums are the same products in another order, with 64-bit addition that wraps.
 void run_in_passes(const iircomber_channel* channel, int start, int n) {
   int delayed[1 + kBlockFrames];  // -1 .. n-1: [0] is -1
-  int filtered[kChannels][kBlockFrames];
   int64_t inputs[kChannels][kBlockFrames];
-  int y1[kChannels];
+  int *cells[kChannels], *samples[kChannels], a1[kChannels], feedback[kChannels], y1[kChannels];
   for (int c = 0; c < kChannels; ++c) {
     iircomber* comb = channel[c].comb;
+    cells[c] = comb->buffer + comb->index;
+    samples[c] = channel[c].samples + start;
     delayed[0] = comb->x1;
-    std::copy_n(comb->buffer + comb->index, n, delayed + 1);
+    std::copy_n(cells[c], n, delayed + 1);
     const int b[] = {comb->b0, comb->b1};
     kernels().fir_sums(delayed + 1, b, 2, inputs[c], n);
-    comb->x1 = comb->buffer[comb->index + n - 1];
+    comb->x1 = cells[c][n - 1];
+    a1[c] = comb->a1;
+    feedback[c] = comb->feedback;
     y1[c] = comb->y1;
   }
   for (int i = 0; i < n; ++i)
     for (int c = 0; c < kChannels; ++c) {
-      const int64_t fed_back = int64_t{channel[c].comb->a1} * y1[c];
-      filtered[c][i] = y1[c] = scale_down_wrapping<13>(wrap_sub64(inputs[c][i], fed_back));
+      y1[c] = scale_down_wrapping<13>(wrap_sub64(inputs[c][i], int64_t{a1[c]} * y1[c]));
+      const int fed_back = scale_down_wrapping<13>(int64_t{feedback[c]} * y1[c]);
+      cells[c][i] = samples[c][i] = wrap_add(fed_back, samples[c][i]);
     }
   for (int c = 0; c < kChannels; ++c) {
     iircomber* comb = channel[c].comb;
     comb->y1 = y1[c];
-    const mix_input fed_back = {filtered[c], comb->feedback};
-    kernels().mix_wrapping_q13(&fed_back, 1, filtered[c], n);
-    int *cells = comb->buffer + comb->index, *samples = channel[c].samples + start;
-    for (int i = 0; i < n; ++i) cells[i] = samples[i] = wrap_add(filtered[c][i], samples[i]);
     comb->index = advance(comb->index + n - 1, comb->delay);
   }
 }

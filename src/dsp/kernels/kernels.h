@@ -45,6 +45,12 @@ struct notch_share {
   fade_share share;
 };
 
+// The signals of the difference circuit: a and b, their sum s and difference d, and bands of these.
+struct difference_signals {
+  const int *a, *b, *s, *d;
+  const int *mid_band, *mid_low, *side_low, *side_high;
+};
+
 // Four combs that share an input and add up.
 struct comb_quartet {
   comber* const* combs;  // four
@@ -105,13 +111,21 @@ struct kernel_table {
   void (*scale_q13)(const int* in, int gain_q13, int* out, int n);
   // in x gain, to silence.
   void (*scale_to_silence_q13)(const int* in, int gain_q13, int* out, int n);
+  void (*scale_to_silence_q17)(const int* in, int gain_q17, int* out, int n);
   // in x gain, a gain for every sample, to silence.
   void (*scale_each_to_silence_q17)(const int* in, const int* gains_q17, int* out, int n);
   // in x (gain x gate), gain x gate in Q17 saturated too, to silence.
   void (*scale_twice_to_silence_q17)(const int* in, const int* gains_q17, const int* gates_q17,
                                      int* out, int n);
-  // a x gain_a and b x gain_b, each saturated; their sum, to silence.
+  // a x gain_a and b x gain_b, each saturated; their sum.
   void (*mix_two_q13)(const int* a, int gain_a_q13, const int* b, int gain_b_q13, int* out, int n);
+  // The same, to silence.
+  void (*mix_two_to_silence_q13)(const int* a, int gain_a_q13, const int* b, int gain_b_q13,
+                                 int* out, int n);
+  // side = (high + 2 low + d / 2 - low / 2) x gain, mid = (s + band / 4 + low) / 2: left is
+  // mid + a / 4 + side, right is mid + b / 4 - side. The product saturates, every sum wraps.
+  void (*mix_difference_q13)(const difference_signals& in, int gain_q13, int* left, int* right,
+                             int n);
   // direct + other x gain + high x gain / 4; each product saturates, and each sum, from left to right.
   void (*mix_crossfeed_q13)(const int* direct, const int* other, const int* high, int gain_q13,
                             int* out, int n);
@@ -121,8 +135,6 @@ struct kernel_table {
   void (*mix_wrapping_q13)(const mix_input* inputs, int count, int* out, int n);
   // a + b.
   void (*add)(const int* a, const int* b, int* out, int n);
-  // x / 2^5 of 64-bit words, to silence.
-  void (*scale_down_5)(const int64_t* x, int* out, int n);
   // x + depth (other - x) / 2^20, in place of x.
   void (*fade)(fade_share* share, const int* other, int* x, int n);
   // clip_step with a limit for every sample.
@@ -204,14 +216,16 @@ struct kernel_table {
 #define SONX_KERNELS(kernel)         \
   kernel(scale_q13)                  \
   kernel(scale_to_silence_q13)       \
+  kernel(scale_to_silence_q17)       \
   kernel(scale_each_to_silence_q17)  \
   kernel(scale_twice_to_silence_q17) \
   kernel(mix_two_q13)                \
+  kernel(mix_two_to_silence_q13)     \
+  kernel(mix_difference_q13)         \
   kernel(mix_crossfeed_q13)          \
   kernel(mix_three_q13)              \
   kernel(mix_wrapping_q13)           \
   kernel(add)                        \
-  kernel(scale_down_5)               \
   kernel(fade)                       \
   kernel(clip)                       \
   kernel(polynomial)                 \

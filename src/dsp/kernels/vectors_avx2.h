@@ -62,23 +62,22 @@ inline __m256i limit_of(__m256i x) {
   return _mm256_xor_si256(_mm256_srai_epi32(x, 31), _mm256_set1_epi32(0x7FFFFFFF));
 }
 
-// a where choice is not negative, b where it is.
-inline __m256i choose(__m256i choice, __m256i a, __m256i b) {
-  return _mm256_castps_si256(_mm256_blendv_ps(_mm256_castsi256_ps(a), _mm256_castsi256_ps(b),
-                                              _mm256_castsi256_ps(choice)));
-}
+inline vector min(vector a, vector b) { return _mm256_min_epi32(a, b); }
+inline vector max(vector a, vector b) { return _mm256_max_epi32(a, b); }
 
-// A sum has overflowed where both terms have one sign and the sum has the other.
+// The other term is kept where the sum fits: from INT32_MIN - a for a negative a, up to INT32_MAX - a
+// for a positive one. A blend would take longer than the two limits.
 inline __m256i saturate_add(__m256i a, __m256i b) {
-  const __m256i sum = _mm256_add_epi32(a, b);
-  const __m256i overflow = _mm256_andnot_si256(_mm256_xor_si256(a, b), _mm256_xor_si256(a, sum));
-  return choose(overflow, sum, limit_of(a));
+  const __m256i zero = _mm256_setzero_si256();
+  const __m256i highest = _mm256_sub_epi32(_mm256_set1_epi32(INT32_MAX), max(a, zero));
+  const __m256i lowest = _mm256_sub_epi32(_mm256_set1_epi32(INT32_MIN), min(a, zero));
+  return _mm256_add_epi32(a, min(max(b, lowest), highest));
 }
 inline __m256i saturate_sub(__m256i a, __m256i b) {
-  const __m256i difference = _mm256_sub_epi32(a, b);
-  const __m256i overflow =
-      _mm256_and_si256(_mm256_xor_si256(a, b), _mm256_xor_si256(a, difference));
-  return choose(overflow, difference, limit_of(a));
+  const __m256i minus_one = _mm256_set1_epi32(-1);
+  const __m256i lowest = _mm256_sub_epi32(max(a, minus_one), _mm256_set1_epi32(INT32_MAX));
+  const __m256i highest = _mm256_sub_epi32(min(a, minus_one), _mm256_set1_epi32(INT32_MIN));
+  return _mm256_sub_epi32(a, min(max(b, lowest), highest));
 }
 
 // 64-bit values of the even and of the odd lanes, / 2^bits, saturated. The shifted value fits if
@@ -105,6 +104,13 @@ inline vector bit_and(vector a, vector b) { return _mm256_and_si256(a, b); }
 template <int bits>
 inline vector saturated_product(vector a, vector b) {
   return saturated_shift<bits>(_mm256_mul_epi32(a, b), _mm256_mul_epi32(odd(a), odd(b)));
+}
+
+// The same where that fits.
+template <int bits>
+inline vector fitting_product(vector a, vector b) {
+  return even_odd(_mm256_srli_epi64(_mm256_mul_epi32(a, b), bits),
+                  _mm256_slli_epi64(_mm256_mul_epi32(odd(a), odd(b)), 32 - bits));
 }
 
 // A vector as 32-bit factors and products that fit: even and odd lanes apart, each in the low half
@@ -147,8 +153,6 @@ template <int bits>
 inline vector shift_right(vector x) {
   return _mm256_srai_epi32(x, bits);
 }
-inline vector min(vector a, vector b) { return _mm256_min_epi32(a, b); }
-inline vector max(vector a, vector b) { return _mm256_max_epi32(a, b); }
 inline vector max_unsigned(vector a, vector b) { return _mm256_max_epu32(a, b); }
 inline vector magnitude(vector x) { return _mm256_abs_epi32(x); }  // of -2^31: itself
 inline vector negative(vector x) { return _mm256_sub_epi32(_mm256_setzero_si256(), x); }
@@ -183,16 +187,6 @@ struct wide_sum {
     return _mm_cvtsi128_si64(_mm_add_epi64(pair, _mm_unpackhi_epi64(pair, pair)));
   }
 };
-
-// kLanes 64-bit words / 2^bits, rounded down and saturated. The second four take the odd lanes until
-// all are put in order.
-template <int bits>
-inline vector narrow(const int64_t* p) {
-  const auto* four = reinterpret_cast<const __m256i*>(p);
-  const __m256i in_order = _mm256_setr_epi32(0, 2, 4, 6, 1, 3, 5, 7);
-  return _mm256_permutevar8x32_epi32(
-      saturated_shift<bits>(_mm256_loadu_si256(four), _mm256_loadu_si256(four + 1)), in_order);
-}
 
 // Four 64-bit sums, which wrap, of products with one factor.
 struct four_sums {

@@ -66,8 +66,13 @@ inline vector saturated_product(vector a, vector b) {
                            vmull_high_s32(a, b), bits);
 }
 
-// A vector as 32-bit factors and products that fit: as it is, a narrowing that saturates costs no
-// more than one that doesn't.
+// The same where that fits: a narrowing that saturates costs no more than one that doesn't.
+template <int bits>
+inline vector fitting_product(vector a, vector b) {
+  return saturated_product<bits>(a, b);
+}
+
+// A vector as 32-bit factors and products that fit.
 using factors = vector;
 inline factors widen(vector x) { return x; }
 inline vector narrow(factors x) { return x; }
@@ -128,12 +133,6 @@ struct wide_sum {
   }
   int64_t total() const { return vaddvq_s64(lanes); }
 };
-
-// kLanes 64-bit words / 2^bits, rounded down and saturated.
-template <int bits>
-inline vector narrow(const int64_t* p) {
-  return vqshrn_high_n_s64(vqshrn_n_s64(vld1q_s64(p), bits), vld1q_s64(p + 2), bits);
-}
 
 // Four 64-bit sums, which wrap, of products with one factor.
 struct four_sums {
