@@ -48,7 +48,7 @@ int main(int argc, char** argv) {
   struct hal_effect effect = {.handle = sonx_hp_effect_init(RATE, SONX_FORMAT_16_BIT),
                               .wanted = {SONX_EFFECT_GRAPHIC_EQUALIZER, 0, {6, 3, 0, -3}},
                               .sent_ms = -SETTLE_MS};
-  if (!effect.handle || !buffer) return EXIT_FAILURE;
+  if (period == 0 || !effect.handle || !buffer) return EXIT_FAILURE;
   fprintf(stderr, "latency %d frames\n", hal_latency(&effect));
   int64_t played = 0;
   for (size_t frames; (frames = fread(buffer, sizeof *buffer, period, stdin)) > 0;) {

@@ -85,7 +85,7 @@ class Effect(Settings):
         """Another one with the same settings, in no rack."""
         return _restore(type(self), self._handle.rate, self._text())
 
-    def __call__(self, samples: Samples, rate: int, tail: float = 0.0) -> Samples:
+    def __call__(self, samples: Samples, rate: int, *, tail: float = 0.0) -> Samples:
         """What the effect alone makes of a recording; `Rack` says more."""
         return Stream(Handle(rate, EMPTY + self._text())).render(samples, tail)
 

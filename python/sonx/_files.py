@@ -35,7 +35,8 @@ def write(path: str | os.PathLike[str], samples: Samples, rate: int, bits: int =
     """Writes samples to a WAV, FLAC, CAF or W64 file, with 16 or 24 bits; by itself 16 for
     int16, 24 for others.
 
-    What a rack gave becomes the file that `sonx play` writes.
+    What a rack gave becomes the file that `sonx play` writes, if it's as wide: that keeps a 16-bit
+    file's width, so read such a file as int16.
     """
     planes, rate = checked(samples), whole(rate)
     number_within("rate", rate, 1, 2**31 - 1, "Hz")

@@ -140,7 +140,7 @@ class Rack(Strict, MutableSequence[Effect]):
     def _handle(self) -> Handle:
         return self._stream.handle
 
-    def __call__(self, samples: Samples, tail: float = 0.0) -> Samples:
+    def __call__(self, samples: Samples, *, tail: float = 0.0) -> Samples:
         """A whole recording, its latency taken out, and `tail` more seconds of what sounds on."""
         return Stream(Handle(self.rate, self.preset)).render(samples, tail)
 

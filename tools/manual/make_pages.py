@@ -125,7 +125,7 @@ def families(parameters):
     return rows.values()
 
 
-def parameter_table(parameters):
+def parameter_table(effect_id, parameters):
     if not parameters:
         return "Nothing to set: it's on, or it's off."
     lines = ["| Parameter | Range | At first | What it does |", "|---|---|---|---|"]
@@ -136,7 +136,8 @@ def parameter_table(parameters):
         if value_text(last, last["initial"]) != start:
             start += f" to {value_text(last, last['initial'])}"
         about = escaped(first["description"]).replace("|", "&#124;")
-        lines.append(f"| {ids} | {range_text(first)} | {start} | {about} |")
+        place = f"@anchor parameter_{effect_id.replace('-', '_')}_{first['id']}"
+        lines.append(f"| {place} {ids} | {range_text(first)} | {start} | {about} |")
     return "\n".join(lines)
 
 
@@ -155,9 +156,9 @@ def picture(sonx, folder, name, caption, options):
 
 
 def delay(sonx, effect):
-    """Latency and tail, as the tool says them of a rack with this effect alone."""
+    """The latency, as the tool says it of a rack with this effect alone."""
     shown = subprocess.check_output([sonx, "preset", "show", "--set", effect["id"] + ".enabled=on"], text=True)
-    return f"In a rack, {escaped(shown.splitlines()[0])}."
+    return f"In a rack, {escaped(shown.splitlines()[0].split(', a tail')[0])}."
 
 
 def page(sonx, folder, effect):
@@ -165,6 +166,7 @@ def page(sonx, folder, effect):
     header = module + ".h"
     opening = next(its for indented, its in runs(comments(header)[0]) if not indented)
     sides = {1: "mono", 2: "stereo"}
+    language = "C" if 'extern "C"' in (TOP / "src" / header).read_text() else "C++"
     rates = ", ".join(str(rate) for rate in effect["rates"])
     parts = [
         f"# {escaped(effect['name'])} {{#effect_{effect['id'].replace('-', '_')}}}",
@@ -172,9 +174,11 @@ def page(sonx, folder, effect):
         documentation(whole_sentences(opening)),
         f"`{effect['id']}` in presets, {sides[effect['inputs']]} to {sides[effect['outputs']]}, "
         f"at {rates} Hz. {delay(sonx, effect)}",
-        f"In C: @ref {pathlib.Path(header).name}, with latency, memory and limits.",
+        f"In {language}: @ref {pathlib.Path(header).name}, with latency, memory and limits.",
         "## Parameters",
-        parameter_table(effect["parameters"]),
+        "@htmlonly<div class=\"parameters\">@endhtmlonly",
+        parameter_table(effect["id"], effect["parameters"]),
+        "@htmlonly</div>@endhtmlonly",
         "## Signal path",
         *[sketch(file) for file in sketches],
         "## Measured",
