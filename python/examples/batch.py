@@ -23,7 +23,7 @@ def play(preset: str, folder: Path, tail: float, file: Path) -> tuple[bool, str]
     """Whether that went well, and what to say of it."""
     try:
         samples, rate = sonx.read(file)
-        out = sonx.load(preset, rate)(samples, tail)
+        out = sonx.load(preset, rate)(samples, tail=tail)
         sonx.write(folder / file.with_suffix(".wav").name, out, rate)
     except (OSError, ValueError, RuntimeError) as error:  # the other files play on
         return False, f"{file.name}: {error}"
