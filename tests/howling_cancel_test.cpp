@@ -241,6 +241,96 @@ TEST_F(Howling, ShiftsAllFrequenciesAlike) {
     }
 }
 
+// Loops of one frequency each, a multiple of 200 Hz: resonances that the loudspeaker feeds one period
+// later.
+class narrow_loops {
+ public:
+  explicit narrow_loops(std::initializer_list<double> frequencies) {
+    for (const double f : frequencies)
+      modes_.push_back({2.0 * kRadius * std::cos(2.0 * std::numbers::pi * f / kRate)});
+  }
+  // So many periods in which the first few are closed; the highest peak in the last 50 ms.
+  int run(int periods, size_t closed, howlingCancel* canceller) {
+    int highest = 0;
+    for (int p = 0; p < periods; ++p) {
+      for (int& v : period_) v = heard(v, closed);
+      if (p >= periods - 10) highest = std::max(highest, peak(samples(period_, period_ + kPeriod)));
+      howling_canceling_process(canceller, period_, period_, kPeriod);
+    }
+    return highest;
+  }
+
+ private:
+  static constexpr double kRadius = 0.995, kGain = 1.3;
+  struct mode {
+    double turn, y1 = 0.0, y2 = 0.0;
+  };
+  // The microphone's next sample, noise of -78 dBFS among it.
+  int heard(int played, size_t closed) {
+    double sum = static_cast<int>(generator_() % 2001) - 1000;
+    for (size_t k = 0; k < closed; ++k) {
+      auto& [turn, y1, y2] = modes_[k];
+      const double y =
+          kGain * (1.0 - kRadius) * (played - x2_) + turn * y1 - kRadius * kRadius * y2;
+      y2 = std::exchange(y1, y);
+      sum += y;
+    }
+    x2_ = std::exchange(x1_, played);
+    return static_cast<int>(std::clamp(sum, -double{kFullScale}, double{kFullScale}));
+  }
+
+  std::vector<mode> modes_;
+  std::mt19937 generator_{1};
+  double x1_ = 0.0, x2_ = 0.0;
+  int period_[kPeriod] = {};
+};
+
+// One after the other begins; then those return whose notches were given up, and stay notched.
+void fill_places(narrow_loops& loops, howlingCancel* canceller) {
+  for (size_t closed = 1; closed <= 5; ++closed) loops.run(80, closed, canceller);
+  loops.run(800, 5, canceller);
+}
+
+double hertz(int position) { return position * 93.75 / 256.0; }
+
+void expect_notches(const howlingCancel& canceller, const std::vector<double>& expected) {
+  std::vector<double> found;
+  for (const howling_place& place : canceller.places)
+    if (place.depth > 0) found.push_back(hertz(place.position));
+  std::sort(found.begin(), found.end());
+  ASSERT_EQ(found.size(), expected.size());
+  for (size_t i = 0; i < found.size(); ++i) EXPECT_NEAR(found[i], expected[i], 0.01 * expected[i]);
+}
+
+// Those for 800 and 1200 Hz stand closest. Each is 5/16 of its frequency wide: one over both goes from
+// 675 to 1387.5 Hz.
+TEST_F(Howling, JoinsTwoNotchesForASixthHowl) {
+  narrow_loops loops({1200.0, 400.0, 4000.0, 800.0, 2200.0, 5600.0});
+  fill_places(loops, &canceller);
+  expect_notches(canceller, {400.0, 800.0, 1200.0, 2200.0, 4000.0});
+  EXPECT_LT(loops.run(800, 6, &canceller), 2000);
+  expect_notches(canceller, {400.0, 1031.25, 2200.0, 4000.0, 5600.0});
+  const auto joined = std::find_if(
+      canceller.places, canceller.places + 5,
+      [](const howling_place& place) { return std::abs(hertz(place.position) - 1031.25) < 10.0; });
+  ASSERT_NE(joined, canceller.places + 5);
+  EXPECT_NEAR(hertz(joined->width), 712.5, 10.0);
+}
+
+// No two are close enough for one notch of 12/16.
+TEST_F(Howling, GivesTheOldestNotchToASixthHowlWhereNoneJoin) {
+  narrow_loops loops({1400.0, 400.0, 4200.0, 800.0, 2400.0, 5800.0});
+  fill_places(loops, &canceller);
+  expect_notches(canceller, {400.0, 800.0, 1400.0, 2400.0, 4200.0});
+  const auto older = [](const howling_place& a, const howling_place& b) {
+    return a.timer < b.timer;
+  };
+  const auto* oldest = std::max_element(canceller.places, canceller.places + 5, older);
+  const auto taken = [&] { return std::abs(hertz(oldest->position) - 5800.0) < 58.0; };
+  for (int p = 0; p < 200 && !taken(); ++p) loops.run(1, 6, &canceller);
+  EXPECT_TRUE(taken());
+}
+
 // Glides from 2300 to 2390 Hz in 0.4 s, with pauses, as a howl's under the shift; or a voice's, whose
 // third harmonic they are.
 TEST_F(Howling, NotchesWhatGlidesAloneUnderTheShift) {
