@@ -1,8 +1,9 @@
 // An hour of sound through the chains and the rack while their settings change all the time, faster
 // than real time:
 //
-//   sonx_soak MINUTES SEED MUSIC VOICE     minutes of sound for each of headphones, karaoke and rack;
-//                                          two files, played at 48000 Hz whatever their rate
+//   sonx_soak MINUTES SEED [MUSIC VOICE]   minutes of sound for each of headphones, karaoke and rack;
+//                                          two files, played at 48000 Hz whatever their rate, or
+//                                          notes of its own
 //
 // Music and voices at any level, with pauses, in scenes of one to ten seconds; every 0.15 to 2 s
 // another setting within the documented ranges. After about a minute of that a subject must be as good
@@ -16,7 +17,7 @@
 //   NaN      no sample of the rack is anything else than a number within full scale, at any time
 //
 // Level and DC aren't compared where an effect remembers the minutes before, as the smart volume does in
-// its gain and a howling canceller in its notches and its shift.
+// its gain and a howling canceller in its notches and its shift; the karaoke's is off for its last setting.
 //
 // The same seed gives the same run. A fault prints the seed and the time, and ends with status 1.
 #include <chrono>
@@ -169,13 +170,15 @@ class soak {
 }  // namespace
 
 int main(int argc, char** argv) {
-  const double minutes = argc == 5 ? std::atof(argv[1]) : 0.0;
+  const double minutes = argc == 3 || argc == 5 ? std::atof(argv[1]) : 0.0;
   if (minutes <= 0.0) {
-    std::fprintf(stderr, "usage: sonx_soak MINUTES SEED MUSIC VOICE\n");
+    std::fprintf(stderr, "usage: sonx_soak MINUTES SEED [MUSIC VOICE]\n");
     return 2;
   }
   const unsigned seed = static_cast<unsigned>(std::atoi(argv[2]));
-  programme music(argv[3]), voice(argv[4]);
+  const bool recorded = argc == 5;
+  programme music(recorded ? recording(argv[3]) : notes(10, 120));
+  programme voice(recorded ? recording(argv[4]) : notes(10, 20));
   headphones words(SONX_FORMAT_32_BIT), halves(SONX_FORMAT_16_BIT);
   soak("headphones, 32 bits", words, music, seed).run(minutes);
   soak("headphones, 16 bits", halves, music, seed).run(minutes);

@@ -194,8 +194,8 @@ class Karaoke(Effect):
     echo_wet: Echo: Echo level: 0 .. 100 %, initially 67. How loud the echo is, the sound that it
         starts with included.
     howling_shift: Howling: Shift: 0 .. 20 Hz, initially 0. Moves all frequencies up by so much, so
-        that a howl can't settle: 3 dB more gain. 3 to 5 are usual; for speech, and not beside an
-        accompaniment.
+        that a howl can't settle: some 4 dB more gain. 3 to 5 are usual; for speech, and not beside
+        an accompaniment.
     howling_shift_when: Howling: Shift when: 'always' or 'when needed', initially 'when needed'.
         Shifts always, or only while the notches alone don't hold the loop.
     howling_last_resort: Howling: Last resort: True or False, initially False. Takes gain away while
@@ -283,7 +283,7 @@ class Karaoke(Effect):
     How loud the echo is, the sound that it starts with included."""
     howling_shift: Number
     """Howling: Shift: 0 .. 20 Hz, initially 0.
-    Moves all frequencies up by so much, so that a howl can't settle: 3 dB more gain. 3 to 5 are usual; for speech, and not beside an accompaniment."""
+    Moves all frequencies up by so much, so that a howl can't settle: some 4 dB more gain. 3 to 5 are usual; for speech, and not beside an accompaniment."""
     howling_shift_when: Choice[Literal['always', 'when needed']]
     """Howling: Shift when: 'always' or 'when needed', initially 'when needed'.
     Shifts always, or only while the notches alone don't hold the loop."""
@@ -975,14 +975,14 @@ class HowlingCanceller(Effect):
     Mono to mono, at 44100, 48000, 96000 Hz.
 
     shift: Shift: 0 .. 20 Hz, initially 0. Moves all frequencies up by so much, so that a howl can't
-        settle: 3 dB more gain. 3 to 5 are usual; for speech, and not beside an accompaniment.
+        settle: some 4 dB more gain. 3 to 5 are usual; for speech, and not beside an accompaniment.
     shift_when: Shift when: 'always' or 'when needed', initially 'when needed'. Shifts always, or
         only while the notches alone don't hold the loop.
     last_resort: Last resort: True or False, initially False. Takes gain away while a howl goes on
         though all notches are in use."""
     shift: Number
     """Shift: 0 .. 20 Hz, initially 0.
-    Moves all frequencies up by so much, so that a howl can't settle: 3 dB more gain. 3 to 5 are usual; for speech, and not beside an accompaniment."""
+    Moves all frequencies up by so much, so that a howl can't settle: some 4 dB more gain. 3 to 5 are usual; for speech, and not beside an accompaniment."""
     shift_when: Choice[Literal['always', 'when needed']]
     """Shift when: 'always' or 'when needed', initially 'when needed'.
     Shifts always, or only while the notches alone don't hold the loop."""

@@ -8,14 +8,14 @@
 
 constexpr std::array<const char*, 2> kShiftTimes = {"always", "when needed"};
 
-#define SONX_HOWLING_SETTINGS(prefix, title)                                                      \
-  number(                                                                                         \
-      prefix "shift", title "Shift", "Hz", {0, 20, 0, 1},                                         \
-      "Moves all frequencies up by so much, so that a howl can't settle: 3 dB more gain. 3 to 5 " \
-      "are usual; for speech, and not beside an accompaniment."),                                 \
-      choice(prefix "shift_when", title "Shift when", kShiftTimes, 1,                             \
-             "Shifts always, or only while the notches alone don't hold the loop."),              \
-      toggle(prefix "last_resort", title "Last resort", false,                                    \
+#define SONX_HOWLING_SETTINGS(prefix, title)                                                       \
+  number(prefix "shift", title "Shift", "Hz", {0, 20, 0, 1},                                       \
+         "Moves all frequencies up by so much, so that a howl can't settle: some 4 dB more gain. " \
+         "3 to 5 "                                                                                 \
+         "are usual; for speech, and not beside an accompaniment."),                               \
+      choice(prefix "shift_when", title "Shift when", kShiftTimes, 1,                              \
+             "Shifts always, or only while the notches alone don't hold the loop."),               \
+      toggle(prefix "last_resort", title "Last resort", false,                                     \
              "Takes gain away while a howl goes on though all notches are in use.")
 enum { kHowlingShift, kHowlingShiftWhen, kHowlingLastResort, kHowlingSettings };
 

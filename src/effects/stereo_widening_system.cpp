@@ -81,6 +81,20 @@ void stereo_widening_system_er_get_damp(stereo_widening_system* system, int* dam
   on(system->reflector, early_reflector_get_damp, damp);
 }
 
+namespace {
+
+// Each stage over what is left of a block behind its slices, up to the room. Never inlined, as
+// widen_slices.
+[[gnu::noinline]] void widen_rest(stereo_widening_system* system, int* in_left, int* in_right,
+                                  stereo_buffers wide, stereo_buffers fed, int n) {
+  difference_circuit_process_block(system->difference, in_left, in_right, wide.left, wide.right, n);
+  crossfeed_network_process_block(system->crossfeed, wide.left, wide.right, wide.left, wide.right,
+                                  n);
+  reflector_feed(system->reflector, wide.left, wide.right, fed.left, fed.right, n);
+}
+
+}  // namespace
+
 // Block by block: the sections of all stages side by side over whole slices, each stage over the
 // rest, then the room. Work buffers in between, so that no left output overwrites a right input when
 // the caller's buffers coincide.
@@ -91,13 +105,8 @@ void stereo_widening_system_process(stereo_widening_system* system, int* in_left
     int left[kBlockFrames], right[kBlockFrames], fed_left[kBlockFrames], fed_right[kBlockFrames];
     const int done = widen_slices(system, in_left + start, in_right + start, {left, right},
                                   {fed_left, fed_right}, count);
-    const int rest = count - done;
-    difference_circuit_process_block(system->difference, in_left + start + done,
-                                     in_right + start + done, left + done, right + done, rest);
-    crossfeed_network_process_block(system->crossfeed, left + done, right + done, left + done,
-                                    right + done, rest);
-    reflector_feed(system->reflector, left + done, right + done, fed_left + done, fed_right + done,
-                   rest);
+    widen_rest(system, in_left + start + done, in_right + start + done, {left + done, right + done},
+               {fed_left + done, fed_right + done}, count - done);
     reflector_room(system->reflector, left, right, fed_left, fed_right, out_left + start,
                    out_right + start, count);
   });

@@ -22,7 +22,7 @@ void reflector_quarter(const int* in, int* fed, int n);
 void reflector_feed(early_reflector* reflector, const int* in_left, const int* in_right,
                     int* fed_left, int* fed_right, int n);
 // The room behind its high-passes, with the plain sound, for n up to a block. The inputs are read
-// before the outputs are written.
-void reflector_room(early_reflector* reflector, const int* in_left, const int* in_right,
-                    const int* fed_left, const int* fed_right, int* out_left, int* out_right,
-                    int n);
+// before the outputs are written. Never inlined, as widen_slices.
+[[gnu::noinline]] void reflector_room(early_reflector* reflector, const int* in_left,
+                                      const int* in_right, const int* fed_left,
+                                      const int* fed_right, int* out_left, int* out_right, int n);

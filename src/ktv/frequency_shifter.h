@@ -10,7 +10,7 @@
 // The chains' outputs are a quarter of a turn apart, so the sum has one sideband only: the other lies
 // 62 dB and more below it from 75 Hz to 17.5 kHz at 48 kHz, and the level is the same within
 // 0.01 dB there. Harmonics don't stay harmonic: 5 Hz are a semitone less at 80 Hz and nothing to
-// hear above 1 kHz. Delay: that of the all-passes, below 1 ms above 300 Hz.
+// hear above 1 kHz. Delay: that of the all-passes, below 1 ms above 360 Hz at 48 kHz.
 //
 // The shift glides, and the shifter fades in and out over 21 ms; out of use it passes the samples as
 // they are and costs nothing. 24-bit samples in 32-bit words; beyond 25 bits they are limited.

@@ -185,7 +185,8 @@ SONX_EXPORT void howling_canceling_getstatus(howlingCancel* canceller, int* stat
 SONX_EXPORT void howling_canceling_set_sample_rate(howlingCancel* canceller, SampleRateType rate);
 
 // Shift of all frequencies in Hz, 0..20, clamped; 0, which is set by init, is none. 3 to 5 are usual.
-// The shift glides to its new value by 24 Hz in a second, and fades in and out over 21 ms.
+// The shift glides to its new value by 24 Hz in a second, and fades in and out over 21 ms (at
+// 48 kHz; both go by samples).
 SONX_EXPORT void howling_canceling_set_shift(howlingCancel* canceller, int hertz);
 SONX_EXPORT void howling_canceling_get_shift(howlingCancel* canceller, int* hertz);
 
@@ -204,5 +205,6 @@ SONX_EXPORT void howling_canceling_get_gain(howlingCancel* canceller, int* gain)
 // n samples of one channel, any n; in place allowed; n < 1 does nothing. The same bits however the
 // stream is cut. Samples beyond 24 bits are limited to 25 bits for the analysis. Nothing
 // saturates for 24-bit samples; from about 2^30 on a placed notch may wrap. Five notches always
-// run: the cost hardly depends on the signal, but every 256th sample brings an analysis.
+// run: the cost hardly depends on the signal, but every 256th sample brings an analysis,
+// and every 2048th a longer one.
 SONX_EXPORT void howling_canceling_process(howlingCancel* canceller, int* in, int* out, int n);
