@@ -2,9 +2,9 @@
 // channel. For the correction of a headphone or a fixed tuning.
 //
 // The caller supplies the coefficients, which are taken as they are: b0, b1, b2, -a1, -a2 in Q28
-// (268435456 = 1.0), the feedback terms negated, so that all five products are added. Gains are Q13 (8192 = 1.0). Samples
-// are 24-bit in 32-bit words, planar; a section has 48 dB of headroom above 24-bit full scale and
-// wraps beyond.
+// (268435456 = 1.0), the feedback terms negated, so that all five products are added. Gains are Q13
+// (8192 = 1.0). Samples are 24-bit in 32-bit words, planar; a section has 48 dB of headroom above
+// 24-bit full scale and wraps beyond.
 //
 // A section rounds each result down to a whole sample step, without feedback of the error. This
 // leaves a small negative offset of at most 1 / (1 + a1 + a2) steps, which remains after the input
