@@ -20,9 +20,11 @@ constexpr auto headphone =
     [](teka_hp_effect_t* c, Sample* a, Sample* b, Sample* out_a, Sample* out_b, int n) {
       if constexpr (sizeof(Sample) == 4) {
         if (n % 3 == 2 && out_a != out_b) {
-          const std::vector<int> left(a, a + n), right(b, b + n);
-          std::copy(left.begin(), left.end(), out_a);
-          std::copy(right.begin(), right.end(), out_b);
+          int left[trial::kLongestBlock], right[trial::kLongestBlock];
+          std::copy_n(a, n, left);
+          std::copy_n(b, n, right);
+          std::copy_n(left, n, out_a);
+          std::copy_n(right, n, out_b);
           teka_hp_effect_core_process(c, out_a, out_b, n);
           c->switch_counter -= c->switch_counter >= 0;
           return;
@@ -68,7 +70,7 @@ void tuning(trial& t) {
         teka_hp_effect_update_parameter(&c);
         std::vector<int> left = t.signal<int>(256, 1), right = t.signal<int>(256, 1);
         for (int i = 0; i < 4; ++i) {
-          teka_hp_effect_core_process(&c, left.data(), right.data(), 256);
+          watched(teka_hp_effect_core_process, &c, left.data(), right.data(), 256);
           t.note_all(left.data(), 256);
           t.note_all(right.data(), 256);
         }
@@ -97,10 +99,10 @@ void headphone_handles(trial& t) {
     for (auto& s : streams) {
       audio_effect_control_acdb_t record;
       draw(t, record);
-      if (t.once_in(25) || start == 0) sonx_hp_effect_set_parameters(s.effect, &record);
-      if (t.once_in(100)) sonx_hp_effect_reset(s.effect);
+      if (t.once_in(25) || start == 0) watched(sonx_hp_effect_set_parameters, s.effect, &record);
+      if (t.once_in(100)) watched(sonx_hp_effect_reset, s.effect);
       const size_t tail = t.once_in(8) ? 1 + t.roll(2 * sizeof(Word) - 1) : 0;
-      sonx_hp_effect_process(s.effect, &s.x[2 * start], 2 * period * sizeof(Word) + tail);
+      watched(sonx_hp_effect_process, s.effect, &s.x[2 * start], 2 * period * sizeof(Word) + tail);
       t.note_all(&s.x[2 * start], 2 * period + 4);
       sonx_hp_effect_get_parameters(s.effect, &record);
       t.note(record.effect_type, record.data[28]);
@@ -159,8 +161,8 @@ void howling(trial& t) {
     }
     const int cut = static_cast<int>(t.roll(kPeriod + 1));
     int* out = &played[size_t(start)];
-    howling_canceling_process(&canceller, heard.data(), out, cut);
-    howling_canceling_process(&canceller, heard.data() + cut, out + cut, kPeriod - cut);
+    watched(howling_canceling_process, &canceller, heard.data(), out, cut);
+    watched(howling_canceling_process, &canceller, heard.data() + cut, out + cut, kPeriod - cut);
     t.note_all(out, kPeriod + 4);
     if (t.once_in(8000)) howling_canceling_reset(&canceller);
   }
@@ -187,9 +189,9 @@ void howling_settings(trial& t) {
       use_some<sonx_ktv_howling_canceling_set_shift, sonx_ktv_howling_canceling_set_shift_mode,
                sonx_ktv_howling_canceling_set_last_resort>(t, handle);
     }
-    teka_audio_tx_ktv_process_16(&c, x.data(), left.data(), right.data(), kPeriod);
+    watched(teka_audio_tx_ktv_process_16, &c, x.data(), left.data(), right.data(), kPeriod);
     t.note_all(left.data(), kPeriod);
-    sonx_ktv_process_16(handle, x.data(), left.data(), right.data(), kPeriod);
+    watched(sonx_ktv_process_16, handle, x.data(), left.data(), right.data(), kPeriod);
     t.note_all(left.data(), kPeriod);
     t.note(sonx_ktv_howling_canceling_gain(handle));
   }
@@ -209,7 +211,7 @@ constexpr auto karaoke =
     [](teka_audio_tx_ktv_t* c, Sample* in, Sample* left, Sample* right, int n) {
       if constexpr (sizeof(Sample) == 4) {
         if (n % 3 == 2 && left != right) {
-          std::copy_n(std::vector<int>(in, in + n).begin(), n, left);
+          if (left != in) std::copy_n(in, n, left);
           return teka_audio_tx_ktv_core_process(c, left, right, n);
         }
       }
@@ -247,7 +249,7 @@ void karaoke_handles(trial& t) {
       } else if (start == 0) {
         sonx_ktv_hw_howling_canceling_enable(handle, 0);
       }
-      sonx_ktv_process_16(handle, &x[size_t(start)], left.data(), right.data(), n);
+      watched(sonx_ktv_process_16, handle, &x[size_t(start)], left.data(), right.data(), n);
       t.note_all(left.data(), size_t(n) + 1);
       t.note_all(right.data(), size_t(n) + 1);
     }

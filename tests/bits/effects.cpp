@@ -30,13 +30,13 @@ void equalizer_tables(trial& t) {
     for (const auto set : {equalizer_set_param_index_44100, equalizer_set_param_index_48000,
                            equalizer_set_param_index_96000}) {
       std::fill_n(gains, 10, gain);
-      t.note(set(&e, gains));
+      t.note(watched(set, &e, gains));
       call(t, equalizer_getparameter, &e);
     }
   for (int i = 0; i < 1000; ++i) {
     t.decibels(gains);
     for (int& gain : gains) gain = std::clamp(gain, -15, 15);
-    t.note(calc_gain_from_idxs(gains));
+    t.note(watched(calc_gain_from_idxs, gains));
   }
   for (int band = -1; band < 11; ++band)
     t.note(std::bit_cast<unsigned>(weighting_offset(band, static_cast<float>(t.value()))));
@@ -67,7 +67,7 @@ constexpr auto measure = [](trial& t, dynamic_range_control_t* drc) {
   t.note_all(drc->history, static_cast<size_t>(drc->history_len) + 1);
   std::vector<int> x = t.signal<int>(100, t.number);
   int mean = 0;
-  t.note(find_current_max_drc(x.data(), &mean, static_cast<int>(t.roll(102)) - 1));
+  t.note(watched(find_current_max_drc, x.data(), &mean, static_cast<int>(t.roll(102)) - 1));
   t.note(mean);
 };
 constexpr auto disturb = [](trial& t, dynamic_range_control_t* drc) {
@@ -87,7 +87,7 @@ constexpr auto set_gain_q17 =
     [](trial& t, compressor_bass* c) { c->*gain = t.wild() ? t.any() : t.value() * 8; };
 constexpr auto measure_bass = [](trial& t, compressor_bass*) {
   std::vector<int> x = t.signal<int>(100, t.number);
-  t.note(find_current_max_bass(x.data(), static_cast<int>(t.roll(102)) - 1));
+  t.note(watched(find_current_max_bass, x.data(), static_cast<int>(t.roll(102)) - 1));
 };
 
 constexpr auto set_level = [](trial& t, smart_volume_control_t* c) {

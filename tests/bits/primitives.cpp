@@ -64,6 +64,7 @@ constexpr auto nonlinear =
            [](trial& t, NLD* nld) { nld->coefficients[t.roll(8)] = t.value(); }>;
 
 void roots_and_logarithms(trial& t) {
+  const watched_call mark;
   for (unsigned x = 0; x < 65536; x += 3) t.note(sqrt_fixed(x + t.number));
   for (int x = 0; x < 681391; x += 61) t.note(exp_fixed(x + static_cast<int>(t.number)));
   for (int i = 0; i < 20000; ++i)
@@ -73,6 +74,7 @@ void roots_and_logarithms(trial& t) {
 void transform(trial& t) {
   complex a, b, sum;
   for (int i = 0; i < t.times(200); ++i) {
+    const watched_call mark;
     const int re = t.any(), im = t.value();
     complex_init(&a, re, im);
     complex_setvalue(&b, im, t.any());
@@ -88,11 +90,11 @@ void transform(trial& t) {
        ++i) {  // sizes that no transform is made for stay in their memory
     held<fft_int, LIFE(fft_int)> odd(static_cast<int>(t.roll(1000)));
     std::vector<int> frame = t.signal<int>(300, t.number);
-    fft_int_dowin_process(&odd, frame.data(), nullptr, 300);
+    watched(fft_int_dowin_process, &odd, frame.data(), nullptr, 300);
   }
   held<fft_int, LIFE(fft_int)> fft(256);
   for (int i = 0; i < 256; ++i) fft.data[i] = {t.any() >> 8, t.any() >> 8};
-  fft_do_process(&fft);
+  watched(fft_do_process, &fft);
   for (int i = 0; i < 256; ++i) t.note(fft.data[i].re, fft.data[i].im);
 
   const std::vector<int> x = t.signal<int>(t.frames, t.number % 7);
@@ -100,8 +102,8 @@ void transform(trial& t) {
     int peaks[5];
     std::vector<int> frame(&x[size_t(start)], &x[size_t(start) + 300]);
     const int len = t.once_in(4) ? static_cast<int>(t.roll(300)) : 256;
-    fft_int_dowin_process(&fft, frame.data(), t.once_in(8) ? nullptr : peaks, len);
-    fft_int_dowin_process(&fft, frame.data(), peaks, len);
+    watched(fft_int_dowin_process, &fft, frame.data(), t.once_in(8) ? nullptr : peaks, len);
+    watched(fft_int_dowin_process, &fft, frame.data(), peaks, len);
     t.note_all(frame.data(), frame.size());
     t.note_all(peaks);
     t.note_all(fft_power_current);
@@ -111,8 +113,8 @@ void transform(trial& t) {
 
 constexpr auto shape_one = [](trial& t, gramophone*) {
   int x = t.any() >> t.roll(20), y = 0;
-  overdrive_process(&x, &y);
-  bit_shift_porocess(&x, &x);
+  watched(overdrive_process, &x, &y);
+  watched(bit_shift_porocess, &x, &x);
   t.note(x, y);
 };
 

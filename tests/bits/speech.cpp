@@ -51,7 +51,7 @@ void suppressor(trial& t) {
   for (int start = 0; start + block <= t.frames; start += block) {
     short* const in = &x[size_t(start)];
     short* const out = t.number % 2 ? in : apart.data();
-    t.note(tekaNs_ProcessCore(&ns, in, out));
+    t.note(watched(tekaNs_ProcessCore, &ns, in, out));
     t.note_all(out, size_t(block));
     t.note(ns.prior_non_speech, ns.energy_in, ns.magnitude_energy, ns.frame_count);
     if (source == 2) t.note_all(ns.noise_power, size_t(ns.bins));
@@ -66,15 +66,15 @@ void suppressor(trial& t) {
   unsigned short magnitudes[kNsxMaxBins] = {}, probability[kNsxMaxBins];  // zeros give none
   unsigned prior[kNsxMaxBins], post[kNsxMaxBins];
   for (int start = 0; start < 20 * block && start + block <= t.frames; start += block) {
-    tekaNsx_DataAnalysis(&ns, &x[size_t(start)], magnitudes);
+    watched(tekaNsx_DataAnalysis, &ns, &x[size_t(start)], magnitudes);
     t.note_all(magnitudes, size_t(ns.bins));
     for (int k = 0; k < ns.bins; ++k) {
       prior[k] = t.roll(1 << 20);
       post[k] = t.roll(1 << 22);
     }
-    tekaNsx_SpeechNoiseProb(&ns, probability, prior, post);
+    watched(tekaNsx_SpeechNoiseProb, &ns, probability, prior, post);
     t.note_all(probability, size_t(ns.bins));
-    tekaNsx_DataSynthesis(&ns, apart.data());
+    watched(tekaNsx_DataSynthesis, &ns, apart.data());
     t.note_all(apart.data(), apart.size());
   }
   t.note(tekaNs_FreeCore(&ns));
@@ -89,17 +89,17 @@ void band_post(trial& t) {
   for (int start = 0; start + 200 < t.frames; start += 160) {
     const int n = t.once_in(9) ? static_cast<int>(t.roll(200)) : 160;
     short* frame = &x[size_t(start)];
-    t.note(BP_ns_pre(bp, frame, n, nullptr));
+    t.note(watched(BP_ns_pre, bp, frame, n, nullptr));
     const int shift = static_cast<int>(t.roll(6)) - 2;
     unsigned total = 0, level = 1 + t.roll(200);
     for (unsigned short& magnitude : spectrum) {
       magnitude = static_cast<unsigned short>(t.roll(level));
       total += magnitude;
     }
-    if (!loud) t.note(BP_ns_app(bp, spectrum, total, static_cast<short>(shift)));
+    if (!loud) t.note(watched(BP_ns_app, bp, spectrum, total, static_cast<short>(shift)));
     for (int i = 0; i < n; ++i)
       if (i > 0 && frame[i] == -32768) frame[i] = -32767;
-    t.note(BP_ns_post(bp, frame, n, frame));
+    t.note(watched(BP_ns_post, bp, frame, n, frame));
     t.note_all(frame, size_t(n) + 4);
     t.note_all(bp->peak_history);
     t.note_all(bp->max_history);
@@ -113,7 +113,8 @@ void band_post(trial& t) {
     const short target = t.once_in(3) ? 32767 : static_cast<short>(t.roll(32768));
     const int n = static_cast<int>(t.roll(61)) - 1;
     const short step = static_cast<short>(t.once_in(20) ? 32767u : t.roll(2000));
-    soft_gain_proc(in.data(), n, t.once_in(2) ? in.data() : out.data(), target, &gain, step);
+    watched(soft_gain_proc, in.data(), n, t.once_in(2) ? in.data() : out.data(), target, &gain,
+            step);
     t.note(gain);
     t.note_all(in.data(), in.size());
     t.note_all(out.data(), out.size());
@@ -143,6 +144,24 @@ void converter(trial& t) {
   Resampler_delete(&r);
 }
 
+// Every pair of rates in place, 10 ms at a time, for which no call takes memory.
+void conversion(trial& t) {
+  constexpr int kRates[] = {8000, 11000, 16000, 22000, 24000, 32000, 44000, 48000, 96000, 44100};
+  for (const int from : kRates)
+    for (const int to : kRates) {
+      Resampler_t r;
+      Resampler_config(&r, from, to);
+      for (int i = 0; i < 3; ++i) {
+        std::vector<short> x = t.signal<short>(960, t.number);
+        int made = 0;
+        t.note(watched(Resampler_proc, &r, x.data(), from / 100, x.data(), 960, &made));
+        t.note(made);
+        t.note_all(x.data(), x.size());
+      }
+      Resampler_delete(&r);
+    }
+}
+
 template <auto reset, auto kernel, typename State, int in, int out>
 void fixed_ratio(trial& t) {
   State state;
@@ -151,7 +170,7 @@ void fixed_ratio(trial& t) {
   for (int i = 0; i < t.times(12); ++i) {
     const std::vector<short> x = t.signal<short>(in, t.number + (i < 6 ? 0 : 7));
     std::vector<short> y(out + 4);
-    kernel(x.data(), y.data(), &state, scratch.data());
+    watched(kernel, x.data(), y.data(), &state, scratch.data());
     t.note_all(y.data(), y.size());
   }
   t.note_all(state.history);
@@ -163,8 +182,8 @@ void rate_kernels(trial& t) {
     const int n = static_cast<int>(t.roll(300)) - 1;
     const std::vector<short> x = t.signal<short>(300, t.number + (i < 10 ? 0 : 7));
     std::vector<short> twice(604), half(304);
-    tekaSpl_UpsampleBy2(x.data(), n, twice.data(), up);
-    tekaSpl_DownsampleBy2(x.data(), n, half.data(), down);
+    watched(tekaSpl_UpsampleBy2, x.data(), n, twice.data(), up);
+    watched(tekaSpl_DownsampleBy2, x.data(), n, half.data(), down);
     t.note_all(twice.data(), twice.size());
     t.note_all(half.data(), half.size());
     t.note_all(up);
@@ -187,7 +206,7 @@ void transforms(trial& t) {
     const auto data = [&] { return t.signal<short>(size, t.number); };
     const auto run = [&](auto transform) {
       std::vector<short> x = data();
-      t.note(transform(x.data(), stages));
+      t.note(watched(transform, x.data(), stages));
       t.note_all(x.data(), x.size());
     };
     run(tekaSpl_ComplexBitReverse);
@@ -207,6 +226,7 @@ void vectors(trial& t) {
     std::vector<short> x = t.signal<short>(80, t.number), y = t.signal<short>(80, t.number);
     std::vector<int> z = t.signal<int>(80, t.number), w = t.signal<int>(80, t.number);
     int scale = -1;
+    const watched_call mark;
     t.note(tekaSpl_MaxValue16(x.data(), n), tekaSpl_MinValue16(x.data(), n),
            tekaSpl_MaxAbsValue16(x.data(), n), tekaSpl_MaxValue32(z.data(), n),
            tekaSpl_MinValue32(z.data(), n), tekaSpl_MaxAbsValue32(z.data(), n),
@@ -243,6 +263,7 @@ const std::vector<subject> kSpeech = {
      suppressor},
     {"band-post", "presence, limiter, gain ramp, record", 40, 200000, band_post},
     {"converter", "every pair of eleven rates, lengths, room", 121, 9600, converter},
+    {"conversion", "10 ms in place, every pair of ten rates", 8, 0, conversion},
     {"rate-kernels", "by two, six fixed ratios, states", 24, 0, rate_kernels},
     {"spl-fft", "all sizes, complex and real, there and back", 8, 0, transforms},
     {"spl-vectors", "extremes, energy, norms, root, fill, copy", 24, 0, vectors},

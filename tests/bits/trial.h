@@ -14,6 +14,8 @@
 #include <string>
 #include <vector>
 
+#include "support/watched_call.h"
+
 // A record from its init to its end.
 template <typename Record, auto init, auto end>
 struct held : Record {
@@ -149,7 +151,10 @@ class trial {
   bool crossing = true;  // an output may also be the other side's input, or the other output
   int fewer_bits = 0;    // of coefficients
 
-  // process(buffers, n) gets the places of left and right input, left and right output.
+  static constexpr int kLongestBlock = 600;
+
+  // process(buffers, n) gets the places of left and right input, left and right output. It is a
+  // watched call, so it mustn't take memory.
   template <typename Sample, typename Process, typename Change>
   void stream(Process process, Change change) {
     std::vector<Sample> buffers[4];
@@ -161,7 +166,10 @@ class trial {
       if (static_cast<int>(roll(static_cast<unsigned>(frames))) < 10 * count) change();
       Sample* const at[] = {buffers[p[0]].data() + start, buffers[p[1]].data() + start,
                             buffers[p[2]].data() + start, buffers[p[3]].data() + start};
-      process(at, count);
+      {
+        const watched_call mark;
+        process(at, count);
+      }
       for (const auto& buffer : buffers)
         note_all(buffer.data() + start - kGuard, static_cast<size_t>(count + 2 * kGuard));
     }
@@ -180,7 +188,7 @@ class trial {
   static constexpr int kGuard = 4;
 
   unsigned longest() const {
-    constexpr unsigned kLongest[] = {256, 64, 240, 3, 600};
+    constexpr unsigned kLongest[] = {256, 64, 240, 3, kLongestBlock};
     return kLongest[number % 5];
   }
   // Buffers of the left and right input and output.

@@ -79,6 +79,7 @@ inline int run_in_processes(int count, const std::function<std::string(int)>& na
                             const std::function<int(int)>& child) {
   int failures = 0;
   for (int k = 0; k < count; ++k) {
+    std::fflush(stdout);
     const pid_t process = fork();
     if (process == 0) _exit(child(k));
     int status = 0;
