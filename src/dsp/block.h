@@ -13,6 +13,10 @@ constexpr int kFewestBlockFrames = 8;
 // Half of one, for what has many work buffers, which stand on the stack.
 constexpr int kHalfBlockFrames = kBlockFrames / 2;
 
+// Of a block whose stages step side by side. What is left behind whole slices has work buffers of that
+// length: they come on top of the block's own.
+constexpr int kSliceFrames = 16;
+
 // Calls process(start, count) for the consecutive blocks of n frames, n being of any integer
 // type up to 32 bits; n < 1 calls nothing. Positions are 64-bit, so that no n overruns them.
 template <int frames = kBlockFrames, typename Count, typename Process>

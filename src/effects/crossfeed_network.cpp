@@ -70,17 +70,18 @@ void crossfeed_network_get_gain(crossfeed_network* network, int* gain) { *gain =
 
 namespace {
 
-// One block of at most kHalfBlockFrames frames, 24-bit samples throughout. The inputs are read before
-// the outputs are written.
+// One block of at most so many frames, 24-bit samples throughout. The inputs are read before the outputs
+// are written. Never inlined: a short block needn't make room for a long one.
 //
 //   x ─┬─► all-pass ───────────────────► + ─► + ─► out      y: the other channel
 //      │                                 ▲    ▲             gain Q13
 //      └─► high-pass ─► × gain / 4 ──────│────┘
 //   y ───► delay ─► low-pass ─► × gain ──┘
-inline void process(crossfeed_network* network, const int* in_left, const int* in_right,
-                    int* out_left, int* out_right, int n) {
-  int direct_left[kHalfBlockFrames], high_left[kHalfBlockFrames], from_left[kHalfBlockFrames];
-  int direct_right[kHalfBlockFrames], high_right[kHalfBlockFrames], from_right[kHalfBlockFrames];
+template <int frames>
+[[gnu::noinline]] void process(crossfeed_network* network, const int* in_left, const int* in_right,
+                               int* out_left, int* out_right, int n) {
+  int direct_left[frames], high_left[frames], from_left[frames];
+  int direct_right[frames], high_right[frames], from_right[frames];
 
   audio_delay_block(network->delay_left, in_left, from_left, n);
   audio_delay_block(network->delay_right, in_right, from_right, n);
@@ -101,13 +102,16 @@ inline void process(crossfeed_network* network, const int* in_left, const int* i
 void crossfeed_network_process_32(crossfeed_network* network, int* in_left, int* in_right,
                                   int* out_left, int* out_right) {
   if (!has_memory(network)) return pass(in_left, in_right, out_left, out_right, 1);
-  process(network, in_left, in_right, out_left, out_right, 1);
+  process<kSliceFrames>(network, in_left, in_right, out_left, out_right, 1);
 }
 
 void crossfeed_network_process_block(crossfeed_network* network, int* in_left, int* in_right,
                                      int* out_left, int* out_right, int n) {
   if (!has_memory(network)) return pass(in_left, in_right, out_left, out_right, n);
+  if (0 < n && n < kSliceFrames)
+    return process<kSliceFrames>(network, in_left, in_right, out_left, out_right, n);
   for_each_block<kHalfBlockFrames>(n, [=](int64_t start, int count) {
-    process(network, in_left + start, in_right + start, out_left + start, out_right + start, count);
+    process<kHalfBlockFrames>(network, in_left + start, in_right + start, out_left + start,
+                              out_right + start, count);
   });
 }

@@ -63,8 +63,8 @@ void difference_sums(const int* a, const int* b, int* s, int* d, int n) {
 
 namespace {
 
-// One block of at most kHalfBlockFrames frames, 24-bit samples throughout. The inputs are read before
-// the outputs are written.
+// One block of at most so many frames, 24-bit samples throughout. The inputs are read before the outputs
+// are written. Never inlined: a short block needn't make room for a long one.
 //
 //   left  ─► 3 all-passes ─► a       s = a + b       left  = mid + a / 4 + side
 //   right ─► 3 all-passes ─► b       d = a - b       right = mid + b / 4 - side
@@ -76,11 +76,12 @@ namespace {
 //   d ─┬─► / 2 ────────────────► + ─► × side gain ─► side
 //      ├─► low-pass ─► × 1.5 ──► +      Q13
 //      └─► high-pass ──────────► +
-inline void process(difference_circuit* circuit, const int* in_left, const int* in_right,
-                    int* out_left, int* out_right, int n) {
-  int a[kHalfBlockFrames], b[kHalfBlockFrames], s[kHalfBlockFrames], d[kHalfBlockFrames];
-  int mid_band[kHalfBlockFrames], mid_low[kHalfBlockFrames];
-  int side_high[kHalfBlockFrames], side_low[kHalfBlockFrames];
+template <int frames>
+[[gnu::noinline]] void process(difference_circuit* circuit, const int* in_left, const int* in_right,
+                               int* out_left, int* out_right, int n) {
+  int a[frames], b[frames], s[frames], d[frames];
+  int mid_band[frames], mid_low[frames];
+  int side_high[frames], side_low[frames];
   const difference_sections section = sections_of(circuit);
 
   const iir_chain allpasses[] = {{in_left, a, section.allpass_left, 3},
@@ -101,13 +102,16 @@ inline void process(difference_circuit* circuit, const int* in_left, const int* 
 void difference_circuit_process_32(difference_circuit* circuit, int* in_left, int* in_right,
                                    int* out_left, int* out_right) {
   if (!has_memory(circuit)) return pass(in_left, in_right, out_left, out_right, 1);
-  process(circuit, in_left, in_right, out_left, out_right, 1);
+  process<kSliceFrames>(circuit, in_left, in_right, out_left, out_right, 1);
 }
 
 void difference_circuit_process_block(difference_circuit* circuit, int* in_left, int* in_right,
                                       int* out_left, int* out_right, int n) {
   if (!has_memory(circuit)) return pass(in_left, in_right, out_left, out_right, n);
+  if (0 < n && n < kSliceFrames)
+    return process<kSliceFrames>(circuit, in_left, in_right, out_left, out_right, n);
   for_each_block<kHalfBlockFrames>(n, [=](int64_t start, int count) {
-    process(circuit, in_left + start, in_right + start, out_left + start, out_right + start, count);
+    process<kHalfBlockFrames>(circuit, in_left + start, in_right + start, out_left + start,
+                              out_right + start, count);
   });
 }

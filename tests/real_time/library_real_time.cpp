@@ -26,6 +26,9 @@
 namespace {
 
 constexpr int kFrames = 48000, kMostStack = 16 * 1024;
+// Of the handles' periods; odd ones leave a rest behind whole blocks and slices of them.
+constexpr size_t kPeriods[] = {480, 441, 1000, 255, 241};
+constexpr size_t kLongest = 1000;
 
 // A module at work: prepare takes its memory, call runs block k.
 struct work {
@@ -44,7 +47,8 @@ work of(const module& m) {
             std::shared_ptr<subject> s = m.make();
             s->load(noise(1), noise(2));
             return [s, &m](int k) {
-              s->run(form::block, k * m.frames % (kFrames - m.frames), m.frames);
+              const int start = k * m.frames % (kFrames - kLongestRun);
+              s->run(form::block, start, m.whole ? m.frames : k % 5 * 47 + m.frames);
             };
           }};
 }
@@ -52,18 +56,18 @@ work of(const module& m) {
 // The headphone handle through all effects and adapters, a record every fourth block.
 std::function<void(int)> switched_headphones() {
   void* const handle = sonx_hp_effect_init(48000, SONX_FORMAT_32_BIT);
-  return [handle, words = std::vector<int>(2 * 480), in = noise(3)](int k) mutable {
+  return [handle, words = std::vector<int>(2 * kLongest), in = noise(3)](int k) mutable {
     audio_effect_control_acdb_t record = {k / 4 % 6, k / 24 % 9, {k / 4 % 9, 4096, 2000, 2000}};
     sonx_hp_effect_set_parameters(handle, &record);
     if (k % 50 == 0) sonx_hp_effect_reset(handle);
-    std::copy_n(in.begin() + k * 480 % (kFrames - 960), words.size(), words.begin());
-    sonx_hp_effect_process(handle, words.data(), words.size() * sizeof words[0]);
+    std::copy_n(in.begin() + k * 480 % (kFrames - 2 * int(kLongest)), words.size(), words.begin());
+    sonx_hp_effect_process(handle, words.data(), 2 * kPeriods[k % 5] * sizeof words[0]);
   };
 }
 
 std::function<void(int)> switched_karaoke() {
   void* const handle = sonx_ktv_init();
-  return [handle, left = std::vector<short>(480), right = std::vector<short>(480),
+  return [handle, left = std::vector<short>(kLongest), right = std::vector<short>(kLongest),
           in = noise(4)](int k) mutable {
     void (*const enables[])(void*, int) = {sonx_ktv_hw_howling_canceling_enable,
                                            sonx_ktv_gramophone_enable,
@@ -79,7 +83,7 @@ std::function<void(int)> switched_karaoke() {
     sonx_ktv_eq_setparameter(handle, gains);
     for (size_t i = 0; i < left.size(); ++i)
       left[i] = static_cast<short>(in[(static_cast<size_t>(k) * 480 + i) % kFrames] >> 8);
-    sonx_ktv_process_16(handle, left.data(), left.data(), right.data(), 480);
+    sonx_ktv_process_16(handle, left.data(), left.data(), right.data(), kPeriods[k % 5]);
   };
 }
 
@@ -89,10 +93,10 @@ std::function<void(int)> howling_karaoke() {
   sonx_ktv_howling_canceling_set_shift(handle, 5);
   sonx_ktv_howling_canceling_set_shift_mode(handle, 1);
   sonx_ktv_howling_canceling_set_last_resort(handle, 1);
-  std::vector<short> tone(480), left(480), right(480);
+  std::vector<short> tone(kLongest), left(kLongest), right(kLongest);
   for (size_t i = 0; i < tone.size(); ++i) tone[i] = i % 40 < 20 ? 20000 : -20000;
-  return [=](int) mutable {
-    sonx_ktv_process_16(handle, tone.data(), left.data(), right.data(), 480);
+  return [=](int k) mutable {
+    sonx_ktv_process_16(handle, tone.data(), left.data(), right.data(), kPeriods[k % 5]);
   };
 }
 

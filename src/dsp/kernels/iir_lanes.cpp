@@ -113,10 +113,11 @@ void store_outputs(const iir_chain* chains, int chain_count, lane_shape shape,
 // The most frames of a run. Two groups, without a lag, lose nothing by taking half a block.
 constexpr int most_frames(int groups) { return groups == 1 ? kBlockFrames : kHalfBlockFrames; }
 
-// kFewestBlockFrames <= n <= most_frames samples through chains that fit into the shape.
+// kFewestBlockFrames <= n <= most_frames samples through chains that fit into the shape. Never inlined:
+// the stack has room for one shape's signals at a time.
 template <typename Scale, int groups>
-void run_in_lanes(const iir_chain* chains, int chain_count, int n, int shape_index,
-                  const lane_kernels& kernels) {
+[[gnu::noinline]] void run_in_lanes(const iir_chain* chains, int chain_count, int n,
+                                    int shape_index, const lane_kernels& kernels) {
   const lane_shape shape = kLaneShapes[shape_index];
   iir_lanes lanes;
   std::memset(&lanes, 0, offsetof(iir_lanes, last));

@@ -12,10 +12,10 @@
 // computes at other ticks is ignored.
 #pragma once
 
+#include "dsp/block.h"
 #include "dsp/kernels/iir_lanes.h"
 #include "dsp/kernels/kernels.h"
 
-constexpr int kSliceFrames = 16;
 constexpr int kBankRows = 5;
 
 struct section_bank {
