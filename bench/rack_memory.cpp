@@ -2,10 +2,9 @@
 // there, else at its highest rate:
 //   holds  what it has on the heap once its preset is loaded
 //   most   the same at the highest, while one preset after another is loaded
-//   stack  of a process call
+//   stack  of a process call, with noise, at the effect's defaults and with each parameter at its ends
 //   rack_memory [PRESET..]     files, with a line for each after the effects'
 #include <malloc.h>
-#include <pthread.h>
 #include <sonx/rack.h>
 
 #include <algorithm>
@@ -15,6 +14,8 @@
 #include <fstream>
 #include <iterator>
 #include <string>
+
+#include "support/noise_player.h"
 
 // ---- The heap, with all that glibc rounds up.
 
@@ -51,56 +52,35 @@ constexpr int kFrames = 480, kCalls = 500;
 
 double kilobytes(long bytes) { return static_cast<double>(bytes) / 1000; }
 
-// ---- A thread that plays, on a painted stack.
-
-struct player {
-  sonx_rack* rack;
-  uintptr_t top = 0;  // where the stack of process begins
-
-  static void* run(void* itself) {
-    player* const its = static_cast<player*>(itself);
-    int16_t silence[2 * kFrames] = {};
-    its->top = reinterpret_cast<uintptr_t>(silence);
-    for (int k = 0; k < kCalls; ++k) sonx_rack_process_s16(its->rack, silence, 2, kFrames);
-    return nullptr;
-  }
-};
-
-unsigned char stack[1 << 20];
-
-// Bytes of stack that its calls take.
-long play(sonx_rack* rack) {
-  constexpr unsigned char kPaint = 0xA5;
-  std::fill(std::begin(stack), std::end(stack), kPaint);
-  player its = {rack};
-  pthread_attr_t attributes;
-  pthread_attr_init(&attributes);
-  pthread_attr_setstack(&attributes, stack, sizeof stack);
-  pthread_t thread;
-  if (pthread_create(&thread, &attributes, player::run, &its) != 0) std::exit(1);
-  pthread_join(thread, nullptr);
-  pthread_attr_destroy(&attributes);
-  const unsigned char* const touched =
-      std::find_if(std::begin(stack), std::end(stack), [](unsigned char c) { return c != kPaint; });
-  return static_cast<long>(its.top - reinterpret_cast<uintptr_t>(touched));
+// Some periods, so that what was loaded is taken and what was replaced is given back.
+void play(sonx_rack* rack) {
+  int16_t silence[2 * kFrames] = {};
+  for (int k = 0; k < kCalls; ++k) sonx_rack_process_s16(rack, silence, 2, kFrames);
 }
 
-void print(const char* name, const std::string& preset, int rate) {
+void load(sonx_rack* rack, const char* name, const std::string& preset) {
+  char error[200] = "no memory";
+  if (sonx_rack_load(rack, preset.c_str(), error, sizeof error) == 0) return;
+  std::fprintf(stderr, "%s: %s\n", name, error);
+  std::exit(1);
+}
+
+// effect: the one of the preset, if it has one alone.
+void print(const char* name, const std::string& preset, int rate, const sonx_effect* effect) {
   const long before = held;
   sonx_rack* const rack = sonx_rack_create(rate, kFrames);
-  long once = 0, deepest = 0;
+  long once = 0;
   most = 0;
   for (int k = 0; k < 4; ++k) {
-    char error[200] = "no memory";
-    if (sonx_rack_load(rack, preset.c_str(), error, sizeof error) != 0) {
-      std::fprintf(stderr, "%s: %s\n", name, error);
-      std::exit(1);
-    }
+    load(rack, name, preset);
     if (k == 0) once = held;
-    deepest = std::max(deepest, play(rack));
+    play(rack);
   }
+  const long highest = most;
+  noise_player player(rack);
+  const int stack = effect != nullptr ? stack_of_process(rack, effect) : stack_of(player, 200);
   std::printf("| %s | %.0f | %.0f | %.1f |\n", name, kilobytes(once - before),
-              kilobytes(most - before), kilobytes(deepest));
+              kilobytes(highest - before), kilobytes(stack));
   sonx_rack_destroy(rack);
 }
 
@@ -109,15 +89,15 @@ void print(const char* name, const std::string& preset, int rate) {
 int main(int count, char** words) {
   const std::string empty = "sonx = 1\n";
   std::puts("| Rack with | holds | most | stack |\n|---|---:|---:|---:|");
-  print("nothing", empty, 48000);
+  print("nothing", empty, 48000, nullptr);
   for (int k = 0; k < sonx_effect_count(); ++k) {
     const sonx_effect& its = *sonx_effect_at(k);
     const int* const end = its.rates + its.rate_count;
     const int rate = std::find(its.rates, end, 48000) != end ? 48000 : end[-1];
-    print(its.id, empty + "[[effect]]\nid = \"" + its.id + "\"\n", rate);
+    print(its.id, empty + "[[effect]]\nid = \"" + its.id + "\"\n", rate, &its);
   }
   for (int k = 1; k < count; ++k) {
     std::ifstream file(words[k]);
-    print(words[k], std::string(std::istreambuf_iterator<char>(file), {}), 48000);
+    print(words[k], std::string(std::istreambuf_iterator<char>(file), {}), 48000, nullptr);
   }
 }

@@ -25,7 +25,8 @@ constexpr int kRates[] = {8000, 16000, 32000, 48000};
 constexpr int kTrackedPrior = 2;
 
 // From 48000 to 32000 Hz and back, in blocks of 240 and 160 samples: the same samples as the
-// converter of src/ktv/resampler.h makes, which takes memory per call.
+// converter of src/ktv/resampler.h makes, which takes memory per call. Never inlined: what lies between
+// takes no stack while the suppressor runs.
 struct converter {
   static constexpr int kFast = 240, kSlow = 160, kBetween = 480;  // 96000 Hz
 
@@ -33,13 +34,13 @@ struct converter {
   tekaSpl_State48khzTo16khz to_slow;
   tekaSpl_State16khzTo48khz to_fast;
 
-  void down(const short* in, short* out) {
+  [[gnu::noinline]] void down(const short* in, short* out) {
     short between[kBetween];
     int scratch[tekaSpl_kScratch48khzTo16khz];
     tekaSpl_UpsampleBy2(in, kFast, between, up_state);
     tekaSpl_Resample48khzTo16khz(between, out, &to_slow, scratch);
   }
-  void up(const short* in, short* out) {
+  [[gnu::noinline]] void up(const short* in, short* out) {
     short between[kBetween];
     int scratch[tekaSpl_kScratch16khzTo48khz];
     tekaSpl_Resample16khzTo48khz(in, between, &to_fast, scratch);

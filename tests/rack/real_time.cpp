@@ -6,37 +6,12 @@
 //   rack_real_time call      as if it made a system call: ends with 1
 #include <sonx/rack.h>
 
+#include "support/noise_player.h"
 #include "support/watched_thread.h"
 
 namespace {
 
-constexpr int kFrames = 500;  // above the rack's 480: calls are split too
-
-// What the audio thread does: a block of noise in each of the formats.
-class noise_player {
- public:
-  explicit noise_player(sonx_rack* rack) : rack_(rack) {}
-
-  void operator()(int block) {
-    for (int32_t& word : words_)
-      word = static_cast<int32_t>(value_ = value_ * 1664525u + 1013904223u);
-    for (size_t i = 0; i < floats_.size(); ++i)
-      floats_[i] = static_cast<float>(words_[i]) * 0x1p-31f;
-    for (size_t i = 0; i < shorts_.size(); ++i) shorts_[i] = static_cast<int16_t>(words_[i] >> 16);
-    float* const channels[] = {floats_.data(), floats_.data() + kFrames};
-    sonx_rack_process_s32(rack_, words_.data(), 2, kFrames);
-    sonx_rack_process_f32(rack_, channels, channels, 2, kFrames);
-    sonx_rack_process_s16(rack_, shorts_.data(), 1, kFrames);
-    if (block == 200) sonx_rack_reset(rack_);
-  }
-
- private:
-  sonx_rack* rack_;
-  unsigned value_ = 1;
-  std::vector<int32_t> words_ = std::vector<int32_t>(2 * kFrames);
-  std::vector<float> floats_ = std::vector<float>(2 * kFrames);
-  std::vector<int16_t> shorts_ = std::vector<int16_t>(2 * kFrames);
-};
+constexpr int kMostStack = 20 * 1024;
 
 std::string preset_of(const sonx_effect* effect) {
   return std::string("sonx = 1\n[[effect]]\nid = \"") + effect->id + "\"\n";
@@ -48,6 +23,12 @@ int child(const sonx_effect* effect, const std::string& misdeed) {
   const std::string preset = preset_of(effect);
   char error[200] = "", text[1 << 14];
   if (sonx_rack_load(rack, preset.c_str(), error, sizeof error) != 0) return 2;
+  if (misdeed.empty()) {
+    const int stack = stack_of_process(rack, effect);
+    std::printf("%-24s %6d bytes of stack\n", effect->id, stack);
+    std::fflush(stdout);
+    if (stack > kMostStack) return 3;
+  }
   watched_thread audio(noise_player{rack}, misdeed);
   for (int p = 0; p < effect->parameter_count; ++p)
     for (const double value : {effect->parameters[p].maximum, effect->parameters[p].minimum}) {

@@ -21,6 +21,7 @@
 #include "ktv/sonx_ktv.h"
 #include "ns/noise_suppressor.h"
 #include "plain/modules.h"
+#include "support/stack_of.h"
 #include "support/watched_thread.h"
 
 namespace {
@@ -128,21 +129,6 @@ bool in_child(Run run, long* pages = nullptr) {
   wait4(process, &status, 0, &usage);
   if (pages != nullptr) *pages = usage.ru_minflt;
   return status == 0;
-}
-
-// The bytes of stack that a call takes: those below this frame that no longer hold what was painted.
-[[gnu::noinline]] void paint(volatile unsigned char* area, size_t size) {
-  for (size_t i = 0; i < size; ++i) area[i] = 0xA5;
-}
-[[gnu::noinline]] int stack_of(const std::function<void(int)>& call, int blocks) {
-  constexpr size_t kPainted = 96 * 1024, kGap = 512;  // the gap: this function's and paint's own
-  auto* const top = static_cast<unsigned char*>(__builtin_frame_address(0)) - kGap;
-  volatile unsigned char* const bottom = top - kPainted;
-  paint(bottom, kPainted);
-  for (int k = 0; k < blocks; ++k) call(k);
-  size_t untouched = 0;
-  while (untouched < kPainted && bottom[untouched] == 0xA5) ++untouched;
-  return static_cast<int>(kGap + kPainted - untouched);
 }
 
 constexpr int kBlocks = 400;
