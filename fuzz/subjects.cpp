@@ -15,14 +15,24 @@ extern "C" int __android_log_print(int, const char*, const char*, ...) { return 
 
 namespace {
 
-// SONX_FUZZ_SUBJECTS: the beginnings of their names.
+// SONX_FUZZ_SUBJECTS: the beginnings of their names; with SONX_FUZZ_OTHERS all whose names begin
+// otherwise.
+bool is_chosen(const subject& s) {
+#ifdef SONX_FUZZ_OTHERS
+  constexpr bool kIfNamed = false;
+#else
+  constexpr bool kIfNamed = true;
+#endif
+  for (const char* beginning : {SONX_FUZZ_SUBJECTS})
+    if (std::strncmp(s.name, beginning, std::strlen(beginning)) == 0) return kIfNamed;
+  return !kIfNamed;
+}
+
 std::vector<subject> chosen_subjects() {
-  constexpr const char* kBeginnings[] = {SONX_FUZZ_SUBJECTS};
   std::vector<subject> chosen;
   for (const auto* group : {&kHandles, &kPrimitives, &kEffects, &kChains, &kSpeech})
     for (const subject& s : *group)
-      for (const char* beginning : kBeginnings)
-        if (std::strncmp(s.name, beginning, std::strlen(beginning)) == 0) chosen.push_back(s);
+      if (is_chosen(s)) chosen.push_back(s);
   return chosen;
 }
 

@@ -27,12 +27,11 @@ constexpr auto switched = [](trial& t, auto* r) {
 
 inline void draw(trial& t, int& word) { word = t.value(); }
 inline void draw(trial& t, SampleRateType& rate) {
-  rate = static_cast<SampleRateType>(t.fuzzed() && t.wild() ? static_cast<unsigned>(t.any())
-                                                            : t.roll(4));
+  rate = static_cast<SampleRateType>(t.unbounded() ? static_cast<unsigned>(t.any()) : t.roll(4));
 }
 inline void draw(trial& t, unsigned& hertz) {
   constexpr unsigned kRates[] = {44100, 48000, 96000, 192000, 32000};
-  hertz = kRates[t.roll(5)];
+  hertz = t.unbounded() ? static_cast<unsigned>(t.any()) : kRates[t.roll(5)];
 }
 // Coefficient rows b0, b1, b2, -a1, -a2 in Q28: stable sections, those of an equalizer at any rate;
 // or any words.
@@ -57,7 +56,7 @@ inline void draw(trial& t, int (&flagged)[10][6]) {
   int rows[10][5];
   draw(t, rows);
   for (int k = 0; k < 10; ++k) {
-    flagged[k][0] = static_cast<int>(t.roll(4)) - 1;
+    flagged[k][0] = t.unbounded() ? t.any() : static_cast<int>(t.roll(4)) - 1;
     std::copy_n(rows[k], 5, flagged[k] + 1);
   }
 }
@@ -65,7 +64,9 @@ inline void draw(trial& t, int (&flagged)[10][6]) {
 inline void refine(trial& t, eq_param_acdb_t& r) { draw(t, r.band); }
 inline void refine(trial& t, equalizer_params& r) { t.decibels(r.index); }
 inline void refine(trial& t, virtual_bass_param_acdb_t& r) { draw_row(t, r.nld_band); }
-inline void refine(trial& t, channel_balance_param_acdb_t& r) { r.channel_num = int(t.roll(4)); }
+inline void refine(trial& t, channel_balance_param_acdb_t& r) {
+  r.channel_num = t.unbounded() ? t.any() : int(t.roll(4));
+}
 inline void refine(trial& t, param_eq_param_acdb_t& r) {
   draw(t, r.left);
   draw(t, r.right);

@@ -69,8 +69,8 @@ void suppressor(trial& t) {
     watched(tekaNsx_DataAnalysis, &ns, &x[size_t(start)], magnitudes);
     t.note_all(magnitudes, size_t(ns.bins));
     for (int k = 0; k < ns.bins; ++k) {
-      prior[k] = t.roll(1 << 20);
-      post[k] = t.roll(1 << 22);
+      prior[k] = t.unbounded() ? static_cast<unsigned>(t.any()) : t.roll(1 << 20);
+      post[k] = t.unbounded() ? static_cast<unsigned>(t.any()) : t.roll(1 << 22);
     }
     watched(tekaNsx_SpeechNoiseProb, &ns, probability, prior, post);
     t.note_all(probability, size_t(ns.bins));

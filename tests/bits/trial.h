@@ -94,8 +94,10 @@ class trial {
     return once_in(5) ? kRails[roll(8)] : static_cast<int>(dice_());
   }
 
-  // A fuzzer's trials are short: it has as many as it likes.
+  // A fuzzer's trials are short: it has as many as it likes. Those of wild settings hold any words, also
+  // where the lock's are a range.
   bool fuzzed() const { return dice_.are_bytes(); }
+  bool unbounded() const { return fuzzed() && wild(); }
   int times(int n) const { return fuzzed() ? 1 + n / 32 : n; }
 
   // A setting: an order, a Q13 gain, a threshold; in every third trial also beyond any sense.
