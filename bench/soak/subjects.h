@@ -37,9 +37,9 @@ class subject {
   virtual std::unique_ptr<subject> fresh() const = 0;  // a new one with the last setting
   virtual void set(dice& d, bool last) = 0;  // the last one doesn't depend on those before
   virtual void process(stereo& period) = 0;
-  virtual double rest_s() const = 0;
+  virtual double rest_s() const = 0;  // from silence to rest; -1: not known
   // The settings in force, as text; empty where a run's seed is all there is to say.
-  virtual std::string settings() const { return ""; }  // from silence to rest; -1: not known
+  virtual std::string settings() const { return ""; }
   // Whether the sound depends on more than the last seconds.
   virtual bool remembers() const { return false; }
   virtual bool may_be_silent() const { return false; }

@@ -17,7 +17,7 @@
 // blocks after a change, and the next two, hold the latency (below) together: periods of 240, 256, 480,
 // 500, 512, 768, 960, 1000, 1024, 1152, 1536, 1764 and 1920 frames, and 441 at 44100 Hz. There the
 // largest step of a tone of 50 to 200 Hz at a switch, wherever in its period, is 1.0 to 2.6 times its
-// own, and 3.5 times with those 441 frames. At 48000 Hz it is up to 12 times that with 441 frames, 21
+// own, and 3.5 times with those 441 frames. At 48000 Hz it is up to 14 times that with 441 frames, 21
 // with 220, 38 with 882, and 45 to 97 with 96, 192, 260, 288, 320, 384 and 576: such a host gathers
 // frames into one of the periods above.
 //
