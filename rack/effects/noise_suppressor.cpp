@@ -25,8 +25,8 @@ constexpr int kRates[] = {8000, 16000, 32000, 48000};
 constexpr int kTrackedPrior = 2;
 
 // From 48000 to 32000 Hz and back, in blocks of 240 and 160 samples: the same samples as the
-// converter of src/ktv/resampler.h makes, which takes memory per call. Never inlined: what lies between
-// takes no stack while the suppressor runs.
+// converter of src/ktv/resampler.h makes, with the states in the record, to be copied with it. Never
+// inlined: what lies between the stages takes no stack while the suppressor runs.
 struct converter {
   static constexpr int kFast = 240, kSlow = 160, kBetween = 480;  // 96000 Hz
 
