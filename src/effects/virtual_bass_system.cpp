@@ -136,7 +136,6 @@ void process_block(virtual_bass_system* bass, const int* in_left, const int* in_
                    int* out_left, int* out_right, int n) {
   int low_left[kBlockFrames], low_right[kBlockFrames];
   int high_left[kBlockFrames], high_right[kBlockFrames];
-  int plain[kBlockFrames], harmonics[kBlockFrames];
   const spectral_band_split &left = *bass->split_left, &right = *bass->split_right;
   IIR* const aligned_left[] = {left.high[0], left.high[1], bass->align_left};
   IIR* const aligned_right[] = {right.high[0], right.high[1], bass->align_right};
@@ -145,6 +144,8 @@ void process_block(virtual_bass_system* bass, const int* in_left, const int* in_
                              {in_left, high_left, aligned_left, 3},
                              {in_right, high_right, aligned_right, 3}};
   kernels().iir_chains_32(bands, 4, n);
+  int *const plain = low_left, *const harmonics =
+                                   low_right;  // in the place of what they are made of
   for (int i = 0; i < n; ++i) plain[i] = wrap_add(low_left[i], low_right[i]) >> 1;
   nld_block(bass->nld, plain, harmonics, n);
   const iir_chain mid[] = {{harmonics, harmonics, &bass->nld_band, 1},

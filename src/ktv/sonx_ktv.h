@@ -15,7 +15,7 @@
 // each module's header gives units and ranges. Gains are Q13 (8192 = 1.0).
 //
 // Latency: none. Memory: 324 KB per handle, taken by init; process takes none, no lock, and makes no
-// system call. A call needs at most 16 KB of stack.
+// system call. A call needs at most 16384 bytes of stack in an optimised build.
 //
 // Threads: process belongs to one thread, the audio thread. Settings may be made, bypasses and gain
 // asked while it runs, from one other thread at a time; neither side waits for the other. init comes

@@ -73,7 +73,7 @@ inline void refine(trial& t, param_eq_param_acdb_t& r) {
 }
 inline void refine(trial& t, audio_effect_control_acdb_t& r) {
   r.effect_type = static_cast<int>(t.roll(7));
-  r.hpadapter_type = static_cast<int>(t.roll(9));
+  r.hpadapter_type = t.unbounded() ? t.any() : static_cast<int>(t.roll(9));
   int gains[10];
   t.decibels(gains);
   if (r.effect_type == SONX_EFFECT_GRAPHIC_EQUALIZER) std::copy_n(gains, 10, r.data);

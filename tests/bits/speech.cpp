@@ -38,7 +38,8 @@ void suppressor(trial& t) {
   NsxInst_t_ ns;
   t.note(tekaNs_InitCore(&ns, 11025));
   t.note(tekaNs_InitCore(&ns, kRates[t.number % 3]));
-  t.note(tekaNs_set_policy_core(&ns, static_cast<int>(t.roll(4))));
+  const auto policy = [&] { return t.unbounded() ? t.any() : static_cast<int>(t.roll(4)); };
+  t.note(tekaNs_set_policy_core(&ns, policy()));
   t.note(tekaNs_set_policy_core(&ns, 4));
   t.note(tekaNs_set_prior_source(&ns, source));
   t.note(tekaNs_set_prior_source(&ns, 3));
@@ -55,7 +56,7 @@ void suppressor(trial& t) {
     t.note_all(out, size_t(block));
     t.note(ns.prior_non_speech, ns.energy_in, ns.magnitude_energy, ns.frame_count);
     if (source == 2) t.note_all(ns.noise_power, size_t(ns.bins));
-    if (t.once_in(500)) tekaNs_set_policy_core(&ns, static_cast<int>(t.roll(4)));
+    if (t.once_in(500)) tekaNs_set_policy_core(&ns, policy());
     if (t.once_in(1000)) tekaNs_canceling_setstatus(&ns, t.value());
     if (source == 2 && t.once_in(1000)) tekaNs_set_prior_source(&ns, 1);
     if (ns.prior_source != source && t.once_in(10)) tekaNs_set_prior_source(&ns, source);

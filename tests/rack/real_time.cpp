@@ -11,8 +11,6 @@
 
 namespace {
 
-constexpr int kMostStack = 20 * 1024;
-
 std::string preset_of(const sonx_effect* effect) {
   return std::string("sonx = 1\n[[effect]]\nid = \"") + effect->id + "\"\n";
 }
@@ -27,7 +25,7 @@ int child(const sonx_effect* effect, const std::string& misdeed) {
     const int stack = stack_of_process(rack, effect);
     std::printf("%-24s %6d bytes of stack\n", effect->id, stack);
     std::fflush(stdout);
-    if (stack > kMostStack) return 3;
+    if (stack > kMostRackStack) return 3;
   }
   watched_thread audio(noise_player{rack}, misdeed);
   for (int p = 0; p < effect->parameter_count; ++p)

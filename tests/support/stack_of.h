@@ -1,7 +1,14 @@
-// The stack that calls take.
+// The stack that calls take, and how much they may: what headers and docs/integration.md promise of an
+// optimised build.
 #pragma once
 
 #include <cstddef>
+
+#ifdef __OPTIMIZE__
+constexpr int kMostLibraryStack = 16 * 1024, kMostRackStack = 20 * 1024;  // bytes
+#else
+constexpr int kMostLibraryStack = 64 * 1024, kMostRackStack = 64 * 1024;
+#endif
 
 namespace painted {
 
