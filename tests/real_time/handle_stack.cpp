@@ -2,9 +2,10 @@
 // compiler and the linker put into one frame depends on who calls.
 #include <cstdio>
 #include <cstdlib>
+#include <iterator>
 
 #include "hp/sonx_hp_effect.h"
-#include "ktv/sonx_ktv.h"
+#include "support/karaoke_switches.h"
 #include "support/stack_of.h"
 
 extern "C" int __android_log_print(int, const char*, const char*, ...) { return 0; }
@@ -40,14 +41,8 @@ bool headphones_fit(int effect) {
 // A bit of the stages for each stage that is on.
 bool karaoke_fits(int stages) {
   void* const handle = sonx_ktv_init();
-  void (*const enables[])(void*, int) = {sonx_ktv_hw_howling_canceling_enable,
-                                         sonx_ktv_gramophone_enable,
-                                         sonx_ktv_eq_enable,
-                                         sonx_ktv_reverb_enable,
-                                         sonx_ktv_iirecho_enable,
-                                         sonx_ktv_compressor_enable,
-                                         sonx_ktv_noise_canceling_enable};
-  for (int e = 0; e < 7; ++e) enables[e](handle, stages >> e & 1);
+  for (size_t e = 0; e < std::size(kKaraokeSwitches); ++e)
+    kKaraokeSwitches[e](handle, stages >> e & 1);
   sonx_ktv_howling_canceling_set_shift(handle, 5);
   sonx_ktv_howling_canceling_set_last_resort(handle, 1);
   static short voice[kLongest], left[kLongest], right[kLongest];
@@ -66,7 +61,8 @@ int main() {
   bool fit = true;
   for (int effect = SONX_EFFECT_NONE; effect <= SONX_EFFECT_GRAPHIC_EQUALIZER; ++effect)
     fit &= headphones_fit(effect);
-  for (int stage = 0; stage < 7; ++stage) fit &= karaoke_fits(1 << stage);
-  fit &= karaoke_fits(127);
+  constexpr int kStages = std::size(kKaraokeSwitches);
+  for (int stage = 0; stage < kStages; ++stage) fit &= karaoke_fits(1 << stage);
+  fit &= karaoke_fits((1 << kStages) - 1);
   return fit ? EXIT_SUCCESS : EXIT_FAILURE;
 }

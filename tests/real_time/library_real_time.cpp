@@ -18,9 +18,9 @@
 #include <vector>
 
 #include "hp/sonx_hp_effect.h"
-#include "ktv/sonx_ktv.h"
 #include "ns/noise_suppressor.h"
 #include "plain/modules.h"
+#include "support/karaoke_switches.h"
 #include "support/stack_of.h"
 #include "support/watched_thread.h"
 
@@ -70,14 +70,8 @@ std::function<void(int)> switched_karaoke() {
   void* const handle = sonx_ktv_init();
   return [handle, left = std::vector<short>(kLongest), right = std::vector<short>(kLongest),
           in = noise(4)](int k) mutable {
-    void (*const enables[])(void*, int) = {sonx_ktv_hw_howling_canceling_enable,
-                                           sonx_ktv_gramophone_enable,
-                                           sonx_ktv_eq_enable,
-                                           sonx_ktv_reverb_enable,
-                                           sonx_ktv_iirecho_enable,
-                                           sonx_ktv_compressor_enable,
-                                           sonx_ktv_noise_canceling_enable};
-    for (unsigned e = 0; e < std::size(enables); ++e) enables[e](handle, k / 3 >> e & 1);
+    for (size_t e = 0; e < std::size(kKaraokeSwitches); ++e)
+      kKaraokeSwitches[e](handle, k / 3 >> e & 1);
     sonx_ktv_reverb_setroomsize(handle, k % 8000);
     sonx_ktv_iirecho_setdelay(handle, k % 350);
     int gains[10] = {k % 15, -k % 15, 3};
