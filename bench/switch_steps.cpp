@@ -1,12 +1,10 @@
 // Prints how far a change of the headphone handle's record clicks, period by period: the largest step
-// of a tone of 50 to 200 Hz as a multiple of its own, the least and the most over changes between
-// effects, to one's own other setting, and places in the tone's period. The reverb is left out, whose
-// tail goes on.
+// of a tone of 50 to 200 Hz as a multiple of its own, the least and the most over all changes between
+// effects, one within the graphic equalizer, and places in the tone's period. The reverb is left out,
+// whose tail goes on.
 #include <cstdio>
 
 #include "support/step_of_change.h"
-
-extern "C" int __android_log_print(int, const char*, const char*, ...) { return 0; }
 
 int main() {
   constexpr int kEffects[] = {SONX_EFFECT_NONE, SONX_EFFECT_STEREO_WIDENING,

@@ -38,9 +38,9 @@ constexpr auto kTwiddles = [] {
   for (int k = 0; k < kStages; ++k) {
     const complex step = {kStepCos[k], -kStepSin[k]};
     complex w = {1 << 28, 0};
-    const int half = 1 << k;
-    for (int j = 0; j < half; ++j) {
-      twiddles[static_cast<size_t>(half - 1 + j)] = w;
+    const size_t half = size_t{1} << k;
+    for (size_t j = 0; j < half; ++j) {
+      twiddles[half - 1 + j] = w;
       w = multiply_q28(step, w);
     }
   }

@@ -144,8 +144,8 @@ void process_block(virtual_bass_system* bass, const int* in_left, const int* in_
                              {in_left, high_left, aligned_left, 3},
                              {in_right, high_right, aligned_right, 3}};
   kernels().iir_chains_32(bands, 4, n);
-  int *const plain = low_left, *const harmonics =
-                                   low_right;  // in the place of what they are made of
+  int* const plain = low_left;  // both in the place of what they are made of
+  int* const harmonics = low_right;
   for (int i = 0; i < n; ++i) plain[i] = wrap_add(low_left[i], low_right[i]) >> 1;
   nld_block(bass->nld, plain, harmonics, n);
   const iir_chain mid[] = {{harmonics, harmonics, &bass->nld_band, 1},

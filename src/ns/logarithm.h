@@ -12,6 +12,7 @@
 // ln(value) in Q12, rounded; value is at least 1.
 inline int ln_q12(uint64_t value) {
   const int top = static_cast<int>(std::bit_width(value)) - 1;
+  // NOLINTNEXTLINE(clang-analyzer-core.UndefinedBinaryOperatorResult): top is 0 or more.
   const uint64_t fraction = (value << (63 - top)) & INT64_MAX;  // after the leading one, Q63
   const int step = static_cast<int>(fraction >> 55);
   const int64_t rest = static_cast<int64_t>((fraction >> 39) & 0xFFFF);

@@ -94,6 +94,7 @@ void collect_start_model(NsxInst_t_* ns) {
     xy += log_bin * log_magnitude;
   }
   const int64_t n = ns->bins - kFirstModelBin, determinant = n * xx - x * x;
+  // NOLINTNEXTLINE(clang-analyzer-core.DivideZero): init sets 65 bins or more.
   const int64_t level = (xx * y - x * xy) / determinant;               // Q8
   const int64_t slope = ((x * y - n * xy) * (1 << 18)) / determinant;  // falling; Q20 / Q24 to Q14
   ns->pink_level += static_cast<int>(std::max<int64_t>(level, 0));

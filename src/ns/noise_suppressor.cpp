@@ -180,6 +180,7 @@ unsigned short start_gain(const NsxInst_t_* ns, int k, uint64_t model) {
 void update_gain(NsxInst_t_* ns, const unsigned int* model, const unsigned int* previous) {
   for (int k = 0; k < ns->bins; ++k) {
     const unsigned int ratio = snr_q11(ns->magnitude[k], ns->noise[k]);
+    // NOLINTNEXTLINE(clang-analyzer-core.CallAndMessage): as many as there are bins.
     ns->gain[k] = wiener_gain(ns, directed(previous[k], ratio));
   }
   if (!starting_up(ns)) return;

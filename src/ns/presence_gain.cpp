@@ -82,6 +82,7 @@ int presence_in_frame(const NsxInst_t_* ns) {
   const limits& l = ns->sample_rate == 8000    ? kFrame8
                     : ns->sample_rate == 16000 ? kFrame16
                                                : kFrame32;
+  // NOLINTNEXTLINE(clang-analyzer-core.DivideZero): init sets 65 bins or more.
   return between(static_cast<int>(sum / (ns->bins - first)), l);
 }
 
